@@ -1,0 +1,92 @@
+// The callbacks that the host passes with every command.
+#pragma once
+
+#include <cstddef>
+
+#include "pf_params.h"
+
+// Embedded in PF_InData. `ref` is PF_InData::effect_ref of the running command.
+struct PF_InteractCallbacks {
+    // Fills the caller's record with parameter `index` at a time, in units of 1/timeScale second. Host thread
+    // of the command only. Every check-out is answered by one check-in, also one that failed.
+    PF_Err (*checkout_param)(PF_ProgPtr ref, std::int32_t index, std::int32_t whatTime, std::int32_t timeStep,
+                             std::uint32_t timeScale, PF_ParamDef* param);
+    PF_Err (*checkin_param)(PF_ProgPtr ref, PF_ParamDef* param);
+    // Parameter set-up only. Index -1 appends; the host copies the record and the strings it points to.
+    PF_Err (*add_param)(PF_ProgPtr ref, std::int32_t index, PF_ParamDef* param);
+    // Non-zero once the user has stopped the render; the code is to be returned unchanged. Command thread, or
+    // the iteration thread with index 0.
+    PF_Err (*abort)(PF_ProgPtr ref);
+    PF_Err (*progress)(PF_ProgPtr ref, std::int32_t current, std::int32_t total);
+    PF_Err (*register_ui)(PF_ProgPtr ref, void* customUiInfo);
+    PF_UnusedCallback checkout_layer_audio;
+    PF_UnusedCallback checkin_layer_audio;
+    PF_UnusedCallback get_audio_data;
+    void* reserved_str[3];
+    void* reserved[10];
+};
+
+struct PF_ANSICallbacks {
+    PF_UnusedCallback atan, atan2, ceil, cos, exp, fabs, floor, fmod, hypot, log, log10, pow, sin, sqrt, tan;
+    int (*sprintf)(char* buffer, const char* format, ...);
+    char* (*strcpy)(char* destination, const char* source);
+    PF_UnusedCallback asin, acos;
+    std::int32_t unused_longA[1];
+};
+
+struct PF_ColorCallbacks {
+    PF_UnusedCallback entries[8];
+};
+
+// Pointed to by PF_InData::utils; valid for the command. The handle callbacks may be called from the command's
+// thread only.
+struct PF_UtilCallbacks {
+    PF_UnusedCallback begin_sampling;
+    PF_UnusedCallback subpixel_sample;
+    PF_UnusedCallback area_sample;
+    void* get_batch_func_is_deprecated;
+    PF_UnusedCallback end_sampling;
+    PF_UnusedCallback composite_rect;
+    PF_UnusedCallback blend;
+    PF_UnusedCallback convolve;
+    PF_UnusedCallback copy;
+    PF_UnusedCallback fill;
+    PF_UnusedCallback gaussian_kernel;
+    PF_UnusedCallback iterate;
+    PF_UnusedCallback premultiply;
+    PF_UnusedCallback premultiply_color;
+    // Makes an 8-bit world in the caller's record; the caller gives it back with dispose_world. Sizes in pixels.
+    PF_Err (*new_world)(PF_ProgPtr ref, std::int32_t width, std::int32_t height, std::int32_t newWorldFlags,
+                        PF_EffectWorld* world);
+    PF_Err (*dispose_world)(PF_ProgPtr ref, PF_EffectWorld* world);
+    PF_UnusedCallback iterate_origin;
+    PF_UnusedCallback iterate_lut;
+    PF_UnusedCallback transfer_rect;
+    PF_UnusedCallback transform_world;
+    // A new block of `size` bytes, contents undefined, owned by the caller; null when there is no memory.
+    PF_Handle (*host_new_handle)(A_HandleSize size);
+    // The block's address, fixed until unlocked; null when it cannot be had.
+    void* (*host_lock_handle)(PF_Handle handle);
+    void (*host_unlock_handle)(PF_Handle handle);
+    void (*host_dispose_handle)(PF_Handle handle);
+    PF_UnusedCallback get_callback_addr;
+    PF_UnusedCallback app;
+    PF_ANSICallbacks ansi;
+    PF_ColorCallbacks colorCB;
+    PF_UnusedCallback get_platform_data;
+    A_HandleSize (*host_get_handle_size)(PF_Handle handle);  // bytes
+    PF_UnusedCallback iterate_origin_non_clip_src;
+    PF_UnusedCallback iterate_generic;
+    // May replace the handle that the second argument points to.
+    PF_Err (*host_resize_handle)(A_HandleSize size, PF_Handle* handle);
+    PF_UnusedCallback subpixel_sample16;
+    PF_UnusedCallback area_sample16;
+    PF_UnusedCallback fill16;
+    PF_UnusedCallback premultiply_color16;
+    PF_UnusedCallback iterate16;
+    PF_UnusedCallback iterate_origin16;
+    PF_UnusedCallback iterate_origin_non_clip_src16;
+    PF_UnusedCallback get_pixel_data8;
+    PF_UnusedCallback get_pixel_data16;
+    std::int32_t reserved[1];
+};

@@ -1,0 +1,74 @@
+// Parameter definitions and values.
+#pragma once
+
+#include "pf_world.h"
+
+using PF_ParamType = std::int32_t;
+
+inline constexpr PF_ParamType PF_Param_LAYER = 0;
+inline constexpr PF_ParamType PF_Param_POINT = 6;
+inline constexpr PF_ParamType PF_Param_POPUP = 7;
+inline constexpr PF_ParamType PF_Param_FLOAT_SLIDER = 10;
+
+inline constexpr std::int16_t PF_Precision_HUNDREDTHS = 2;
+
+// A point in pixels of the (possibly reduced) layer when it is a value, in percent of the layer when it is a
+// default. 16.16 fixed point throughout.
+struct PF_PointDef {
+    PF_Fixed x_value;
+    PF_Fixed y_value;
+    char reserved[3];
+    PF_Boolean restrict_bounds;  // 1: the user cannot drag the point out of the layer
+    PF_Fixed x_dephault;
+    PF_Fixed y_dephault;
+};
+
+struct PF_PopupDef {
+    std::int32_t value;  // 1 for the first choice
+    std::int16_t num_choices;
+    std::int16_t dephault;
+    union {
+        const char* namesptr;  // choices separated by '|'; must outlive add_param
+    } u;
+};
+
+struct PF_FloatSliderDef {
+    double value;
+    double phase;
+    char value_desc[32];
+    float valid_min;
+    float valid_max;
+    float slider_min;
+    float slider_max;
+    float dephault;
+    std::int16_t precision;  // decimals shown
+    std::int16_t display_flags;
+    std::uint32_t fs_flags;
+    float curve_tolerance;
+    PF_Boolean useExponent;
+    float exponent;
+};
+
+union PF_ParamDefUnion {
+    PF_LayerDef ld;  // PF_Param_LAYER, the largest member
+    PF_PointDef td;
+    PF_PopupDef pd;
+    PF_FloatSliderDef fs_d;
+};
+
+// One parameter: its definition when the effect adds it, its value at one time when the effect checks it out.
+// The effect owns the record in both cases; the host owns what a checked-out record points to.
+struct PF_ParamDef {
+    union {
+        std::int32_t id;  // disk id, 1 to 9999: names the parameter in saved projects
+        std::int32_t change_flags;
+    } uu;
+    std::int32_t ui_flags;
+    std::int16_t ui_width;
+    std::int16_t ui_height;
+    PF_ParamType param_type;
+    char name[32];  // zero-terminated
+    std::int32_t flags;
+    std::int32_t unused;
+    PF_ParamDefUnion u;
+};

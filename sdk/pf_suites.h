@@ -1,0 +1,80 @@
+// The basic suite and the callback suites reached through it.
+#pragma once
+
+#include "pf_world.h"
+
+struct PF_InData;
+
+// Pointed to by PF_InData::pica_basicP. Command thread only. A suite table is the host's; it may be used
+// between its acquisition and its release, and each successful acquisition is owed one release.
+struct SPBasicSuite {
+    // Non-zero is an error; hosts have been seen to answer 0 and leave `suite` null.
+    std::int32_t (*AcquireSuite)(const char* name, std::int32_t version, const void** suite);
+    std::int32_t (*ReleaseSuite)(const char* name, std::int32_t version);
+    PF_UnusedCallback IsEqual;
+    PF_UnusedCallback AllocateBlock;
+    PF_UnusedCallback FreeBlock;
+    PF_UnusedCallback ReallocateBlock;
+    PF_UnusedCallback Undefined;
+};
+
+// "PF ANSI Suite" 1.
+struct PF_ANSICallbacksSuite1 {
+    PF_UnusedCallback atan, atan2, ceil, cos, exp, fabs, floor, fmod, hypot, log, log10, pow, sin, sqrt, tan;
+    int (*sprintf)(char* buffer, const char* format, ...);
+    char* (*strcpy)(char* destination, const char* source);
+    PF_UnusedCallback asin, acos;
+};
+
+// "PF Handle Suite" version 2 (the structure's own number stayed 1). As the handle callbacks of
+// PF_UtilCallbacks.
+struct PF_HandleSuite1 {
+    PF_Handle (*host_new_handle)(A_HandleSize size);
+    void* (*host_lock_handle)(PF_Handle handle);
+    void (*host_unlock_handle)(PF_Handle handle);
+    void (*host_dispose_handle)(PF_Handle handle);
+    A_HandleSize (*host_get_handle_size)(PF_Handle handle);
+    PF_Err (*host_resize_handle)(A_HandleSize size, PF_Handle* handle);
+};
+
+// Called once a pixel, from any host thread; (x, y) is the pixel's column and row in the iterated area.
+using PF_IteratePixel8Func = PF_Err (*)(void* refcon, std::int32_t x, std::int32_t y, PF_Pixel* in, PF_Pixel* out);
+
+// Called once an iteration (0 to iterations-1), from any host thread, in any order, several at a time.
+// `threadIndex` counts the host's threads from 0. A non-zero result stops the iteration.
+using PF_IterateRowFunc = PF_Err (*)(void* refcon, std::int32_t threadIndex, std::int32_t i,
+                                     std::int32_t iterations);
+
+// "PF Iterate8 Suite" 1. Each call returns after its last callback.
+struct PF_Iterate8Suite1 {
+    // A null `area` is the whole world. Progress runs from progressBase to progressFinal.
+    PF_Err (*iterate)(PF_InData* in_data, std::int32_t progressBase, std::int32_t progressFinal,
+                      PF_EffectWorld* src, const PF_Rect* area, void* refcon, PF_IteratePixel8Func pixelFunction,
+                      PF_EffectWorld* dst);
+    PF_UnusedCallback iterate_origin;
+    PF_UnusedCallback iterate_lut;
+    PF_UnusedCallback iterate_origin_non_clip_src;
+    PF_Err (*iterate_generic)(std::int32_t iterations, void* refcon, PF_IterateRowFunc rowFunction);
+};
+
+// "PF World Suite" 2.
+struct PF_WorldSuite2 {
+    PF_Err (*PF_NewWorld)(PF_ProgPtr ref, std::int32_t width, std::int32_t height, PF_Boolean clear,
+                          PF_PixelFormat format, PF_EffectWorld* world);
+    PF_Err (*PF_DisposeWorld)(PF_ProgPtr ref, PF_EffectWorld* world);
+    PF_Err (*PF_GetPixelFormat)(const PF_EffectWorld* world, PF_PixelFormat* format);
+};
+
+// "PF Pixel Format Suite" 1: the editing host's formats. The two declarations belong into global set-up.
+struct PF_PixelFormatSuite1 {
+    PF_Err (*AddSupportedPixelFormat)(PF_ProgPtr ref, PF_PixelFormat format);
+    PF_Err (*ClearSupportedPixelFormats)(PF_ProgPtr ref);
+    PF_Err (*NewWorldOfPixelFormat)(PF_ProgPtr ref, std::uint32_t width, std::uint32_t height, std::int32_t flags,
+                                    PF_PixelFormat format, PF_EffectWorld* world);
+    PF_Err (*DisposeWorld)(PF_ProgPtr ref, PF_EffectWorld* world);
+    PF_Err (*GetPixelFormat)(PF_EffectWorld* world, PF_PixelFormat* format);
+    PF_Err (*GetBlackForPixelFormat)(PF_PixelFormat format, void* pixel);
+    PF_Err (*GetWhiteForPixelFormat)(PF_PixelFormat format, void* pixel);
+    PF_Err (*ConvertColorToPixelFormattedData)(PF_PixelFormat format, float alpha, float red, float green,
+                                               float blue, void* pixel);
+};

@@ -1,0 +1,146 @@
+#include "engine/render_aberration.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+#include "engine/conversion_callbacks.h"
+#include "engine/host_buffer.h"
+#include "engine/worker_threads.h"
+#include "host/host_suite_handler.h"
+#include "host/scoped_suite.h"
+
+namespace nuv {
+namespace {
+
+// What the driver holds. Members go in reverse order, and hosts see that order: the input buffer first, then the
+// result buffer, the directly acquired suites, and last whatever the handler acquired.
+struct Holdings {
+    explicit Holdings(PF_InData* inData)
+        : suites(inData->pica_basicP),
+          directIterate(inData->pica_basicP, "PF Iterate8 Suite", 1),
+          worlds(inData->pica_basicP, "PF World Suite", 2),
+          formats(inData->pica_basicP, "PF Pixel Format Suite", 1),
+          result(*inData->utils),
+          input(*inData->utils) {}
+
+    HostSuiteHandler suites;
+    ScopedSuite<PF_Iterate8Suite1> directIterate;
+    ScopedSuite<PF_WorldSuite2> worlds;
+    ScopedSuite<PF_PixelFormatSuite1> formats;
+    HostBuffer result;
+    HostBuffer input;
+};
+
+// Whether there is a world, with memory behind every pixel that it claims.
+bool IsUsable(const PF_EffectWorld* world) {
+    return world != nullptr && (world->data != nullptr || world->width <= 0 || world->height <= 0);
+}
+
+float Quotient(const PF_RationalScale& scale) {
+    return static_cast<float>(scale.num) / static_cast<float>(scale.den);
+}
+
+// Null for a format that the engine does not know. The editing host's own suite has the last word there.
+const FormatConversions* ConversionsOf(PF_EffectWorld* world, const Holdings& held, bool editor) {
+    PF_PixelFormat format = 0;
+    held.worlds->PF_GetPixelFormat(world, &format);
+    if (editor && held.formats) held.formats->GetPixelFormat(world, &format);
+    return FindConversions(format);
+}
+
+// Lays `buffer` out for its width and height and gives it memory. False if the host gives none, or if a row would
+// not fit its 32-bit stride.
+bool GiveMemory(ImageBuffer& buffer, std::int32_t bitsPerChannel, HostBuffer& memory) {
+    const std::int64_t rowBytes = std::int64_t{bitsPerChannel} / 2 * std::max(buffer.width, 0);
+    if (rowBytes > std::numeric_limits<std::int32_t>::max()) return false;
+    buffer.bitsPerChannel = bitsPerChannel;
+    buffer.rowBytes = static_cast<std::int32_t>(rowBytes);
+    if (!memory.Allocate(static_cast<std::uint64_t>(rowBytes) *
+                         static_cast<std::uint64_t>(std::max(buffer.height, 0)))) {
+        return false;
+    }
+    buffer.pixels = memory.pixels();
+    return true;
+}
+
+PF_EffectWorld AsWorld(const ImageBuffer& buffer) {
+    PF_EffectWorld world{};
+    world.data = reinterpret_cast<PF_Pixel*>(buffer.pixels);
+    world.rowbytes = buffer.rowBytes;
+    world.width = buffer.width;
+    world.height = buffer.height;
+    return world;
+}
+
+}  // namespace
+
+PF_Err RenderAberration(PF_InData* inData, RenderData& job, PF_EffectWorld* output) {
+    Holdings held(inData);
+    const bool editor = inData->appl_id == kAppIdEditor;
+
+    held.formats.Acquire();
+    PF_Err status = held.worlds.Acquire();
+    if (!held.worlds || (editor && !held.formats)) {
+        // Hosts know the effect to leave what it acquired here acquired, and its handles unlocked.
+        held.formats.Abandon();
+        held.worlds.Abandon();
+        inData->utils->host_unlock_handle(inData->sequence_data);
+        inData->utils->host_unlock_handle(inData->global_data);
+        return status;
+    }
+
+    ConvertContext context;
+    context.inData = inData;
+    const auto iterateGeneric = held.suites.Suite<"PF Iterate8 Suite", 1>()->iterate_generic;
+    if (iterateGeneric == nullptr) {
+        held.directIterate.Acquire();
+        context.iterateSuite = held.directIterate.get();
+    }
+    const auto convertRows = [&](const PF_EffectWorld& from, const PF_EffectWorld& to, PF_IterateRowFunc callback) {
+        context.source = from;
+        context.destination = to;
+        return iterateGeneric != nullptr ? iterateGeneric(from.height, &context, callback)
+                                         : IterateRowsFallback(from.height, context, callback);
+    };
+
+    job.pixelAspectNum = static_cast<float>(inData->pixel_aspect_ratio.num);
+    job.pixelAspectDen = static_cast<float>(inData->pixel_aspect_ratio.den);
+    job.downsampleX = Quotient(inData->downsample_x);
+    job.downsampleY = Quotient(inData->downsample_y);
+    job.timeSeconds = static_cast<double>(inData->current_time) / static_cast<double>(inData->time_scale);
+
+    if (!IsUsable(output)) return PF_Err_BAD_CALLBACK_PARAM;
+    // For an empty layer hosts hand over no world, or one without memory: everything is outside of it.
+    if (IsUsable(job.sourceWorld)) {
+        const PF_EffectWorld& source = *job.sourceWorld;
+        job.input.width = source.width;
+        job.input.height = source.height;
+        job.input.originX = source.origin_x;
+        job.input.originY = source.origin_y;
+        const FormatConversions* const from = ConversionsOf(job.sourceWorld, held, editor);
+        if (!GiveMemory(job.input, from != nullptr ? from->workingBits : 32, held.input)) {
+            return PF_Err_OUT_OF_MEMORY;
+        }
+        if (from != nullptr) status = convertRows(source, AsWorld(job.input), from->in);
+    }
+
+    const FormatConversions* const to = ConversionsOf(output, held, editor);
+    job.output.width = output->width;
+    job.output.height = output->height;
+    if (!GiveMemory(job.output, 32, held.result)) return PF_Err_OUT_OF_MEMORY;
+    // Pixels beyond a reduced resolution are written by no worker.
+    if (job.output.pixels != nullptr) {
+        std::memset(job.output.pixels, 0,
+                    static_cast<std::size_t>(job.output.rowBytes) * static_cast<std::size_t>(job.output.height));
+    }
+
+    if (status == PF_Err_NONE) status = inData->inter.abort(inData->effect_ref);
+    if (status != PF_Err_NONE) return status;
+
+    RunWorkers(context.kernels->renderRows, job);
+    if (to != nullptr) status = convertRows(AsWorld(job.output), *output, to->out);
+    return status;
+}
+
+}  // namespace nuv

@@ -1,0 +1,39 @@
+// The engine's inner loops, as one table per implementation. Plain pointers and widths only: no host, no platform.
+#pragma once
+
+#include "engine/render_data.h"
+
+namespace nuv {
+
+// Converts `width` pixels (below 1: none) of one row, multiplying channels by `scale` where they are floats on
+// one side. Source and destination are rows of different buffers, at any alignment, and nothing outside the
+// pixels is touched.
+using RowConversion = void (*)(const std::byte* source, std::byte* destination, std::int32_t width, float scale);
+
+// Computes rows firstRow to endRow-1 of job.output; nothing if that is no row. See scalar_row_worker.cpp.
+using RowWorker = void (*)(const RenderData& job, std::int32_t firstRow, std::int32_t endRow);
+
+struct RowKernels {
+    const char* name;
+
+    RowConversion copyArgb8ToRgba8;
+    RowConversion copyBgra8ToRgba8;
+    RowConversion argb16ToRgbaF;
+    RowConversion argbFToRgbaF;
+    RowConversion bgraFToRgbaF;
+
+    RowWorker renderRows;
+
+    RowConversion rgbaFToArgb8;
+    RowConversion rgbaFToBgra8;
+    RowConversion rgbaFToArgb16;
+    RowConversion rgbaFToArgbF;
+    RowConversion rgbaFToBgraF;
+};
+
+// The plain formulas, one pixel after the other. They define the result; any other table gives the same bytes.
+extern const RowKernels kScalarKernels;
+
+void RenderRows(const RenderData& job, std::int32_t firstRow, std::int32_t endRow);
+
+}  // namespace nuv

@@ -1,0 +1,15 @@
+#include "entry/lifecycle.h"
+#include "host/host_suite_handler.h"
+#include "resources/identity.h"
+
+namespace nuv {
+
+PF_Err About(PF_InData* inData, PF_OutData* outData) {
+    if (inData->appl_id == kAppIdEditor) return PF_Err_NONE;
+    HostSuiteHandler suites(inData->pica_basicP);
+    suites.Suite<"PF ANSI Suite", 1>()->sprintf(outData->return_msg, "%s, v%d.%d", NUV_EFFECT_NAME,
+                                                NUV_VERSION_MAJOR, NUV_VERSION_MINOR);
+    return PF_Err_NONE;
+}
+
+}  // namespace nuv

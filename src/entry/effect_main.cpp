@@ -1,0 +1,74 @@
+#include <array>
+
+#include "entry/entry_points.h"
+#include "entry/lifecycle.h"
+#include "params/params.h"
+#include "render/render_commands.h"
+
+namespace nuv {
+namespace {
+
+struct Arguments {
+    PF_InData* inData;
+    PF_OutData* outData;
+    PF_ParamDef** params;
+    PF_LayerDef* output;
+    void* extra;
+};
+
+using Handler = PF_Err (*)(const Arguments&);
+
+// A host that leaves out what its command needs gets a code instead of a crash.
+template <class... Pointers>
+void Require(Pointers... pointers) {
+    if (!(... && pointers)) throw int{PF_Err_BAD_CALLBACK_PARAM};
+}
+
+template <PF_Err handler(PF_InData*, PF_OutData*)>
+PF_Err WithOutData(const Arguments& a) {
+    Require(a.inData, a.outData);
+    return handler(a.inData, a.outData);
+}
+
+PF_Err WithParamsAndOutput(const Arguments& a) {
+    Require(a.inData, a.params, a.output);
+    return PlainRender(a.inData, a.params, a.output);
+}
+
+template <class Extra, PF_Err handler(PF_InData*, Extra*)>
+PF_Err WithExtra(const Arguments& a) {
+    Require(a.inData, a.extra);
+    return handler(a.inData, static_cast<Extra*>(a.extra));
+}
+
+// By command number. Null: nothing to do, which is a success.
+constexpr auto kHandlers = [] {
+    std::array<Handler, PF_Cmd_SMART_RENDER + 1> table{};
+    table[PF_Cmd_ABOUT] = WithOutData<About>;
+    table[PF_Cmd_GLOBAL_SETUP] = WithOutData<GlobalSetup>;
+    table[PF_Cmd_PARAMS_SETUP] = WithOutData<ParamsSetup>;
+    table[PF_Cmd_SEQUENCE_SETUP] = WithOutData<SequenceSetup>;
+    table[PF_Cmd_SEQUENCE_RESETUP] = WithOutData<SequenceResetup>;
+    table[PF_Cmd_SEQUENCE_SETDOWN] = WithOutData<SequenceSetdown>;
+    table[PF_Cmd_RENDER] = WithParamsAndOutput;
+    table[PF_Cmd_SMART_PRE_RENDER] = WithExtra<PF_PreRenderExtra, SmartPreRender>;
+    table[PF_Cmd_SMART_RENDER] = WithExtra<PF_SmartRenderExtra, SmartRender>;
+    return table;
+}();
+
+}  // namespace
+
+PF_Err Dispatch(PF_Cmd cmd, PF_InData* inData, PF_OutData* outData, PF_ParamDef* params[], PF_LayerDef* output,
+                void* extra) noexcept {
+    const auto number = static_cast<std::uint32_t>(cmd);
+    if (number >= kHandlers.size() || kHandlers[number] == nullptr) return PF_Err_NONE;
+    try {
+        return kHandlers[number]({inData, outData, params, output, extra});
+    } catch (int code) {
+        return code;
+    } catch (...) {
+        return PF_Err_INTERNAL_STRUCT_DAMAGED;
+    }
+}
+
+}  // namespace nuv

@@ -1,0 +1,18 @@
+// The library's two exported functions, under the names that the host looks up.
+#include "entry/entry_points.h"
+
+#if defined(_WIN32)
+#define NUV_EXPORT extern "C"  // exports.def lists them
+#else
+#define NUV_EXPORT extern "C" __attribute__((visibility("default")))
+#endif
+
+NUV_EXPORT PF_Err PluginDataEntryFunction(PF_PluginDataPtr inPtr, PF_PluginDataCB callback, SPBasicSuite*,
+                                          const char*, const char*) {
+    return nuv::ReportPluginData(inPtr, callback);
+}
+
+NUV_EXPORT PF_Err EffectMain(PF_Cmd cmd, PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[],
+                             PF_LayerDef* output, void* extra) {
+    return nuv::Dispatch(cmd, in_data, out_data, params, output, extra);
+}

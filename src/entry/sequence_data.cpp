@@ -1,0 +1,54 @@
+#include <cstring>
+
+#include "entry/lifecycle.h"
+
+namespace nuv {
+namespace {
+
+using SequenceBlock = std::uint32_t;  // always 0; no pointers, so the block is its own flat form
+
+PF_Err MakeBlock(PF_InData* inData, PF_OutData* outData) {
+    const PF_Handle block = inData->utils->host_new_handle(sizeof(SequenceBlock));
+    outData->sequence_data = block;
+    if (block == nullptr) {
+        inData->utils->ansi.strcpy(outData->return_msg, "Internal Error");
+        outData->out_flags |= static_cast<std::int32_t>(PF_OutFlag_DISPLAY_ERROR_MESSAGE);
+        return PF_Err_INTERNAL_STRUCT_DAMAGED;
+    }
+    outData->flat_sdata_size = sizeof(SequenceBlock);
+    const SequenceBlock initial = 0;
+    std::memcpy(*block, &initial, sizeof initial);
+    return PF_Err_NONE;
+}
+
+// A block of another size comes from another version's project. Hosts report a failing resize to their user
+// themselves.
+void BringToSize(PF_InData* inData) {
+    if (inData->utils->host_get_handle_size(inData->sequence_data) == sizeof(SequenceBlock)) return;
+    inData->utils->host_resize_handle(sizeof(SequenceBlock), &inData->sequence_data);
+}
+
+}  // namespace
+
+PF_Err SequenceSetup(PF_InData* inData, PF_OutData* outData) {
+    if (inData->sequence_data == nullptr) return MakeBlock(inData, outData);
+    BringToSize(inData);
+    return PF_Err_NONE;
+}
+
+// A block that the host kept is taken as it is, whatever its size.
+PF_Err SequenceResetup(PF_InData* inData, PF_OutData* outData) {
+    if (inData->sequence_data != nullptr) return PF_Err_NONE;
+    return MakeBlock(inData, outData);
+}
+
+PF_Err SequenceSetdown(PF_InData* inData, PF_OutData* outData) {
+    if (inData->sequence_data == nullptr) return PF_Err_NONE;
+    BringToSize(inData);  // hosts have always seen the block at its own size when it goes
+    inData->utils->host_dispose_handle(inData->sequence_data);
+    outData->sequence_data = nullptr;
+    inData->sequence_data = nullptr;
+    return PF_Err_NONE;
+}
+
+}  // namespace nuv

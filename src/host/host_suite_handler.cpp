@@ -1,0 +1,29 @@
+#include "host/host_suite_handler.h"
+
+namespace nuv {
+
+HostSuiteHandler::HostSuiteHandler(SPBasicSuite* basic) : basic_(basic) {
+    if (basic == nullptr) throw int{PF_Err_BAD_CALLBACK_PARAM};
+}
+
+HostSuiteHandler::~HostSuiteHandler() {
+    for (const SuiteId& suite : kSuiteReleaseOrder) {
+        if (slots_[SuiteSlot(suite)] == nullptr) continue;
+        try {
+            basic_->ReleaseSuite(suite.name, suite.version);
+        } catch (...) {
+            // Nobody is left to tell, and the other suites are still owed.
+        }
+    }
+}
+
+const void* HostSuiteHandler::Acquire(std::size_t slot) {
+    if (slots_[slot] != nullptr) return slots_[slot];
+    const SuiteId& suite = kSuiteReleaseOrder[slot];
+    const void* acquired = nullptr;
+    const std::int32_t error = basic_->AcquireSuite(suite.name, suite.version, &acquired);
+    if (error != 0 || acquired == nullptr) throw int{PF_Err_BAD_CALLBACK_PARAM};
+    return slots_[slot] = acquired;
+}
+
+}  // namespace nuv

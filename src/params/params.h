@@ -1,0 +1,21 @@
+// The effect's parameters. Order, types, ranges, defaults and disk ids are part of the saved-project format.
+#pragma once
+
+#include "pf_data.h"
+
+namespace nuv {
+
+// As the host numbers them; 0 is the layer that the effect is applied to.
+inline constexpr std::int32_t PARAM_INPUT = 0;
+inline constexpr std::int32_t PARAM_FRAME_CENTER = 1;
+inline constexpr std::int32_t PARAM_MODE = 2;
+inline constexpr std::int32_t PARAM_SCALING = 3;
+inline constexpr std::int32_t PARAM_AMOUNT = 4;
+inline constexpr std::int32_t PARAM_SHOW = 5;
+inline constexpr std::int32_t PARAM_COUNT = 6;
+
+// Declares parameters 1 to 5 to the host in order, then their count. The first error of the host's add_param is
+// returned, with the remaining parameters and the count left undone.
+PF_Err ParamsSetup(PF_InData* inData, PF_OutData* outData);
+
+}  // namespace nuv

@@ -1,0 +1,59 @@
+#include "render/parameter_copies.h"
+
+namespace nuv {
+namespace {
+
+std::int32_t WholePixels(PF_Fixed value) {
+    return value >> 16;
+}
+
+// Wraps around for the one value that has no predecessor.
+std::int32_t ZeroBased(std::int32_t popup) {
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(popup) - 1u);
+}
+
+}  // namespace
+
+// Delegates, so that the destructor checks in what is already out when the body throws.
+ParameterCopies::ParameterCopies(PF_InData* inData) : ParameterCopies(inData, NothingYet{}) {
+    for (std::int32_t index = PARAM_FRAME_CENTER; index < PARAM_COUNT; ++index) {
+        auto& copy = copies_[static_cast<std::size_t>(index - PARAM_FRAME_CENTER)];
+        copy = std::make_unique<PF_ParamDef>();
+        const PF_Err error = inData->inter.checkout_param(inData->effect_ref, index, inData->current_time,
+                                                          inData->time_step, inData->time_scale, copy.get());
+        if (error != PF_Err_NONE) *copy = {};  // whatever the host may have begun to write
+    }
+}
+
+ParameterCopies::~ParameterCopies() {
+    try {
+        CheckIn(PF_Err_NONE);
+    } catch (...) {
+        // Only a host that throws gets here; the command's own exception is the one to report.
+    }
+}
+
+const PF_ParamDefUnion& ParameterCopies::Value(std::int32_t index) const {
+    return copies_[static_cast<std::size_t>(index - PARAM_FRAME_CENTER)]->u;
+}
+
+void ParameterCopies::Fill(RenderData& job) const {
+    job.centerX = WholePixels(Value(PARAM_FRAME_CENTER).td.x_value);
+    job.centerY = WholePixels(Value(PARAM_FRAME_CENTER).td.y_value);
+    job.mode = ZeroBased(Value(PARAM_MODE).pd.value);
+    job.scaling = ZeroBased(Value(PARAM_SCALING).pd.value);
+    job.amount = static_cast<float>(Value(PARAM_AMOUNT).fs_d.value);
+    job.show = ZeroBased(Value(PARAM_SHOW).pd.value);
+}
+
+PF_Err ParameterCopies::CheckIn(PF_Err result) {
+    for (auto& copy : copies_) {
+        if (copy == nullptr) continue;
+        const PF_Err error = inData_->inter.checkin_param(inData_->effect_ref, copy.get());
+        if (result == PF_Err_NONE) result = error;
+        copy.reset();
+    }
+    return result;
+}
+
+}  // namespace nuv

@@ -1,0 +1,16 @@
+#include "render/render_mutex.h"
+
+namespace nuv {
+
+std::mutex g_renderMutex;
+
+PF_Err RenderUnderMutex(PF_InData* inData, RenderData& job, PF_EffectWorld* output) {
+    const std::lock_guard lock(g_renderMutex);
+    try {
+        return RenderAberration(inData, job, output);
+    } catch (...) {
+        return PF_Err_NONE;
+    }
+}
+
+}  // namespace nuv

@@ -1,0 +1,25 @@
+// Who the effect is: the one place from which the property list, the registration callback and global set-up
+// take their values. Hosts compare the three and refuse or warn when they differ.
+//
+// Macros, because the resource compiler reads this file too; C++ reaches them through entry/identity_checks.h.
+#pragma once
+
+#define NUV_EFFECT_NAME "NUV Chromatic Aberration"
+#define NUV_EFFECT_NAME_LENGTH 24
+#define NUV_MATCH_NAME "nuv_chromaber"
+#define NUV_MATCH_NAME_LENGTH 13
+#define NUV_CATEGORY "NUV"
+#define NUV_CATEGORY_LENGTH 3
+#define NUV_ENTRY_POINT "EffectMain"
+#define NUV_KIND 0x65464B54L /* 'eFKT': an After Effects effect */
+
+#define NUV_API_VERSION 13
+#define NUV_API_SUBVERSION 27
+#define NUV_RESERVED_INFO 8L
+
+#define NUV_VERSION_MAJOR 2
+#define NUV_VERSION_MINOR 0
+#define NUV_VERSION 0x00100001L /* 2.0, bug-fix 0, stage develop, build 1 */
+
+#define NUV_OUT_FLAGS 0x06008244L
+#define NUV_OUT_FLAGS2 0x08021488L
