@@ -5,6 +5,7 @@ add_library(nuv_options INTERFACE)
 target_compile_options(nuv_options INTERFACE
   -ffp-contract=off
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Wcast-align
+  -Wno-missing-field-initializers  # designated initialisers leave the rest at its default on purpose
   -Werror)
 
 find_package(Threads REQUIRED)
@@ -12,6 +13,6 @@ target_link_libraries(nuv_options INTERFACE Threads::Threads)
 
 if(WIN32)
   # A missing runtime library is the commonest reason why an effect does not load: everything is linked in.
-  target_link_options(nuv_options INTERFACE -static)
+  target_link_options(nuv_options INTERFACE -static -s)
   target_compile_definitions(nuv_options INTERFACE WIN32_LEAN_AND_MEAN NOMINMAX UNICODE)
 endif()

@@ -157,8 +157,8 @@ using ParamValue = std::variant<PointValue, PopupValue, SliderValue>;
 // What a project file keeps of one instance: parameter values by disk id, and the flat sequence data.
 struct SavedInstance {
     std::map<std::int32_t, ParamValue> params;
-    std::set<std::int32_t> percentPoints;  // ids of points still at their default, in percent of the layer
     std::vector<std::byte> sequenceData;
+    std::set<std::int32_t> percentPoints;  // ids of points still at their default, in percent of the layer
 };
 
 struct RenderSettings {

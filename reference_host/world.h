@@ -56,9 +56,12 @@ public:
     std::string Surroundings() const;
 
 private:
+    std::size_t RowStart(int y) const;
+
     WorldLayout layout_;
     std::uint8_t poison_ = kPoison;
     std::vector<std::byte> memory_;
+    std::size_t first_ = 0;  // where the rows begin in memory_
     PF_EffectWorld world_{};
 };
 

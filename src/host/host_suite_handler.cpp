@@ -7,10 +7,10 @@ HostSuiteHandler::HostSuiteHandler(SPBasicSuite* basic) : basic_(basic) {
 }
 
 HostSuiteHandler::~HostSuiteHandler() {
-    for (const SuiteId& suite : kSuiteReleaseOrder) {
-        if (slots_[SuiteSlot(suite)] == nullptr) continue;
+    for (std::size_t i = 0; i < kSuiteReleaseOrder.size(); ++i) {
+        if (slots_[kSuiteSlots[i]] == nullptr) continue;
         try {
-            basic_->ReleaseSuite(suite.name, suite.version);
+            basic_->ReleaseSuite(kSuiteReleaseOrder[i].name, kSuiteReleaseOrder[i].version);
         } catch (...) {
             // Nobody is left to tell, and the other suites are still owed.
         }
