@@ -43,8 +43,8 @@ PF_Err AddSupportedPixelFormat(PF_ProgPtr ref, PF_PixelFormat format);
 PF_Err ClearSupportedPixelFormats(PF_ProgPtr ref);
 
 // Iteration
-PF_Err IteratePixels(PF_InData* inData, std::int32_t progressBase, std::int32_t progressFinal, PF_EffectWorld* source,
-                     const PF_Rect* area, void* refcon, PF_IteratePixel8Func pixelFunction,
+PF_Err IteratePixels(PF_InData* inData, std::int32_t progressBase, std::int32_t progressFinal,
+                     PF_EffectWorld* source, const PF_Rect* area, void* refcon, PF_IteratePixel8Func pixelFunction,
                      PF_EffectWorld* destination);
 PF_Err IterateRows(std::int32_t iterations, void* refcon, PF_IterateRowFunc rowFunction);
 

@@ -89,9 +89,9 @@ using FaultPlan = std::function<std::optional<PF_Err>(const CallRecord&)>;
 
 struct HostOptions {
     Personality personality = Personality::compositor;
-    int iterationThreads = 2;       // threads of one row iteration, the command's own among them; at least 1
-    bool genericIteration = true;   // whether "PF Iterate8 Suite" has its iterate_generic entry
-    std::uint32_t rowOrder = 0;     // 0: rows are handed out in ascending order; else shuffled, by this number
+    int iterationThreads = 2;      // threads of one row iteration, the command's own among them; at least 1
+    bool genericIteration = true;  // whether "PF Iterate8 Suite" has its iterate_generic entry
+    std::uint32_t rowOrder = 0;    // 0: rows are handed out in ascending order; else shuffled, by this number
     // Hand a freed block out again for the next request of the same size, as it is. Otherwise every block is new,
     // filled with a pattern (blocks over 64 MiB at their ends only) and guarded at both ends. For benchmarks.
     bool keepFreedHandles = false;
@@ -221,7 +221,8 @@ public:
     // and its code.
     void SetUp();
 
-    // The parameters that the effect added, in order; element 0 is index 1. Strings are copies.
+    // The parameters that the effect added, in order; element 0 is index 1. Strings are copies. Instances keep the
+    // parameters of the time at which they were made.
     const std::vector<PF_ParamDef>& parameters() const;
     // Pixel formats declared at global set-up by an editing-host effect.
     std::vector<PF_PixelFormat> supportedFormats() const;
@@ -271,7 +272,7 @@ public:
 
     SavedInstance Save() const;
     // Values are matched by disk id; ids that the effect does not have are ignored. The sequence data is put into
-    // a new handle, to be followed by SequenceResetup.
+    // a new handle, to be followed by SequenceResetup. Throws std::invalid_argument as Set does.
     void Load(const SavedInstance& saved);
 
     // Pre-render and render, with the values as they are at the call; no render after a failed pre-render. With

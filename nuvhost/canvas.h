@@ -1,0 +1,79 @@
+// Anti-aliased drawing into a picture, for the test chart.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "picture.h"
+
+namespace nuvhost {
+
+struct Rgb {
+    float red = 0, green = 0, blue = 0;  // 0 to 1, as displayed
+};
+inline constexpr Rgb kBlack{};
+inline constexpr Rgb kWhite{1, 1, 1};
+constexpr Rgb Grey(float value) {
+    return {value, value, value};
+}
+
+// In the units of the drawing; right and bottom are the end.
+struct Box {
+    double left, top, right, bottom;
+};
+
+// A drawing of width × height units, centred in a picture of any size as large as it fits. What lies beyond the
+// drawing's edges is drawn as well where the picture's shape leaves room.
+class Canvas {
+public:
+    Canvas(int pixelWidth, int pixelHeight, double unitWidth, double unitHeight);
+
+    // The whole picture.
+    Box frame() const;
+
+    using Inside = std::function<bool(double x, double y)>;
+    using Color = std::function<Rgb(double x, double y)>;
+    using Opacity = std::function<double(double x, double y)>;  // 0 to 1
+
+    // Paints what is inside; `inside` is asked on a grid of 8 × 8 points a pixel, within `box` only.
+    void Fill(const Box& box, const Inside& inside, const Rgb& color);
+    void Fill(const Box& box, const Color& color);
+    void Fill(const Box& box, const Rgb& color);
+    void Disc(double x, double y, double radius, const Color& color);
+    void Disc(double x, double y, double radius, const Rgb& color);
+    void Ring(double x, double y, double radius, double thickness, const Rgb& color);
+    // Multiplies the alpha of the pixels in the box.
+    void Fade(const Box& box, const Opacity& opacity);
+
+    enum class Align { left, center, right };
+    // `size` is the letters' size in units, y the baseline. Throws std::runtime_error when there is no font.
+    void Text(double x, double y, double size, const std::string& text, Align align, const Rgb& color = kBlack);
+
+    Picture Finish() const;  // 8 bits, straight alpha
+
+private:
+    struct Pixel {
+        float red = 1, green = 1, blue = 1, alpha = 1;
+    };
+    struct Area {
+        int left, top, right, bottom;
+    };
+    // The share of a pixel that is painted, 0 to 1.
+    using Coverage = std::function<double(int x, int y)>;
+    void Paint(const Box& box, const Coverage& coverage, const Color& color);
+    Area PixelsOf(const Box& box) const;
+    // From a pixel's middle to a point, in pixels.
+    double Distance(int pixelX, int pixelY, double x, double y) const;
+    Pixel& At(int x, int y);
+    double UnitX(double pixel) const { return (pixel - offsetX_) / scale_; }
+    double UnitY(double pixel) const { return (pixel - offsetY_) / scale_; }
+    double PixelX(double unit) const { return unit * scale_ + offsetX_; }
+    double PixelY(double unit) const { return unit * scale_ + offsetY_; }
+
+    int width_, height_;
+    double scale_, offsetX_, offsetY_;
+    std::vector<Pixel> pixels_;
+};
+
+}  // namespace nuvhost

@@ -1,0 +1,15 @@
+// The sub-commands. Each is added to the program with its options and runs when the command line names it.
+#pragma once
+
+namespace CLI {
+class App;
+}
+
+namespace nuvhost {
+
+// What they do is thrown out of the program's parse(): UsageError or another std::exception.
+void AddRenderCommand(CLI::App& program);
+void AddChartCommand(CLI::App& program);
+void AddSheetCommand(CLI::App& program);
+
+}  // namespace nuvhost

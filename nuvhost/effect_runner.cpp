@@ -1,0 +1,259 @@
+#include "effect_runner.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <random>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+#include "errors.h"
+
+namespace nuvhost {
+namespace {
+
+using refhost::Personality;
+using refhost::World;
+
+// The effect's parameters by index, as every host finds them.
+enum Index : std::int32_t { kCenter = 1, kMode, kScaling, kAmount, kShow };
+constexpr std::size_t kParameterCount = 5;
+
+std::string Meaning(PF_Err code) {
+    struct Entry {
+        PF_Err code;
+        const char* meaning;
+    };
+    static constexpr Entry kTable[] = {
+        {PF_Err_OUT_OF_MEMORY, " (out of memory)"},
+        {PF_Err_INTERNAL_STRUCT_DAMAGED, " (internal error)"},
+        {PF_Err_INVALID_INDEX, " (invalid index)"},
+        {PF_Err_UNRECOGNIZED_PARAM_TYPE, " (unknown parameter type)"},
+        {PF_Err_INVALID_CALLBACK, " (invalid callback)"},
+        {PF_Err_BAD_CALLBACK_PARAM, " (a suite or callback is missing)"},
+        {PF_Interrupt_CANCEL, " (cancelled)"},
+    };
+    for (const auto& entry : kTable) {
+        if (entry.code == code) return entry.meaning;
+    }
+    return "";
+}
+
+void Check(PF_Err code, const char* command) {
+    if (code == PF_Err_NONE) return;
+    throw std::runtime_error("the effect answered " + std::string(command) + " with error " + std::to_string(code) +
+                             Meaning(code));
+}
+
+PF_Fixed Fixed(Length length, int extent) {
+    const double pixels = length.percent ? length.value / 100 * extent : length.value;
+    const double raw = std::round(pixels * 65536);
+    using Limits = std::numeric_limits<PF_Fixed>;
+    if (raw < Limits::min() || raw > Limits::max()) {
+        throw UsageError("--center: pixel " + std::to_string(std::llround(pixels)) +
+                         " is too far out, the host's coordinates end at 32768");
+    }
+    return static_cast<PF_Fixed>(raw);
+}
+
+// Where each of a host pixel's channels lies in R, G, B, A.
+using Order = std::array<std::size_t, 4>;
+constexpr Order kArgb{3, 0, 1, 2};
+constexpr Order kBgra{2, 1, 0, 3};
+
+struct HostFormat {
+    PF_PixelFormat code;
+    Order order;
+};
+
+HostFormat FormatFor(Depth depth, Personality personality) {
+    if (personality == Personality::editor) return {kFormatBgra8, kBgra};
+    switch (depth) {
+        case Depth::bits8:
+            return {kFormatArgb8, kArgb};
+        case Depth::bits16:
+            return {kFormatArgb16, kArgb};
+        case Depth::bits32:
+            break;
+    }
+    return {kFormatArgbFloat, kArgb};
+}
+
+// The host's 16-bit white is 32768: what comes back has lost one bit, and a second trip changes nothing more.
+std::uint16_t ToHost16(std::uint16_t value) {
+    return static_cast<std::uint16_t>((value * std::uint64_t{32768} + 32767) / 65535);
+}
+std::uint16_t FromHost16(std::uint16_t value) {
+    return static_cast<std::uint16_t>((value * std::uint64_t{65535} + 16384) / 32768);
+}
+
+template <typename Channel, typename Convert>
+void ToHost(const std::byte* from, std::span<std::byte> row, const Order& order, Convert convert) {
+    std::array<Channel, 4> rgba, pixel;
+    for (std::size_t at = 0; at < row.size(); at += sizeof pixel) {
+        std::memcpy(rgba.data(), from + at, sizeof rgba);
+        for (std::size_t i = 0; i < 4; ++i) {
+            pixel[i] = convert(rgba[order[i]]);
+        }
+        std::memcpy(row.data() + at, pixel.data(), sizeof pixel);
+    }
+}
+
+template <typename Channel, typename Convert>
+void FromHost(std::span<const std::byte> row, std::byte* to, const Order& order, Convert convert) {
+    std::array<Channel, 4> rgba, pixel;
+    for (std::size_t at = 0; at < row.size(); at += sizeof pixel) {
+        std::memcpy(pixel.data(), row.data() + at, sizeof pixel);
+        for (std::size_t i = 0; i < 4; ++i) {
+            rgba[order[i]] = convert(pixel[i]);
+        }
+        std::memcpy(to + at, rgba.data(), sizeof rgba);
+    }
+}
+
+constexpr auto kSame = [](auto value) { return value; };
+
+void Fill(World& world, const Picture& picture, const Order& order) {
+    const std::byte* from = picture.pixels.data();
+    for (int y = 0; y < picture.height; ++y) {
+        const auto row = world.Row(y);
+        switch (picture.depth) {
+            case Depth::bits8:
+                ToHost<std::uint8_t>(from, row, order, kSame);
+                break;
+            case Depth::bits16:
+                ToHost<std::uint16_t>(from, row, order, ToHost16);
+                break;
+            case Depth::bits32:
+                ToHost<float>(from, row, order, kSame);
+                break;
+        }
+        from += row.size();
+    }
+}
+
+void Take(Picture& picture, const World& world, const Order& order) {
+    std::byte* to = picture.pixels.data();
+    for (int y = 0; y < picture.height; ++y) {
+        const auto row = world.Row(y);
+        switch (picture.depth) {
+            case Depth::bits8:
+                FromHost<std::uint8_t>(row, to, order, kSame);
+                break;
+            case Depth::bits16:
+                FromHost<std::uint16_t>(row, to, order, FromHost16);
+                break;
+            case Depth::bits32:
+                FromHost<float>(row, to, order, kSame);
+                break;
+        }
+        to += row.size();
+    }
+}
+
+refhost::HostOptions OptionsFor(Personality personality) {
+    refhost::HostOptions options;
+    options.personality = personality;
+    options.iterationThreads = static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
+    return options;
+}
+
+std::string Joined(const std::vector<std::string>& lines) {
+    std::string text;
+    for (const auto& line : lines) {
+        text += (text.empty() ? "" : "; ") + line;
+    }
+    return text;
+}
+
+}  // namespace
+
+std::filesystem::path FindPlugin() {
+    constexpr auto kName = "nuv_chromaber.so";
+    const auto folder = std::filesystem::read_symlink("/proc/self/exe").parent_path();
+    for (const auto& place : {folder, folder.parent_path()}) {
+        if (std::filesystem::exists(place / kName)) return place / kName;
+    }
+    throw std::runtime_error(std::string(kName) + " is neither in " + folder.string() +
+                             " nor in the folder above; name it with --plugin");
+}
+
+EffectRunner::EffectRunner(const std::filesystem::path& plugin, Personality personality)
+    : personality_(personality),
+      host_(refhost::PluginLibrary(std::filesystem::absolute(plugin)), OptionsFor(personality)),
+      instance_((host_.SetUp(), host_)) {
+    if (host_.parameters().size() != kParameterCount) {
+        throw std::runtime_error(plugin.string() + ": this effect has other parameters than nuv_chromaber");
+    }
+    Check(instance_.SequenceSetup(), "sequence set-up");
+    open_ = true;
+}
+
+EffectRunner::~EffectRunner() {
+    if (!open_) return;
+    instance_.SequenceSetdown();
+    host_.GlobalSetdown();
+}
+
+Picture EffectRunner::Render(const Picture& picture, const EffectSettings& settings, RenderPath path) {
+    instance_.Set(kCenter, refhost::PointValue{Fixed(settings.center.x, picture.width),
+                                               Fixed(settings.center.y, picture.height)});
+    instance_.Set(kMode, refhost::PopupValue{settings.mode});
+    instance_.Set(kScaling, refhost::PopupValue{settings.scaling});
+    instance_.Set(kAmount, refhost::SliderValue{settings.amount});
+    instance_.Set(kShow, refhost::PopupValue{settings.show});
+
+    const auto format = FormatFor(picture.depth, personality_);
+    const refhost::WorldLayout layout{.format = format.code,
+                                      .width = picture.width,
+                                      .height = picture.height,
+                                      .bottomUp = personality_ == Personality::editor};
+    World input(layout);
+    World output(layout);
+    Fill(input, picture, format.order);
+
+    // The effect answers success when it could not start its threads, and leaves the output alone. A successful
+    // render writes every pixel, so a first row that still holds this noise betrays it.
+    const auto firstRow = output.Row(0);
+    std::minstd_rand noise;
+    std::generate(firstRow.begin(), firstRow.end(), [&] { return static_cast<std::byte>(noise() >> 8); });
+    const std::vector<std::byte> untouched(firstRow.begin(), firstRow.end());
+
+    refhost::RenderSettings request;
+    request.input = &input;
+    request.output = &output;
+    if (path == RenderPath::smart) {
+        const auto result = instance_.SmartRender(request);
+        Check(result.preRender, "smart pre-render");
+        Check(result.render, "smart render");
+    } else {
+        Check(instance_.PlainRender(request).render, "render");
+    }
+    if (std::equal(firstRow.begin(), firstRow.end(), untouched.begin())) {
+        throw std::runtime_error("the effect reported success but wrote no pixels");
+    }
+
+    input = World();
+    Picture rendered{picture.width, picture.height, picture.depth, {}};
+    rendered.pixels.resize(picture.pixels.size());
+    Take(rendered, output, format.order);
+    return rendered;
+}
+
+void EffectRunner::Close() {
+    open_ = false;
+    Check(instance_.SequenceSetdown(), "sequence set-down");
+    Check(host_.GlobalSetdown(), "global set-down");
+    if (const auto kept = host_.account().Outstanding(); !kept.empty()) {
+        throw std::runtime_error("the effect did not give back: " + Joined(kept));
+    }
+    if (const auto misuse = host_.account().Misuse(); !misuse.empty()) {
+        throw std::runtime_error("the effect misused the host: " + Joined(misuse));
+    }
+}
+
+}  // namespace nuvhost

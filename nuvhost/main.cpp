@@ -1,0 +1,51 @@
+// nuvhost: renders pictures through the effect, without a host application.
+#include <CLI/CLI.hpp>
+
+#include <cstdio>
+#include <exception>
+
+#include "commands.h"
+#include "errors.h"
+
+namespace {
+
+constexpr auto kVersion = "nuvhost " NUVHOST_VERSION;
+constexpr int kFailure = 1;
+constexpr int kUsage = 2;
+
+int Report(const std::string& text, int exitCode) {
+    std::fprintf(stderr, "nuvhost: %s\n", text.c_str());
+    return exitCode;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    CLI::App program("Renders pictures through the effect NUV Chromatic Aberration.", "nuvhost");
+    program.require_subcommand(0, 1);
+    program.get_formatter()->column_width(44);
+    nuvhost::AddRenderCommand(program);
+    nuvhost::AddChartCommand(program);
+    nuvhost::AddSheetCommand(program);
+    for (CLI::App* command : program.get_subcommands({})) {
+        command->set_version_flag("--version", kVersion, "Print the version and exit");
+    }
+    program.set_version_flag("--version", kVersion, "Print the version and exit");
+    try {
+        program.parse(argc, argv);
+        if (program.get_subcommands().empty()) return Report("no command; nuvhost --help lists them", kUsage);
+    } catch (const CLI::ArgumentMismatch& error) {
+        const std::string text = error.what();  // starts with the option's name and a colon
+        return Report(text.substr(0, text.find(':')) + ": takes exactly one value", kUsage);
+    } catch (const CLI::ParseError& error) {
+        const bool asked = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success);
+        return asked ? program.exit(error) : Report(error.what(), kUsage);
+    } catch (const nuvhost::UsageError& error) {
+        return Report(error.what(), kUsage);
+    } catch (const std::bad_alloc&) {
+        return Report("out of memory", kFailure);
+    } catch (const std::exception& error) {
+        return Report(error.what(), kFailure);
+    }
+    return 0;
+}

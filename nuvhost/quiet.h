@@ -1,0 +1,19 @@
+// Keeps picture libraries from writing to standard error on their own.
+#pragma once
+
+namespace nuvhost {
+
+// While one lives, the whole process's standard error goes nowhere. libpng and others print there what they
+// report to their caller as well, and the tool owes its user a single line.
+class QuietStderr {
+public:
+    QuietStderr();
+    ~QuietStderr();
+    QuietStderr(const QuietStderr&) = delete;
+    QuietStderr& operator=(const QuietStderr&) = delete;
+
+private:
+    int saved_;  // -1: nothing was redirected
+};
+
+}  // namespace nuvhost

@@ -1,0 +1,58 @@
+#include <CLI/CLI.hpp>
+
+#include <cmath>
+#include <memory>
+
+#include "commands.h"
+#include "effect_options.h"
+#include "picture_file.h"
+#include "sheet.h"
+
+namespace nuvhost {
+namespace {
+
+struct SheetOptions {
+    std::filesystem::path input, output, plugin;
+    SheetSettings settings;
+};
+
+void Sheet(SheetOptions options) {
+    CheckOutput(options.output, options.input);
+    const PictureFile source = ReadPicture(options.input, std::nullopt);
+    options.settings.amount = std::abs(options.settings.amount);
+    options.settings.name = options.input.filename().string();
+    EffectRunner runner(options.plugin.empty() ? FindPlugin() : options.plugin, refhost::Personality::compositor);
+    const PictureFile sheet = DrawSheet(source, runner, options.settings);
+    runner.Close();
+    WritePicture(options.output, sheet);
+}
+
+}  // namespace
+
+void AddSheetCommand(CLI::App& program) {
+    auto options = std::make_shared<SheetOptions>();
+    auto& settings = options->settings;
+    auto& command =
+        *program.add_subcommand("sheet", "Render every mode and scaling, both ways, on one labelled page");
+    command.add_option("IN", options->input, "Picture to read")->required()->type_name("");
+    command.add_option("OUT", options->output, "Picture to write; the extension chooses the format")
+        ->required()
+        ->type_name("");
+    AddAmountOption(command, settings.amount,
+                    "Strength; every tile comes with it and with its negative (default: 1.5)");
+    AddWordOption(command, "--show", kShows, settings.show,
+                  "Everything, or by alpha only the fringes, or all but the fringes");
+    AddCenterOption(command, settings.center);
+    command
+        .add_option_function<std::string>(
+            "--tile-width",
+            [&width = settings.tileWidth](const std::string& text) {
+                width = static_cast<int>(ParseNumber("--tile-width", text, 160, 4096));
+            },
+            "Width of one rendered picture on the page (default: 480)")
+        ->type_name("PIXELS");
+    AddPluginOption(command, options->plugin);
+    command.callback([options] { Sheet(*options); });
+}
+
+}  // namespace nuvhost

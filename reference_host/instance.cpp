@@ -1,0 +1,366 @@
+#include <algorithm>
+#include <mutex>
+#include <new>
+#include <stdexcept>
+#include <string>
+
+#include "callbacks.h"
+#include "host_impl.h"
+
+namespace refhost {
+namespace {
+
+using Owner = HandleStore::Owner;
+
+ParamValue DefaultOf(const PF_ParamDef& param) {
+    switch (param.param_type) {
+        case PF_Param_POPUP:
+            return PopupValue{param.u.pd.dephault};
+        case PF_Param_FLOAT_SLIDER:
+            return SliderValue{param.u.fs_d.dephault};
+        case PF_Param_POINT:
+            return PointValue{param.u.td.x_dephault, param.u.td.y_dephault};
+        default:
+            return PointValue{};
+    }
+}
+
+// 16.16 percent of `size` pixels as 16.16 pixels.
+PF_Fixed PercentOf(PF_Fixed percent, std::int32_t size) {
+    return static_cast<PF_Fixed>(std::int64_t{percent} * size / 100);
+}
+
+bool IsEmpty(const PF_LRect& rect) {
+    return rect.left >= rect.right || rect.top >= rect.bottom;
+}
+
+bool Inside(const PF_LRect& inner, const PF_LRect& outer) {
+    return IsEmpty(inner) || (inner.left >= outer.left && inner.top >= outer.top && inner.right <= outer.right &&
+                              inner.bottom <= outer.bottom);
+}
+
+bool SameWorld(const PF_EffectWorld& a, const PF_EffectWorld& b) {
+    return a.data == b.data && a.rowbytes == b.rowbytes && a.width == b.width && a.height == b.height;
+}
+
+std::int16_t BitDepth(const RenderSettings& settings) {
+    const World* world = settings.output ? settings.output : settings.input;
+    return static_cast<std::int16_t>(world ? BytesPerPixel(world->layout().format) * 2 : 8);
+}
+
+PF_RenderRequest RequestOf(const RenderSettings& settings, const RenderJob& job) {
+    PF_RenderRequest request{};
+    request.rect = settings.request;
+    if (IsEmpty(request.rect) && job.outputRecord) {
+        const auto& world = job.output;
+        request.rect = {world.origin_x, world.origin_y, world.origin_x + world.width,
+                        world.origin_y + world.height};
+    }
+    request.field = settings.field;
+    request.channel_mask = PF_ChannelMask_ARGB;
+    return request;
+}
+
+}  // namespace
+
+struct Instance::Impl {
+    struct Param {
+        PF_ParamDef definition;
+        ParamValue value;
+        bool percent = false;  // a point that no layer has turned into pixels yet
+    };
+
+    explicit Impl(Host& theHost) : host(*theHost.impl_) {
+        for (const auto& definition : host.parameters) {
+            params.push_back({definition, DefaultOf(definition), definition.param_type == PF_Param_POINT});
+        }
+    }
+
+    Host::Impl& host;
+    PF_Handle sequenceData = nullptr;
+    PF_OutData out{};
+
+    mutable std::mutex mutex;  // guards all that follows
+    std::vector<Param> params;
+    std::map<std::pair<std::int32_t, std::int32_t>, ParamValue> overrides;  // by time and index
+
+    Param& At(std::int32_t index) {
+        if (index < 1 || index > static_cast<std::int32_t>(params.size())) {
+            throw std::out_of_range("no parameter " + std::to_string(index));
+        }
+        return params[static_cast<std::size_t>(index - 1)];
+    }
+
+    // The parameter, if this is a value for it.
+    Param& For(std::int32_t index, const ParamValue& value) {
+        auto& param = At(index);
+        if (param.value.index() != value.index()) {
+            throw std::invalid_argument("a value of another type for parameter " + std::to_string(index));
+        }
+        return param;
+    }
+
+    PF_Err SequenceCommand(PF_Cmd cmd);
+    RenderJob MakeJob(const RenderSettings& settings);
+    PF_InData Record(const RenderSettings& settings, const RenderJob& job);
+    void CheckRecords(const RenderJob& job, const PF_EffectWorld& input);
+    void CheckPreRender(const PF_PreRenderOutput& output, const PF_LRect& request);
+    void TakePreRenderData(RenderResult& result);
+    void EndPreRenderData(const PF_PreRenderOutput& output);
+};
+
+PF_Err Instance::Impl::SequenceCommand(PF_Cmd cmd) {
+    out = {};
+    PF_InData in = host.InData();
+    in.sequence_data = sequenceData;
+    const PF_Err code = host.Send(cmd, &in, &out, nullptr, nullptr, nullptr, nullptr);
+    auto& handles = host.State().handles;
+    // The effect answers in the out data; where it has not, what the in data hold by now is still the block.
+    sequenceData = handles.Find(out.sequence_data) ? out.sequence_data : in.sequence_data;
+    if (!handles.Find(sequenceData)) sequenceData = nullptr;
+    return code;
+}
+
+RenderJob Instance::Impl::MakeJob(const RenderSettings& settings) {
+    RenderJob job(settings);
+    const auto known = [&](const World* world) {
+        const auto format = world ? world->layout().format : kFormatArgb8;
+        return KnownWorld{format, settings.worldSuiteFormat.value_or(format)};
+    };
+    // The settings' worlds may be in several renders at once: the effect gets records of its own.
+    if (settings.input) job.input = *settings.input->effectWorld();
+    if (settings.output) {
+        job.output = *settings.output->effectWorld();
+        job.output.world_flags |= PF_WorldFlag_WRITEABLE;
+    }
+    job.input.pix_aspect_ratio = job.output.pix_aspect_ratio = settings.pixelAspect;
+    job.inputFormat = known(settings.input);
+    job.outputFormat = known(settings.output);
+    job.layerWidth = settings.layerWidth != 0 ? settings.layerWidth : job.input.width;
+    job.layerHeight = settings.layerHeight != 0 ? settings.layerHeight : job.input.height;
+
+    const std::lock_guard lock(mutex);
+    job.overrides = overrides;
+    for (auto& param : params) {
+        ParamValue value = param.value;
+        if (param.percent) {
+            const auto& percent = std::get<PointValue>(param.value);
+            value = PointValue{PercentOf(percent.x, job.layerWidth), PercentOf(percent.y, job.layerHeight)};
+            if (job.layerWidth > 0 && job.layerHeight > 0) param = {param.definition, value, false};
+        }
+        job.params.push_back(param.definition);
+        PutValue(value, job.params.back());
+    }
+    return job;
+}
+
+PF_InData Instance::Impl::Record(const RenderSettings& settings, const RenderJob& job) {
+    PF_InData in = host.InData();
+    in.current_time = settings.currentTime;
+    in.time_step = settings.timeStep;
+    in.local_time_step = settings.timeStep;
+    in.time_scale = settings.timeScale;
+    in.field = settings.field;
+    in.width = job.layerWidth;
+    in.height = job.layerHeight;
+    in.extent_hint = {0, 0, job.layerWidth, job.layerHeight};
+    in.output_origin_x = job.output.origin_x;
+    in.output_origin_y = job.output.origin_y;
+    in.downsample_x = settings.downsampleX;
+    in.downsample_y = settings.downsampleY;
+    in.pixel_aspect_ratio = settings.pixelAspect;
+    in.sequence_data = sequenceData;
+    return in;
+}
+
+void Instance::Impl::CheckRecords(const RenderJob& job, const PF_EffectWorld& input) {
+    const auto& settings = job.settings;
+    if (settings.input && !SameWorld(input, *settings.input->effectWorld())) {
+        host.State().AddMisuse("the effect changed the record of the input world");
+    }
+    if (settings.output && !SameWorld(job.output, *settings.output->effectWorld())) {
+        host.State().AddMisuse("the effect changed the record of the output world");
+    }
+}
+
+void Instance::Impl::CheckPreRender(const PF_PreRenderOutput& output, const PF_LRect& request) {
+    if (!Inside(output.result_rect, output.max_result_rect)) {
+        host.State().AddMisuse("pre-render's result rectangle is not inside the maximal one");
+    }
+    if ((output.flags & PF_RenderOutputFlag_RETURNS_EXTRA_PIXELS) == 0 && !Inside(output.result_rect, request)) {
+        host.State().AddMisuse("pre-render's result rectangle exceeds the request without announcing it");
+    }
+}
+
+void Instance::Impl::TakePreRenderData(RenderResult& result) {
+    auto& handles = host.State().handles;
+    const auto handle = static_cast<PF_Handle>(result.preRenderOutput.pre_render_data);
+    const auto info = handles.Find(handle);
+    if (!info) return;
+    if (info->locks > 0) host.State().AddMisuse("pre-render left its data locked");
+    handles.SetOwner(handle, Owner::host);
+    const auto bytes = handles.Bytes(handle);
+    result.preRenderData.assign(bytes.begin(), bytes.end());
+}
+
+void Instance::Impl::EndPreRenderData(const PF_PreRenderOutput& output) {
+    if (!output.pre_render_data) return;
+    auto& handles = host.State().handles;
+    const auto handle = static_cast<PF_Handle>(output.pre_render_data);
+    if (!output.delete_pre_render_data_func) {
+        handles.Dispose(handle, host.options.keepFreedHandles);
+        return;
+    }
+    const CommandScope scope(host, kDeletePreRenderData, nullptr, nullptr);
+    try {
+        output.delete_pre_render_data_func(output.pre_render_data);
+    } catch (...) {
+        host.State().AddMisuse("an exception left the effect in " + CommandName(kDeletePreRenderData));
+    }
+    handles.SetOwner(handle, Owner::effect);  // which should have freed it
+}
+
+Instance::Instance(Host& host) : impl_(std::make_unique<Impl>(host)) {}
+
+Instance::~Instance() = default;
+
+PF_Err Instance::SequenceSetup() {
+    return impl_->SequenceCommand(PF_Cmd_SEQUENCE_SETUP);
+}
+
+PF_Err Instance::SequenceResetup() {
+    return impl_->SequenceCommand(PF_Cmd_SEQUENCE_RESETUP);
+}
+
+PF_Err Instance::SequenceSetdown() {
+    return impl_->SequenceCommand(PF_Cmd_SEQUENCE_SETDOWN);
+}
+
+PF_Handle Instance::sequenceData() const {
+    return impl_->sequenceData;
+}
+
+void Instance::setSequenceData(PF_Handle handle) {
+    impl_->sequenceData = handle;
+}
+
+const PF_OutData& Instance::outData() const {
+    return impl_->out;
+}
+
+void Instance::Set(std::int32_t index, const ParamValue& value) {
+    const std::lock_guard lock(impl_->mutex);
+    auto& param = impl_->For(index, value);
+    param.value = value;
+    param.percent = false;
+}
+
+ParamValue Instance::Get(std::int32_t index) const {
+    const std::lock_guard lock(impl_->mutex);
+    return impl_->At(index).value;
+}
+
+void Instance::SetAt(std::int32_t time, std::int32_t index, const ParamValue& value) {
+    const std::lock_guard lock(impl_->mutex);
+    impl_->For(index, value);
+    impl_->overrides[{time, index}] = value;
+}
+
+SavedInstance Instance::Save() const {
+    SavedInstance saved;
+    {
+        const std::lock_guard lock(impl_->mutex);
+        for (const auto& param : impl_->params) {
+            const auto id = param.definition.uu.id;
+            saved.params[id] = param.value;
+            if (param.percent) saved.percentPoints.insert(id);
+        }
+    }
+    const auto bytes = impl_->host.State().handles.Bytes(impl_->sequenceData);
+    saved.sequenceData.assign(bytes.begin(), bytes.end());
+    return saved;
+}
+
+void Instance::Load(const SavedInstance& saved) {
+    {
+        const std::lock_guard lock(impl_->mutex);
+        for (std::size_t i = 0; i < impl_->params.size(); ++i) {
+            const auto id = impl_->params[i].definition.uu.id;
+            const auto found = saved.params.find(id);
+            if (found == saved.params.end()) continue;
+            auto& param = impl_->For(static_cast<std::int32_t>(i + 1), found->second);
+            param.value = found->second;
+            param.percent = saved.percentPoints.contains(id);
+        }
+    }
+    auto& handles = impl_->host.State().handles;
+    const bool recycle = impl_->host.options.keepFreedHandles;
+    handles.Dispose(impl_->sequenceData, recycle);
+    impl_->sequenceData = nullptr;
+    if (saved.sequenceData.empty()) return;
+    impl_->sequenceData = handles.New(saved.sequenceData.size(), Owner::host, recycle);
+    if (!impl_->sequenceData) throw std::bad_alloc();
+    std::ranges::copy(saved.sequenceData, handles.Bytes(impl_->sequenceData).begin());
+}
+
+RenderResult Instance::SmartRender(const RenderSettings& settings, bool render) {
+    auto& host = impl_->host;
+    if (host.options.personality == Personality::editor) {
+        throw std::logic_error("the editing host has no smart render");
+    }
+    RenderResult result;
+    RenderJob job = impl_->MakeJob(settings);
+    if (settings.input) job.inputRecord = &job.input;
+    if (settings.output) job.outputRecord = &job.output;
+    const auto request = RequestOf(settings, job);
+
+    PF_PreRenderInput preInput{};
+    preInput.output_request = request;
+    preInput.bitdepth = BitDepth(settings);
+    result.preRenderOutput.result_rect = settings.initialResultRect;
+    result.preRenderOutput.max_result_rect = settings.initialResultRect;
+    PF_PreRenderCallbacks preCallbacks{CheckoutLayer, nullptr};
+    PF_PreRenderExtra preExtra{&preInput, &result.preRenderOutput, &preCallbacks};
+    PF_InData in = impl_->Record(settings, job);
+    result.preRender = host.Send(PF_Cmd_SMART_PRE_RENDER, &in, &result.outData, nullptr, nullptr, &preExtra, &job);
+    result.inputRequest = job.inputRequest;
+    impl_->TakePreRenderData(result);
+    if (result.preRender == PF_Err_NONE) impl_->CheckPreRender(result.preRenderOutput, request.rect);
+
+    if (render && result.preRender == PF_Err_NONE) {
+        PF_SmartRenderInput renderInput{};
+        renderInput.output_request = request;
+        renderInput.bitdepth = preInput.bitdepth;
+        renderInput.pre_render_data = result.preRenderOutput.pre_render_data;
+        PF_SmartRenderCallbacks callbacks{CheckoutLayerPixels, CheckinLayerPixels, CheckoutOutput};
+        PF_SmartRenderExtra extra{&renderInput, &callbacks};
+        in = impl_->Record(settings, job);
+        result.outData = {};
+        result.rendered = true;
+        result.render = host.Send(PF_Cmd_SMART_RENDER, &in, &result.outData, nullptr, nullptr, &extra, &job);
+        impl_->CheckRecords(job, job.input);
+    }
+    impl_->EndPreRenderData(result.preRenderOutput);
+    return result;
+}
+
+RenderResult Instance::PlainRender(const RenderSettings& settings) {
+    RenderResult result;
+    RenderJob job = impl_->MakeJob(settings);
+
+    PF_ParamDef layer{};
+    layer.param_type = PF_Param_LAYER;
+    layer.u.ld = job.input;
+    std::vector<PF_ParamDef*> params{&layer};
+    params.insert(params.end(), settings.plainParams.begin(), settings.plainParams.end());
+    params.resize(std::max(params.size(), job.params.size() + 1));
+
+    PF_InData in = impl_->Record(settings, job);
+    result.rendered = true;
+    result.render = impl_->host.Send(PF_Cmd_RENDER, &in, &result.outData, params.data(),
+                                     settings.output ? &job.output : nullptr, nullptr, &job);
+    impl_->CheckRecords(job, layer.u.ld);
+    return result;
+}
+
+}  // namespace refhost
