@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdint>
 #include <cstring>
 #include <memory>
@@ -11,6 +12,7 @@
 #include <string>
 #include <string_view>
 
+#include "checked_file.h"
 #include "errors.h"
 #include "output_file.h"
 #include "quiet.h"
@@ -25,12 +27,11 @@ using OIIO::TypeDesc;
 
 constexpr auto kStraightAlpha = "oiio:UnassociatedAlpha";
 
-// `error` may hold several lines; the user gets one.
-[[noreturn]] void Fail(const std::filesystem::path& file, std::string_view what, std::string error) {
-    std::replace(error.begin(), error.end(), '\n', ' ');
-    while (error.ends_with(' '))
-        error.pop_back();
-    throw std::runtime_error(file.string() + ": " + std::string(what) + (error.empty() ? "" : ": ") + error);
+// Of `error`, which may go on for many lines, the user gets the first.
+[[noreturn]] void Fail(const std::filesystem::path& file, std::string_view what, std::string_view error = "") {
+    error = error.substr(0, error.find('\n'));
+    throw std::runtime_error(file.string() + ": " + std::string(what) + (error.empty() ? "" : ": ") +
+                             std::string(error));
 }
 
 TypeDesc TypeOf(Depth depth) {
@@ -124,8 +125,9 @@ ImageSpec Arranged(const ImageSpec& file, const Channels& channels) {
     }
     spec.nchannels = static_cast<int>(spec.channelnames.size());
 
-    // What was true of the old pixels only.
-    for (const auto* name : {"oiio:SHA-1", "oiio:ConstantColor", "oiio:AverageColor", "oiio:subimages"}) {
+    // What was true of the old pixels only, or promises smaller versions of the picture that are not written.
+    for (const auto* name : {"oiio:SHA-1", "oiio:ConstantColor", "oiio:AverageColor", "oiio:subimages",
+                             "textureformat", "openexr:levelmode", "openexr:roundingmode"}) {
         spec.erase_attribute(name);
     }
     // A grey picture becomes colour, a picture of single bits becomes bytes.
@@ -317,8 +319,8 @@ bool WritePixels(ImageOutput& writer, const Picture& picture, const PictureFile&
 
 PictureFile ReadPicture(const std::filesystem::path& file, std::optional<Depth> depth) {
     std::error_code ignored;
-    if (!std::filesystem::exists(file, ignored)) Fail(file, "no such file", "");
-    if (std::filesystem::is_directory(file, ignored)) Fail(file, "is a folder, not a picture", "");
+    if (!std::filesystem::exists(file, ignored)) Fail(file, "no such file");
+    if (std::filesystem::is_directory(file, ignored)) Fail(file, "is a folder, not a picture");
 
     const QuietStderr quiet;
     ImageSpec asStored;
@@ -326,8 +328,8 @@ PictureFile ReadPicture(const std::filesystem::path& file, std::optional<Depth> 
     const auto input = ImageInput::open(file.string(), &asStored);
     if (!input) Fail(file, "cannot be read", OIIO::geterror());
     const auto& spec = input->spec();
-    if (spec.deep) Fail(file, "deep pictures are not supported", "");
-    if (spec.depth > 1) Fail(file, "volumes are not supported", "");
+    if (spec.deep) Fail(file, "deep pictures are not supported");
+    if (spec.depth > 1) Fail(file, "volumes are not supported");
 
     const auto channels = Locate(spec);
     PictureFile result;
@@ -351,35 +353,46 @@ void CheckOutput(const std::filesystem::path& output, const std::filesystem::pat
     }
     const auto folder = std::filesystem::absolute(output).parent_path();
     if (!std::filesystem::is_directory(folder, error)) Fail(output, "no such folder", folder.string());
-    if (::access(folder.c_str(), W_OK) != 0) Fail(output, "no permission to write in the folder", "");
+    if (::access(folder.c_str(), W_OK) != 0) Fail(output, "no permission to write in the folder");
 }
 
 void CheckChannels(const std::filesystem::path& output, const PictureFile& picture) {
     if (picture.others.empty() || WriterFor(output)->supports("nchannels")) return;
     const auto& names = picture.spec.channelnames;
-    Fail(output, "this format has no room for the input's channel \"" + names.back() + "\"", "");
+    Fail(output, "this format has no room for the input's channel \"" + names.back() + "\"");
 }
 
 void WritePicture(const std::filesystem::path& file, const PictureFile& source) {
+    // The order of these is that in which a failure needs them: the writer lets go of its file before that goes.
     const QuietStderr quiet;
+    OutputFile output(file);
+    std::optional<CheckedFile> checked;
     const auto writer = WriterFor(file);
+
     const auto stored = AlphaOf(writer->format_name());
     const bool drops = !writer->supports("alpha");
     const bool associate = source.hasAlpha() && source.straight && (stored == Alpha::associated || drops);
     const bool separate = source.hasAlpha() && !source.straight && stored == Alpha::straight && !drops;
-
     Picture converted;
     if (associate) converted = Converted(source.picture, Associate);
     if (separate) converted = Converted(source.picture, Unassociate);
     const Picture& picture = associate || separate ? converted : source.picture;
 
-    OutputFile output(file);
     const auto spec = Fitted(source.spec, *writer, (source.straight && !associate) || separate);
-    if (!writer->open(output.temporary().string(), spec) || !WritePixels(*writer, picture, source) ||
-        !writer->close()) {
-        Fail(file, "cannot be written", writer->geterror());
+    // The TIFF writer is not made for files that are not its own, and reports what it could not write.
+    const bool tiff = std::string_view(writer->format_name()) == "tiff";
+    if (!tiff && writer->supports("ioproxy")) {
+        checked.emplace(output.temporary().string());
+        if (!checked->Complete()) Fail(file, "cannot be written", std::strerror(errno));
+        writer->set_ioproxy(&*checked);
     }
-    writer->geterror();  // complaints about metadata that the format could not take
+    const bool written =
+        writer->open(output.temporary().string(), spec) && WritePixels(*writer, picture, source) && writer->close();
+    const auto error = writer->geterror();
+    // Close succeeds whatever happened in it. A camera's notes that cannot be kept are no loss of the picture.
+    const bool complained = !error.empty() && !error.ends_with("of the Exif data");
+    if (!written || complained) Fail(file, "cannot be written", error);
+    if (checked && !checked->Complete()) Fail(file, "cannot be written", "the disk did not take all of it");
     output.Commit();
 }
 

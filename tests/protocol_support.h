@@ -1,0 +1,358 @@
+// Helpers for tests of what host and effect say to each other.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <functional>
+#include <optional>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "entry/entry_points.h"
+#include "params/params.h"
+#include "reference_host/host.h"
+
+namespace protocol {
+
+// ---- The effect -----------------------------------------------------------------------------------------------
+
+inline refhost::PluginLibrary Binary() {
+    static const refhost::PluginLibrary binary(NUV_PLUGIN_PATH);
+    return binary;
+}
+
+// The same effect, linked into the test: an exception from one of the test's callbacks reaches its handlers on
+// every system, and the test reaches its render mutex.
+inline refhost::PluginLibrary Linked() {
+    return {nuv::Dispatch, [](PF_PluginDataPtr inPtr, PF_PluginDataCB callback, SPBasicSuite*, const char*,
+                              const char*) { return nuv::ReportPluginData(inPtr, callback); }};
+}
+
+// Stands between host and effect, and may change what the host passes before the effect sees it.
+struct Between {
+    static inline EffectMainType effect = nullptr;
+    static inline std::function<void(PF_Cmd, PF_InData&, void* extra)> change;
+
+    static refhost::PluginLibrary Put(const refhost::PluginLibrary& library) {
+        effect = library.effectMain;
+        change = nullptr;
+        return {Main, library.pluginDataEntryFunction};
+    }
+
+private:
+    static PF_Err Main(PF_Cmd cmd, PF_InData* inData, PF_OutData* outData, PF_ParamDef* params[],
+                       PF_LayerDef* output, void* extra) {
+        if (change) change(cmd, *inData, extra);
+        return effect(cmd, inData, outData, params, output, extra);
+    }
+};
+
+// A basic suite of the test's own, which notes what it is asked. One at a time.
+class FakeBasic {
+public:
+    struct Answer {
+        std::int32_t code;
+        const void* suite;
+    };
+
+    FakeBasic() { current_ = this; }
+    ~FakeBasic() { current_ = nullptr; }
+    FakeBasic(const FakeBasic&) = delete;
+    FakeBasic& operator=(const FakeBasic&) = delete;
+
+    SPBasicSuite suite{Acquire, Release, nullptr, nullptr, nullptr, nullptr, nullptr};
+    std::function<Answer(const std::string& name, std::int32_t version)> onAcquire;
+    std::function<std::int32_t(const std::string& name, std::int32_t version)> onRelease;
+    std::vector<std::string> acquired;  // "PF World Suite 2"
+    std::vector<std::string> released;
+
+private:
+    static std::int32_t Acquire(const char* name, std::int32_t version, const void** suite) {
+        current_->acquired.push_back(name + (" " + std::to_string(version)));
+        const Answer answer = current_->onAcquire(name, version);
+        *suite = answer.suite;
+        return answer.code;
+    }
+    static std::int32_t Release(const char* name, std::int32_t version) {
+        current_->released.push_back(name + (" " + std::to_string(version)));
+        return current_->onRelease ? current_->onRelease(name, version) : 0;
+    }
+
+    static inline FakeBasic* current_ = nullptr;
+};
+
+// ---- What was said --------------------------------------------------------------------------------------------
+
+using Lines = std::vector<std::string>;
+
+// "AcquireSuite PF World Suite 2", "abort"
+inline std::string Line(const refhost::CallRecord& call) {
+    std::string line(refhost::Name(call.call));
+    return call.detail.empty() ? line : line + " " + call.detail;
+}
+
+inline Lines CallsOf(const refhost::Account& account) {
+    Lines lines;
+    for (const auto& call : account.Calls())
+        lines.push_back(Line(call));
+    return lines;
+}
+
+// Records calls, and iterates on one thread only: the order is then the same in every run.
+inline refhost::HostOptions InOrder(refhost::Personality personality = refhost::Personality::compositor) {
+    refhost::HostOptions options;
+    options.personality = personality;
+    options.iterationThreads = 1;
+    options.recordCalls = true;
+    return options;
+}
+
+// ---- Faults ---------------------------------------------------------------------------------------------------
+
+inline constexpr PF_Err kFault = 77;  // a code that no part of the effect has of its own
+
+inline refhost::FaultPlan Fail(refhost::Call call, std::int64_t index, PF_Err code = kFault) {
+    return [=](const refhost::CallRecord& record) {
+        return record.call == call && record.index == index ? std::optional(code) : std::nullopt;
+    };
+}
+
+// Every call that reads like this one.
+inline refhost::FaultPlan Fail(const std::string& line, PF_Err code = kFault) {
+    return [=](const refhost::CallRecord& record) {
+        return Line(record) == line ? std::optional(code) : std::nullopt;
+    };
+}
+
+// ---- Records --------------------------------------------------------------------------------------------------
+
+template <class Record>
+std::vector<std::byte> BytesOf(const Record& record) {
+    std::vector<std::byte> bytes(sizeof record);
+    std::memcpy(bytes.data(), &record, sizeof record);
+    return bytes;
+}
+
+// Filled with a pattern, so that a field that was written shows.
+inline PF_OutData PoisonedOutData() {
+    PF_OutData outData;
+    std::memset(&outData, 0x5A, sizeof outData);
+    return outData;
+}
+
+constexpr PF_Fixed Fixed(double value) {
+    return static_cast<PF_Fixed>(value * 65536);
+}
+
+// ---- Renders --------------------------------------------------------------------------------------------------
+
+enum class Way { smart, plain };
+
+// An instance of the effect on a layer of 6 x 3 pixels at (1, 1). Each parameter, and the layer's offset in a
+// smart render, makes a difference in the picture.
+class Scene {
+public:
+    static constexpr int kWidth = 6, kHeight = 3;
+
+    explicit Scene(refhost::HostOptions options = InOrder(), refhost::PluginLibrary library = Binary())
+        : host(std::move(library), std::move(options)), instance(SetUp(host)) {
+        const bool editor = host.options().personality == refhost::Personality::editor;
+        UseFormat(editor ? kFormatBgra8 : kFormatArgb8);
+        settings.input = &input;
+        settings.output = &output;
+        settings.currentTime = 7;
+        settings.timeStep = 2;
+        settings.timeScale = 30;
+        for (std::int32_t index = 1; index < nuv::PARAM_COUNT; ++index)
+            instance.Set(index, Value(index));
+        host.account().Reset();
+    }
+
+    void UseFormat(PF_PixelFormat format) { UseFormats(format, format); }
+
+    void UseFormats(PF_PixelFormat inputFormat, PF_PixelFormat outputFormat) {
+        input = refhost::World(
+            {.format = inputFormat, .width = kWidth, .height = kHeight, .padding = 12, .originX = 1, .originY = 1});
+        std::vector<std::byte> pixels = input.Pixels();
+        for (std::size_t i = 0; i < pixels.size(); ++i)
+            pixels[i] = static_cast<std::byte>((i * 37 + 11) % 63);
+        input.SetPixels(pixels);
+        output = refhost::World({.format = outputFormat, .width = kWidth, .height = kHeight, .padding = 8});
+    }
+
+    static refhost::ParamValue Value(std::int32_t index) {
+        switch (index) {
+            case nuv::PARAM_FRAME_CENTER:
+                return refhost::PointValue{Fixed(2.75), Fixed(1.25)};
+            case nuv::PARAM_MODE:
+                return refhost::PopupValue{2};
+            case nuv::PARAM_SCALING:
+                return refhost::PopupValue{3};
+            case nuv::PARAM_AMOUNT:
+                return refhost::SliderValue{90.0};
+            default:
+                return refhost::PopupValue{2};
+        }
+    }
+
+    // What a check-out that failed leaves of a parameter.
+    static refhost::ParamValue Zero(std::int32_t index) {
+        switch (index) {
+            case nuv::PARAM_FRAME_CENTER:
+                return refhost::PointValue{};
+            case nuv::PARAM_AMOUNT:
+                return refhost::SliderValue{};
+            default:
+                return refhost::PopupValue{};
+        }
+    }
+
+    // Renders into a fresh, poisoned output, after forgetting earlier calls. The first code that is not 0.
+    PF_Err Render(Way way) {
+        output = refhost::World(output.layout());
+        host.account().Reset();
+        result = way == Way::smart ? instance.SmartRender(settings) : instance.PlainRender(settings);
+        return result.preRender != PF_Err_NONE ? result.preRender : result.render;
+    }
+
+    // The picture of a render in which nothing fails.
+    std::vector<std::byte> CleanPicture(Way way) {
+        const auto faults = std::exchange(host.options().faults, nullptr);
+        EXPECT_EQ(Render(way), PF_Err_NONE);
+        EXPECT_FALSE(OutputUntouched());
+        host.options().faults = faults;
+        return output.Pixels();
+    }
+
+    bool OutputUntouched() const {
+        return std::ranges::all_of(output.Pixels(),
+                                   [](std::byte b) { return b == std::byte{refhost::World::kPoison}; });
+    }
+
+    Lines Calls() { return CallsOf(host.account()); }
+    Lines Outstanding() { return host.account().Outstanding(); }
+    Lines Misuse() { return host.account().Misuse(); }
+
+    refhost::Host host;
+    refhost::Instance instance;
+    refhost::World input, output;
+    refhost::RenderSettings settings;
+    refhost::RenderResult result;
+
+private:
+    static refhost::Host& SetUp(refhost::Host& host) {
+        const auto faults = std::exchange(host.options().faults, nullptr);
+        host.SetUp();
+        host.options().faults = faults;
+        return host;
+    }
+};
+
+// ---- A render, call by call -----------------------------------------------------------------------------------
+
+// What the output holds afterwards.
+struct Picture {
+    enum class Kind { asClean, untouched, topRows, zeroParameter, withoutOffset, anything };
+    Kind kind;
+    int number = 0;  // of rows, or of the parameter
+};
+inline constexpr Picture kAsClean{Picture::Kind::asClean};
+inline constexpr Picture kUntouched{Picture::Kind::untouched};
+inline constexpr Picture kWithoutOffset{Picture::Kind::withoutOffset};
+inline constexpr Picture kAnything{Picture::Kind::anything};
+constexpr Picture TopRows(int rows) {
+    return {Picture::Kind::topRows, rows};
+}
+constexpr Picture ZeroParameter(int index) {
+    return {Picture::Kind::zeroParameter, index};
+}
+
+// One call that the effect makes in a render in which nothing fails, and what is promised if this call fails with
+// kFault.
+struct Step {
+    const char* call;
+    PF_Err code;
+    Picture picture;
+    const char* kept = nullptr;    // the one thing that is not given back
+    const char* misuse = nullptr;  // the one thing that the host may complain of
+};
+
+inline void ExpectOrder(Scene& scene, Way way, std::span<const Step> steps) {
+    EXPECT_EQ(scene.Render(way), PF_Err_NONE);
+    Lines expected;
+    for (const Step& step : steps)
+        expected.push_back(step.call);
+    EXPECT_EQ(scene.Calls(), expected);
+    EXPECT_EQ(scene.Outstanding(), Lines());
+    EXPECT_EQ(scene.Misuse(), Lines());
+}
+
+namespace detail {
+
+inline std::vector<std::byte> Expected(Scene& scene, Way way, const Picture& picture) {
+    switch (picture.kind) {
+        case Picture::Kind::untouched:
+            return refhost::World(scene.output.layout()).Pixels();
+        case Picture::Kind::topRows: {
+            auto pixels = scene.CleanPicture(way);
+            const auto rowBytes = static_cast<std::ptrdiff_t>(pixels.size()) / Scene::kHeight;
+            std::fill(pixels.begin() + rowBytes * picture.number, pixels.end(), std::byte{refhost::World::kPoison});
+            return pixels;
+        }
+        case Picture::Kind::zeroParameter: {
+            scene.instance.Set(picture.number, Scene::Zero(picture.number));
+            auto pixels = scene.CleanPicture(way);
+            scene.instance.Set(picture.number, Scene::Value(picture.number));
+            EXPECT_NE(pixels, scene.CleanPicture(way)) << "parameter " << picture.number << " makes no difference";
+            return pixels;
+        }
+        case Picture::Kind::withoutOffset: {
+            auto pixels = scene.CleanPicture(Way::plain);
+            EXPECT_NE(pixels, scene.CleanPicture(Way::smart)) << "the offset makes no difference";
+            return pixels;
+        }
+        default:
+            return scene.CleanPicture(way);
+    }
+}
+
+}  // namespace detail
+
+// Fails every call of the render in turn. After each failure the same instance renders as if nothing had been.
+inline void ExpectEveryFailure(Scene& scene, Way way, std::span<const Step> steps) {
+    const auto clean = scene.CleanPicture(way);
+    const auto calls = scene.host.account().Calls();
+    ASSERT_EQ(calls.size(), steps.size());
+    const auto source = scene.input.Pixels();
+
+    for (std::size_t i = 0; i < steps.size(); ++i) {
+        const Step& step = steps[i];
+        SCOPED_TRACE("step " + std::to_string(i) + ", " + step.call);
+        const auto expected = detail::Expected(scene, way, step.picture);
+
+        scene.host.options().faults = Fail(calls[i].call, calls[i].index);
+        EXPECT_EQ(scene.Render(way), step.code);
+        if (step.picture.kind != Picture::Kind::anything) {
+            EXPECT_EQ(scene.output.Pixels(), expected);
+        }
+        EXPECT_EQ(scene.output.Surroundings(), "");
+        EXPECT_EQ(scene.input.Pixels(), source);
+        EXPECT_EQ(scene.input.Surroundings(), "");
+        EXPECT_EQ(scene.Outstanding(), step.kept ? Lines{step.kept} : Lines());
+        EXPECT_EQ(scene.Misuse(), step.misuse ? Lines{step.misuse} : Lines());
+
+        scene.host.options().faults = nullptr;
+        scene.host.account().Reclaim();
+        EXPECT_EQ(scene.Render(way), PF_Err_NONE);
+        EXPECT_EQ(scene.output.Pixels(), clean);
+        EXPECT_EQ(scene.Outstanding(), Lines());
+    }
+}
+
+}  // namespace protocol
