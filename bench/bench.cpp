@@ -61,8 +61,8 @@ refhost::World Noise(Size size, PF_PixelFormat format) {
 
 void ReportPixels(benchmark::State& state, Size size) {
     const auto pixels = static_cast<double>(size.width) * size.height;
-    state.counters["ns/pixel"] = benchmark::Counter(
-        pixels * 1e-9, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+    state.counters["per pixel"] =
+        benchmark::Counter(pixels, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
 void Frame(benchmark::State& state, Size size, Depth depth, int scaling) {
