@@ -485,19 +485,12 @@ TEST(Resolution, FollowsTheFormulasWhenReducedAlsoDifferentlyInXAndY) {
 TEST(Resolution, ThatNoHostShouldSendStaysInsideTheRowsAndFollowsTheFormulas) {
     Stage stage;
     constexpr std::uint32_t kGreatest = std::numeric_limits<std::uint32_t>::max();
-    const PF_RationalScale scales[] = {{1, 1},
-                                       {2, 1},
-                                       {3, 2},
-                                       {0, 0},
-                                       {1, 0},
-                                       {-1, 0},
-                                       {0, 1},
-                                       {-1, 2},
-                                       {1, kGreatest},
-                                       {kMostPositive, 1},
-                                       {-3, 1},
-                                       {7, 1u},
-                                       {kMostNegative, 1}};
+    const PF_RationalScale scales[] = {{1, 1},         {2, 1},
+                                       {3, 2},         {0, 0},
+                                       {1, 0},         {-1, 0},
+                                       {0, 1},         {-1, 2},
+                                       {1, kGreatest}, {kMostPositive, 1},
+                                       {-3, 1},        {kMostNegative, 1}};
     std::uint64_t seed = 700;
     for (PF_RationalScale x : scales) {
         for (PF_RationalScale y : scales) {
@@ -505,11 +498,9 @@ TEST(Resolution, ThatNoHostShouldSendStaysInsideTheRowsAndFollowsTheFormulas) {
             scene.seed = ++seed;
             scene.downsampleX = x;
             scene.downsampleY = y;
-            scene.scaling = 1 + static_cast<int>(seed % 3);
-            for (double amount : {66.0, 0.0, -66.0}) {
-                scene.amount = amount;
-                ExpectAsModel(stage, scene);
-            }
+            scene.scaling = 1 + static_cast<int>(seed / 3 % 3);
+            scene.amount = 66.0 * (static_cast<double>(seed % 3) - 1);
+            ExpectAsModel(stage, scene);
         }
     }
 }
@@ -522,16 +513,14 @@ TEST(Size, OfOnePixelOneRowAndOneColumnFollowsTheFormulas) {
     for (PF_PixelFormat format : kFormats) {
         for (auto [width, height] :
              {std::pair{1, 1}, {1, 2}, {2, 1}, {1, 7}, {7, 1}, {1, 40}, {40, 1}, {2, 2}, {3, 16}}) {
-            for (int scaling = 1; scaling <= 3; ++scaling) {
-                Scene scene = SceneOf(format, width, height);
-                scene.seed = ++seed;
-                scene.scaling = scaling;
-                scene.amount = 90;
-                ExpectAsModel(stage, scene);
-                scene.center = Whole(-2, 3);
-                scene.amount = -90;
-                ExpectAsModel(stage, scene);
-            }
+            Scene scene = SceneOf(format, width, height);
+            scene.seed = ++seed;
+            scene.scaling = 1 + static_cast<int>(seed % 3);
+            scene.amount = 90;
+            ExpectAsModel(stage, scene);
+            scene.center = Whole(-2, 3);
+            scene.amount = -90;
+            ExpectAsModel(stage, scene);
         }
     }
 }
