@@ -1,8 +1,8 @@
 // Whole frames through the plug-in binary and each stage alone, beside a copy of the same bytes in the same run.
 //
-// Names read "frame/WIDTHxHEIGHT/DEPTH/SCALING", "copy/…" and "stage/…/WHICH". A frame and its copy use two
-// threads, a stage one. The host hands freed blocks out again, so that what is timed is the effect and not the
-// operating system's page faults.
+// Names read "frame/WIDTHxHEIGHT/DEPTH/SCALING", "copy/…" and "stage/…/WHICH". The host iterates on two threads,
+// and a frame's copy uses as many; a stage and its copy run on one. The host hands freed blocks out again, so that
+// what is timed is the effect and not the operating system's page faults.
 #include <benchmark/benchmark.h>
 
 #include <cstring>
@@ -84,7 +84,7 @@ void Frame(benchmark::State& state, Size size, Depth depth, int scaling) {
     ReportPixels(state, size);
 }
 
-void Copy(benchmark::State& state, Size size, Depth depth) {
+void Copy(benchmark::State& state, Size size, Depth depth, int threads) {
     const refhost::World input = Noise(size, depth.format);
     refhost::World output({.format = depth.format, .width = size.width, .height = size.height});
     const auto copyRows = [&](int first, int end) {
@@ -92,9 +92,12 @@ void Copy(benchmark::State& state, Size size, Depth depth) {
             std::memcpy(output.Row(y).data(), input.Row(y).data(), input.Row(y).size());
     };
     for (auto _ : state) {
-        std::thread half(copyRows, 0, size.height / 2);
-        copyRows(size.height / 2, size.height);
-        half.join();
+        std::vector<std::jthread> others;
+        for (int i = 1; i < threads; ++i) {
+            others.emplace_back(copyRows, size.height * i / threads, size.height * (i + 1) / threads);
+        }
+        copyRows(0, size.height / threads);
+        others.clear();
         benchmark::ClobberMemory();
     }
     ReportPixels(state, size);
@@ -176,10 +179,11 @@ int main(int argc, char** argv) {
         for (const Depth& depth : kDepths) {
             const std::string shape =
                 "/" + std::to_string(size.width) + "x" + std::to_string(size.height) + "/" + depth.name;
-            Register("copy" + shape, Copy, size, depth);
+            Register("copy" + shape, Copy, size, depth, 2);
             for (int scaling = 0; scaling < 3; ++scaling) {
                 Register("frame" + shape + "/" + kScalings[scaling], Frame, size, depth, scaling);
             }
+            Register("stage" + shape + "/copy", Copy, size, depth, 1);
             Register("stage" + shape + "/in", Stage, size, depth, 0, &Stages::In);
             for (int scaling = 0; scaling < 3; ++scaling) {
                 Register("stage" + shape + "/workers/" + kScalings[scaling], Stage, size, depth, scaling,

@@ -42,8 +42,9 @@ void Canvas::Fill(const Box& box, const Inside& inside, const Rgb& color) {
     const auto coverage = [&](int x, int y) {
         int covered = 0;
         for (int i = 0; i < kSamples * kSamples; ++i) {
-            const double sampleX = UnitX(x + (i % kSamples + 0.5) / kSamples);
-            const double sampleY = UnitY(y + (i / kSamples + 0.5) / kSamples);
+            const int column = i % kSamples, row = i / kSamples;
+            const double sampleX = UnitX(x + (column + 0.5) / kSamples);
+            const double sampleY = UnitY(y + (row + 0.5) / kSamples);
             covered += sampleX >= box.left && sampleX < box.right && sampleY >= box.top && sampleY < box.bottom &&
                        inside(sampleX, sampleY);
         }

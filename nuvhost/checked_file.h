@@ -23,7 +23,9 @@ public:
     }
 
     // Whether the file could be made and has taken every byte so far.
-    bool Complete() { return handle() != nullptr && std::fflush(handle()) == 0 && complete_; }
+    bool Complete() {
+        return handle() != nullptr && std::fflush(handle()) == 0 && std::ferror(handle()) == 0 && complete_;
+    }
 
 private:
     std::size_t Checked(std::size_t written, std::size_t size) {

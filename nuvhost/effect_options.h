@@ -15,7 +15,8 @@ inline void AddCenterOption(CLI::App& command, Center& center) {
     command
         .add_option_function<std::string>(
             "--center", [&center](const std::string& text) { center = ParseCenter("--center", text); },
-            "Centre of the enlargement in pixels or percent, also mixed; may lie outside (default: 50%,50%)")
+            "Centre of the enlargement in pixels or percent, also mixed; may lie outside. The effect mirrors Y: at "
+            "the top it enlarges about the bottom edge (default: 50%,50%)")
         ->type_name("X,Y");
 }
 

@@ -12,7 +12,7 @@ namespace nuvhost {
 // Throws std::runtime_error when the font is not installed.
 inline const std::string& FontName() {
     static const std::string kName = [] {
-        const std::string name = "DejaVuSans";
+        std::string name = "DejaVuSans";
         if (!OIIO::ImageBufAlgo::text_size("x", 16, name).defined()) {
             OIIO::geterror();
             throw std::runtime_error("the font " + name + " is not installed (package fonts-dejavu-core)");

@@ -3,6 +3,8 @@
 
 #include <cstdio>
 #include <exception>
+#include <new>
+#include <string>
 
 #include "commands.h"
 #include "errors.h"
@@ -13,14 +15,12 @@ constexpr auto kVersion = "nuvhost " NUVHOST_VERSION;
 constexpr int kFailure = 1;
 constexpr int kUsage = 2;
 
-int Report(const std::string& text, int exitCode) {
-    std::fprintf(stderr, "nuvhost: %s\n", text.c_str());
+int Report(const char* text, int exitCode) {
+    std::fprintf(stderr, "nuvhost: %s\n", text);
     return exitCode;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int Run(int argc, char** argv) {
     CLI::App program("Renders pictures through the effect NUV Chromatic Aberration.", "nuvhost");
     program.require_subcommand(0, 1);
     program.get_formatter()->column_width(44);
@@ -33,19 +33,30 @@ int main(int argc, char** argv) {
     program.set_version_flag("--version", kVersion, "Print the version and exit");
     try {
         program.parse(argc, argv);
-        if (program.get_subcommands().empty()) return Report("no command; nuvhost --help lists them", kUsage);
     } catch (const CLI::ArgumentMismatch& error) {
         const std::string text = error.what();  // starts with the option's name and a colon
-        return Report(text.substr(0, text.find(':')) + ": takes exactly one value", kUsage);
+        throw nuvhost::UsageError(text.substr(0, text.find(':')) + ": takes exactly one value");
     } catch (const CLI::ParseError& error) {
         const bool asked = error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success);
-        return asked ? program.exit(error) : Report(error.what(), kUsage);
+        if (asked) return program.exit(error);
+        throw nuvhost::UsageError(error.what());
+    }
+    if (program.get_subcommands().empty()) throw nuvhost::UsageError("no command; nuvhost --help lists them");
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        return Run(argc, argv);
     } catch (const nuvhost::UsageError& error) {
         return Report(error.what(), kUsage);
     } catch (const std::bad_alloc&) {
         return Report("out of memory", kFailure);
     } catch (const std::exception& error) {
         return Report(error.what(), kFailure);
+    } catch (...) {
+        return Report("unknown failure", kFailure);
     }
-    return 0;
 }

@@ -11,6 +11,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <system_error>
 
 #include "checked_file.h"
 #include "errors.h"
@@ -46,7 +47,7 @@ TypeDesc TypeOf(Depth depth) {
     return TypeDesc::FLOAT;
 }
 
-Depth DepthFor(TypeDesc type) {
+Depth DepthFor(const TypeDesc& type) {
     if (type == TypeDesc::UINT8) return Depth::bits8;
     if (type == TypeDesc::UINT16) return Depth::bits16;
     return Depth::bits32;
@@ -186,7 +187,7 @@ std::vector<std::byte> CutOthers(const std::vector<std::byte>& native, const Ima
     return cut;
 }
 
-std::vector<std::byte> ReadPixels(ImageInput& input, TypeDesc type, const std::filesystem::path& file) {
+std::vector<std::byte> ReadPixels(ImageInput& input, const TypeDesc& type, const std::filesystem::path& file) {
     const auto& spec = input.spec();
     const bool native = type == TypeDesc::UNKNOWN;
     const auto channels = static_cast<std::size_t>(spec.nchannels);
@@ -285,7 +286,7 @@ ImageSpec Fitted(ImageSpec spec, const ImageOutput& writer, bool straight) {
 std::vector<std::byte> Assembled(const Picture& picture, const PictureFile& source, const ImageSpec& written) {
     const auto pixelBytes = static_cast<OIIO::stride_t>(written.pixel_bytes(true));
     std::vector<std::byte> pixels(picture.pixelCount() * written.pixel_bytes(true));
-    const auto put = [&](int channel, const std::byte* from, TypeDesc type, std::size_t step) {
+    const auto put = [&](int channel, const std::byte* from, const TypeDesc& type, std::size_t step) {
         OIIO::convert_image(1, picture.width, picture.height, 1, from, type, static_cast<OIIO::stride_t>(step),
                             OIIO::AutoStride, OIIO::AutoStride,
                             pixels.data() + written.pixel_bytes(0, channel, true), written.channelformat(channel),
@@ -383,13 +384,14 @@ void WritePicture(const std::filesystem::path& file, const PictureFile& source) 
     const bool tiff = std::string_view(writer->format_name()) == "tiff";
     if (!tiff && writer->supports("ioproxy")) {
         checked.emplace(output.temporary().string());
-        if (!checked->Complete()) Fail(file, "cannot be written", std::strerror(errno));
+        if (!checked->Complete()) Fail(file, "cannot be written", std::generic_category().message(errno));
         writer->set_ioproxy(&*checked);
     }
     const bool written =
         writer->open(output.temporary().string(), spec) && WritePixels(*writer, picture, source) && writer->close();
     const auto error = writer->geterror();
-    // Close succeeds whatever happened in it. A camera's notes that cannot be kept are no loss of the picture.
+    // The TIFF writer's close succeeds whatever happened in it, and it complains when there are no Exif data at
+    // all.
     const bool complained = !error.empty() && !error.ends_with("of the Exif data");
     if (!written || complained) Fail(file, "cannot be written", error);
     if (checked && !checked->Complete()) Fail(file, "cannot be written", "the disk did not take all of it");

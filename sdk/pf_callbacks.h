@@ -7,12 +7,14 @@
 
 // Embedded in PF_InData. `ref` is PF_InData::effect_ref of the running command.
 struct PF_InteractCallbacks {
-    // Fills the caller's record with parameter `index` at a time, in units of 1/timeScale second. Host thread
-    // of the command only. Every check-out is answered by one check-in, also one that failed.
+    // Fills the caller's record with parameter `index` at a time, in units of 1/timeScale second. Command thread
+    // only. Every check-out is answered by one check-in, also one that failed.
     PF_Err (*checkout_param)(PF_ProgPtr ref, std::int32_t index, std::int32_t whatTime, std::int32_t timeStep,
                              std::uint32_t timeScale, PF_ParamDef* param);
+    // Ends the use of a checked-out record, which stays the caller's memory. Command thread, same command.
     PF_Err (*checkin_param)(PF_ProgPtr ref, PF_ParamDef* param);
-    // Parameter set-up only. Index -1 appends; the host copies the record and the strings it points to.
+    // Parameter set-up only, on its thread. Index -1 appends; the host copies the record and the strings it
+    // points to.
     PF_Err (*add_param)(PF_ProgPtr ref, std::int32_t index, PF_ParamDef* param);
     // Non-zero once the user has stopped the render; the code is to be returned unchanged. Command thread, or
     // the iteration thread with index 0.
@@ -29,6 +31,7 @@ struct PF_InteractCallbacks {
 struct PF_ANSICallbacks {
     PF_UnusedCallback atan, atan2, ceil, cos, exp, fabs, floor, fmod, hypot, log, log10, pow, sin, sqrt, tan;
     int (*sprintf)(char* buffer, const char* format, ...);
+    // Unbounded: the destination holds the whole source and its terminating zero. Any thread.
     char* (*strcpy)(char* destination, const char* source);
     PF_UnusedCallback asin, acos;
     std::int32_t unused_longA[1];
@@ -58,6 +61,7 @@ struct PF_UtilCallbacks {
     // Makes an 8-bit world in the caller's record; the caller gives it back with dispose_world. Sizes in pixels.
     PF_Err (*new_world)(PF_ProgPtr ref, std::int32_t width, std::int32_t height, std::int32_t newWorldFlags,
                         PF_EffectWorld* world);
+    // Frees the pixels of a world made by new_world; the record stays the caller's. Command thread.
     PF_Err (*dispose_world)(PF_ProgPtr ref, PF_EffectWorld* world);
     PF_UnusedCallback iterate_origin;
     PF_UnusedCallback iterate_lut;
@@ -67,7 +71,9 @@ struct PF_UtilCallbacks {
     PF_Handle (*host_new_handle)(A_HandleSize size);
     // The block's address, fixed until unlocked; null when it cannot be had.
     void* (*host_lock_handle)(PF_Handle handle);
+    // Ends one lock. The effect passes null as well, where an instance has no block.
     void (*host_unlock_handle)(PF_Handle handle);
+    // Ends the block's life. Unlocked first; not null.
     void (*host_dispose_handle)(PF_Handle handle);
     PF_UnusedCallback get_callback_addr;
     PF_UnusedCallback app;
@@ -77,7 +83,8 @@ struct PF_UtilCallbacks {
     A_HandleSize (*host_get_handle_size)(PF_Handle handle);  // bytes
     PF_UnusedCallback iterate_origin_non_clip_src;
     PF_UnusedCallback iterate_generic;
-    // May replace the handle that the second argument points to.
+    // Keeps the block's contents up to the smaller size. May replace the handle that the second argument points
+    // to; leaves block and handle as they are when it fails. The block is not locked.
     PF_Err (*host_resize_handle)(A_HandleSize size, PF_Handle* handle);
     PF_UnusedCallback subpixel_sample16;
     PF_UnusedCallback area_sample16;

@@ -17,11 +17,11 @@ struct PF_SoundWorld {
     void* dataP;
 };
 
-// From the host to the effect; the host's, for the length of the command.
+// From the host to the effect; the host's, with all that it points to, for the length of the command.
 struct PF_InData {
     PF_InteractCallbacks inter;
     PF_UtilCallbacks* utils;
-    PF_ProgPtr effect_ref;
+    PF_ProgPtr effect_ref;  // first argument of the callbacks
     std::int32_t quality;
     PF_SpecVersion version;
     std::int32_t serial_num;
@@ -37,23 +37,23 @@ struct PF_InData {
     std::uint32_t time_scale;
     std::int32_t field;
     PF_Fixed shutter_angle;
-    std::int32_t width;  // of the input layer, in pixels of the current (possibly reduced) resolution
+    std::int32_t width;  // of the input layer, in pixels
     std::int32_t height;
     PF_Rect extent_hint;
     std::int32_t output_origin_x;
     std::int32_t output_origin_y;
-    PF_RationalScale downsample_x;  // current resolution over full resolution, at most 1
+    PF_RationalScale downsample_x;  // current resolution over full resolution
     PF_RationalScale downsample_y;
-    PF_RationalScale pixel_aspect_ratio;
+    PF_RationalScale pixel_aspect_ratio;  // a pixel's width over its height
     std::int32_t in_flags;
-    PF_Handle global_data;
+    PF_Handle global_data;    // the effect's own for the whole session; null when it made none
     PF_Handle sequence_data;  // this instance's block, carried and saved by the host; null when there is none
     PF_Handle frame_data;
     std::int32_t start_sampL;
     std::int32_t dur_sampL;
     std::int32_t total_sampL;
     PF_SoundWorld src_snd;
-    SPBasicSuite* pica_basicP;
+    SPBasicSuite* pica_basicP;  // the way to every suite; null in a host without suites
     std::int32_t pre_effect_source_origin_x;
     std::int32_t pre_effect_source_origin_y;
     PF_Fixed shutter_phase;
@@ -65,7 +65,7 @@ struct PF_OutData {
     char name[32];
     PF_Handle global_data;
     std::int32_t num_params;       // parameter set-up; counts the input layer
-    PF_Handle sequence_data;       // sequence set-up: the new block, the host's from then on
+    PF_Handle sequence_data;       // sequence set-up: the new block, the host's from then on; set-down: null
     std::int32_t flat_sdata_size;  // its size in bytes when saved
     PF_Handle frame_data;
     std::int32_t width;

@@ -24,27 +24,28 @@ struct PF_PointDef {
 };
 
 struct PF_PopupDef {
-    std::int32_t value;  // 1 for the first choice
-    std::int16_t num_choices;
-    std::int16_t dephault;
+    std::int32_t value;        // 1 for the first choice
+    std::int16_t num_choices;  // how many the menu offers
+    std::int16_t dephault;     // as value
     union {
         const char* namesptr;  // choices separated by '|'; must outlive add_param
     } u;
 };
 
+// Values in the slider's own unit.
 struct PF_FloatSliderDef {
     double value;
     double phase;
     char value_desc[32];
-    float valid_min;
+    float valid_min;  // what may be typed
     float valid_max;
-    float slider_min;
+    float slider_min;  // what the slider reaches, inside the valid range
     float slider_max;
     float dephault;
     std::int16_t precision;  // decimals shown
     std::int16_t display_flags;
     std::uint32_t fs_flags;
-    float curve_tolerance;
+    float curve_tolerance;  // how far the host may simplify a curve of values
     PF_Boolean useExponent;
     float exponent;
 };
@@ -63,12 +64,12 @@ struct PF_ParamDef {
         std::int32_t id;  // disk id, 1 to 9999: names the parameter in saved projects
         std::int32_t change_flags;
     } uu;
-    std::int32_t ui_flags;
+    std::int32_t ui_flags;  // 0: nothing special in the user interface
     std::int16_t ui_width;
     std::int16_t ui_height;
-    PF_ParamType param_type;
-    char name[32];  // zero-terminated
-    std::int32_t flags;
+    PF_ParamType param_type;  // says which member of `u` is meant
+    char name[32];            // zero-terminated
+    std::int32_t flags;       // 0: animates freely, not supervised
     std::int32_t unused;
     PF_ParamDefUnion u;
 };

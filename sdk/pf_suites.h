@@ -8,8 +8,9 @@ struct PF_InData;
 // Pointed to by PF_InData::pica_basicP. Command thread only. A suite table is the host's; it may be used
 // between its acquisition and its release, and each successful acquisition is owed one release.
 struct SPBasicSuite {
-    // Non-zero is an error; hosts have been seen to answer 0 and leave `suite` null.
+    // Non-zero is an error; a zero does not promise that `suite` is not null.
     std::int32_t (*AcquireSuite)(const char* name, std::int32_t version, const void** suite);
+    // Ends one acquisition; the table is not used afterwards.
     std::int32_t (*ReleaseSuite)(const char* name, std::int32_t version);
     PF_UnusedCallback IsEqual;
     PF_UnusedCallback AllocateBlock;
@@ -21,6 +22,7 @@ struct SPBasicSuite {
 // "PF ANSI Suite" 1.
 struct PF_ANSICallbacksSuite1 {
     PF_UnusedCallback atan, atan2, ceil, cos, exp, fabs, floor, fmod, hypot, log, log10, pow, sin, sqrt, tan;
+    // As the C library's, unbounded; returns the number of characters written.
     int (*sprintf)(char* buffer, const char* format, ...);
     char* (*strcpy)(char* destination, const char* source);
     PF_UnusedCallback asin, acos;
@@ -62,16 +64,19 @@ struct PF_WorldSuite2 {
     PF_Err (*PF_NewWorld)(PF_ProgPtr ref, std::int32_t width, std::int32_t height, PF_Boolean clear,
                           PF_PixelFormat format, PF_EffectWorld* world);
     PF_Err (*PF_DisposeWorld)(PF_ProgPtr ref, PF_EffectWorld* world);
+    // Of a world that the host has handed out for the running command. `format` is written on success only.
     PF_Err (*PF_GetPixelFormat)(const PF_EffectWorld* world, PF_PixelFormat* format);
 };
 
-// "PF Pixel Format Suite" 1: the editing host's formats. The two declarations belong into global set-up.
+// "PF Pixel Format Suite" 1: the editing host's formats. Command thread.
 struct PF_PixelFormatSuite1 {
+    // Global set-up only: first clear what the host assumes, then add one format a call.
     PF_Err (*AddSupportedPixelFormat)(PF_ProgPtr ref, PF_PixelFormat format);
     PF_Err (*ClearSupportedPixelFormats)(PF_ProgPtr ref);
     PF_Err (*NewWorldOfPixelFormat)(PF_ProgPtr ref, std::uint32_t width, std::uint32_t height, std::int32_t flags,
                                     PF_PixelFormat format, PF_EffectWorld* world);
     PF_Err (*DisposeWorld)(PF_ProgPtr ref, PF_EffectWorld* world);
+    // As PF_GetPixelFormat of the world suite.
     PF_Err (*GetPixelFormat)(PF_EffectWorld* world, PF_PixelFormat* format);
     PF_Err (*GetBlackForPixelFormat)(PF_PixelFormat format, void* pixel);
     PF_Err (*GetWhiteForPixelFormat)(PF_PixelFormat format, void* pixel);

@@ -5,7 +5,6 @@
 #include <future>
 #include <limits>
 #include <mutex>
-#include <numeric>
 #include <thread>
 
 #include "pf_smart_render.h"
@@ -363,14 +362,14 @@ TEST(SmartRender, KeepsItsPromisesWhicheverCallFails) {
     ExpectEveryFailure(scene, Way::smart, kSmartRender);
 }
 
-// Check-outs and check-ins as a host sees them that may spoil a record and still answer with an error.
+// Check-outs and check-ins as the host sees them. It may also fill a record and answer with an error all the same.
 class ParamWatch {
 public:
     static inline std::vector<PF_ParamDef*> out, in;
     static inline std::vector<std::vector<std::byte>> before;      // the records' bytes on their way to the host
     static inline std::vector<std::array<std::int64_t, 4>> asked;  // index, time, step, scale
     static inline std::vector<PF_ProgPtr> refs;
-    static inline bool spoil = false;
+    static inline bool failAfterwards = false;
 
     static void Put(PF_InData& inData) {
         checkout_ = inData.inter.checkout_param;
@@ -385,7 +384,7 @@ public:
         before.clear();
         asked.clear();
         refs.clear();
-        spoil = false;
+        failAfterwards = false;
     }
 
 private:
@@ -396,9 +395,7 @@ private:
         asked.push_back({index, whatTime, timeStep, timeScale});
         refs.push_back(ref);
         const PF_Err code = checkout_(ref, index, whatTime, timeStep, timeScale, param);
-        if (!spoil) return code;
-        std::memset(&param->u, 0x11, sizeof param->u);
-        return kFault;
+        return failAfterwards ? kFault : code;
     }
     static PF_Err Checkin(PF_ProgPtr ref, PF_ParamDef* param) {
         in.push_back(param);
@@ -481,7 +478,7 @@ TEST_P(Render, ReadsARecordWhoseCheckoutFailedAsZeroWhateverTheHostWroteIntoIt) 
         scene.instance.Set(index, Scene::Value(index));
 
     ParamWatch::Forget();
-    ParamWatch::spoil = true;
+    ParamWatch::failAfterwards = true;
     BeforeTheEffect(ParamWatch::Put);
     EXPECT_EQ(Go(), PF_Err_NONE);
     EXPECT_EQ(scene.output.Pixels(), zero);

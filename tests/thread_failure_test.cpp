@@ -1,4 +1,5 @@
-// The worker threads as the operating system sees them: how many, all joined, and what happens without one.
+// Threads and mutex as the operating system sees them: how many threads, all joined, and what happens when the
+// system refuses one, or the mutex.
 #if defined(__linux__)
 
 #include <dlfcn.h>
@@ -8,6 +9,7 @@
 #include <cerrno>
 
 #include "protocol_support.h"
+#include "render/render_mutex.h"
 
 namespace {
 
@@ -23,6 +25,8 @@ struct Threads {
     }
 };
 Threads threads;
+
+std::atomic<pthread_mutex_t*> refused{nullptr};  // the mutex that cannot be locked
 
 struct Start {
     void* (*routine)(void*);
@@ -61,6 +65,11 @@ extern "C" __attribute__((visibility("default"))) int pthread_join(pthread_t thr
     static const auto join = Next<int (*)(pthread_t, void**)>("pthread_join");
     if (threads.watched) ++threads.joined;
     return join(thread, result);
+}
+
+extern "C" __attribute__((visibility("default"))) int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept {
+    static const auto lock = Next<int (*)(pthread_mutex_t*)>("pthread_mutex_lock");
+    return mutex == refused.load() ? EINVAL : lock(mutex);
 }
 
 namespace {
@@ -114,6 +123,25 @@ TEST_P(WorkerThreads, AreJoinedAndTheFrameIsGivenUpWhenOneCannotBeStarted) {
         EXPECT_EQ(Render(0), PF_Err_NONE);
         EXPECT_EQ(scene.output.Pixels(), clean);
     }
+}
+
+class RenderMutex : public testing::TestWithParam<Way> {};
+
+INSTANTIATE_TEST_SUITE_P(Both, RenderMutex, testing::Values(Way::smart, Way::plain),
+                         [](const auto& instance) { return instance.param == Way::smart ? "Smart" : "Plain"; });
+
+TEST_P(RenderMutex, ThatCannotBeLockedMakesTheRender512AndAllIsGivenBack) {
+    Scene scene(InOrder(), Linked());
+    const auto clean = scene.CleanPicture(GetParam());
+    refused = nuv::g_renderMutex.native_handle();
+    const PF_Err code = scene.Render(GetParam());
+    refused = nullptr;
+    EXPECT_EQ(code, 512);
+    EXPECT_TRUE(scene.OutputUntouched());
+    EXPECT_EQ(scene.host.account().Count(refhost::Call::checkinParam), 5);
+    EXPECT_EQ(scene.Outstanding(), Lines());
+    EXPECT_EQ(scene.Misuse(), Lines());
+    EXPECT_EQ(scene.CleanPicture(GetParam()), clean);
 }
 
 }  // namespace

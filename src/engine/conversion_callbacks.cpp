@@ -2,47 +2,8 @@
 
 #include <algorithm>
 #include <array>
-#include <utility>
 
 namespace nuv {
-namespace {
-
-const std::byte* Row(const PF_EffectWorld& world, std::int32_t row) {
-    return reinterpret_cast<const std::byte*>(world.data) + std::ptrdiff_t{world.rowbytes} * row;
-}
-std::byte* Row(PF_EffectWorld& world, std::int32_t row) {
-    return reinterpret_cast<std::byte*>(world.data) + std::ptrdiff_t{world.rowbytes} * row;
-}
-
-PF_Err ConvertRow(void* refcon, std::int32_t threadIndex, std::int32_t row, RowConversion RowKernels::*kernel) {
-    auto& context = *static_cast<ConvertContext*>(refcon);
-    const PF_InData& inData = *context.inData;
-    const PF_Err result = threadIndex == 0 ? inData.inter.abort(inData.effect_ref) : PF_Err_NONE;
-    // A host that asks for a row it has not got must not reach memory that is not its own.
-    if (row >= 0 && row < context.source.height) {
-        (context.kernels->*kernel)(Row(std::as_const(context.source), row), Row(context.destination, row),
-                                   context.source.width, context.scale);
-    }
-    return result;
-}
-
-}  // namespace
-
-#define NUV_ROW_CALLBACK(name, kernel)                                                                    \
-    PF_Err name(void* context, std::int32_t threadIndex, std::int32_t row, std::int32_t /*iterations*/) { \
-        return ConvertRow(context, threadIndex, row, &RowKernels::kernel);                                \
-    }
-NUV_ROW_CALLBACK(CopyArgb8ToRgba8, copyArgb8ToRgba8)
-NUV_ROW_CALLBACK(CopyBgra8ToRgba8, copyBgra8ToRgba8)
-NUV_ROW_CALLBACK(ConvertArgb16ToRgbaF, argb16ToRgbaF)
-NUV_ROW_CALLBACK(ConvertArgbFToRgbaF, argbFToRgbaF)
-NUV_ROW_CALLBACK(ConvertBgraFToRgbaF, bgraFToRgbaF)
-NUV_ROW_CALLBACK(ConvertRgbaFToArgb8, rgbaFToArgb8)
-NUV_ROW_CALLBACK(ConvertRgbaFToBgra8, rgbaFToBgra8)
-NUV_ROW_CALLBACK(ConvertRgbaFToArgb16, rgbaFToArgb16)
-NUV_ROW_CALLBACK(ConvertRgbaFToArgbF, rgbaFToArgbF)
-NUV_ROW_CALLBACK(ConvertRgbaFToBgraF, rgbaFToBgraF)
-#undef NUV_ROW_CALLBACK
 
 const FormatConversions* FindConversions(PF_PixelFormat format) {
     static constexpr std::array kFormats = std::to_array<FormatConversions>({

@@ -17,19 +17,35 @@ struct ConvertContext {
     const RowKernels* kernels = &kScalarKernels;
 };
 
-// Row callbacks, in the shape that the host's iterate_generic calls, on any of its threads: convert source row
-// `row` into destination row `row`. The call with thread index 0 first asks the host whether to abort and
-// returns its answer, after converting the row all the same; the others return PF_Err_NONE.
-PF_Err CopyArgb8ToRgba8(void* context, std::int32_t threadIndex, std::int32_t row, std::int32_t iterations);
-PF_Err CopyBgra8ToRgba8(void* context, std::int32_t threadIndex, std::int32_t row, std::int32_t iterations);
-PF_Err ConvertArgb16ToRgbaF(void* context, std::int32_t threadIndex, std::int32_t row, std::int32_t iterations);
-PF_Err ConvertArgbFToRgbaF(void* context, std::int32_t threadIndex, std::int32_t row, std::int32_t iterations);
-PF_Err ConvertBgraFToRgbaF(void* context, std::int32_t threadIndex, std::int32_t row, std::int32_t iterations);
-PF_Err ConvertRgbaFToArgb8(void* context, std::int32_t threadIndex, std::int32_t row, std::int32_t iterations);
-PF_Err ConvertRgbaFToBgra8(void* context, std::int32_t threadIndex, std::int32_t row, std::int32_t iterations);
-PF_Err ConvertRgbaFToArgb16(void* context, std::int32_t threadIndex, std::int32_t row, std::int32_t iterations);
-PF_Err ConvertRgbaFToArgbF(void* context, std::int32_t threadIndex, std::int32_t row, std::int32_t iterations);
-PF_Err ConvertRgbaFToBgraF(void* context, std::int32_t threadIndex, std::int32_t row, std::int32_t iterations);
+// A row callback in the shape that the host's iterate_generic calls, on any of its threads: converts source row
+// `row` into destination row `row`. The call with thread index 0 first asks the host whether to abort and returns
+// its answer, after converting the row all the same; the others return PF_Err_NONE.
+template <RowConversion RowKernels::*kernel>
+PF_Err ConvertRow(void* refcon, std::int32_t threadIndex, std::int32_t row, std::int32_t /*iterations*/) {
+    const auto& context = *static_cast<const ConvertContext*>(refcon);
+    const PF_InData& inData = *context.inData;
+    const PF_Err result = threadIndex == 0 ? inData.inter.abort(inData.effect_ref) : PF_Err_NONE;
+    const auto rowOf = [row](const PF_EffectWorld& world) {
+        return reinterpret_cast<std::byte*>(world.data) + std::ptrdiff_t{world.rowbytes} * row;
+    };
+    // A host that asks for a row it has not got must not reach memory that is not its own.
+    if (row >= 0 && row < context.source.height && context.source.width > 0) {
+        (context.kernels->*kernel)(rowOf(context.source), rowOf(context.destination), context.source.width,
+                                   context.scale);
+    }
+    return result;
+}
+
+inline constexpr PF_IterateRowFunc CopyArgb8ToRgba8 = ConvertRow<&RowKernels::copyArgb8ToRgba8>;
+inline constexpr PF_IterateRowFunc CopyBgra8ToRgba8 = ConvertRow<&RowKernels::copyBgra8ToRgba8>;
+inline constexpr PF_IterateRowFunc ConvertArgb16ToRgbaF = ConvertRow<&RowKernels::argb16ToRgbaF>;
+inline constexpr PF_IterateRowFunc ConvertArgbFToRgbaF = ConvertRow<&RowKernels::argbFToRgbaF>;
+inline constexpr PF_IterateRowFunc ConvertBgraFToRgbaF = ConvertRow<&RowKernels::bgraFToRgbaF>;
+inline constexpr PF_IterateRowFunc ConvertRgbaFToArgb8 = ConvertRow<&RowKernels::rgbaFToArgb8>;
+inline constexpr PF_IterateRowFunc ConvertRgbaFToBgra8 = ConvertRow<&RowKernels::rgbaFToBgra8>;
+inline constexpr PF_IterateRowFunc ConvertRgbaFToArgb16 = ConvertRow<&RowKernels::rgbaFToArgb16>;
+inline constexpr PF_IterateRowFunc ConvertRgbaFToArgbF = ConvertRow<&RowKernels::rgbaFToArgbF>;
+inline constexpr PF_IterateRowFunc ConvertRgbaFToBgraF = ConvertRow<&RowKernels::rgbaFToBgraF>;
 
 // How the engine treats one host pixel format.
 struct FormatConversions {

@@ -82,7 +82,8 @@ PF_Err RenderAberration(PF_InData* inData, RenderData& job, PF_EffectWorld* outp
     held.formats.Acquire();
     PF_Err status = held.worlds.Acquire();
     if (!held.worlds || (editor && !held.formats)) {
-        // Hosts know the effect to leave what it acquired here acquired, and its handles unlocked.
+        // This exit keeps what it acquired and unlocks the handles that it never locked: part of the effect's
+        // contract with its hosts.
         held.formats.Abandon();
         held.worlds.Abandon();
         inData->utils->host_unlock_handle(inData->sequence_data);
@@ -111,9 +112,12 @@ PF_Err RenderAberration(PF_InData* inData, RenderData& job, PF_EffectWorld* outp
     job.timeSeconds = static_cast<double>(inData->current_time) / static_cast<double>(inData->time_scale);
 
     if (!IsUsable(output)) return PF_Err_BAD_CALLBACK_PARAM;
+    // Both worlds as they are now: the host gets at its own records in every callback, and what was allocated for
+    // one size must not meet another.
+    const PF_EffectWorld target = *output;
     // For an empty layer hosts hand over no world, or one without memory: everything is outside of it.
     if (IsUsable(job.sourceWorld)) {
-        const PF_EffectWorld& source = *job.sourceWorld;
+        const PF_EffectWorld source = *job.sourceWorld;
         job.input.width = source.width;
         job.input.height = source.height;
         job.input.originX = source.origin_x;
@@ -126,20 +130,21 @@ PF_Err RenderAberration(PF_InData* inData, RenderData& job, PF_EffectWorld* outp
     }
 
     const FormatConversions* const to = ConversionsOf(output, held, editor);
-    job.output.width = output->width;
-    job.output.height = output->height;
+    job.output.width = target.width;
+    job.output.height = target.height;
     if (!GiveMemory(job.output, 32, held.result)) return PF_Err_OUT_OF_MEMORY;
     // Pixels beyond a reduced resolution are written by no worker.
     if (job.output.pixels != nullptr) {
         std::memset(job.output.pixels, 0,
-                    static_cast<std::size_t>(job.output.rowBytes) * static_cast<std::size_t>(job.output.height));
+                    static_cast<std::size_t>(job.output.rowBytes) *
+                        static_cast<std::size_t>(std::max(job.output.height, 0)));
     }
 
     if (status == PF_Err_NONE) status = inData->inter.abort(inData->effect_ref);
     if (status != PF_Err_NONE) return status;
 
     RunWorkers(context.kernels->renderRows, job);
-    if (to != nullptr) status = convertRows(AsWorld(job.output), *output, to->out);
+    if (to != nullptr) status = convertRows(AsWorld(job.output), target, to->out);
     return status;
 }
 

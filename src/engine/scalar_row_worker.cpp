@@ -14,8 +14,8 @@ struct Rgba {
     float r, g, b, a;
 };
 
-// Toward zero, and to the most negative integer for what does not fit, as the processor does it. That integer
-// lies outside every source.
+// Toward zero, and to the most negative integer for what does not fit, as the processor does it. That integer lies
+// outside the source, unless an offset as extreme moves it back.
 std::int32_t Truncate(float value) {
     constexpr float kLimit = 2147483648.0f;
     return value >= -kLimit && value < kLimit ? static_cast<std::int32_t>(value)

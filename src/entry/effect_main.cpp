@@ -18,7 +18,7 @@ struct Arguments {
 
 using Handler = PF_Err (*)(const Arguments&);
 
-// A host that leaves out what its command needs gets a code instead of a crash.
+// A host that leaves out a record of its command gets a code instead of a crash.
 template <class... Pointers>
 void Require(Pointers... pointers) {
     if (!(... && pointers)) throw int{PF_Err_BAD_CALLBACK_PARAM};
@@ -31,14 +31,23 @@ PF_Err WithOutData(const Arguments& a) {
 }
 
 PF_Err WithParamsAndOutput(const Arguments& a) {
-    Require(a.inData, a.params, a.output);
+    Require(a.inData, a.params);
     return PlainRender(a.inData, a.params, a.output);
+}
+
+void RequireRecords(const PF_PreRenderExtra& extra) {
+    Require(extra.input, extra.output, extra.cb);
+}
+void RequireRecords(const PF_SmartRenderExtra& extra) {
+    Require(extra.input, extra.cb);
 }
 
 template <class Extra, PF_Err handler(PF_InData*, Extra*)>
 PF_Err WithExtra(const Arguments& a) {
     Require(a.inData, a.extra);
-    return handler(a.inData, static_cast<Extra*>(a.extra));
+    auto* const extra = static_cast<Extra*>(a.extra);
+    RequireRecords(*extra);
+    return handler(a.inData, extra);
 }
 
 // By command number. Null: nothing to do, which is a success.

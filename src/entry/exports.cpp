@@ -1,4 +1,6 @@
 // The library's two exported functions, under the names that the host looks up.
+#include <type_traits>
+
 #include "entry/entry_points.h"
 
 #if defined(_WIN32)
@@ -16,3 +18,6 @@ NUV_EXPORT PF_Err EffectMain(PF_Cmd cmd, PF_InData* in_data, PF_OutData* out_dat
                              PF_LayerDef* output, void* extra) {
     return nuv::Dispatch(cmd, in_data, out_data, params, output, extra);
 }
+
+static_assert(std::is_same_v<decltype(&PluginDataEntryFunction), PluginDataEntryFunctionType>);
+static_assert(std::is_same_v<decltype(&EffectMain), EffectMainType>);

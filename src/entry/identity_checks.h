@@ -29,8 +29,8 @@ static_assert(kOutFlags2 == (PF_OutFlag2_PARAM_GROUP_START_COLLAPSED_FLAG | PF_O
                              PF_OutFlag2_AUTOMATIC_WIDE_TIME_INPUT | PF_OutFlag2_SUPPORTS_THREADED_RENDERING));
 
 // The resource compiler cannot count.
-static_assert(std::string_view(NUV_EFFECT_NAME).size() == NUV_EFFECT_NAME_LENGTH);
-static_assert(std::string_view(NUV_MATCH_NAME).size() == NUV_MATCH_NAME_LENGTH);
-static_assert(std::string_view(NUV_CATEGORY).size() == NUV_CATEGORY_LENGTH);
+static_assert(std::string_view(NUV_EFFECT_NAME).size() == NUV_EFFECT_NAME_LENGTH[0]);
+static_assert(std::string_view(NUV_MATCH_NAME).size() == NUV_MATCH_NAME_LENGTH[0]);
+static_assert(std::string_view(NUV_CATEGORY).size() == NUV_CATEGORY_LENGTH[0]);
 
 }  // namespace nuv

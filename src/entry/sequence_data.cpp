@@ -21,8 +21,7 @@ PF_Err MakeBlock(PF_InData* inData, PF_OutData* outData) {
     return PF_Err_NONE;
 }
 
-// A block of another size comes from another version's project. Hosts report a failing resize to their user
-// themselves.
+// The result is not looked at: the block is still the host's, and nothing reads it.
 void BringToSize(PF_InData* inData) {
     if (inData->utils->host_get_handle_size(inData->sequence_data) == sizeof(SequenceBlock)) return;
     inData->utils->host_resize_handle(sizeof(SequenceBlock), &inData->sequence_data);
@@ -44,7 +43,7 @@ PF_Err SequenceResetup(PF_InData* inData, PF_OutData* outData) {
 
 PF_Err SequenceSetdown(PF_InData* inData, PF_OutData* outData) {
     if (inData->sequence_data == nullptr) return PF_Err_NONE;
-    BringToSize(inData);  // hosts have always seen the block at its own size when it goes
+    BringToSize(inData);  // the host sees the block at its own size when it goes
     inData->utils->host_dispose_handle(inData->sequence_data);
     outData->sequence_data = nullptr;
     inData->sequence_data = nullptr;

@@ -174,8 +174,8 @@ inline constexpr auto kSuiteSlots = [] {
     return slots;
 }();
 
-// Two suites stand twice, sharing the slot of their first place: once acquired, each is released twice. Hosts
-// have come to see exactly this sequence, so the order, the count and the repetitions stay.
+// Two suites stand twice, sharing the slot of their first place: once acquired, each is released twice. The order,
+// the count and the repetitions are what hosts see of this effect, and stay.
 static_assert(kSuiteReleaseOrder.size() == 137);
 static_assert(kSuiteReleaseOrder.front() == SuiteId{"AEGP Marker Suite", 1});
 static_assert(kSuiteReleaseOrder.back() == SuiteId{"SP Suites Suite", 2});

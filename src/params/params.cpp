@@ -26,8 +26,8 @@ void FillPoint(PF_ParamDefUnion& definition, const char*) {
     definition.td.restrict_bounds = 0;
 }
 
-// Every menu offers three choices, also the one whose string goes on: the remaining entries are for projects made
-// by hand. Value and default are 0 although hosts count choices from 1; saved projects rely on it.
+// Every menu offers three choices, also the one whose string goes on; the engine knows all five. Value and default
+// are 0 although hosts count choices from 1. Both are part of the saved-project format.
 void FillPopup(PF_ParamDefUnion& definition, const char* choices) {
     definition.pd = {};
     definition.pd.num_choices = 3;

@@ -37,7 +37,7 @@ void* MakePreRenderData(const PF_HandleSuite1& handles, const PreRenderData& dat
 PreRenderData ReadPreRenderData(const PF_HandleSuite1& handles, void* preRenderData) {
     PreRenderData data{};
     const auto handle = static_cast<PF_Handle>(preRenderData);
-    if (handle == nullptr) return data;
+    if (handle == nullptr) return data;  // pre-render got no memory; locking nothing is not for every host
     if (const void* memory = handles.host_lock_handle(handle)) {
         std::memcpy(&data, memory, sizeof data);
         handles.host_unlock_handle(handle);

@@ -5,11 +5,11 @@
 #pragma once
 
 #define NUV_EFFECT_NAME "NUV Chromatic Aberration"
-#define NUV_EFFECT_NAME_LENGTH 24
+#define NUV_EFFECT_NAME_LENGTH "\030" /* as the property list stores it: one byte, in octal */
 #define NUV_MATCH_NAME "nuv_chromaber"
-#define NUV_MATCH_NAME_LENGTH 13
+#define NUV_MATCH_NAME_LENGTH "\015"
 #define NUV_CATEGORY "NUV"
-#define NUV_CATEGORY_LENGTH 3
+#define NUV_CATEGORY_LENGTH "\003"
 #define NUV_ENTRY_POINT "EffectMain"
 #define NUV_KIND 0x65464B54L /* 'eFKT': an After Effects effect */
 
