@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "engine/conversion_callbacks.h"
+#include "engine/cpu_kernels.h"
 #include "engine/host_buffer.h"
 #include "engine/worker_threads.h"
 #include "host/host_suite_handler.h"
@@ -64,6 +65,18 @@ bool GiveMemory(ImageBuffer& buffer, std::int32_t bitsPerChannel, HostBuffer& me
     return true;
 }
 
+// Zeroes the rows that no worker has: from 2^29 rows on, single precision can leave some.
+void ClearBelow(std::int32_t end, const ImageBuffer& buffer) {
+    if (end >= buffer.height) return;
+    std::memset(buffer.pixels + std::ptrdiff_t{buffer.rowBytes} * end, 0,
+                static_cast<std::size_t>(buffer.rowBytes) * static_cast<std::size_t>(buffer.height - end));
+}
+
+std::uint64_t ResultBytes(const PF_EffectWorld& output) {
+    return std::uint64_t{16} * static_cast<std::uint32_t>(std::max(output.width, 0)) *
+           static_cast<std::uint32_t>(std::max(output.height, 0));
+}
+
 PF_EffectWorld AsWorld(const ImageBuffer& buffer) {
     PF_EffectWorld world{};
     world.data = reinterpret_cast<PF_Pixel*>(buffer.pixels);
@@ -115,6 +128,7 @@ PF_Err RenderAberration(PF_InData* inData, RenderData& job, PF_EffectWorld* outp
     // Both worlds as they are now: the host gets at its own records in every callback, and what was allocated for
     // one size must not meet another.
     const PF_EffectWorld target = *output;
+    context.kernels = &SelectKernels(ResultBytes(target));
     // For an empty layer hosts hand over no world, or one without memory: everything is outside of it.
     if (IsUsable(job.sourceWorld)) {
         const PF_EffectWorld source = *job.sourceWorld;
@@ -133,16 +147,11 @@ PF_Err RenderAberration(PF_InData* inData, RenderData& job, PF_EffectWorld* outp
     job.output.width = target.width;
     job.output.height = target.height;
     if (!GiveMemory(job.output, 32, held.result)) return PF_Err_OUT_OF_MEMORY;
-    // Pixels beyond a reduced resolution are written by no worker.
-    if (job.output.pixels != nullptr) {
-        std::memset(job.output.pixels, 0,
-                    static_cast<std::size_t>(job.output.rowBytes) *
-                        static_cast<std::size_t>(std::max(job.output.height, 0)));
-    }
 
     if (status == PF_Err_NONE) status = inData->inter.abort(inData->effect_ref);
     if (status != PF_Err_NONE) return status;
 
+    ClearBelow(WorkerBand(kWorkerCount - 1, job.output.height).end, job.output);
     RunWorkers(context.kernels->renderRows, job);
     if (to != nullptr) status = convertRows(AsWorld(job.output), target, to->out);
     return status;

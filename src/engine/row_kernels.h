@@ -10,7 +10,8 @@ namespace nuv {
 // pixels is touched.
 using RowConversion = void (*)(const std::byte* source, std::byte* destination, std::int32_t width, float scale);
 
-// Computes rows firstRow to endRow-1 of job.output; nothing if that is no row. See scalar_row_worker.cpp.
+// Writes every pixel of rows firstRow to endRow-1 of job.output, those beyond a reduced resolution with zeros;
+// nothing if that is no row. See scalar_row_worker.cpp.
 using RowWorker = void (*)(const RenderData& job, std::int32_t firstRow, std::int32_t endRow);
 
 struct RowKernels {
@@ -33,6 +34,12 @@ struct RowKernels {
 
 // The plain formulas, one pixel after the other. They define the result; any other table gives the same bytes.
 extern const RowKernels kScalarKernels;
+
+// For every x86-64 processor, and for those with AVX2. The streaming ones bypass the cache with what they write.
+extern const RowKernels kSse2Kernels;
+extern const RowKernels kSse2StreamingKernels;
+extern const RowKernels kAvx2Kernels;
+extern const RowKernels kAvx2StreamingKernels;
 
 void RenderRows(const RenderData& job, std::int32_t firstRow, std::int32_t endRow);
 

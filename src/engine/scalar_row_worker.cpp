@@ -1,10 +1,9 @@
 // The effect itself: every output pixel keeps the colour of the source pixel in place, and takes one channel (or
 // the two others) from a copy of the source enlarged k times about the frame centre.
-#include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <limits>
 
+#include "engine/row_geometry.h"
 #include "engine/row_kernels.h"
 
 namespace nuv {
@@ -13,14 +12,6 @@ namespace {
 struct Rgba {
     float r, g, b, a;
 };
-
-// Toward zero, and to the most negative integer for what does not fit, as the processor does it. That integer lies
-// outside the source, unless an offset as extreme moves it back.
-std::int32_t Truncate(float value) {
-    constexpr float kLimit = 2147483648.0f;
-    return value >= -kLimit && value < kLimit ? static_cast<std::int32_t>(value)
-                                              : std::numeric_limits<std::int32_t>::min();
-}
 
 // The nearest pixel, no interpolation; transparent black outside the source. Colour under zero alpha is nobody's
 // business and reads as black.
@@ -51,21 +42,10 @@ float Strength(std::int32_t scaling, float amount, float r, float R) {
     return amount;
 }
 
-// Which channels come from the enlarged copy.
-struct Magnified {
-    bool red, green, blue;
-};
-
-constexpr Magnified kMagnified[3][2] = {
-    // amount >= 0          amount < 0
-    {{true, false, false}, {false, true, true}},
-    {{false, true, false}, {true, false, true}},
-    {{false, false, true}, {true, true, false}},
-};
-
-Magnified MagnifiedChannels(std::int32_t mode, float amount) {
-    if (mode < 0 || mode > 2) return {false, false, false};
-    return kMagnified[mode][amount >= 0.0f ? 0 : 1];
+// Of two values that are not numbers the first one survives. A plain product would leave the choice to the
+// compiler, which may swap the factors.
+float Product(float a0, float a1) {
+    return std::isnan(a0) ? a0 + a0 : a0 * a1;
 }
 
 // Puts alpha, and for the two alpha views colour, into `pixel`; a0 and a1 are the samples' alphas.
@@ -76,7 +56,7 @@ void ApplyShow(std::int32_t show, float a0, float a1, Rgba& pixel) {
             pixel.a = std::fabs(a0 - a1);
             break;
         case 2:
-            pixel.a = a0 * a1;
+            pixel.a = Product(a0, a1);
             break;
         case 3:
             pixel = {covered, covered, covered, covered};
@@ -94,29 +74,19 @@ void ApplyShow(std::int32_t show, float a0, float a1, Rgba& pixel) {
 
 }  // namespace
 
-// Pixel (x, y) is column x, row y of the output, from its top left; distances are taken between whole positions,
-// not pixel middles. Values pass through unclamped.
+// Values pass through unclamped.
 void RenderRows(const RenderData& job, std::int32_t firstRow, std::int32_t endRow) {
-    const float Wd = static_cast<float>(job.output.width) * job.downsampleX;
-    const float Hd = static_cast<float>(job.output.height) * job.downsampleY;
-    const float cx = static_cast<float>(job.centerX);
-    const float cy = static_cast<float>(job.centerY);
-    const auto distance = [](float dx, float dy) { return std::sqrt(dx * dx + dy * dy); };
-    const float R =
-        std::max({distance(cx, cy), distance(Wd - cx, Hd - cy), distance(cx, Hd - cy), distance(Wd - cx, cy)});
-    // The centre is mirrored top to bottom, but not left to right: a saved look depends on it.
-    const float cyE = Hd - cy;
-    const Magnified magnified = MagnifiedChannels(job.mode, job.amount);
+    const FrameGeometry frame = GeometryOf(job);
+    const auto [cx, cyE, R, columns] = frame;
+    const auto [red, green, blue] = ChannelsOf(job.mode, job.amount).channel;
 
     for (std::int32_t y = firstRow; y < endRow; ++y) {
-        std::byte* target = job.output.pixels + std::ptrdiff_t{job.output.rowBytes} * y;
+        std::byte* const row = job.output.pixels + std::ptrdiff_t{job.output.rowBytes} * y;
         const float fy = static_cast<float>(y);
         const float dy = fy - cyE;
         const float dy2 = dy * dy;
         const std::int32_t directRow = Truncate(fy - job.sourceOffsetY);
-        // At a reduced resolution only the left part of the row is computed. A host that claims more than full
-        // resolution still gets no more than its row.
-        for (std::int32_t x = 0; x < job.output.width && static_cast<float>(x) < Wd; ++x) {
+        for (std::int32_t x = 0; x < columns; ++x) {
             const float fx = static_cast<float>(x);
             const float dx = fx - cx;
             const float r = std::sqrt(dx * dx + dy2);
@@ -129,12 +99,12 @@ void RenderRows(const RenderData& job, std::int32_t firstRow, std::int32_t endRo
             const Rgba direct = Sample(job.input, Truncate(fx - job.sourceOffsetX), directRow);
             const Rgba enlarged =
                 Sample(job.input, Truncate(zx - job.sourceOffsetX), Truncate(zy - job.sourceOffsetY));
-            Rgba pixel{magnified.red ? enlarged.r : direct.r, magnified.green ? enlarged.g : direct.g,
-                       magnified.blue ? enlarged.b : direct.b, 0.0f};
+            Rgba pixel{red ? enlarged.r : direct.r, green ? enlarged.g : direct.g, blue ? enlarged.b : direct.b,
+                       0.0f};
             ApplyShow(job.show, direct.a, enlarged.a, pixel);
-            std::memcpy(target, &pixel, sizeof pixel);
-            target += sizeof pixel;
+            std::memcpy(row + std::ptrdiff_t{x} * 16, &pixel, sizeof pixel);
         }
+        ClearBeyond(frame, job.output, row);
     }
 }
 

@@ -1,0 +1,205 @@
+// Compiled for AVX2: intrinsics and nothing that another file could come to share.
+#include <immintrin.h>
+
+#include "engine/x86/tile_kernels.h"
+
+namespace nuv {
+namespace {
+
+template <bool kCubic>
+void Map(const MagnifiedRow& row, std::int32_t x, int count, std::int32_t* columns, std::int32_t* rows) {
+    const __m256 one = _mm256_set1_ps(1.0f);
+    const __m256 cx = _mm256_set1_ps(row.cx);
+    const __m256 cyE = _mm256_set1_ps(row.cyE);
+    const __m256 R = _mm256_set1_ps(row.R);
+    const __m256 amount = _mm256_set1_ps(row.amount);
+    const __m256 percent = _mm256_set1_ps(row.percent);
+    const __m256 dy = _mm256_set1_ps(row.dy);
+    const __m256 dy2 = _mm256_set1_ps(row.dy2);
+    const __m256 offsetX = _mm256_set1_ps(row.offsetX);
+    const __m256 offsetY = _mm256_set1_ps(row.offsetY);
+    __m256i xs = _mm256_add_epi32(_mm256_set1_epi32(x), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7));
+    for (int i = 0; i < count; i += 8) {
+        const __m256 dx = _mm256_sub_ps(_mm256_cvtepi32_ps(xs), cx);
+        const __m256 r = _mm256_sqrt_ps(_mm256_add_ps(_mm256_mul_ps(dx, dx), dy2));
+        const __m256 t = _mm256_div_ps(r, R);
+        const __m256 ta = _mm256_mul_ps(t, amount);
+        const __m256 s = kCubic ? _mm256_mul_ps(ta, t) : ta;
+        const __m256 k = _mm256_add_ps(one, _mm256_mul_ps(s, percent));
+        const __m256 inv = _mm256_div_ps(one, k);
+        const __m256i zx = _mm256_cvttps_epi32(_mm256_add_ps(_mm256_mul_ps(inv, dx), cx));
+        const __m256i zy = _mm256_cvttps_epi32(_mm256_add_ps(_mm256_mul_ps(inv, dy), cyE));
+        const __m256i column = _mm256_cvttps_epi32(_mm256_sub_ps(_mm256_cvtepi32_ps(zx), offsetX));
+        const __m256i line = _mm256_cvttps_epi32(_mm256_sub_ps(_mm256_cvtepi32_ps(zy), offsetY));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(columns + i), column);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(rows + i), line);
+        xs = _mm256_add_epi32(xs, _mm256_set1_epi32(8));
+    }
+}
+
+// Whether 0 <= value < limit.
+__m256i IsInside(__m256i value, __m256i limit) {
+    return _mm256_andnot_si256(_mm256_srai_epi32(value, 31), _mm256_cmpgt_epi32(limit, value));
+}
+
+void Locate(const SourcePixels& source, const std::int32_t* columns, const std::int32_t* rows, int count,
+            const std::byte** pixels) {
+    const __m256i width = _mm256_set1_epi32(source.width);
+    const __m256i height = _mm256_set1_epi32(source.height);
+    const __m256i rowBytes = _mm256_set1_epi32(source.rowBytes);
+    const __m256i pixelBytes = _mm256_set1_epi32(source.pixelBytes);
+    const __m256i first = _mm256_set1_epi64x(reinterpret_cast<std::intptr_t>(source.first));
+    const __m256i outside = _mm256_set1_epi64x(reinterpret_cast<std::intptr_t>(source.outside));
+    // Addresses of the even elements; those of the odd ones after a shift.
+    const auto address = [&](__m256i column, __m256i row, __m256i inside) {
+        const __m256i offset =
+            _mm256_add_epi64(_mm256_mul_epi32(row, rowBytes), _mm256_mul_epi32(column, pixelBytes));
+        const __m256i wide = _mm256_shuffle_epi32(inside, _MM_SHUFFLE(2, 2, 0, 0));
+        return _mm256_blendv_epi8(outside, _mm256_add_epi64(first, offset), wide);
+    };
+    for (int i = 0; i < count; i += 8) {
+        const __m256i column = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(columns + i));
+        const __m256i row = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(rows + i));
+        const __m256i inside = _mm256_and_si256(IsInside(column, width), IsInside(row, height));
+        const __m256i even = address(column, row, inside);
+        const __m256i odd =
+            address(_mm256_srli_epi64(column, 32), _mm256_srli_epi64(row, 32), _mm256_srli_epi64(inside, 32));
+        const __m256i low = _mm256_unpacklo_epi64(even, odd);   // 0 1 | 4 5
+        const __m256i high = _mm256_unpackhi_epi64(even, odd);  // 2 3 | 6 7
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(pixels + i), _mm256_permute2x128_si256(low, high, 0x20));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(pixels + i + 4), _mm256_permute2x128_si256(low, high, 0x31));
+    }
+}
+
+template <bool kStream>
+void Store(std::byte* result, __m256 pixels) {
+    if constexpr (kStream) {
+        _mm256_stream_ps(reinterpret_cast<float*>(result), pixels);
+    } else {
+        _mm256_storeu_ps(reinterpret_cast<float*>(result), pixels);
+    }
+}
+
+__m256 Larger(__m256 a0, __m256 a1) {
+    return _mm256_max_ps(a0, a1);  // a0 > a1 ? a0 : a1, to the letter
+}
+
+// See Product in scalar_row_worker.cpp.
+__m256 Product(__m256 a0, __m256 a1) {
+    return _mm256_blendv_ps(_mm256_mul_ps(a0, a1), _mm256_add_ps(a0, a0), _mm256_cmp_ps(a0, a0, _CMP_UNORD_Q));
+}
+
+__m256 Distance(__m256 a0, __m256 a1) {
+    return _mm256_andnot_ps(_mm256_set1_ps(-0.0f), _mm256_sub_ps(a0, a1));
+}
+
+constexpr float kFrom8Bits = 0.003921569f;
+static_assert(255 * kFrom8Bits == 1.0f, "full coverage is a byte of 255");
+
+// The alpha views of bytes need floats for shows 1 and 2 alone; else the larger of two bytes is the larger value.
+template <int kShow, bool kStream>
+void ComposeBytes(const std::byte* direct, const std::byte* magnified, std::byte* result, int count,
+                  const ChannelMasks& masks) {
+    const __m256i alphaBits = _mm256_set1_epi32(static_cast<int>(0xFF000000));
+    const __m256i take = _mm256_set1_epi32(
+        static_cast<int>((masks.channel[0] & 0xFF) | (masks.channel[1] & 0xFF00) | (masks.channel[2] & 0xFF0000)));
+    const __m256i keep = _mm256_andnot_si256(_mm256_or_si256(take, alphaBits), _mm256_set1_epi32(-1));
+    const __m256 from8Bits = _mm256_set1_ps(kFrom8Bits);
+    const __m256i none = _mm256_setzero_si256();
+    for (int i = 0; i < count; i += 8, direct += 32, magnified += 32, result += 128) {
+        const __m256i d = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(direct));
+        const __m256i m = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(magnified));
+        const __m256i covered = _mm256_and_si256(_mm256_max_epu8(d, m), alphaBits);
+        __m256i pixels;  // eight of R G B A
+        if constexpr (kShow == 3) {
+            pixels = _mm256_shuffle_epi8(
+                covered, _mm256_setr_epi8(3, 3, 3, 3, 7, 7, 7, 7, 11, 11, 11, 11, 15, 15, 15, 15, 3, 3, 3, 3, 7, 7,
+                                          7, 7, 11, 11, 11, 11, 15, 15, 15, 15));
+        } else if constexpr (kShow == 4) {
+            pixels = _mm256_andnot_si256(_mm256_cmpeq_epi32(covered, none), _mm256_set1_epi32(-1));
+        } else {
+            // Colour under zero alpha is black.
+            const __m256i noDirect = _mm256_cmpeq_epi32(_mm256_and_si256(d, alphaBits), none);
+            const __m256i noMagnified = _mm256_cmpeq_epi32(_mm256_and_si256(m, alphaBits), none);
+            pixels = _mm256_or_si256(_mm256_andnot_si256(noDirect, _mm256_and_si256(d, keep)),
+                                     _mm256_andnot_si256(noMagnified, _mm256_and_si256(m, take)));
+            if constexpr (kShow == 0) pixels = _mm256_or_si256(pixels, covered);
+        }
+        const auto toFloats = [&](__m128i bytes) {  // two pixels, from the lower half
+            return _mm256_mul_ps(_mm256_cvtepi32_ps(_mm256_cvtepu8_epi32(bytes)), from8Bits);
+        };
+        const __m128i low = _mm256_castsi256_si128(pixels);
+        const __m128i high = _mm256_extracti128_si256(pixels, 1);
+        __m256 pair0 = toFloats(low);
+        __m256 pair1 = toFloats(_mm_srli_si128(low, 8));
+        __m256 pair2 = toFloats(high);
+        __m256 pair3 = toFloats(_mm_srli_si128(high, 8));
+        if constexpr (kShow == 1 || kShow == 2) {
+            const __m256 a0 = _mm256_mul_ps(_mm256_cvtepi32_ps(_mm256_srli_epi32(d, 24)), from8Bits);
+            const __m256 a1 = _mm256_mul_ps(_mm256_cvtepi32_ps(_mm256_srli_epi32(m, 24)), from8Bits);
+            const __m256 alpha = kShow == 1 ? Distance(a0, a1) : _mm256_mul_ps(a0, a1);
+            // The alphas of two neighbours, each to the top of its half.
+            const auto with = [&](__m256 pair, __m256i from) {
+                return _mm256_blend_ps(pair, _mm256_permutevar8x32_ps(alpha, from), 0x88);
+            };
+            pair0 = with(pair0, _mm256_setr_epi32(0, 0, 0, 0, 1, 1, 1, 1));
+            pair1 = with(pair1, _mm256_setr_epi32(2, 2, 2, 2, 3, 3, 3, 3));
+            pair2 = with(pair2, _mm256_setr_epi32(4, 4, 4, 4, 5, 5, 5, 5));
+            pair3 = with(pair3, _mm256_setr_epi32(6, 6, 6, 6, 7, 7, 7, 7));
+        }
+        Store<kStream>(result, pair0);
+        Store<kStream>(result + 32, pair1);
+        Store<kStream>(result + 64, pair2);
+        Store<kStream>(result + 96, pair3);
+    }
+}
+
+template <int kShow, bool kStream>
+void ComposeFloats(const std::byte* direct, const std::byte* magnified, std::byte* result, int count,
+                   const ChannelMasks& masks) {
+    const __m256i bits = _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(&masks)));
+    const __m256 take = _mm256_castsi256_ps(bits);
+    const __m256 keep = _mm256_xor_ps(take, _mm256_castsi256_ps(_mm256_set1_epi32(-1)));
+    const __m256 none = _mm256_setzero_ps();
+    for (int i = 0; i < count; i += 2, direct += 32, magnified += 32, result += 32) {
+        const __m256 d = _mm256_loadu_ps(reinterpret_cast<const float*>(direct));
+        const __m256 m = _mm256_loadu_ps(reinterpret_cast<const float*>(magnified));
+        const __m256 a0 = _mm256_permute_ps(d, _MM_SHUFFLE(3, 3, 3, 3));
+        const __m256 a1 = _mm256_permute_ps(m, _MM_SHUFFLE(3, 3, 3, 3));
+        const __m256 covered = Larger(a0, a1);
+        if constexpr (kShow == 3) {
+            Store<kStream>(result, covered);
+        } else if constexpr (kShow == 4) {
+            const __m256 any = _mm256_cmp_ps(covered, none, _CMP_GT_OQ);
+            Store<kStream>(result, _mm256_blendv_ps(covered, _mm256_set1_ps(1.0f), any));
+        } else {
+            // Colour under zero alpha is black.
+            const __m256 fromDirect = _mm256_andnot_ps(_mm256_cmp_ps(a0, none, _CMP_EQ_OQ), keep);
+            const __m256 fromMagnified = _mm256_andnot_ps(_mm256_cmp_ps(a1, none, _CMP_EQ_OQ), take);
+            const __m256 colour = _mm256_or_ps(_mm256_and_ps(d, fromDirect), _mm256_and_ps(m, fromMagnified));
+            const __m256 alpha = kShow == 0 ? covered : kShow == 1 ? Distance(a0, a1) : Product(a0, a1);
+            Store<kStream>(result, _mm256_blend_ps(colour, alpha, 0x88));
+        }
+    }
+}
+
+template <bool kStream>
+constexpr Composers kComposers = {
+    {ComposeBytes<0, kStream>, ComposeBytes<1, kStream>, ComposeBytes<2, kStream>, ComposeBytes<3, kStream>,
+     ComposeBytes<4, kStream>},
+    {ComposeFloats<0, kStream>, ComposeFloats<1, kStream>, ComposeFloats<2, kStream>, ComposeFloats<3, kStream>,
+     ComposeFloats<4, kStream>},
+};
+
+}  // namespace
+
+const TileKernels kAvx2Tiles = {
+    .square = Map<false>,
+    .cubic = Map<true>,
+    .locate = Locate,
+    .cached = kComposers<false>,
+    .streamed = kComposers<true>,
+    .streamAlignment = 32,
+};
+
+}  // namespace nuv
