@@ -71,6 +71,10 @@ void Locate(const SourcePixels& source, const std::int32_t* columns, const std::
     }
 }
 
+void Prefetch(const std::byte* pixels) {
+    _mm_prefetch(reinterpret_cast<const char*>(pixels), _MM_HINT_T1);
+}
+
 template <bool kStream>
 void Store(std::byte* result, __m256 pixels) {
     if constexpr (kStream) {
@@ -98,15 +102,16 @@ static_assert(255 * kFrom8Bits == 1.0f, "full coverage is a byte of 255");
 
 // The alpha views of bytes need floats for shows 1 and 2 alone; else the larger of two bytes is the larger value.
 template <int kShow, bool kStream>
-void ComposeBytes(const std::byte* direct, const std::byte* magnified, std::byte* result, int count,
-                  const ChannelMasks& masks) {
+void ComposeBytes(const std::byte* direct, const std::byte* magnified, const std::byte* next, std::byte* result,
+                  int count, const ChannelMasks& masks) {
     const __m256i alphaBits = _mm256_set1_epi32(static_cast<int>(0xFF000000));
     const __m256i take = _mm256_set1_epi32(
         static_cast<int>((masks.channel[0] & 0xFF) | (masks.channel[1] & 0xFF00) | (masks.channel[2] & 0xFF0000)));
     const __m256i keep = _mm256_andnot_si256(_mm256_or_si256(take, alphaBits), _mm256_set1_epi32(-1));
     const __m256 from8Bits = _mm256_set1_ps(kFrom8Bits);
     const __m256i none = _mm256_setzero_si256();
-    for (int i = 0; i < count; i += 8, direct += 32, magnified += 32, result += 128) {
+    for (int i = 0; i < count; i += 8, direct += 32, magnified += 32, next += 32, result += 128) {
+        Prefetch(next);
         const __m256i d = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(direct));
         const __m256i m = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(magnified));
         const __m256i covered = _mm256_and_si256(_mm256_max_epu8(d, m), alphaBits);
@@ -155,13 +160,14 @@ void ComposeBytes(const std::byte* direct, const std::byte* magnified, std::byte
 }
 
 template <int kShow, bool kStream>
-void ComposeFloats(const std::byte* direct, const std::byte* magnified, std::byte* result, int count,
-                   const ChannelMasks& masks) {
+void ComposeFloats(const std::byte* direct, const std::byte* magnified, const std::byte* next, std::byte* result,
+                   int count, const ChannelMasks& masks) {
     const __m256i bits = _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(&masks)));
     const __m256 take = _mm256_castsi256_ps(bits);
     const __m256 keep = _mm256_xor_ps(take, _mm256_castsi256_ps(_mm256_set1_epi32(-1)));
     const __m256 none = _mm256_setzero_ps();
-    for (int i = 0; i < count; i += 2, direct += 32, magnified += 32, result += 32) {
+    for (int i = 0; i < count; i += 2, direct += 32, magnified += 32, next += 32, result += 32) {
+        Prefetch(next);
         const __m256 d = _mm256_loadu_ps(reinterpret_cast<const float*>(direct));
         const __m256 m = _mm256_loadu_ps(reinterpret_cast<const float*>(magnified));
         const __m256 a0 = _mm256_permute_ps(d, _MM_SHUFFLE(3, 3, 3, 3));

@@ -80,6 +80,10 @@ void Locate(const SourcePixels& source, const std::int32_t* columns, const std::
     }
 }
 
+void Prefetch(const std::byte* pixels) {
+    _mm_prefetch(reinterpret_cast<const char*>(pixels), _MM_HINT_T1);
+}
+
 template <bool kStream>
 void Store(std::byte* result, __m128 pixel) {
     if constexpr (kStream) {
@@ -107,15 +111,16 @@ static_assert(255 * kFrom8Bits == 1.0f, "full coverage is a byte of 255");
 
 // Alpha takes floats for shows 1 and 2 alone; else the larger of two bytes is the larger value.
 template <int kShow, bool kStream>
-void ComposeBytes(const std::byte* direct, const std::byte* magnified, std::byte* result, int count,
-                  const ChannelMasks& masks) {
+void ComposeBytes(const std::byte* direct, const std::byte* magnified, const std::byte* next, std::byte* result,
+                  int count, const ChannelMasks& masks) {
     const __m128i alphaBits = _mm_set1_epi32(static_cast<int>(0xFF000000));
     const __m128i take = _mm_set1_epi32(
         static_cast<int>((masks.channel[0] & 0xFF) | (masks.channel[1] & 0xFF00) | (masks.channel[2] & 0xFF0000)));
     const __m128i keep = _mm_andnot_si128(_mm_or_si128(take, alphaBits), _mm_set1_epi32(-1));
     const __m128 from8Bits = _mm_set1_ps(kFrom8Bits);
     const __m128i none = _mm_setzero_si128();
-    for (int i = 0; i < count; i += 4, direct += 16, magnified += 16, result += 64) {
+    for (int i = 0; i < count; i += 4, direct += 16, magnified += 16, next += 16, result += 64) {
+        Prefetch(next);
         const __m128i d = _mm_loadu_si128(reinterpret_cast<const __m128i*>(direct));
         const __m128i m = _mm_loadu_si128(reinterpret_cast<const __m128i*>(magnified));
         const __m128i covered = _mm_and_si128(_mm_max_epu8(d, m), alphaBits);
@@ -163,13 +168,14 @@ void ComposeBytes(const std::byte* direct, const std::byte* magnified, std::byte
 }
 
 template <int kShow, bool kStream>
-void ComposeFloats(const std::byte* direct, const std::byte* magnified, std::byte* result, int count,
-                   const ChannelMasks& masks) {
+void ComposeFloats(const std::byte* direct, const std::byte* magnified, const std::byte* next, std::byte* result,
+                   int count, const ChannelMasks& masks) {
     const __m128 take = _mm_castsi128_ps(_mm_loadu_si128(reinterpret_cast<const __m128i*>(&masks)));
     const __m128 keep = _mm_andnot_ps(take, _mm_castsi128_ps(_mm_setr_epi32(-1, -1, -1, 0)));
     const __m128 alphaBits = _mm_castsi128_ps(_mm_setr_epi32(0, 0, 0, -1));
     const __m128 none = _mm_setzero_ps();
-    for (int i = 0; i < count; ++i, direct += 16, magnified += 16, result += 16) {
+    for (int i = 0; i < count; ++i, direct += 16, magnified += 16, next += 16, result += 16) {
+        Prefetch(next);
         const __m128 d = _mm_loadu_ps(reinterpret_cast<const float*>(direct));
         const __m128 m = _mm_loadu_ps(reinterpret_cast<const float*>(magnified));
         const __m128 a0 = _mm_shuffle_ps(d, d, _MM_SHUFFLE(3, 3, 3, 3));

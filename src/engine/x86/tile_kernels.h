@@ -37,9 +37,10 @@ struct ChannelMasks {
     std::uint32_t channel[4];
 };
 
-// Makes result pixels of both samples, which are pixels of the source's depth. Nothing need be aligned.
-using ComposePixels = void (*)(const std::byte* direct, const std::byte* magnified, std::byte* result, int count,
-                               const ChannelMasks& masks);
+// Makes result pixels of both samples, which are pixels of the source's depth. Nothing need be aligned. Meanwhile
+// the pixels at `next`, as many as at `direct`, are brought into the cache.
+using ComposePixels = void (*)(const std::byte* direct, const std::byte* magnified, const std::byte* next,
+                               std::byte* result, int count, const ChannelMasks& masks);
 
 inline constexpr int kShowCount = 5;  // any other value shows as 0
 

@@ -1,7 +1,9 @@
 // The row worker of the vector tables: the formulas of scalar_row_worker.cpp, taken apart into passes over tiles.
 //
-// Both samples of a tile are first brought into a row of neighbours: the direct one usually is one already and is
-// read in place, the enlarged one is fetched pixel by pixel. Then both are put together in one sweep.
+// Both samples of a tile are first brought into a row of neighbours: the direct ones usually are neighbours already
+// and are read in place, the enlarged ones are fetched one by one. Then both are put together in one sweep. Tiles
+// are worked through in columns from top to bottom, so that the next one lies right below; what it will read is
+// asked for in the meantime.
 #include <emmintrin.h>
 
 #include <algorithm>
@@ -13,36 +15,38 @@
 namespace nuv {
 namespace {
 
-constexpr int kTilePixels = 1024;
+constexpr int kTilePixels = 512;
 static_assert(kTilePixels % kTileStep == 0);
 
 constexpr std::byte kTransparent[16]{};
 
-// Columns of the source for the columns of a tile, where they do not depend on the row: always for the direct
-// sample, and for the enlarged one as long as k is the same everywhere.
+// Where the columns of a tile read in a source row, if that does not depend on the output's row: always for the
+// direct sample, and for the enlarged one as long as k is the same everywhere.
 struct ColumnMap {
-    bool contiguous;                   // a run of neighbours, all inside
-    bool inside;                       // all of them
+    bool inside;                       // every column
+    bool contiguous;                   // and all are neighbours
     std::int32_t offset[kTilePixels];  // bytes from the start of the source row; negative: outside
 };
 
-template <int kBytes>
-void CopyPixel(std::byte* to, const std::byte* from) {
-    std::memcpy(to, from, kBytes);
+// The enlarged samples of one tile where k varies: a curve across many source rows.
+using Curve = const std::byte* [kTilePixels];
+
+void Prefetch(const std::byte* pixel) {
+    _mm_prefetch(reinterpret_cast<const char*>(pixel), _MM_HINT_T1);
 }
 
 template <int kBytes>
-void Fetch(const ColumnMap& map, const std::byte* line, int count, std::byte* tile) {
-    for (int i = 0; i < count; ++i) {
-        const std::int32_t offset = map.offset[i];
-        CopyPixel<kBytes>(tile + i * kBytes, map.inside || offset >= 0 ? line + offset : kTransparent);
-    }
+void FetchLine(const ColumnMap& map, const std::byte* line, int count, std::byte* tile) {
+    for (int i = 0; i < count && map.inside; ++i)
+        std::memcpy(tile + i * kBytes, line + map.offset[i], kBytes);
+    for (int i = 0; i < count && !map.inside; ++i)
+        std::memcpy(tile + i * kBytes, map.offset[i] < 0 ? kTransparent : line + map.offset[i], kBytes);
 }
 
 template <int kBytes>
-void Fetch(const std::byte* const* pixels, int count, std::byte* tile) {
+void FetchCurve(const Curve& pixels, int count, std::byte* tile) {
     for (int i = 0; i < count; ++i)
-        CopyPixel<kBytes>(tile + i * kBytes, pixels[i]);
+        std::memcpy(tile + i * kBytes, pixels[i], kBytes);
 }
 
 class TiledWorker {
@@ -55,10 +59,16 @@ public:
     }
 
     void Render(std::int32_t firstRow, std::int32_t endRow) {
-        for (std::int32_t x = 0; x < frame_.columns; x += kTilePixels) {
-            StartTiles(x, std::min(kTilePixels, frame_.columns - x));
-            for (std::int32_t y = firstRow; y < endRow; ++y)
-                RenderTile(y);
+        for (std::int32_t x = 0; x < frame_.columns && firstRow < endRow; x += kTilePixels) {
+            StartColumn(x, std::min(kTilePixels, frame_.columns - x));
+            Samples samples[2];
+            Prepare(firstRow, samples[0]);
+            for (std::int32_t y = firstRow; y < endRow; ++y) {
+                const int now = (y - firstRow) % 2;
+                const int next = y + 1 < endRow ? 1 - now : now;
+                if (next != now) Prepare(y + 1, samples[next]);
+                RenderTile(y, samples[now], samples[next]);
+            }
         }
         for (std::int32_t y = firstRow; y < endRow; ++y)
             ClearBeyond(frame_, job_.output, ResultRow(y));
@@ -66,19 +76,37 @@ public:
     }
 
 private:
+    // Where one tile reads. Lines are rows of the source, null outside of it.
+    struct Samples {
+        const std::byte* direct;
+        const std::byte* magnified;  // for linear alone
+        Curve curve;                 // for the others
+    };
+
     std::byte* ResultRow(std::int32_t y) const {
         return job_.output.pixels + std::ptrdiff_t{job_.output.rowBytes} * y;
     }
 
-    // Null outside of the source.
-    const std::byte* SourceRow(std::int32_t row) const {
+    const std::byte* SourceLine(std::int32_t row) const {
         if (row < 0 || row >= job_.input.height) return nullptr;
         return job_.input.pixels + std::ptrdiff_t{job_.input.rowBytes} * row;
     }
 
+    void StartColumn(std::int32_t x, int count) {
+        x_ = x;
+        count_ = count;
+        FillMap(directColumns_, [this](float fx) { return Truncate(fx - job_.sourceOffsetX); });
+        if (!linear_) return;
+        fetched_ = false;
+        FillMap(magnifiedColumns_, [this](float fx) {
+            const float zx = static_cast<float>(Truncate(inv_ * (fx - frame_.cx) + frame_.cx));
+            return Truncate(zx - job_.sourceOffsetX);
+        });
+    }
+
     template <class ColumnOf>
     void FillMap(ColumnMap& map, ColumnOf columnOf) const {
-        map.contiguous = map.inside = true;
+        map.inside = map.contiguous = true;
         for (int i = 0; i < count_; ++i) {
             const std::int32_t column = columnOf(static_cast<float>(x_ + i));
             const bool inside = column >= 0 && column < job_.input.width;
@@ -88,75 +116,79 @@ private:
         }
     }
 
-    void StartTiles(std::int32_t x, int count) {
-        x_ = x;
-        count_ = count;
-        magnifiedPixels_ = nullptr;
-        FillMap(directColumns_, [this](float fx) { return Truncate(fx - job_.sourceOffsetX); });
-        if (!linear_) return;
-        FillMap(magnifiedColumns_, [this](float fx) {
-            const float zx = static_cast<float>(Truncate(inv_ * (fx - frame_.cx) + frame_.cx));
-            return Truncate(zx - job_.sourceOffsetX);
-        });
+    void Prepare(std::int32_t y, Samples& samples) {
+        const float fy = static_cast<float>(y);
+        const float dy = fy - frame_.cyE;
+        samples.direct = SourceLine(Truncate(fy - job_.sourceOffsetY));
+        if (linear_) {
+            const float zy = static_cast<float>(Truncate(inv_ * dy + frame_.cyE));
+            samples.magnified = SourceLine(Truncate(zy - job_.sourceOffsetY));
+            PrefetchLine(samples.magnified, magnifiedColumns_);
+        } else {
+            FindCurve(dy, samples.curve);
+        }
     }
 
-    // The pixels of a source row, in place or brought into `tile`.
-    const std::byte* Pixels(std::int32_t row, const ColumnMap& map, std::byte* tile) const {
-        const std::byte* const line = SourceRow(row);
+    void PrefetchLine(const std::byte* line, const ColumnMap& map) const {
+        if (line == nullptr || !map.inside) return;
+        for (std::int32_t offset = map.offset[0]; offset <= map.offset[count_ - 1]; offset += 64)
+            Prefetch(line + offset);
+    }
+
+    // The lines of a curve are out of the reach of the processor's own prefetching.
+    void FindCurve(float dy, Curve& curve) {
+        const MagnifiedRow row{frame_.cx, frame_.cyE, frame_.R,           job_.amount,       percent_,
+                               dy,        dy * dy,    job_.sourceOffsetX, job_.sourceOffsetY};
+        const int steps = (count_ + kTileStep - 1) / kTileStep * kTileStep;
+        std::int32_t columns[kTilePixels];
+        std::int32_t rows[kTilePixels];
+        (job_.scaling == 1 ? kernels_.square : kernels_.cubic)(row, x_, steps, columns, rows);
+        kernels_.locate(source_, columns, rows, steps, curve);
+        // Neighbours lie at most a pixel apart: half a cache line on is soon enough.
+        for (int i = 0; i < count_; i += 32 / pixelBytes_)
+            Prefetch(curve[i]);
+    }
+
+    void RenderTile(std::int32_t y, const Samples& samples, const Samples& next) {
+        const std::byte* const direct = Neighbours(samples.direct, directColumns_, directTile_);
+        const bool inPlace = next.direct != nullptr && directColumns_.contiguous;
+        const std::byte* const nextDirect = inPlace ? next.direct + directColumns_.offset[0] : direct;
+        if (!linear_) {
+            pixelBytes_ == 4 ? FetchCurve<4>(samples.curve, count_, magnifiedTile_)
+                             : FetchCurve<16>(samples.curve, count_, magnifiedTile_);
+            magnified_ = magnifiedTile_;
+        } else if (!fetched_ || samples.magnified != fetchedLine_) {
+            // An enlarged line serves several rows of the output.
+            magnified_ = Neighbours(samples.magnified, magnifiedColumns_, magnifiedTile_);
+            fetchedLine_ = samples.magnified;
+            fetched_ = true;
+        }
+        Compose(direct, magnified_, nextDirect, ResultRow(y) + std::ptrdiff_t{x_} * 16);
+    }
+
+    // The samples of a line, in place or brought into `tile`.
+    const std::byte* Neighbours(const std::byte* line, const ColumnMap& map, std::byte* tile) const {
         if (line == nullptr) {
             std::memset(tile, 0, static_cast<std::size_t>(count_ * pixelBytes_));
             return tile;
         }
         if (map.contiguous) return line + map.offset[0];
-        pixelBytes_ == 4 ? Fetch<4>(map, line, count_, tile) : Fetch<16>(map, line, count_, tile);
+        pixelBytes_ == 4 ? FetchLine<4>(map, line, count_, tile) : FetchLine<16>(map, line, count_, tile);
         return tile;
     }
 
-    void RenderTile(std::int32_t y) {
-        const float fy = static_cast<float>(y);
-        const float dy = fy - frame_.cyE;
-        const std::byte* const direct = Pixels(Truncate(fy - job_.sourceOffsetY), directColumns_, directTile_);
-        const std::byte* const magnified = linear_ ? MagnifiedLine(dy) : MagnifiedCurve(dy);
-        Compose(direct, magnified, ResultRow(y) + std::ptrdiff_t{x_} * 16);
-    }
-
-    const std::byte* MagnifiedLine(float dy) {
-        const float zy = static_cast<float>(Truncate(inv_ * dy + frame_.cyE));
-        const std::int32_t row = Truncate(zy - job_.sourceOffsetY);
-        // An enlarged row serves several rows of the output.
-        if (magnifiedPixels_ == nullptr || row != fetchedRow_) {
-            magnifiedPixels_ = Pixels(row, magnifiedColumns_, magnifiedTile_);
-            fetchedRow_ = row;
-        }
-        return magnifiedPixels_;
-    }
-
-    // The samples lie on a curve across many source rows, out of the reach of the processor's own prefetching: all
-    // lines are asked for before the first is read.
-    const std::byte* MagnifiedCurve(float dy) {
-        const MagnifiedRow row{frame_.cx, frame_.cyE, frame_.R,           job_.amount,       percent_,
-                               dy,        dy * dy,    job_.sourceOffsetX, job_.sourceOffsetY};
-        const int steps = (count_ + kTileStep - 1) / kTileStep * kTileStep;
-        (job_.scaling == 1 ? kernels_.square : kernels_.cubic)(row, x_, steps, columns_, rows_);
-        kernels_.locate(source_, columns_, rows_, steps, pixels_);
-        for (int i = 0; i < count_; ++i)
-            _mm_prefetch(reinterpret_cast<const char*>(pixels_[i]), _MM_HINT_T0);
-        pixelBytes_ == 4 ? Fetch<4>(pixels_, count_, magnifiedTile_) : Fetch<16>(pixels_, count_, magnifiedTile_);
-        return magnifiedTile_;
-    }
-
-    void Compose(const std::byte* direct, const std::byte* magnified, std::byte* result) const {
-        const auto misaligned = reinterpret_cast<std::uintptr_t>(result);
-        const bool stream = stream_ && misaligned % 16 == 0;
-        const auto choose = [this](const Composers& composers) {
+    void Compose(const std::byte* direct, const std::byte* magnified, const std::byte* next,
+                 std::byte* result) const {
+        const auto composer = [this](const Composers& composers) {
             const int show = job_.show > 0 && job_.show < kShowCount ? job_.show : 0;
             return pixelBytes_ == 4 ? composers.bytes[show] : composers.floats[show];
         };
-        const ComposePixels cached = choose(kernels_.cached);
+        const ComposePixels cached = composer(kernels_.cached);
         int left = count_;
         const auto advance = [&](int pixels) {
             direct += pixels * pixelBytes_;
             magnified += pixels * pixelBytes_;
+            next += pixels * pixelBytes_;
             result += pixels * 16;
             left -= pixels;
         };
@@ -166,17 +198,19 @@ private:
             std::byte to[kTileStep * 16];
             std::memcpy(from[0], direct, static_cast<std::size_t>(pixels * pixelBytes_));
             std::memcpy(from[1], magnified, static_cast<std::size_t>(pixels * pixelBytes_));
-            cached(from[0], from[1], to, kTileStep, masks_);
+            cached(from[0], from[1], from[0], to, kTileStep, masks_);
             std::memcpy(result, to, static_cast<std::size_t>(pixels * 16));
             advance(pixels);
         };
+        const auto misaligned = reinterpret_cast<std::uintptr_t>(result);
+        const bool stream = stream_ && misaligned % 16 == 0;
         if (stream) {
             const auto alignment = static_cast<std::uintptr_t>(kernels_.streamAlignment);
             const auto head = static_cast<int>((alignment - misaligned % alignment) % alignment / 16);
             if (head > 0) composeFew(std::min(head, left));
         }
         const int steps = left / kTileStep * kTileStep;
-        (stream ? choose(kernels_.streamed) : cached)(direct, magnified, result, steps, masks_);
+        (stream ? composer(kernels_.streamed) : cached)(direct, magnified, next, result, steps, masks_);
         advance(steps);
         if (left > 0) composeFew(left);
     }
@@ -193,16 +227,14 @@ private:
                                job_.input.height, job_.input.rowBytes, pixelBytes_};
     ChannelMasks masks_{};
 
-    // The tiles in work: a stack of them, one for each row.
+    // The column of tiles in work, and its enlarged line fetched last.
     std::int32_t x_ = 0;
     int count_ = 0;
-    std::int32_t fetchedRow_ = 0;
-    const std::byte* magnifiedPixels_ = nullptr;
+    bool fetched_ = false;
+    const std::byte* fetchedLine_ = nullptr;
+    const std::byte* magnified_ = nullptr;
     ColumnMap directColumns_;
     ColumnMap magnifiedColumns_;
-    std::int32_t columns_[kTilePixels];
-    std::int32_t rows_[kTilePixels];
-    const std::byte* pixels_[kTilePixels];
     alignas(64) std::byte directTile_[kTilePixels * 16];
     alignas(64) std::byte magnifiedTile_[kTilePixels * 16];
 };
