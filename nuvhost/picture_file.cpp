@@ -390,8 +390,7 @@ void WritePicture(const std::filesystem::path& file, const PictureFile& source) 
     const bool written =
         writer->open(output.temporary().string(), spec) && WritePixels(*writer, picture, source) && writer->close();
     const auto error = writer->geterror();
-    // The TIFF writer's close succeeds whatever happened in it, and it complains when there are no Exif data at
-    // all.
+    // The TIFF writer's close succeeds whatever happened in it, and complains when there are no Exif data at all.
     const bool complained = !error.empty() && !error.ends_with("of the Exif data");
     if (!written || complained) Fail(file, "cannot be written", error);
     if (checked && !checked->Complete()) Fail(file, "cannot be written", "the disk did not take all of it");

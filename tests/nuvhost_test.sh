@@ -4,9 +4,7 @@
 set -u
 nuvhost=$(realpath "$1")
 rm -rf "$2" && mkdir -p "$2" && cd "$2" || exit 2
-for tool in oiiotool; do
-    command -v $tool >/dev/null || { echo "nuvhost_test: $tool is not installed" >&2; exit 2; }
-done
+command -v oiiotool >/dev/null || { echo "nuvhost_test: oiiotool is not installed" >&2; exit 2; }
 
 passed=0
 failed=0
@@ -157,12 +155,14 @@ promise "16 bits stay 16 bits in PNG" keeps_kind deep.png kind.png "64 x 48, 3 c
 promise "16 bits stay 16 bits in TIFF" keeps_kind deep.tif kind.tif "64 x 48, 3 channel, uint16 tiff"
 promise "halves stay halves in OpenEXR" keeps_kind opaque.exr kind.exr "64 x 48, 3 channel, half openexr"
 promise "grey becomes colour" keeps_kind grey.png kind.png "64 x 48, 3 channel, uint8 png"
-promise "grey with alpha becomes colour with alpha" keeps_kind grey_alpha.png kind.png "64 x 48, 4 channel, uint8 png"
+promise "grey with alpha becomes colour with alpha" keeps_kind grey_alpha.png kind.png \
+    "64 x 48, 4 channel, uint8 png"
 promise "TIFF becomes PNG" keeps_kind opaque.tif kind.png "64 x 48, 3 channel, uint8 png"
 promise "OpenEXR becomes JPEG" keeps_kind associated.exr kind.jpg "64 x 48, 3 channel, uint8 jpeg"
 
 grey_values() {
-    render grey.png grey_out.png && for i in 1 2 3; do cat <(pixels grey.png | awk '{print $4}'); done >expected.txt &&
+    render grey.png grey_out.png &&
+        for i in 1 2 3; do cat <(pixels grey.png | awk '{print $4}'); done >expected.txt &&
         pixels grey_out.png | awk '{print $4}' >actual.txt &&
         pixels grey_out.png | awk '{print $5}' >>actual.txt &&
         pixels grey_out.png | awk '{print $6}' >>actual.txt && cmp expected.txt actual.txt
@@ -172,7 +172,8 @@ promise "grey fills all three colours" grey_values
 keeps_attributes() {
     oiiotool opaque.tif --attrib Copyright "somebody" --orientation 6 -o meta.tif && render meta.tif meta_out.tif &&
         is "$(attribute meta_out.tif Copyright)" '"somebody"' && is "$(kind meta_out.tif)" "$(kind meta.tif)" &&
-        is "$(attribute meta_out.tif Orientation)" "$(attribute meta.tif Orientation)" && same_pixels meta.tif meta_out.tif
+        is "$(attribute meta_out.tif Orientation)" "$(attribute meta.tif Orientation)" &&
+            same_pixels meta.tif meta_out.tif
 }
 promise "metadata and the orientation tag are kept, pixels are not turned" keeps_attributes
 
@@ -188,7 +189,8 @@ mixed_types() {
     oiiotool opaque.exr --create 64x48 1 --chnames id --fill:color=0.75 64x48 --chappend \
         -d R=half -d G=half -d B=half -d id=float -o mixed.exr && render mixed.exr mixed_out.exr &&
         same_pixels mixed.exr mixed_out.exr &&
-        is "$(oiiotool --info -v mixed_out.exr | grep 'channel list')" "$(oiiotool --info -v mixed.exr | grep 'channel list')"
+        is "$(attribute mixed_out.exr 'channel list')" "$(attribute mixed.exr 'channel list')" &&
+        not is "$(attribute mixed.exr 'channel list')" "" >/dev/null
 }
 promise "channels of several types keep their types" mixed_types
 
@@ -200,12 +202,14 @@ straight_tiff() { render straight.tif still.tif && straight still.tif; }
 promise "straight TIFF to TIFF stays straight" straight_tiff
 associated_tiff() { render associated.tif still.tif && not straight still.tif; }
 promise "associated TIFF to TIFF stays associated" associated_tiff
-to_exr() { render plain_straight.png to.exr && is "$(pixel to.exr 0 0)" "0.200805664 0.100402832 0.051177979 0.501953125"; }
+to_exr() { render plain_straight.png to.exr &&
+    is "$(pixel to.exr 0 0)" "0.200805664 0.100402832 0.051177979 0.501953125"; }
 promise "straight PNG to OpenEXR is multiplied by alpha" to_exr
 to_png() { render plain_associated.exr to.png && is "$(pixel to.png 0 0)" "128 64 32 128"; }
 promise "associated OpenEXR to PNG is divided by alpha" to_png
 to_jpeg() {
-    render plain_straight.png to.jpg && oiiotool --create 2x2 3 --fill:color=0.2008,0.1004,0.0512 2x2 -d uint8 -o black.png &&
+    render plain_straight.png to.jpg &&
+        oiiotool --create 2x2 3 --fill:color=0.2008,0.1004,0.0512 2x2 -d uint8 -o black.png &&
         oiiotool --fail 0.02 black.png to.jpg --diff >/dev/null
 }
 promise "straight PNG to JPEG lies over black" to_jpeg
@@ -237,7 +241,8 @@ differ() { # differ OPTIONS OPTIONS
     render opaque.png one.png $1 && render opaque.png other.png $2 && not same_pixels one.png other.png >/dev/null
 }
 agree() {
-    render straight.png one.png $1 && render straight.png other.png $2 && not same_pixels straight.png one.png >/dev/null &&
+    render straight.png one.png $1 && render straight.png other.png $2 &&
+        not same_pixels straight.png one.png >/dev/null &&
         same_pixels one.png other.png
 }
 promise "square differs from linear" differ "--amount 30" "--amount 30 --scaling square"
@@ -247,7 +252,8 @@ promise "the defaults are red-cyan, linear, final, the middle" agree "--amount 1
 promise "percent and pixels name the same centre" agree "--amount 20 --center 25%,75%" "--amount 20 --center 16,36"
 promise "percent and pixels may be mixed" agree "--amount 20 --center 25%,36" "--amount 20 --center 16,75%"
 promise "the centre may lie outside" differ "--amount 20" "--amount 20 --center -10,120%"
-promise "the order of arguments does not matter" agree "--amount=20 --mode blue-yellow" "--mode blue-yellow --amount +20"
+promise "the order of arguments does not matter" agree "--amount=20 --mode blue-yellow" \
+    "--mode blue-yellow --amount +20"
 
 shows() {
     render straight.png show.png --show just-ca && is "$(pixels show.png | awk '{print $7}' | sort -u)" 0 &&
@@ -258,8 +264,10 @@ promise "just-ca keeps alpha where fringes are, without-ca where they are not" s
 odd="--amount 17.5 --center 13,40 --scaling cubic --mode green-purple"
 promise "the plain render gives the same as smart render" agree "$odd" "$odd --plain"
 promise "the editor gives the same 8-bit pixels as the compositor" agree "$odd" "$odd --host editor"
-promise "the editor defaults to 8 bits for deeper files too" keeps_kind deep.tif kind.tif "64 x 48, 3 channel, uint16 tiff"
-editor_deep() { render deep.tif one.tif --amount 9 --host editor && render deep.tif other.tif --amount 9 --depth 8 &&
+promise "the editor defaults to 8 bits for deeper files too" keeps_kind deep.tif kind.tif \
+    "64 x 48, 3 channel, uint16 tiff"
+editor_deep() { render deep.tif one.tif --amount 9 --host editor &&
+    render deep.tif other.tif --amount 9 --depth 8 &&
     same_pixels one.tif other.tif; }
 promise "the editor gets 8 bits of a 16-bit file" editor_deep
 
@@ -290,7 +298,8 @@ promise "a missing output is refused" refuses 2 "OUT" render opaque.png
 promise "an unknown option is refused" refuses 2 "--amout" render opaque.png out.png --amout 3
 promise "a stray argument is refused" refuses 2 "third.png" render opaque.png out.png third.png
 promise "an option without its value is refused" refuses 2 "--amount" render opaque.png out.png --amount
-promise "an option with two values is refused" refuses 2 "--mode" render opaque.png out.png --mode red-cyan --mode red-cyan
+promise "an option with two values is refused" \
+    refuses 2 "--mode" render opaque.png out.png --mode red-cyan --mode red-cyan
 promise "a wrong mode is refused" refuses 2 "purple" render opaque.png out.png --mode purple
 promise "a wrong scaling is refused" refuses 2 "quartic" render opaque.png out.png --scaling quartic
 promise "a wrong show is refused" refuses 2 "alpha" render opaque.png out.png --show alpha
@@ -302,9 +311,11 @@ done
 for center in 5 , 5, ,5 5,6,7 a,b nan,1 1,inf "5 %,5" 5%%,5 ""; do
     promise "centre '$center' is refused" refuses 2 "\"$center\"" render opaque.png out.png --center "$center"
 done
-promise "a centre beyond the host's coordinates is refused" refuses 2 "--center" render opaque.png out.png --center 40000,5
+promise "a centre beyond the host's coordinates is refused" \
+    refuses 2 "--center" render opaque.png out.png --center 40000,5
 for depth in 16 32; do
-    promise "the editor with $depth bits is refused" refuses 2 "editor" render opaque.png out.png --host editor --depth $depth
+    promise "the editor with $depth bits is refused" \
+        refuses 2 "editor" render opaque.png out.png --host editor --depth $depth
 done
 promise "a missing input is refused" refuses 1 "nowhere.png" render nowhere.png out.png
 for input in text.png empty.png short.png short.jpg short.tif short.exr folder.png; do
@@ -334,7 +345,8 @@ done
 no_plugin() { mkdir -p alone/bin && cp "$nuvhost" alone/bin/nuvhost &&
     (nuvhost=$PWD/alone/bin/nuvhost && refuses 1 nuv_chromaber.so render opaque.png out.png); }
 promise "the plug-in's absence beside nuvhost is named" no_plugin
-keeps_old() { cp opaque.png old.png && "$nuvhost" render short.png old.png 2>/dev/null; [ $? = 1 ] && cmp opaque.png old.png; }
+keeps_old() { cp opaque.png old.png && "$nuvhost" render short.png old.png 2>/dev/null; [ $? = 1 ] &&
+    cmp opaque.png old.png; }
 promise "a failure leaves an output that was there alone" keeps_old
 
 # ---- Chart and sheet ----------------------------------------------------------------------------------------
