@@ -9,7 +9,6 @@
 #include <cstring>
 #include <functional>
 #include <optional>
-#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -90,6 +89,10 @@ private:
 // ---- What was said --------------------------------------------------------------------------------------------
 
 using Lines = std::vector<std::string>;
+
+// What a driver that returns early does not give back.
+inline constexpr const char* kFormatSuiteKept = "suite \"PF Pixel Format Suite\" 1: acquired 1, released 0";
+inline constexpr const char* kWorldSuiteKept = "suite \"PF World Suite\" 2: acquired 1, released 0";
 
 // "AcquireSuite PF World Suite 2", "abort"
 inline std::string Line(const refhost::CallRecord& call) {
@@ -253,106 +256,5 @@ private:
         return host;
     }
 };
-
-// ---- A render, call by call -----------------------------------------------------------------------------------
-
-// What the output holds afterwards.
-struct Picture {
-    enum class Kind { asClean, untouched, topRows, zeroParameter, withoutOffset, anything };
-    Kind kind;
-    int number = 0;  // of rows, or of the parameter
-};
-inline constexpr Picture kAsClean{Picture::Kind::asClean};
-inline constexpr Picture kUntouched{Picture::Kind::untouched};
-inline constexpr Picture kWithoutOffset{Picture::Kind::withoutOffset};
-inline constexpr Picture kAnything{Picture::Kind::anything};
-constexpr Picture TopRows(int rows) {
-    return {Picture::Kind::topRows, rows};
-}
-constexpr Picture ZeroParameter(int index) {
-    return {Picture::Kind::zeroParameter, index};
-}
-
-// One call that the effect makes in a render in which nothing fails, and what is promised if this call fails with
-// kFault.
-struct Step {
-    const char* call;
-    PF_Err code;
-    Picture picture;
-    const char* kept = nullptr;    // the one thing that is not given back
-    const char* misuse = nullptr;  // the one thing that the host may complain of
-};
-
-inline void ExpectOrder(Scene& scene, Way way, std::span<const Step> steps) {
-    EXPECT_EQ(scene.Render(way), PF_Err_NONE);
-    Lines expected;
-    for (const Step& step : steps)
-        expected.push_back(step.call);
-    EXPECT_EQ(scene.Calls(), expected);
-    EXPECT_EQ(scene.Outstanding(), Lines());
-    EXPECT_EQ(scene.Misuse(), Lines());
-}
-
-namespace detail {
-
-inline std::vector<std::byte> Expected(Scene& scene, Way way, const Picture& picture) {
-    switch (picture.kind) {
-        case Picture::Kind::untouched:
-            return refhost::World(scene.output.layout()).Pixels();
-        case Picture::Kind::topRows: {
-            auto pixels = scene.CleanPicture(way);
-            const auto rowBytes = static_cast<std::ptrdiff_t>(pixels.size()) / Scene::kHeight;
-            std::fill(pixels.begin() + rowBytes * picture.number, pixels.end(), std::byte{refhost::World::kPoison});
-            return pixels;
-        }
-        case Picture::Kind::zeroParameter: {
-            scene.instance.Set(picture.number, Scene::Zero(picture.number));
-            auto pixels = scene.CleanPicture(way);
-            scene.instance.Set(picture.number, Scene::Value(picture.number));
-            EXPECT_NE(pixels, scene.CleanPicture(way)) << "parameter " << picture.number << " makes no difference";
-            return pixels;
-        }
-        case Picture::Kind::withoutOffset: {
-            auto pixels = scene.CleanPicture(Way::plain);
-            EXPECT_NE(pixels, scene.CleanPicture(Way::smart)) << "the offset makes no difference";
-            return pixels;
-        }
-        default:
-            return scene.CleanPicture(way);
-    }
-}
-
-}  // namespace detail
-
-// Fails every call of the render in turn. After each failure the same instance renders as if nothing had been.
-inline void ExpectEveryFailure(Scene& scene, Way way, std::span<const Step> steps) {
-    const auto clean = scene.CleanPicture(way);
-    const auto calls = scene.host.account().Calls();
-    ASSERT_EQ(calls.size(), steps.size());
-    const auto source = scene.input.Pixels();
-
-    for (std::size_t i = 0; i < steps.size(); ++i) {
-        const Step& step = steps[i];
-        SCOPED_TRACE("step " + std::to_string(i) + ", " + step.call);
-        const auto expected = detail::Expected(scene, way, step.picture);
-
-        scene.host.options().faults = Fail(calls[i].call, calls[i].index);
-        EXPECT_EQ(scene.Render(way), step.code);
-        if (step.picture.kind != Picture::Kind::anything) {
-            EXPECT_EQ(scene.output.Pixels(), expected);
-        }
-        EXPECT_EQ(scene.output.Surroundings(), "");
-        EXPECT_EQ(scene.input.Pixels(), source);
-        EXPECT_EQ(scene.input.Surroundings(), "");
-        EXPECT_EQ(scene.Outstanding(), step.kept ? Lines{step.kept} : Lines());
-        EXPECT_EQ(scene.Misuse(), step.misuse ? Lines{step.misuse} : Lines());
-
-        scene.host.options().faults = nullptr;
-        scene.host.account().Reclaim();
-        EXPECT_EQ(scene.Render(way), PF_Err_NONE);
-        EXPECT_EQ(scene.output.Pixels(), clean);
-        EXPECT_EQ(scene.Outstanding(), Lines());
-    }
-}
 
 }  // namespace protocol

@@ -1,0 +1,151 @@
+#include "call_script.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <string>
+
+namespace protocol {
+
+Script Join(std::initializer_list<Script> parts) {
+    Script joined;
+    for (const Script& part : parts)
+        joined.insert(joined.end(), part.begin(), part.end());
+    return joined;
+}
+
+Lines LinesOf(const Script& script) {
+    Lines lines;
+    for (const Step& step : script)
+        lines.push_back(step.call);
+    return lines;
+}
+
+Script PreRenderCalls() {
+    return {
+        {"checkout_layer 0", kFault, kUntouched},
+        {"AcquireSuite PF Handle Suite 2", 516, kUntouched},
+        {"host_new_handle 8", PF_Err_NONE, kWithoutOffset},
+        // The handle is there, but nobody has written into it.
+        {"host_lock_handle 8", PF_Err_NONE, kAnything, nullptr,
+         "host_unlock_handle: a handle of 8 bytes is not locked"},
+        {"host_unlock_handle 8", PF_Err_NONE, kAsClean},
+        {"ReleaseSuite PF Handle Suite 2", PF_Err_NONE, kAsClean},
+    };
+}
+
+Script ParameterCheckouts() {
+    return {
+        {"checkout_param 1", PF_Err_NONE, ZeroParameter(1)}, {"checkout_param 2", PF_Err_NONE, ZeroParameter(2)},
+        {"checkout_param 3", PF_Err_NONE, ZeroParameter(3)}, {"checkout_param 4", PF_Err_NONE, ZeroParameter(4)},
+        {"checkout_param 5", PF_Err_NONE, ZeroParameter(5)},
+    };
+}
+
+Script ParameterCheckins() {
+    return {
+        {"checkin_param 1", kFault, kAsClean}, {"checkin_param 2", kFault, kAsClean},
+        {"checkin_param 3", kFault, kAsClean}, {"checkin_param 4", kFault, kAsClean},
+        {"checkin_param 5", kFault, kAsClean},
+    };
+}
+
+// The layer has 8 bits and 6 x 3 pixels: a working copy of 72 bytes, a result buffer of 288.
+Script DriverCalls::Steps() const {
+    return Join({
+        suites,
+        sourceFormat,
+        {
+            {"host_new_handle 72", PF_Err_OUT_OF_MEMORY, kUntouched},
+            {"host_lock_handle 72", PF_Err_OUT_OF_MEMORY, kUntouched},
+        },
+        sourcePass,
+        outputFormat,
+        {
+            {"host_new_handle 288", PF_Err_OUT_OF_MEMORY, kUntouched},
+            {"host_lock_handle 288", PF_Err_OUT_OF_MEMORY, kUntouched},
+            {"abort", kFault, kUntouched},
+        },
+        outputPass,
+        {
+            {"host_unlock_handle 72", PF_Err_NONE, kAsClean},
+            {"host_dispose_handle 72", PF_Err_NONE, kAsClean},
+            {"host_unlock_handle 288", PF_Err_NONE, kAsClean},
+            {"host_dispose_handle 288", PF_Err_NONE, kAsClean},
+        },
+        releases,
+    });
+}
+
+Script PlainRenderCalls(const DriverCalls& driver) {
+    return Join({ParameterCheckouts(), driver.Steps(), ParameterCheckins()});
+}
+
+void ExpectOrder(Scene& scene, Way way, const Script& script) {
+    EXPECT_EQ(scene.Render(way), PF_Err_NONE);
+    EXPECT_EQ(scene.Calls(), LinesOf(script));
+    EXPECT_EQ(scene.Outstanding(), Lines());
+    EXPECT_EQ(scene.Misuse(), Lines());
+}
+
+namespace {
+
+std::vector<std::byte> Expected(Scene& scene, Way way, const Picture& picture) {
+    switch (picture.kind) {
+        case Picture::Kind::untouched:
+            return refhost::World(scene.output.layout()).Pixels();
+        case Picture::Kind::topRows: {
+            auto pixels = scene.CleanPicture(way);
+            const auto rowBytes = static_cast<std::ptrdiff_t>(pixels.size()) / Scene::kHeight;
+            std::fill(pixels.begin() + rowBytes * picture.number, pixels.end(), std::byte{refhost::World::kPoison});
+            return pixels;
+        }
+        case Picture::Kind::zeroParameter: {
+            scene.instance.Set(picture.number, Scene::Zero(picture.number));
+            auto pixels = scene.CleanPicture(way);
+            scene.instance.Set(picture.number, Scene::Value(picture.number));
+            EXPECT_NE(pixels, scene.CleanPicture(way)) << "parameter " << picture.number << " makes no difference";
+            return pixels;
+        }
+        case Picture::Kind::withoutOffset: {
+            auto pixels = scene.CleanPicture(Way::plain);
+            EXPECT_NE(pixels, scene.CleanPicture(Way::smart)) << "the offset makes no difference";
+            return pixels;
+        }
+        default:
+            return scene.CleanPicture(way);
+    }
+}
+
+}  // namespace
+
+void ExpectEveryFailure(Scene& scene, Way way, const Script& script) {
+    const auto clean = scene.CleanPicture(way);
+    const auto calls = scene.host.account().Calls();
+    ASSERT_EQ(calls.size(), script.size());
+    const auto source = scene.input.Pixels();
+
+    for (std::size_t i = 0; i < script.size(); ++i) {
+        const Step& step = script[i];
+        SCOPED_TRACE("step " + std::to_string(i) + ", " + step.call);
+        const auto expected = Expected(scene, way, step.picture);
+
+        scene.host.options().faults = Fail(calls[i].call, calls[i].index);
+        EXPECT_EQ(scene.Render(way), step.code);
+        if (step.picture.kind != Picture::Kind::anything) {
+            EXPECT_EQ(scene.output.Pixels(), expected);
+        }
+        EXPECT_EQ(scene.output.Surroundings(), "");
+        EXPECT_EQ(scene.input.Pixels(), source);
+        EXPECT_EQ(scene.input.Surroundings(), "");
+        EXPECT_EQ(scene.Outstanding(), step.kept ? Lines{step.kept} : Lines());
+        EXPECT_EQ(scene.Misuse(), step.misuse ? Lines{step.misuse} : Lines());
+
+        scene.host.options().faults = nullptr;
+        scene.host.account().Reclaim();
+        EXPECT_EQ(scene.Render(way), PF_Err_NONE);
+        EXPECT_EQ(scene.output.Pixels(), clean);
+        EXPECT_EQ(scene.Outstanding(), Lines());
+    }
+}
+
+}  // namespace protocol

@@ -1,0 +1,92 @@
+// A render of the scene, call by call, and what is promised if a call fails.
+#pragma once
+
+#include <initializer_list>
+#include <vector>
+
+#include "protocol_support.h"
+
+namespace protocol {
+
+// What the output holds afterwards.
+struct Picture {
+    enum class Kind { asClean, untouched, topRows, zeroParameter, withoutOffset, anything };
+    Kind kind;
+    int number = 0;  // of rows, or of the parameter
+};
+inline constexpr Picture kAsClean{Picture::Kind::asClean};
+inline constexpr Picture kUntouched{Picture::Kind::untouched};
+inline constexpr Picture kWithoutOffset{Picture::Kind::withoutOffset};
+inline constexpr Picture kAnything{Picture::Kind::anything};
+constexpr Picture TopRows(int rows) {
+    return {Picture::Kind::topRows, rows};
+}
+constexpr Picture ZeroParameter(int index) {
+    return {Picture::Kind::zeroParameter, index};
+}
+
+// One call that the effect makes in a render in which nothing fails, and what is promised if this call fails with
+// kFault.
+struct Step {
+    const char* call;
+    PF_Err code;
+    Picture picture;
+    const char* kept = nullptr;    // the one thing that is not given back
+    const char* misuse = nullptr;  // the one thing that the host may complain of
+};
+
+using Script = std::vector<Step>;
+
+Script Join(std::initializer_list<Script> parts);
+Lines LinesOf(const Script& script);
+
+// The calls of the commands around the driver.
+Script PreRenderCalls();
+Script ParameterCheckouts();
+Script ParameterCheckins();
+
+// The driver's calls in the compositing host, with an iteration over rows. In another host some parts are others.
+struct DriverCalls {
+    Script suites = {
+        {"AcquireSuite PF Pixel Format Suite 1", PF_Err_NONE, kAsClean},
+        {"AcquireSuite PF World Suite 2", kFault, kUntouched, kFormatSuiteKept},
+        {"AcquireSuite PF Iterate8 Suite 1", PF_Err_NONE, kUntouched},  // the driver throws
+    };
+    Script sourceFormat = {{"GetPixelFormat PF World Suite", PF_Err_NONE, kAnything}};  // an unknown format
+    Script sourcePass = {
+        {"iterate_generic 3", kFault, kUntouched},
+        {"row 0", kFault, kUntouched},
+        {"abort", kFault, kUntouched},
+        {"row 1", kFault, kUntouched},
+        {"abort", kFault, kUntouched},
+        {"row 2", kFault, kUntouched},
+        {"abort", kFault, kUntouched},
+    };
+    Script outputFormat = {{"GetPixelFormat PF World Suite", PF_Err_NONE, kUntouched}};  // an unknown format
+    Script outputPass = {
+        {"iterate_generic 3", kFault, kUntouched},
+        {"row 0", kFault, kUntouched},
+        {"abort", kFault, TopRows(1)},
+        {"row 1", kFault, TopRows(1)},
+        {"abort", kFault, TopRows(2)},
+        {"row 2", kFault, TopRows(2)},
+        {"abort", kFault, TopRows(3)},
+    };
+    Script releases = {
+        {"ReleaseSuite PF Pixel Format Suite 1", PF_Err_NONE, kAsClean},
+        {"ReleaseSuite PF World Suite 2", PF_Err_NONE, kAsClean},
+        {"ReleaseSuite PF Iterate8 Suite 1", PF_Err_NONE, kAsClean},
+    };
+
+    Script Steps() const;  // the parts, and the buffers and the abort between them
+};
+
+Script PlainRenderCalls(const DriverCalls& driver = {});
+
+// A test failure unless a render in which nothing fails makes just these calls.
+void ExpectOrder(Scene& scene, Way way, const Script& script);
+
+// Fails every call of the render in turn. After each failure the same instance renders as if nothing had been.
+void ExpectEveryFailure(Scene& scene, Way way, const Script& script);
+
+}  // namespace protocol

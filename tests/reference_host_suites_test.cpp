@@ -1,0 +1,93 @@
+// The reference host's suites, and its text callbacks.
+#include <utility>
+#include <vector>
+
+#include "host_fixture.h"
+
+namespace refhost {
+namespace {
+
+TEST_F(HostTest, SuitesAreCountedByNameAndVersion) {
+    Do([](const Arguments& a) {
+        const void* suite = nullptr;
+        const auto& basic = *a.in->pica_basicP;
+        for (const auto& [name, version] : {std::pair{"PF ANSI Suite", 1},
+                                            {"PF Handle Suite", 2},
+                                            {"PF Iterate8 Suite", 1},
+                                            {"PF Pixel Format Suite", 1},
+                                            {"PF World Suite", 2}}) {
+            EXPECT_EQ(basic.AcquireSuite(name, version, &suite), 0);
+            EXPECT_NE(suite, nullptr);
+        }
+        EXPECT_NE(basic.AcquireSuite("PF World Suite", 1, &suite), 0);
+        EXPECT_EQ(suite, nullptr);
+        basic.ReleaseSuite("PF ANSI Suite", 1);
+        basic.ReleaseSuite("PF Handle Suite", 2);
+        basic.ReleaseSuite("PF Iterate8 Suite", 1);
+        basic.ReleaseSuite("PF Pixel Format Suite", 1);
+    });
+    EXPECT_EQ(Outstanding(), Lines{"suite \"PF World Suite\" 2: acquired 1, released 0"});
+    EXPECT_EQ(Misuse(), Lines{});
+
+    host.account().Reset();
+    EXPECT_EQ(Outstanding(), Lines{"suite \"PF World Suite\" 2: acquired 1, released 0"});
+    Do([](const Arguments& a) {
+        a.in->pica_basicP->ReleaseSuite("PF World Suite", 2);
+        a.in->pica_basicP->ReleaseSuite("PF World Suite", 2);
+    });
+    EXPECT_EQ(Outstanding(), Lines{"suite \"PF World Suite\" 2: acquired 1, released 2"});
+    EXPECT_EQ(Misuse(), Lines{"ReleaseSuite: PF World Suite 2 is not acquired"});
+}
+
+TEST_F(HostTest, TextCallbacksCopyAndFormat) {
+    Do([](const Arguments& a) {
+        char text[32];
+        a.in->utils->ansi.strcpy(text, "plain");
+        EXPECT_STREQ(text, "plain");
+        a.in->utils->ansi.sprintf(text, "%s, v%d.%d", "x", 2, 0);
+        EXPECT_STREQ(text, "x, v2.0");
+    });
+}
+
+TEST_F(HostTest, SuitesCanDisagreeAboutTheFormat) {
+    Instance instance(host);
+    World input({.format = kFormatBgra8, .width = 1, .height = 1});
+    RenderSettings settings{.input = &input};
+    settings.worldSuiteFormat = kFormatArgb8;
+    g_effect = [](const Arguments& a) {
+        PF_PixelFormat format = 0;
+        EXPECT_EQ(WorldSuite(a).PF_GetPixelFormat(&a.params[0]->u.ld, &format), 0);
+        EXPECT_EQ(format, kFormatArgb8);
+        const void* suite = nullptr;
+        a.in->pica_basicP->AcquireSuite("PF Pixel Format Suite", 1, &suite);
+        a.in->pica_basicP->ReleaseSuite("PF Pixel Format Suite", 1);
+        const auto& formats = *static_cast<const PF_PixelFormatSuite1*>(suite);
+        EXPECT_EQ(formats.GetPixelFormat(&a.params[0]->u.ld, &format), 0);
+        EXPECT_EQ(format, kFormatBgra8);
+        return 0;
+    };
+    instance.PlainRender(settings);
+    EXPECT_EQ(Misuse(), Lines{});
+}
+
+TEST_F(HostTest, FormatsAreDeclaredInGlobalSetUp) {
+    const auto declare = [](const Arguments& a) {
+        const void* suite = nullptr;
+        a.in->pica_basicP->AcquireSuite("PF Pixel Format Suite", 1, &suite);
+        const auto& formats = *static_cast<const PF_PixelFormatSuite1*>(suite);
+        formats.AddSupportedPixelFormat(a.in->effect_ref, kFormatArgb8);
+        formats.ClearSupportedPixelFormats(a.in->effect_ref);
+        formats.AddSupportedPixelFormat(a.in->effect_ref, kFormatBgra8);
+        a.in->pica_basicP->ReleaseSuite("PF Pixel Format Suite", 1);
+    };
+    Do(declare, PF_Cmd_GLOBAL_SETUP);
+    EXPECT_EQ(host.supportedFormats(), std::vector{kFormatBgra8});
+    EXPECT_EQ(Misuse(), Lines{});
+    Do(declare, PF_Cmd_RENDER);
+    EXPECT_EQ(Misuse(),
+              (Lines{"AddSupportedPixelFormat: called in render", "ClearSupportedPixelFormats: called in render",
+                     "AddSupportedPixelFormat: called in render"}));
+}
+
+}  // namespace
+}  // namespace refhost
