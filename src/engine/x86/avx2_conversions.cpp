@@ -153,7 +153,11 @@ constexpr int kPrefetchBytes = 6144;
 
 template <class Conversion, bool kStream>
 void ConvertRow(const std::byte* source, std::byte* destination, std::int32_t width, float scale) {
-    constexpr int kStep = 8, kAlignment = 32;
+    constexpr int kStep = 8;
+    // Streaming, every cache line is written in one way alone: whole ones past the cache, the row's ends through
+    // it. Both in one line are slow.
+    constexpr int kLine = 64;
+    constexpr int kGroup = kStream ? 16 : kStep;  // pixels; at least a line
     const auto scalar = [&](std::int32_t pixels) {
         (kScalarKernels.*Conversion::kScalar)(source, destination, pixels, scale);
         source += std::ptrdiff_t{pixels} * Conversion::kFrom;
@@ -161,22 +165,24 @@ void ConvertRow(const std::byte* source, std::byte* destination, std::int32_t wi
         width -= pixels;
     };
     if constexpr (kStream) {
-        const auto misaligned = static_cast<int>(reinterpret_cast<std::uintptr_t>(destination) % kAlignment);
+        const auto misaligned = static_cast<int>(reinterpret_cast<std::uintptr_t>(destination) % kLine);
         if (misaligned % Conversion::kTo != 0) {
             return ConvertRow<Conversion, false>(source, destination, width, scale);
         }
-        const int head = (kAlignment - misaligned) % kAlignment / Conversion::kTo;
+        const int head = (kLine - misaligned) % kLine / Conversion::kTo;
         scalar(head < width ? head : width);
     }
     const __m256 scales = _mm256_set1_ps(scale);
-    for (; width >= kStep; width -= kStep) {
+    for (; width >= kGroup; width -= kGroup) {
         if (width > kPrefetchBytes / Conversion::kFrom) {
-            for (int i = 0; i < kStep * Conversion::kFrom; i += 64)
+            for (int i = 0; i < kGroup * Conversion::kFrom; i += kLine)
                 _mm_prefetch(reinterpret_cast<const char*>(source + kPrefetchBytes + i), _MM_HINT_T1);
         }
-        Conversion::template Convert<kStream>(source, destination, scales);
-        source += kStep * Conversion::kFrom;
-        destination += kStep * Conversion::kTo;
+        for (int i = 0; i < kGroup; i += kStep) {
+            Conversion::template Convert<kStream>(source, destination, scales);
+            source += kStep * Conversion::kFrom;
+            destination += kStep * Conversion::kTo;
+        }
     }
     if constexpr (kStream) _mm_sfence();
     scalar(width);

@@ -205,7 +205,6 @@ const TileKernels kAvx2Tiles = {
     .locate = Locate,
     .cached = kComposers<false>,
     .streamed = kComposers<true>,
-    .streamAlignment = 32,
 };
 
 }  // namespace nuv

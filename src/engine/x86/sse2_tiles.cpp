@@ -212,7 +212,6 @@ const TileKernels kSse2Tiles = {
     .locate = Locate,
     .cached = kComposers<false>,
     .streamed = kComposers<true>,
-    .streamAlignment = 16,
 };
 
 }  // namespace nuv

@@ -54,8 +54,7 @@ struct TileKernels {
     MapPixels cubic;
     LocatePixels locate;
     Composers cached;
-    Composers streamed;   // stores bypass the cache; without a fence, and to an aligned result only:
-    int streamAlignment;  // bytes
+    Composers streamed;  // stores bypass the cache, without a fence; the result is aligned to a cache line
 };
 
 extern const TileKernels kSse2Tiles;

@@ -15,28 +15,23 @@
 namespace nuv {
 namespace {
 
-constexpr int kTilePixels = 512;
-static_assert(kTilePixels % kTileStep == 0);
-
 constexpr std::byte kTransparent[16]{};
 
 // Where the columns of a tile read in a source row, if that does not depend on the output's row: always for the
 // direct sample, and for the enlarged one as long as k is the same everywhere.
+template <std::size_t kPixels>
 struct ColumnMap {
-    bool inside;                       // every column
-    bool contiguous;                   // and all are neighbours
-    std::int32_t offset[kTilePixels];  // bytes from the start of the source row; negative: outside
+    bool inside;                   // every column
+    bool contiguous;               // and all are neighbours
+    std::int32_t offset[kPixels];  // bytes from the start of the source row; negative: outside
 };
-
-// The enlarged samples of one tile where k varies: a curve across many source rows.
-using Curve = const std::byte* [kTilePixels];
 
 void Prefetch(const std::byte* pixel) {
     _mm_prefetch(reinterpret_cast<const char*>(pixel), _MM_HINT_T1);
 }
 
-template <int kBytes>
-void FetchLine(const ColumnMap& map, const std::byte* line, int count, std::byte* tile) {
+template <int kBytes, std::size_t kPixels>
+void FetchLine(const ColumnMap<kPixels>& map, const std::byte* line, int count, std::byte* tile) {
     for (int i = 0; i < count && map.inside; ++i)
         std::memcpy(tile + i * kBytes, line + map.offset[i], kBytes);
     for (int i = 0; i < count && !map.inside; ++i)
@@ -44,12 +39,19 @@ void FetchLine(const ColumnMap& map, const std::byte* line, int count, std::byte
 }
 
 template <int kBytes>
-void FetchCurve(const Curve& pixels, int count, std::byte* tile) {
+void FetchCurve(const std::byte* const* pixels, int count, std::byte* tile) {
     for (int i = 0; i < count; ++i)
         std::memcpy(tile + i * kBytes, pixels[i], kBytes);
 }
 
+// Widths of a tile. In a narrow frame the first touch of a wide one's memory, on sixteen fresh stacks, would cost
+// more than the pixels.
+constexpr int kNarrow = 32, kWide = 512;
+
+template <int kTilePixels>
 class TiledWorker {
+    static_assert(kTilePixels % kTileStep == 0);
+
 public:
     TiledWorker(const TileKernels& kernels, bool stream, const RenderData& job)
         : kernels_(kernels), stream_(stream), job_(job), frame_(GeometryOf(job)) {
@@ -60,7 +62,7 @@ public:
 
     void Render(std::int32_t firstRow, std::int32_t endRow) {
         for (std::int32_t x = 0; x < frame_.columns && firstRow < endRow; x += kTilePixels) {
-            StartColumn(x, std::min(kTilePixels, frame_.columns - x));
+            StartColumn(x, std::min(kMostPixels, frame_.columns - x));
             Samples samples[2];
             Prepare(firstRow, samples[0]);
             for (std::int32_t y = firstRow; y < endRow; ++y) {
@@ -76,6 +78,15 @@ public:
     }
 
 private:
+    // In a streaming row a tile begins and ends on a step's boundary of the result's addresses, so that no cache
+    // line is split between two tiles. It may have to reach so far into the next one.
+    static constexpr int kMostPixels = kTilePixels + kTileStep;
+    static constexpr std::size_t kRoom{kMostPixels};
+    using Map = ColumnMap<kRoom>;
+
+    // The enlarged samples of one tile where k varies: a curve across many source rows.
+    using Curve = const std::byte* [kRoom];
+
     // Where one tile reads. Lines are rows of the source, null outside of it.
     struct Samples {
         const std::byte* direct;
@@ -105,7 +116,7 @@ private:
     }
 
     template <class ColumnOf>
-    void FillMap(ColumnMap& map, ColumnOf columnOf) const {
+    void FillMap(Map& map, ColumnOf columnOf) const {
         map.inside = map.contiguous = true;
         for (int i = 0; i < count_; ++i) {
             const std::int32_t column = columnOf(static_cast<float>(x_ + i));
@@ -129,7 +140,7 @@ private:
         }
     }
 
-    void PrefetchLine(const std::byte* line, const ColumnMap& map) const {
+    void PrefetchLine(const std::byte* line, const Map& map) const {
         if (line == nullptr || !map.inside) return;
         for (std::int32_t offset = map.offset[0]; offset <= map.offset[count_ - 1]; offset += 64)
             Prefetch(line + offset);
@@ -140,8 +151,8 @@ private:
         const MagnifiedRow row{frame_.cx, frame_.cyE, frame_.R,           job_.amount,       percent_,
                                dy,        dy * dy,    job_.sourceOffsetX, job_.sourceOffsetY};
         const int steps = (count_ + kTileStep - 1) / kTileStep * kTileStep;
-        std::int32_t columns[kTilePixels];
-        std::int32_t rows[kTilePixels];
+        std::int32_t columns[kRoom];
+        std::int32_t rows[kRoom];
         (job_.scaling == 1 ? kernels_.square : kernels_.cubic)(row, x_, steps, columns, rows);
         kernels_.locate(source_, columns, rows, steps, curve);
         // Neighbours lie at most a pixel apart: half a cache line on is soon enough.
@@ -163,11 +174,11 @@ private:
             fetchedLine_ = samples.magnified;
             fetched_ = true;
         }
-        Compose(direct, magnified_, nextDirect, ResultRow(y) + std::ptrdiff_t{x_} * 16);
+        Compose(direct, magnified_, nextDirect, ResultRow(y));
     }
 
     // The samples of a line, in place or brought into `tile`.
-    const std::byte* Neighbours(const std::byte* line, const ColumnMap& map, std::byte* tile) const {
+    const std::byte* Neighbours(const std::byte* line, const Map& map, std::byte* tile) const {
         if (line == nullptr) {
             std::memset(tile, 0, static_cast<std::size_t>(count_ * pixelBytes_));
             return tile;
@@ -177,42 +188,44 @@ private:
         return tile;
     }
 
-    void Compose(const std::byte* direct, const std::byte* magnified, const std::byte* next,
-                 std::byte* result) const {
+    // The first column from `x` on where a step of streaming stores may begin in this row of the result.
+    std::int32_t StepBoundary(std::int32_t x, const std::byte* row) const {
+        constexpr std::uintptr_t kStepBytes = kTileStep * 16;
+        const std::uintptr_t beyond = reinterpret_cast<std::uintptr_t>(row + std::ptrdiff_t{x} * 16) % kStepBytes;
+        return std::min(x + static_cast<std::int32_t>((kStepBytes - beyond) % kStepBytes / 16), frame_.columns);
+    }
+
+    // The samples start at column x_, and so does the tile, unless it streams.
+    void Compose(const std::byte* direct, const std::byte* magnified, const std::byte* next, std::byte* row) const {
+        const bool stream = stream_ && reinterpret_cast<std::uintptr_t>(row) % 16 == 0;
+        const auto boundary = [&](std::int32_t x) { return stream ? StepBoundary(x, row) : x; };
+        const std::int32_t begin = x_ == 0 ? 0 : boundary(x_);
+        const std::int32_t end = std::min(boundary(std::min(x_ + kTilePixels, frame_.columns)), frame_.columns);
+
         const auto composer = [this](const Composers& composers) {
             const int show = job_.show > 0 && job_.show < kShowCount ? job_.show : 0;
             return pixelBytes_ == 4 ? composers.bytes[show] : composers.floats[show];
         };
         const ComposePixels cached = composer(kernels_.cached);
-        int left = count_;
-        const auto advance = [&](int pixels) {
-            direct += pixels * pixelBytes_;
-            magnified += pixels * pixelBytes_;
-            next += pixels * pixelBytes_;
-            result += pixels * 16;
-            left -= pixels;
+        const auto compose = [&](ComposePixels kernel, std::int32_t x, int count) {
+            const std::ptrdiff_t sample = std::ptrdiff_t{x - x_} * pixelBytes_;
+            kernel(direct + sample, magnified + sample, next + sample, row + std::ptrdiff_t{x} * 16, count, masks_);
         };
         // Fewer pixels than a step take a detour, so that nothing beyond the row is touched.
-        const auto composeFew = [&](int pixels) {
+        const auto composeFew = [&](std::int32_t x, int count) {
             std::byte from[2][kTileStep * 16]{};
             std::byte to[kTileStep * 16];
-            std::memcpy(from[0], direct, static_cast<std::size_t>(pixels * pixelBytes_));
-            std::memcpy(from[1], magnified, static_cast<std::size_t>(pixels * pixelBytes_));
+            const std::ptrdiff_t sample = std::ptrdiff_t{x - x_} * pixelBytes_;
+            std::memcpy(from[0], direct + sample, static_cast<std::size_t>(count * pixelBytes_));
+            std::memcpy(from[1], magnified + sample, static_cast<std::size_t>(count * pixelBytes_));
             cached(from[0], from[1], from[0], to, kTileStep, masks_);
-            std::memcpy(result, to, static_cast<std::size_t>(pixels * 16));
-            advance(pixels);
+            std::memcpy(row + std::ptrdiff_t{x} * 16, to, static_cast<std::size_t>(count * 16));
         };
-        const auto misaligned = reinterpret_cast<std::uintptr_t>(result);
-        const bool stream = stream_ && misaligned % 16 == 0;
-        if (stream) {
-            const auto alignment = static_cast<std::uintptr_t>(kernels_.streamAlignment);
-            const auto head = static_cast<int>((alignment - misaligned % alignment) % alignment / 16);
-            if (head > 0) composeFew(std::min(head, left));
-        }
-        const int steps = left / kTileStep * kTileStep;
-        (stream ? composer(kernels_.streamed) : cached)(direct, magnified, next, result, steps, masks_);
-        advance(steps);
-        if (left > 0) composeFew(left);
+        const std::int32_t body = std::min(boundary(begin), end);
+        const std::int32_t tail = body + (end - body) / kTileStep * kTileStep;
+        if (begin < body) composeFew(begin, body - begin);
+        compose(stream ? composer(kernels_.streamed) : cached, body, tail - body);
+        if (tail < end) composeFew(tail, end - tail);
     }
 
     const TileKernels& kernels_;
@@ -233,25 +246,36 @@ private:
     bool fetched_ = false;
     const std::byte* fetchedLine_ = nullptr;
     const std::byte* magnified_ = nullptr;
-    ColumnMap directColumns_;
-    ColumnMap magnifiedColumns_;
-    alignas(64) std::byte directTile_[kTilePixels * 16];
-    alignas(64) std::byte magnifiedTile_[kTilePixels * 16];
+    Map directColumns_;
+    Map magnifiedColumns_;
+    alignas(64) std::byte directTile_[kRoom * 16];
+    alignas(64) std::byte magnifiedTile_[kRoom * 16];
 };
+
+template <int kTilePixels>
+void RenderTiles(const TileKernels& kernels, bool stream, const RenderData& job, std::int32_t firstRow,
+                 std::int32_t endRow) {
+    TiledWorker<kTilePixels>(kernels, stream, job).Render(firstRow, endRow);
+}
+
+// Called through a pointer, lest one function have the stack of both.
+auto RenderTilesOf(const RenderData& job) {
+    return job.output.width <= 4 * kNarrow ? RenderTiles<kNarrow> : RenderTiles<kWide>;
+}
 
 }  // namespace
 
 void RenderRowsSse2(const RenderData& job, std::int32_t firstRow, std::int32_t endRow) {
-    TiledWorker(kSse2Tiles, false, job).Render(firstRow, endRow);
+    RenderTilesOf(job)(kSse2Tiles, false, job, firstRow, endRow);
 }
 void RenderRowsSse2Streaming(const RenderData& job, std::int32_t firstRow, std::int32_t endRow) {
-    TiledWorker(kSse2Tiles, true, job).Render(firstRow, endRow);
+    RenderTilesOf(job)(kSse2Tiles, true, job, firstRow, endRow);
 }
 void RenderRowsAvx2(const RenderData& job, std::int32_t firstRow, std::int32_t endRow) {
-    TiledWorker(kAvx2Tiles, false, job).Render(firstRow, endRow);
+    RenderTilesOf(job)(kAvx2Tiles, false, job, firstRow, endRow);
 }
 void RenderRowsAvx2Streaming(const RenderData& job, std::int32_t firstRow, std::int32_t endRow) {
-    TiledWorker(kAvx2Tiles, true, job).Render(firstRow, endRow);
+    RenderTilesOf(job)(kAvx2Tiles, true, job, firstRow, endRow);
 }
 
 }  // namespace nuv
