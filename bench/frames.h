@@ -1,0 +1,64 @@
+// What is measured: each function does its work once.
+#pragma once
+
+#include <cstddef>
+
+#include "reference_host/host.h"
+
+namespace bench {
+
+struct Size {
+    int width, height;
+
+    double pixels() const { return static_cast<double>(width) * height; }
+};
+inline constexpr Size kFull{3840, 2160};
+inline constexpr Size kSizes[] = {{480, 270}, {960, 540}, {1920, 1080}, kFull, {7680, 4320}};
+inline constexpr Size kSmall{64, 64};
+
+struct Depth {
+    const char* name;
+    PF_PixelFormat format;
+    int pixelBytes;
+    int leastBytes;  // that a frame moves per pixel, both buffers written and read once
+};
+inline constexpr Depth kDepths[] = {
+    {"8", kFormatArgb8, 4, 48},
+    {"16", kFormatArgb16, 8, 80},
+    {"float", kFormatArgbFloat, 16, 96},
+};
+
+enum Scaling { linear, square, cubic };
+inline constexpr const char* kScalings[] = {"linear", "square", "cubic"};
+
+inline constexpr double kAmount = 25;
+inline constexpr std::size_t kWorkerThreads = 16;
+
+// An opaque picture of noise, and a place for what comes of it. Made at the first use and kept.
+struct Worlds {
+    refhost::World input, output;
+};
+Worlds& WorldsOf(Size size, const Depth& depth);
+
+// One frame with the centre in the middle, through a plug-in binary in a host that iterates with two threads and
+// hands freed blocks out again. Throws std::runtime_error if the effect fails.
+enum class Plugin { shipped, scalar };
+void RenderFrame(Plugin plugin, Size size, const Depth& depth, Scaling scaling);
+
+// The same bytes as a frame's input, from one world to the other on two threads.
+void CopyFrame(Size size, const Depth& depth);
+void CopyFramePastCache(Size size, const Depth& depth);
+
+// A start and join of as many threads as a frame has.
+void StartThreads();
+
+// Page faults of one 4K frame in float, in a host that gives fresh memory for every handle, beside those that its
+// two buffers take at least.
+struct PageFaults {
+    long least;
+    long taken;
+    long byCommandThread;  // of those taken
+};
+PageFaults CountPageFaults();
+
+}  // namespace bench

@@ -1,0 +1,30 @@
+// A frame's three stages, each alone, with the kernels that a frame of that size would choose.
+#pragma once
+
+#include <memory>
+
+#include "engine/row_kernels.h"
+#include "frames.h"
+
+namespace bench {
+
+// Buffers of one 4K frame. Conversions run on two threads, the effect on its sixteen.
+class Stages {
+public:
+    explicit Stages(const Depth& depth);
+
+    void In();
+    void Workers(Scaling scaling);
+    void Out();
+
+private:
+    std::unique_ptr<std::byte[]> Buffer(nuv::ImageBuffer& buffer, int bits) const;
+
+    const Depth& depth_;
+    const nuv::RowKernels& kernels_;
+    nuv::RowConversion in_ = nullptr, out_ = nullptr;
+    nuv::RenderData job_;
+    std::unique_ptr<std::byte[]> working_, result_;
+};
+
+}  // namespace bench

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <thread>
+
+namespace bench {
+
+// Runs `work(first, end)` over the rows, the lower half on another thread.
+template <class Work>
+void OnTwoThreads(int rows, Work work) {
+    std::thread lower(work, rows / 2, rows);
+    work(0, rows / 2);
+    lower.join();
+}
+
+}  // namespace bench
