@@ -149,7 +149,7 @@ struct FloatOut {
 };
 
 // The processor's own prefetching keeps too few lines of a large buffer under way.
-constexpr int kPrefetchBytes = 6144;
+constexpr int kPrefetchBytes = 3072;
 
 template <class Conversion, bool kStream>
 void ConvertRow(const std::byte* source, std::byte* destination, std::int32_t width, float scale) {
