@@ -46,8 +46,11 @@ void RegisterAll() {
             Register("stage/" + which, [stages, scaling] { stages->Workers(scaling); });
         }
     }
-    Register("peer/linear", PeerLinear);
-    Register("peer/square", PeerSquare);
+    for (const Split split : {Split::byOpenCv, Split::byRows}) {
+        const std::string by = split == Split::byOpenCv ? "/by OpenCV" : "/by rows";
+        Register("peer/linear" + by, [split] { PeerLinear(split); });
+        Register("peer/square" + by, [split] { PeerSquare(split); });
+    }
     for (const Size size : kSizes) {
         for (const Scaling scaling : {linear, square}) {
             Register(

@@ -23,17 +23,22 @@ struct Pictures {
     cv::Mat to = AsMat(WorldsOf(kFull, kDepths[0]).output);
 };
 
-// OpenCV's own threads stay out of it: each half of the rows is one thread's, as in the other measurements.
+template <class Work>
+void OnRows(Split split, Work work) {
+    if (split == Split::byRows) return OnTwoThreads(kFull.height, work);
+    work(0, kFull.height);
+}
+
 template <class Enlarge>
-void Replace(Enlarge enlarge) {
-    cv::setNumThreads(1);
+void Replace(Split split, Enlarge enlarge) {
+    cv::setNumThreads(split == Split::byOpenCv ? 2 : 1);
     Pictures pictures;
     static cv::Mat channel(kFull.height, kFull.width, CV_8U), enlarged(kFull.height, kFull.width, CV_8U);
-    OnTwoThreads(kFull.height, [&](int first, int end) {
+    OnRows(split, [&](int first, int end) {
         cv::Mat part = channel.rowRange(first, end);
         cv::extractChannel(pictures.from.rowRange(first, end), part, kChannel);
     });
-    OnTwoThreads(kFull.height, [&](int first, int end) {
+    OnRows(split, [&](int first, int end) {
         cv::Mat to = pictures.to.rowRange(first, end);
         cv::Mat part = enlarged.rowRange(first, end);
         pictures.from.rowRange(first, end).copyTo(to);
@@ -44,8 +49,8 @@ void Replace(Enlarge enlarge) {
 
 }  // namespace
 
-void PeerLinear() {
-    Replace([](const cv::Mat& channel, cv::Mat& part, int first) {
+void PeerLinear(Split split) {
+    Replace(split, [](const cv::Mat& channel, cv::Mat& part, int first) {
         const double k = 1 + kPercent * kAmount;
         const double top = kFull.height / 2.0 * (1 - 1 / k) + first / k;
         const cv::Rect seen(static_cast<int>(kFull.width / 2.0 * (1 - 1 / k)), static_cast<int>(top),
@@ -54,9 +59,9 @@ void PeerLinear() {
     });
 }
 
-void PeerSquare() {
+void PeerSquare(Split split) {
     static cv::Mat columns(kFull.height, kFull.width, CV_32F), rows(kFull.height, kFull.width, CV_32F);
-    Replace([](const cv::Mat& channel, cv::Mat& part, int first) {
+    Replace(split, [](const cv::Mat& channel, cv::Mat& part, int first) {
         const float cx = kFull.width / 2, cy = kFull.height / 2;
         const float strength = static_cast<float>(kAmount) * kPercent / std::sqrt(cx * cx + cy * cy);
         for (int y = first; y < first + part.rows; ++y) {

@@ -3,7 +3,10 @@
 
 namespace bench {
 
-void PeerLinear();  // extract the channel, resize its middle to the nearest pixel, insert it
-void PeerSquare();  // extract, remap with the map built for this frame, insert
+// OpenCV runs its functions on two threads itself, where it can; or each thread calls them for half of the rows.
+enum class Split { byOpenCv, byRows };
+
+void PeerLinear(Split split);  // extract the channel, resize its middle to the nearest pixel, insert it
+void PeerSquare(Split split);  // extract, remap with the map built for this frame, insert
 
 }  // namespace bench

@@ -102,8 +102,13 @@ void PrintTable(const Medians& medians, const PageFaults& faults) {
     }
 
     std::printf("peers, 8 bits: OpenCV / frame\n");
-    rows.Ratio("extract, resize nearest, insert / linear", "peer/linear", "frame/8/linear", 1.0, true);
-    rows.Ratio("extract, remap with its map, insert / square", "peer/square", "frame/8/square", 1.0, true);
+    for (const char* split : {"/by OpenCV", "/by rows"}) {
+        const std::string threads = split;
+        rows.Ratio("resize nearest, two threads " + threads.substr(1), "peer/linear" + threads, "frame/8/linear",
+                   1.0, true);
+        rows.Ratio("remap with its map, two threads " + threads.substr(1), "peer/square" + threads,
+                   "frame/8/square", 1.0, true);
+    }
 
     std::printf("cost against size, 8 bits: ns per pixel\n");
     for (const Size size : kSizes) {
