@@ -153,6 +153,7 @@ constexpr int kPrefetchBytes = 3072;
 
 template <class Conversion, bool kStream>
 void ConvertRow(const std::byte* source, std::byte* destination, std::int32_t width, float scale) {
+    if (width < 1) return;
     constexpr int kStep = 8;
     // Streaming, every cache line is written in one way alone: whole ones past the cache, the row's ends through
     // it. Both in one line are slow.
