@@ -322,6 +322,7 @@ PictureFile ReadPicture(const std::filesystem::path& file, std::optional<Depth> 
     std::error_code ignored;
     if (!std::filesystem::exists(file, ignored)) Fail(file, "no such file");
     if (std::filesystem::is_directory(file, ignored)) Fail(file, "is a folder, not a picture");
+    if (!std::filesystem::is_regular_file(file, ignored)) Fail(file, "is not a file");
 
     const QuietStderr quiet;
     ImageSpec asStored;
@@ -355,6 +356,8 @@ void CheckOutput(const std::filesystem::path& output, const std::filesystem::pat
     const auto folder = std::filesystem::absolute(output).parent_path();
     if (!std::filesystem::is_directory(folder, error)) Fail(output, "no such folder", folder.string());
     if (::access(folder.c_str(), W_OK) != 0) Fail(output, "no permission to write in the folder");
+    if (std::filesystem::exists(output, error) && ::access(output.c_str(), W_OK) != 0)
+        Fail(output, "is write-protected");
 }
 
 void CheckChannels(const std::filesystem::path& output, const PictureFile& picture) {

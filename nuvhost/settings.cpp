@@ -16,7 +16,7 @@ namespace {
 
 template <typename Number>
 std::optional<Number> Read(std::string_view text) {
-    if (text.starts_with('+')) text.remove_prefix(1);
+    if (text.starts_with('+') && !text.starts_with("+-")) text.remove_prefix(1);
     Number number{};
     const char* end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, number);

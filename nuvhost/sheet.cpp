@@ -8,6 +8,7 @@
 #include <charconv>
 #include <cmath>
 #include <iterator>
+#include <stdexcept>
 
 #include "font.h"
 
@@ -26,7 +27,8 @@ constexpr Color kTitle{0.95F, 0.95F, 0.95F};
 constexpr Color kLabel{0.78F, 0.78F, 0.80F};
 
 constexpr int kMargin = 24, kGap = 16, kTitleHeight = 72, kLabelHeight = 28;
-constexpr int kCheck = 8;  // side of one square
+constexpr int kCheck = 8;              // side of one square
+constexpr double kMostPixels = 250e6;  // of a page; each takes 16 bytes while it is drawn
 
 int Rows() {
     return static_cast<int>(kModes.size()) * 2;
@@ -100,8 +102,12 @@ PictureFile DrawSheet(const PictureFile& source, EffectRunner& effect, const She
     const Picture& picture = source.picture;
     const int columns = static_cast<int>(kScalings.size());
     const int tileWidth = settings.tileWidth;
-    const int tileHeight =
-        std::max(1, static_cast<int>(std::lround(static_cast<double>(tileWidth) * picture.height / picture.width)));
+    const double scaledHeight = static_cast<double>(tileWidth) * picture.height / picture.width;
+    if (columns * Rows() * scaledHeight * tileWidth > kMostPixels) {
+        throw std::runtime_error(settings.name + ": at --tile-width " + std::to_string(tileWidth) +
+                                 " its tiles are too high for a page");
+    }
+    const int tileHeight = std::max(1, static_cast<int>(std::lround(scaledHeight)));
     const int stepX = tileWidth + kGap, stepY = kLabelHeight + tileHeight + kGap;
     const int width = 2 * kMargin + columns * stepX - kGap;
     const int height = 2 * kMargin + kTitleHeight + Rows() * stepY - kGap;

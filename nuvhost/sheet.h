@@ -18,7 +18,7 @@ struct SheetSettings {
 
 // Columns are scalings, rows are modes with either sign. Tiles lie on a checkerboard that shows through where
 // they are transparent. The result is opaque, 8 bits. Throws as EffectRunner::Render, or std::runtime_error if
-// there is no font.
+// there is no font or the page would be too large.
 PictureFile DrawSheet(const PictureFile& source, EffectRunner& effect, const SheetSettings& settings);
 
 }  // namespace nuvhost

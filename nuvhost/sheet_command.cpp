@@ -47,7 +47,7 @@ void AddSheetCommand(CLI::App& program) {
         .add_option_function<std::string>(
             "--tile-width",
             [&width = settings.tileWidth](const std::string& text) {
-                width = static_cast<int>(ParseNumber("--tile-width", text, 160, 4096));
+                width = static_cast<int>(ParseNumber("--tile-width", text, 256, 4096));
             },
             "Width of one rendered picture on the page (default: 480)")
         ->type_name("PIXELS");
