@@ -5,10 +5,9 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
-#include <functional>
-#include <thread>
 
 #include "engine/row_kernels.h"
+#include "engine/worker_thread.h"
 
 namespace nuv {
 
@@ -33,21 +32,24 @@ inline RowBand WorkerBand(std::size_t index, std::int32_t height) {
 // Runs `worker` over the job's rows, one band a thread; returns when all have ended. Throws std::system_error when
 // a thread cannot be started or joined, and std::bad_alloc, after those that run have ended.
 inline void RunWorkers(RowWorker worker, const RenderData& job) {
-    struct Team {
-        std::array<std::thread, kWorkerCount> threads;
-
-        ~Team() {
-            for (std::thread& thread : threads) {
-                if (thread.joinable()) thread.join();
-            }
-        }
-    } team;
+    struct Share {
+        RowWorker worker;
+        const RenderData* job;
+        RowBand band;
+    };
+    std::array<Share, kWorkerCount> shares;
+    std::array<WorkerThread, kWorkerCount> threads;  // joined before their shares go
     for (std::size_t i = 0; i < kWorkerCount; ++i) {
-        const RowBand band = WorkerBand(i, job.output.height);
-        team.threads[i] = std::thread(worker, std::cref(job), band.first, band.end);
+        shares[i] = {worker, &job, WorkerBand(i, job.output.height)};
+        threads[i].Start(
+            [](void* argument) {
+                const Share& share = *static_cast<const Share*>(argument);
+                share.worker(*share.job, share.band.first, share.band.end);
+            },
+            &shares[i]);
     }
-    for (std::thread& thread : team.threads)
-        thread.join();
+    for (WorkerThread& thread : threads)
+        thread.Join();
 }
 
 }  // namespace nuv
