@@ -8,11 +8,14 @@ target_compile_options(nuv_options INTERFACE
   -Wno-missing-field-initializers  # designated initialisers leave the rest at its default on purpose
   -Werror)
 
+# The same bytes from every folder.
+target_compile_options(nuv_options INTERFACE -ffile-prefix-map=${CMAKE_SOURCE_DIR}=.)
+
 find_package(Threads REQUIRED)
 target_link_libraries(nuv_options INTERFACE Threads::Threads)
 
 if(WIN32)
   # A missing runtime library is the commonest reason why an effect does not load: everything is linked in.
-  target_link_options(nuv_options INTERFACE -static -s)
+  target_link_options(nuv_options INTERFACE -static)
   target_compile_definitions(nuv_options INTERFACE WIN32_LEAN_AND_MEAN NOMINMAX UNICODE)
 endif()

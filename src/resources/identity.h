@@ -17,6 +17,12 @@
 #define NUV_API_SUBVERSION 27
 #define NUV_RESERVED_INFO 8L
 
+// Windows' own version resource, and through it the installer.
+#define NUV_FILE_NAME "nuv_chromaber.aex"
+#define NUV_DESCRIPTION "NUV Chromatic Aberration, an effect for After Effects and Premiere Pro"
+#define NUV_PUBLISHER "The NUV Chromatic Aberration authors"
+#define NUV_COPYRIGHT "Copyright (c) 2026 The NUV Chromatic Aberration authors, MIT License"
+
 #define NUV_VERSION_MAJOR 2
 #define NUV_VERSION_MINOR 0
 #define NUV_VERSION 0x00100001L /* 2.0, bug-fix 0, stage develop, build 1 */
