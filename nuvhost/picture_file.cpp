@@ -100,7 +100,7 @@ Channels Locate(const ImageSpec& spec) {
     return channels;
 }
 
-// The spec of what will be written, from the spec of what was read.
+// The ImageSpec of what will be written, from the one of what was read.
 ImageSpec Arranged(const ImageSpec& file, const Channels& channels) {
     static constexpr std::array kNames{"R", "G", "B"};
     ImageSpec spec = file;
@@ -254,7 +254,7 @@ std::unique_ptr<ImageOutput> WriterFor(const std::filesystem::path& file) {
     return writer;
 }
 
-// The spec in words that the format knows, so that no writer converts anything on its own.
+// The ImageSpec in words that the format knows, so that no writer converts anything on its own.
 ImageSpec Fitted(ImageSpec spec, const ImageOutput& writer, bool straight) {
     if (!writer.supports("tiles")) spec.tile_width = spec.tile_height = spec.tile_depth = 0;
     if (spec.alpha_channel >= 0 && !writer.supports("alpha")) {
