@@ -31,21 +31,30 @@ void Register(const std::string& name, Work work) {
         ->Unit(benchmark::kMillisecond);
 }
 
-void RegisterAll() {
+// Names of the full size go without it.
+void RegisterSize(Size size, const std::string& prefix) {
     for (const Depth& depth : kDepths) {
         const std::string name = depth.name;
-        Register("copy/" + name, [&depth] { CopyFrame(kFull, depth); });
-        Register("nontemporal copy/" + name, [&depth] { CopyFramePastCache(kFull, depth); });
-        const auto stages = std::make_shared<Stages>(depth);
-        Register("stage/" + name + "/in", [stages] { stages->In(); });
-        Register("stage/" + name + "/out", [stages] { stages->Out(); });
+        Register(prefix + "copy/" + name, [size, &depth] { CopyFrame(size, depth); });
+        Register(prefix + "nontemporal copy/" + name, [size, &depth] { CopyFramePastCache(size, depth); });
+        const auto stages = std::make_shared<Stages>(size, depth);
+        Register(prefix + "stage/" + name + "/in", [stages] { stages->In(); });
+        Register(prefix + "stage/" + name + "/out", [stages] { stages->Out(); });
         for (const Scaling scaling : {linear, square, cubic}) {
             const std::string which = name + "/" + kScalings[scaling];
-            Register("frame/" + which, [&depth, scaling] { RenderFrame(Plugin::shipped, kFull, depth, scaling); });
-            Register("scalar/" + which, [&depth, scaling] { RenderFrame(Plugin::scalar, kFull, depth, scaling); });
-            Register("stage/" + which, [stages, scaling] { stages->Workers(scaling); });
+            const auto render = [size, &depth, scaling](Plugin plugin) {
+                return [=, &depth] { RenderFrame(plugin, size, depth, scaling); };
+            };
+            Register(prefix + "frame/" + which, render(Plugin::shipped));
+            Register(prefix + "scalar/" + which, render(Plugin::scalar));
+            Register(prefix + "stage/" + which, [stages, scaling] { stages->Workers(scaling); });
         }
     }
+}
+
+void RegisterAll() {
+    RegisterSize(kFull, "");
+    RegisterSize(kHalf, "1920x1080 ");
     for (const Split split : {Split::byOpenCv, Split::byRows}) {
         const std::string by = split == Split::byOpenCv ? "/by OpenCV" : "/by rows";
         Register("peer/linear" + by, [split] { PeerLinear(split); });

@@ -12,8 +12,9 @@ struct Size {
 
     double pixels() const { return static_cast<double>(width) * height; }
 };
-inline constexpr Size kFull{3840, 2160};
-inline constexpr Size kSizes[] = {{480, 270}, {960, 540}, {1920, 1080}, kFull, {7680, 4320}};
+inline constexpr Size kFull{3840, 2160};  // what the table compares
+inline constexpr Size kHalf{1920, 1080};
+inline constexpr Size kSizes[] = {{480, 270}, {960, 540}, kHalf, kFull, {7680, 4320}};
 inline constexpr Size kSmall{64, 64};
 
 struct Depth {

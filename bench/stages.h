@@ -11,7 +11,7 @@ namespace bench {
 // Buffers of one 4K frame. Conversions run on two threads, the effect on its sixteen.
 class Stages {
 public:
-    explicit Stages(const Depth& depth);
+    Stages(Size size, const Depth& depth);
 
     void In();
     void Workers(Scaling scaling);
@@ -20,6 +20,7 @@ public:
 private:
     std::unique_ptr<std::byte[]> Buffer(nuv::ImageBuffer& buffer, int bits) const;
 
+    const Size size_;
     const Depth& depth_;
     const nuv::RowKernels& kernels_;
     nuv::RowConversion in_ = nullptr, out_ = nullptr;
