@@ -6,9 +6,21 @@
 using PF_ParamType = std::int32_t;
 
 inline constexpr PF_ParamType PF_Param_LAYER = 0;
+inline constexpr PF_ParamType PF_Param_SLIDER = 1;
+inline constexpr PF_ParamType PF_Param_FIX_SLIDER = 2;
+inline constexpr PF_ParamType PF_Param_ANGLE = 3;
+inline constexpr PF_ParamType PF_Param_CHECKBOX = 4;
+inline constexpr PF_ParamType PF_Param_COLOR = 5;
 inline constexpr PF_ParamType PF_Param_POINT = 6;
 inline constexpr PF_ParamType PF_Param_POPUP = 7;
+inline constexpr PF_ParamType PF_Param_NO_DATA = 9;
 inline constexpr PF_ParamType PF_Param_FLOAT_SLIDER = 10;
+inline constexpr PF_ParamType PF_Param_ARBITRARY_DATA = 11;
+inline constexpr PF_ParamType PF_Param_PATH = 12;
+inline constexpr PF_ParamType PF_Param_GROUP_START = 13;
+inline constexpr PF_ParamType PF_Param_GROUP_END = 14;
+inline constexpr PF_ParamType PF_Param_BUTTON = 15;
+inline constexpr PF_ParamType PF_Param_POINT_3D = 18;
 
 inline constexpr std::int16_t PF_Precision_HUNDREDTHS = 2;
 
