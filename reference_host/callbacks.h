@@ -57,6 +57,9 @@ PF_InteractCallbacks InteractTable();
 PF_UtilCallbacks* UtilTable();
 SPBasicSuite* BasicSuite();
 
+// Where a world lies in its layer; as far as 32 bits reach.
+PF_LRect AreaOf(const PF_EffectWorld& world);
+
 // Puts a value into a definition of its type; leaves others as they are.
 void PutValue(const ParamValue& value, PF_ParamDef& param);
 

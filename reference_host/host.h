@@ -173,6 +173,8 @@ struct RenderSettings {
     // Smart render: the area asked for (empty: the output world's whole area), what the input layer's check-out
     // answers (nullopt: the input world's area at its origin), and pre-render's output rectangles on entry.
     PF_LRect request{};
+    std::int32_t channelMask = PF_ChannelMask_ARGB;  // with the next, the rest of what is asked for
+    bool preserveRgbOfZeroAlpha = false;
     std::optional<PF_LRect> checkoutResult;
     PF_LRect initialResultRect{};
     // What "PF World Suite" says of the input and the output, where it is to differ from their true format, which

@@ -51,13 +51,10 @@ std::int16_t BitDepth(const RenderSettings& settings) {
 PF_RenderRequest RequestOf(const RenderSettings& settings, const RenderJob& job) {
     PF_RenderRequest request{};
     request.rect = settings.request;
-    if (IsEmpty(request.rect) && job.outputRecord) {
-        const auto& world = job.output;
-        request.rect = {world.origin_x, world.origin_y, world.origin_x + world.width,
-                        world.origin_y + world.height};
-    }
+    if (IsEmpty(request.rect) && job.outputRecord) request.rect = AreaOf(job.output);
     request.field = settings.field;
-    request.channel_mask = PF_ChannelMask_ARGB;
+    request.channel_mask = settings.channelMask;
+    request.preserve_rgb_of_zero_alpha = settings.preserveRgbOfZeroAlpha ? 1 : 0;
     return request;
 }
 

@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <limits>
 #include <string>
 
 #include "callbacks.h"
@@ -12,11 +14,18 @@ bool HasJob(const Callback& callback) {
     return false;
 }
 
-PF_LRect AreaOf(const PF_EffectWorld& world) {
-    return {world.origin_x, world.origin_y, world.origin_x + world.width, world.origin_y + world.height};
+// `size` after `start`, or the last column or row that there can be.
+std::int32_t End(std::int32_t start, std::int32_t size) {
+    using Limits = std::numeric_limits<std::int32_t>;
+    return static_cast<std::int32_t>(
+        std::clamp<std::int64_t>(std::int64_t{start} + size, Limits::min(), Limits::max()));
 }
 
 }  // namespace
+
+PF_LRect AreaOf(const PF_EffectWorld& world) {
+    return {world.origin_x, world.origin_y, End(world.origin_x, world.width), End(world.origin_y, world.height)};
+}
 
 PF_Err Abort(PF_ProgPtr ref) {
     return Callback(Call::abort, ref).Fate().value_or(PF_Err_NONE);

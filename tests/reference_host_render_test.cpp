@@ -1,6 +1,7 @@
 // The reference host's renders.
 #include <array>
 #include <cstring>
+#include <limits>
 #include <stdexcept>
 #include <thread>
 
@@ -138,6 +139,20 @@ TEST_F(HostTest, CheckOutAnswersAsTheSettingsSay) {
     settings.checkoutResult = PF_LRect{10, 20, 30, 40};
     instance.SmartRender(settings, false);
     EXPECT_EQ(answer.result_rect.top, 20);
+    EXPECT_EQ(Misuse(), Lines{});
+}
+
+TEST_F(HostTest, AWorldAtTheLastColumnAndRowEndsThere) {
+    g_effect = CopyEffect;
+    constexpr auto kLast = std::numeric_limits<std::int32_t>::max();
+    World input({.width = 6, .height = 4, .originX = kLast - 1, .originY = kLast - 2});
+    World output(input.layout());
+    Instance instance(host);
+    const RenderResult result = instance.SmartRender({.input = &input, .output = &output});
+    EXPECT_EQ(result.preRenderOutput.result_rect.left, kLast - 1);
+    EXPECT_EQ(result.preRenderOutput.result_rect.right, kLast);
+    EXPECT_EQ(result.preRenderOutput.result_rect.top, kLast - 2);
+    EXPECT_EQ(result.preRenderOutput.result_rect.bottom, kLast);
     EXPECT_EQ(Misuse(), Lines{});
 }
 
