@@ -49,14 +49,14 @@ Script ParameterCheckins() {
     };
 }
 
-// The layer has 8 bits and 6 x 3 pixels: a working copy of 72 bytes, a result buffer of 288.
+// The layer has 6 x 3 pixels: with 8 bits a working copy of 72 bytes, and always a result buffer of 288.
 Script DriverCalls::Steps() const {
     return Join({
         suites,
         sourceFormat,
         {
-            {"host_new_handle 72", PF_Err_OUT_OF_MEMORY, kUntouched},
-            {"host_lock_handle 72", PF_Err_OUT_OF_MEMORY, kUntouched},
+            {deep ? "host_new_handle 288" : "host_new_handle 72", PF_Err_OUT_OF_MEMORY, kUntouched},
+            {deep ? "host_lock_handle 288" : "host_lock_handle 72", PF_Err_OUT_OF_MEMORY, kUntouched},
         },
         sourcePass,
         outputFormat,
@@ -67,8 +67,8 @@ Script DriverCalls::Steps() const {
         },
         outputPass,
         {
-            {"host_unlock_handle 72", PF_Err_NONE, kAsClean},
-            {"host_dispose_handle 72", PF_Err_NONE, kAsClean},
+            {deep ? "host_unlock_handle 288" : "host_unlock_handle 72", PF_Err_NONE, kAsClean},
+            {deep ? "host_dispose_handle 288" : "host_dispose_handle 72", PF_Err_NONE, kAsClean},
             {"host_unlock_handle 288", PF_Err_NONE, kAsClean},
             {"host_dispose_handle 288", PF_Err_NONE, kAsClean},
         },

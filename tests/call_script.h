@@ -78,6 +78,8 @@ struct DriverCalls {
         {"ReleaseSuite PF Iterate8 Suite 1", PF_Err_NONE, kAsClean},
     };
 
+    bool deep = false;  // more than 8 bits a channel: the working copy is in float, as the result buffer is
+
     Script Steps() const;  // the parts, and the buffers and the abort between them
 };
 

@@ -8,12 +8,13 @@ namespace {
 using namespace protocol;
 
 // The editing host has a second opinion on pixel formats, which counts.
-Script EditorsCalls() {
+Script EditorsCalls(bool deep = false) {
     const Script bothOpinions = {
         {"GetPixelFormat PF World Suite", PF_Err_NONE, kAsClean},
         {"GetPixelFormat PF Pixel Format Suite", PF_Err_NONE, kAsClean},
     };
     DriverCalls driver;
+    driver.deep = deep;
     driver.suites[0] = {"AcquireSuite PF Pixel Format Suite 1", PF_Err_NONE, kUntouched, kWorldSuiteKept};
     driver.sourceFormat = bothOpinions;
     driver.outputFormat = bothOpinions;
@@ -22,8 +23,9 @@ Script EditorsCalls() {
 
 // A host whose iteration suite goes by pixels only: one pixel of a scratch column stands for a row, and nobody
 // asks for an abort in between, as the host does it itself.
-Script PixelIterationsCalls() {
+Script PixelIterationsCalls(bool deep = false) {
     DriverCalls driver;
+    driver.deep = deep;
     // Without the second one rows go on the command's thread.
     driver.suites.push_back({"AcquireSuite PF Iterate8 Suite 1", PF_Err_NONE, kAsClean});
     driver.sourcePass = {
@@ -56,6 +58,16 @@ TEST(DriverInTheEditor, KeepsItsPromisesWhicheverCallFails) {
     ExpectEveryFailure(scene, Way::plain, EditorsCalls());
 }
 
+// The effect does not ask for these, but there are hosts that send what they have.
+TEST(DriverInTheEditor, KeepsItsPromisesInFloatToo) {
+    for (const PF_PixelFormat format : {kFormatBgraFloat, kFormatBgraFloatLinear}) {
+        Scene scene(InOrder(refhost::Personality::editor));
+        scene.UseFormat(format);
+        ExpectOrder(scene, Way::plain, EditorsCalls(true));
+        ExpectEveryFailure(scene, Way::plain, EditorsCalls(true));
+    }
+}
+
 TEST(DriverWithPixelIteration, CallsTheHostInOrder) {
     Scene scene(PixelIteration());
     ExpectOrder(scene, Way::plain, PixelIterationsCalls());
@@ -64,6 +76,15 @@ TEST(DriverWithPixelIteration, CallsTheHostInOrder) {
 TEST(DriverWithPixelIteration, KeepsItsPromisesWhicheverCallFails) {
     Scene scene(PixelIteration());
     ExpectEveryFailure(scene, Way::plain, PixelIterationsCalls());
+}
+
+TEST(DriverWithPixelIteration, KeepsItsPromisesInMoreBitsToo) {
+    for (const PF_PixelFormat format : {kFormatArgb16, kFormatArgbFloat}) {
+        Scene scene(PixelIteration());
+        scene.UseFormat(format);
+        ExpectOrder(scene, Way::plain, PixelIterationsCalls(true));
+        ExpectEveryFailure(scene, Way::plain, PixelIterationsCalls(true));
+    }
 }
 
 TEST(DriverWithPixelIteration, RendersAsWithRowIteration) {

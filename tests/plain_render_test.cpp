@@ -18,6 +18,17 @@ TEST(PlainRender, KeepsItsPromisesWhicheverCallFails) {
     ExpectEveryFailure(scene, Way::plain, PlainRenderCalls());
 }
 
+TEST(PlainRender, KeepsItsPromisesInMoreBitsToo) {
+    for (const PF_PixelFormat format : {kFormatArgb16, kFormatArgbFloat}) {
+        Scene scene;
+        scene.UseFormat(format);
+        DriverCalls driver;
+        driver.deep = true;
+        ExpectOrder(scene, Way::plain, PlainRenderCalls(driver));
+        ExpectEveryFailure(scene, Way::plain, PlainRenderCalls(driver));
+    }
+}
+
 TEST(PlainRender, NeverHasAnOffsetWhateverTheLayersPosition) {
     Scene scene;
     const auto picture = scene.CleanPicture(Way::plain);

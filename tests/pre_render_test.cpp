@@ -80,11 +80,9 @@ TEST_F(SmartPreRender, TakesTheLayersSizeFromItsRecord) {
 }
 
 TEST_F(SmartPreRender, KeepsTheRestOfTheHostsRequest) {
-    BeforeTheEffect([](PF_InData&, PF_PreRenderExtra& extra) {
-        extra.input->output_request.field = 2;
-        extra.input->output_request.channel_mask = 9;
-        extra.input->output_request.preserve_rgb_of_zero_alpha = 1;
-    });
+    scene.settings.field = 2;
+    scene.settings.channelMask = 9;
+    scene.settings.preserveRgbOfZeroAlpha = true;
     EXPECT_EQ(Send(), PF_Err_NONE);
     EXPECT_EQ(result.inputRequest.field, 2);
     EXPECT_EQ(result.inputRequest.channel_mask, 9);
@@ -257,9 +255,9 @@ TEST_F(SmartPreRender, MayComeAnyNumberOfTimes) {
     EXPECT_EQ(scene.Outstanding(), Lines());
 }
 
-TEST_F(SmartPreRender, DoesNotTouchOutData) {
+TEST_F(SmartPreRender, DoesNotWriteOutData) {
     EXPECT_EQ(Send(), PF_Err_NONE);
-    EXPECT_EQ(BytesOf(result.outData), BytesOf(PF_OutData{}));
+    EXPECT_FALSE(Between::wroteOutData);
 }
 
 }  // namespace

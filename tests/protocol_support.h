@@ -19,6 +19,27 @@
 
 namespace protocol {
 
+// ---- Records --------------------------------------------------------------------------------------------------
+
+// With its padding, which copies of a record need not share.
+template <class Record>
+std::vector<std::byte> BytesOf(const Record& record) {
+    std::vector<std::byte> bytes(sizeof record);
+    std::memcpy(bytes.data(), &record, sizeof record);
+    return bytes;
+}
+
+// Filled with a pattern, so that a field that was written shows.
+inline PF_OutData PoisonedOutData() {
+    PF_OutData outData;
+    std::memset(&outData, 0x5A, sizeof outData);
+    return outData;
+}
+
+constexpr PF_Fixed Fixed(double value) {
+    return static_cast<PF_Fixed>(value * 65536);
+}
+
 // ---- The effect -----------------------------------------------------------------------------------------------
 
 inline refhost::PluginLibrary Binary() {
@@ -37,6 +58,7 @@ inline refhost::PluginLibrary Linked() {
 struct Between {
     static inline EffectMainType effect = nullptr;
     static inline std::function<void(PF_Cmd, PF_InData&, void* extra)> change;
+    static inline bool wroteOutData = false;  // the last command
 
     static refhost::PluginLibrary Put(const refhost::PluginLibrary& library) {
         effect = library.effectMain;
@@ -48,7 +70,10 @@ private:
     static PF_Err Main(PF_Cmd cmd, PF_InData* inData, PF_OutData* outData, PF_ParamDef* params[],
                        PF_LayerDef* output, void* extra) {
         if (change) change(cmd, *inData, extra);
-        return effect(cmd, inData, outData, params, output, extra);
+        const auto before = BytesOf(*outData);
+        const PF_Err code = effect(cmd, inData, outData, params, output, extra);
+        wroteOutData = BytesOf(*outData) != before;
+        return code;
     }
 };
 
@@ -131,26 +156,6 @@ inline refhost::FaultPlan Fail(const std::string& line, PF_Err code = kFault) {
     return [=](const refhost::CallRecord& record) {
         return Line(record) == line ? std::optional(code) : std::nullopt;
     };
-}
-
-// ---- Records --------------------------------------------------------------------------------------------------
-
-template <class Record>
-std::vector<std::byte> BytesOf(const Record& record) {
-    std::vector<std::byte> bytes(sizeof record);
-    std::memcpy(bytes.data(), &record, sizeof record);
-    return bytes;
-}
-
-// Filled with a pattern, so that a field that was written shows.
-inline PF_OutData PoisonedOutData() {
-    PF_OutData outData;
-    std::memset(&outData, 0x5A, sizeof outData);
-    return outData;
-}
-
-constexpr PF_Fixed Fixed(double value) {
-    return static_cast<PF_Fixed>(value * 65536);
 }
 
 // ---- Renders --------------------------------------------------------------------------------------------------

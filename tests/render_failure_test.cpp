@@ -31,6 +31,27 @@ TEST(SmartRender, DropsWhatTheDriverThrowsAndLetsTheNextFrameIn) {
     }
 }
 
+TEST(Render, KeepsNothingWhereEveryCallOfOneKindThrows) {
+    for (int kind = 0; kind <= static_cast<int>(refhost::Call::formatString); ++kind) {
+        for (const bool generic : {true, false}) {
+            for (const Way way : {Way::smart, Way::plain}) {
+                const auto call = static_cast<refhost::Call>(kind);
+                SCOPED_TRACE(refhost::Name(call));
+                Scene scene(InOrder(), Linked());
+                scene.host.options().genericIteration = generic;
+                scene.host.options().faults = [call](const refhost::CallRecord& made) -> std::optional<PF_Err> {
+                    if (made.call == call) throw std::runtime_error("thrown on purpose");
+                    return std::nullopt;
+                };
+                scene.Render(way);
+                EXPECT_EQ(scene.Outstanding(), Lines());
+                for (const std::string& line : scene.Misuse())
+                    EXPECT_FALSE(line.starts_with("an exception left the effect in")) << line;
+            }
+        }
+    }
+}
+
 TEST(SmartRender, GivesTheMutexBackAfterAnError) {
     Scene scene(InOrder(), Linked());
     scene.host.options().faults = Fail("iterate_generic 3");

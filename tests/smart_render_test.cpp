@@ -8,7 +8,7 @@ namespace {
 
 using namespace protocol;
 
-Script SmartRenderCalls() {
+Script SmartRenderCalls(const DriverCalls& driver = {}) {
     return Join({
         PreRenderCalls(),
         {{"checkout_layer_pixels 0", kFault, kUntouched}, {"checkout_output", kFault, kUntouched}},
@@ -18,7 +18,7 @@ Script SmartRenderCalls() {
             {"host_lock_handle 8", PF_Err_NONE, kWithoutOffset},
             {"host_unlock_handle 8", PF_Err_NONE, kAsClean},
         },
-        DriverCalls().Steps(),
+        driver.Steps(),
         ParameterCheckins(),
         {{"ReleaseSuite PF Handle Suite 2", PF_Err_NONE, kAsClean}},
     });
@@ -32,6 +32,17 @@ TEST(SmartRender, CallsTheHostInOrder) {
 TEST(SmartRender, KeepsItsPromisesWhicheverCallFails) {
     Scene scene;
     ExpectEveryFailure(scene, Way::smart, SmartRenderCalls());
+}
+
+TEST(SmartRender, KeepsItsPromisesInMoreBitsToo) {
+    for (const PF_PixelFormat format : {kFormatArgb16, kFormatArgbFloat}) {
+        Scene scene;
+        scene.UseFormat(format);
+        DriverCalls driver;
+        driver.deep = true;
+        ExpectOrder(scene, Way::smart, SmartRenderCalls(driver));
+        ExpectEveryFailure(scene, Way::smart, SmartRenderCalls(driver));
+    }
 }
 
 class SmartRenderAlone : public Render {};

@@ -34,6 +34,37 @@ PF_Err IterateRowTrampoline(void* refcon, std::int32_t /*x*/, std::int32_t y, PF
     return rows.callback(rows.context, 1, y, rows.iterations);
 }
 
+// A column of 8-bit pixels of the host's, given back when it goes.
+class ScratchColumn {
+public:
+    explicit ScratchColumn(PF_InData* inData) : inData_(inData) {}
+    ~ScratchColumn() {
+        if (!made_) return;
+        try {
+            inData_->utils->dispose_world(inData_->effect_ref, &world_);
+        } catch (...) {
+            // The rows are done; a host that throws here has had its world back as far as we can tell.
+        }
+    }
+    ScratchColumn(const ScratchColumn&) = delete;
+    ScratchColumn& operator=(const ScratchColumn&) = delete;
+
+    // At most once.
+    PF_Err Make(std::int32_t height) {
+        const PF_Err error =
+            inData_->utils->new_world(inData_->effect_ref, 1, height, PF_NewWorldFlag_NONE, &world_);
+        made_ = error == PF_Err_NONE;
+        return error;
+    }
+
+    PF_EffectWorld* world() { return &world_; }
+
+private:
+    PF_InData* inData_;
+    PF_EffectWorld world_{};
+    bool made_ = false;
+};
+
 PF_Err IterateOnThisThread(std::int32_t iterations, ConvertContext& context, PF_IterateRowFunc callback) {
     PF_Err result = PF_Err_NONE;
     for (std::int32_t row = 0; row < iterations && result == PF_Err_NONE; ++row) {
@@ -48,15 +79,11 @@ PF_Err IterateRowsFallback(std::int32_t iterations, ConvertContext& context, PF_
     if (context.iterateSuite == nullptr) return IterateOnThisThread(iterations, context, callback);
 
     PF_InData* const inData = context.inData;
-    PF_EffectWorld scratch{};
-    const PF_Err error =
-        inData->utils->new_world(inData->effect_ref, 1, iterations, PF_NewWorldFlag_NONE, &scratch);
-    if (error != PF_Err_NONE) return error;
+    ScratchColumn scratch(inData);
+    if (const PF_Err error = scratch.Make(iterations)) return error;
     TrampolineRefcon refcon{inData, callback, &context, iterations};
-    const PF_Err result = context.iterateSuite->iterate(inData, 0, iterations, &scratch, nullptr, &refcon,
-                                                        IterateRowTrampoline, &scratch);
-    inData->utils->dispose_world(inData->effect_ref, &scratch);
-    return result;
+    return context.iterateSuite->iterate(inData, 0, iterations, scratch.world(), nullptr, &refcon,
+                                         IterateRowTrampoline, scratch.world());
 }
 
 }  // namespace nuv

@@ -28,10 +28,13 @@ ParameterCopies::ParameterCopies(PF_InData* inData) : ParameterCopies(inData, No
 }
 
 ParameterCopies::~ParameterCopies() {
-    try {
-        CheckIn(PF_Err_NONE);
-    } catch (...) {
-        // Only a host that throws gets here; the command's own exception is the one to report.
+    for (const auto& copy : copies_) {
+        if (copy == nullptr) continue;
+        try {
+            inData_->inter.checkin_param(inData_->effect_ref, copy.get());
+        } catch (...) {
+            // Only a host that throws gets here; the command's own exception is the one to report.
+        }
     }
 }
 

@@ -25,13 +25,14 @@ void Merge(PF_LRect& into, const PF_LRect& other) {
     }
 }
 
-// Null if the host has no memory; the render then goes without an offset.
-void* MakePreRenderData(const PF_HandleSuite1& handles, const PreRenderData& data) {
+// The handle is in the host's hands before anything else is done with it. Without memory the render goes without an
+// offset.
+void LeavePreRenderData(const PF_HandleSuite1& handles, const PreRenderData& data, PF_PreRenderOutput& output) {
     const PF_Handle handle = handles.host_new_handle(sizeof data);
-    if (handle == nullptr) return nullptr;
+    if (handle == nullptr) return;
+    output.pre_render_data = handle;
     if (void* memory = handles.host_lock_handle(handle)) std::memcpy(memory, &data, sizeof data);
     handles.host_unlock_handle(handle);
-    return handle;
 }
 
 PreRenderData ReadPreRenderData(const PF_HandleSuite1& handles, void* preRenderData) {
@@ -63,10 +64,8 @@ PF_Err SmartPreRender(PF_InData* inData, PF_PreRenderExtra* extra) {
     Merge(output.result_rect, checkout.result_rect);
     Merge(output.max_result_rect, checkout.max_result_rect);
     output.flags = PF_RenderOutputFlag_RETURNS_EXTRA_PIXELS;
-    const PreRenderData offset{output.result_rect.left, output.result_rect.top};
-    if (void* data = MakePreRenderData(*suites.Suite<"PF Handle Suite", 2>(), offset)) {
-        output.pre_render_data = data;
-    }
+    LeavePreRenderData(*suites.Suite<"PF Handle Suite", 2>(), {output.result_rect.left, output.result_rect.top},
+                       output);
     output.result_rect = layer;
     output.max_result_rect = layer;
     return error;
