@@ -132,6 +132,13 @@ TEST(HugeFrame, AsksForItsBuffersInFullAndReturnsOutOfMemoryWithoutThem) {
     EXPECT_EQ(TinyHost::sizes, (std::vector<A_HandleSize>{14'400'000'000, 0, 14'400'000'000}));
 }
 
+TEST(HugeFrame, WhoseRowsPassThe32BitsOfAStrideIsOutOfMemoryAndIsNotAskedFor) {
+    TinyHost host(kFormatArgb8);
+    const PF_EffectWorld wide = WorldOf(1 << 27, 1, 1 << 29, TinyHost::block.data());
+    EXPECT_EQ(host.Render(PF_EffectWorld{}, wide), PF_Err_OUT_OF_MEMORY);
+    EXPECT_EQ(TinyHost::sizes, std::vector<A_HandleSize>{0}) << "the empty source";
+}
+
 // Sizes that no layer has, and rows that no memory is behind.
 TEST(SizesBelowZero, AreEmptyAndWriteNothing) {
     TinyHost host(kFormatArgb8);

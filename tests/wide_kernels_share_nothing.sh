@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# What is compiled for AVX2 has no function or object that the linker might keep for every processor.
+# What is compiled for AVX2 or AVX-512 has no function or object that the linker might keep for every processor.
 # Usage: wide_kernels_share_nothing.sh NM OBJECT …
 set -euo pipefail
 nm=$1
@@ -7,7 +7,7 @@ shift
 
 wide=()
 for object in "$@"; do
-  [[ ${object##*/} != avx2_* ]] || wide+=("$object")
+  [[ ${object##*/} != avx* ]] || wide+=("$object")
 done
 echo "${#wide[@]} objects"
 ((${#wide[@]}))

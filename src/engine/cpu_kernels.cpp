@@ -8,21 +8,35 @@
 namespace nuv {
 namespace {
 
-// Whether the processor has AVX2 and the system keeps its registers.
-bool HasAvx2() {
+// Instruction sets, each with all of those before it.
+enum class Level { baseline, avx2, avx512 };
+
+// What the processor has and the system keeps the registers of. AVX-512 counts from VBMI on: earlier processors
+// lower the clock of all that runs on them when they meet it.
+Level LevelOfProcessor() {
 #if defined(_MSC_VER) && !defined(__clang__)
-    int info[4];
-    __cpuid(info, 0);
-    if (info[0] < 7) return false;
+    int first[4], info[4];
+    __cpuid(first, 0);
+    if (first[0] < 7) return Level::baseline;
     __cpuid(info, 1);
     constexpr int kOsxsave = 1 << 27, kAvx = 1 << 28;
-    if ((info[2] & kOsxsave) == 0 || (info[2] & kAvx) == 0) return false;
-    constexpr unsigned kSseAndAvxState = 6;
-    if ((_xgetbv(0) & kSseAndAvxState) != kSseAndAvxState) return false;
+    if ((info[2] & kOsxsave) == 0 || (info[2] & kAvx) == 0) return Level::baseline;
+    const unsigned long long kept = _xgetbv(0);
     __cpuidex(info, 7, 0);
-    return (info[1] & (1 << 5)) != 0;
+    const auto has = [](unsigned long long bits, unsigned long long all) { return (bits & all) == all; };
+    constexpr unsigned long long kSseAndAvx = 0x6, kAll = 0xE6;
+    constexpr unsigned kAvx2 = 1u << 5, kFoundation = 1u << 16, kDwords = 1u << 17, kBytes = 1u << 30,
+                       kShorter = 1u << 31, kVbmi = 1u << 1;
+    const auto ebx = static_cast<unsigned>(info[1]), ecx = static_cast<unsigned>(info[2]);
+    if (!has(kept, kSseAndAvx) || !has(ebx, kAvx2)) return Level::baseline;
+    const bool wide = has(kept, kAll) && has(ebx, kFoundation | kDwords | kBytes | kShorter) && has(ecx, kVbmi);
+    return wide ? Level::avx512 : Level::avx2;
 #else
-    return __builtin_cpu_supports("avx2") != 0;
+    if (!__builtin_cpu_supports("avx2")) return Level::baseline;
+    const bool wide = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
+                      __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl") &&
+                      __builtin_cpu_supports("avx512vbmi");
+    return wide ? Level::avx512 : Level::avx2;
 #endif
 }
 
@@ -36,14 +50,15 @@ constexpr bool kScalarOnly = false;
 constexpr std::uint64_t kStreamingBytes = std::uint64_t{4} << 20;
 
 constexpr const RowKernels* kTables[] = {
-    &kScalarKernels, &kSse2Kernels, &kSse2StreamingKernels, &kAvx2Kernels, &kAvx2StreamingKernels,
+    &kScalarKernels,        &kSse2Kernels,   &kSse2StreamingKernels,   &kAvx2Kernels,
+    &kAvx2StreamingKernels, &kAvx512Kernels, &kAvx512StreamingKernels,
 };
 
 }  // namespace
 
 std::span<const RowKernels* const> AvailableKernels() {
-    const std::span all(kTables);
-    return kScalarOnly ? all.first(1) : HasAvx2() ? all : all.first(3);
+    if (kScalarOnly) return std::span(kTables).first(1);
+    return std::span(kTables).first(3 + 2 * static_cast<std::size_t>(LevelOfProcessor()));
 }
 
 const RowKernels& SelectKernels(std::uint64_t resultBytes) {

@@ -35,11 +35,14 @@ struct RowKernels {
 // The plain formulas, one pixel after the other. They define the result; any other table gives the same bytes.
 extern const RowKernels kScalarKernels;
 
-// For every x86-64 processor, and for those with AVX2. The streaming ones bypass the cache with what they write.
+// For every x86-64 processor, for those with AVX2, and for those with AVX-512 as of the generation that no longer
+// slows down for it. The streaming ones bypass the cache with what they write.
 extern const RowKernels kSse2Kernels;
 extern const RowKernels kSse2StreamingKernels;
 extern const RowKernels kAvx2Kernels;
 extern const RowKernels kAvx2StreamingKernels;
+extern const RowKernels kAvx512Kernels;
+extern const RowKernels kAvx512StreamingKernels;
 
 void RenderRows(const RenderData& job, std::int32_t firstRow, std::int32_t endRow);
 

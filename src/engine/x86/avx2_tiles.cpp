@@ -6,73 +6,171 @@
 namespace nuv {
 namespace {
 
-template <bool kCubic>
-void Map(const MagnifiedRow& row, std::int32_t x, int count, std::int32_t* columns, std::int32_t* rows) {
-    const __m256 one = _mm256_set1_ps(1.0f);
-    const __m256 cx = _mm256_set1_ps(row.cx);
-    const __m256 cyE = _mm256_set1_ps(row.cyE);
-    const __m256 R = _mm256_set1_ps(row.R);
-    const __m256 amount = _mm256_set1_ps(row.amount);
-    const __m256 percent = _mm256_set1_ps(row.percent);
-    const __m256 dy = _mm256_set1_ps(row.dy);
-    const __m256 dy2 = _mm256_set1_ps(row.dy2);
-    const __m256 offsetX = _mm256_set1_ps(row.offsetX);
-    const __m256 offsetY = _mm256_set1_ps(row.offsetY);
-    __m256i xs = _mm256_add_epi32(_mm256_set1_epi32(x), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7));
+void Prefetch(const std::byte* pixels) {
+    _mm_prefetch(reinterpret_cast<const char*>(pixels), _MM_HINT_T1);
+}
+
+__m256i LoadBits(const void* from) {
+    return _mm256_loadu_si256(static_cast<const __m256i*>(from));
+}
+
+const std::byte* PixelOf(const SourcePixels& source, std::int32_t column, std::int32_t row) {
+    return source.first + std::ptrdiff_t{source.rowBytes} * row + std::ptrdiff_t{column} * source.pixelBytes;
+}
+
+// Eight neighbours at `pixels`, reordered.
+__m256i Pick(const std::byte* pixels, __m256i order) {
+    return _mm256_permutevar8x32_epi32(LoadBits(pixels), order);
+}
+
+void LineOfBytes(const SourcePixels& source, const std::byte* line, const std::int32_t* columns, int count,
+                 std::byte* samples) {
+    const std::ptrdiff_t ahead = std::ptrdiff_t{source.rowBytes} * kRowsAhead;
     for (int i = 0; i < count; i += 8) {
-        const __m256 dx = _mm256_sub_ps(_mm256_cvtepi32_ps(xs), cx);
-        const __m256 r = _mm256_sqrt_ps(_mm256_add_ps(_mm256_mul_ps(dx, dx), dy2));
-        const __m256 t = _mm256_div_ps(r, R);
-        const __m256 ta = _mm256_mul_ps(t, amount);
+        // Eight neighbours from the first one on hold all eight, unless the line ends before.
+        const std::int32_t last = source.width - 8;
+        const std::int32_t start = columns[i] < last ? columns[i] : last;
+        const std::byte* const pixels = line + std::ptrdiff_t{start} * 4;
+        const __m256i order = _mm256_sub_epi32(LoadBits(columns + i), _mm256_set1_epi32(start));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(samples + i * 4), Pick(pixels, order));
+        if (i % 16 == 0) Prefetch(pixels + ahead);
+    }
+}
+
+// Two pixels of floats.
+__m256 Pair(const std::byte* pixel0, const std::byte* pixel1) {
+    return _mm256_insertf128_ps(_mm256_castps128_ps256(_mm_loadu_ps(reinterpret_cast<const float*>(pixel0))),
+                                _mm_loadu_ps(reinterpret_cast<const float*>(pixel1)), 1);
+}
+
+void LineOfFloats(const SourcePixels& source, const std::byte* line, const std::int32_t* columns, int count,
+                  std::byte* samples) {
+    const std::ptrdiff_t ahead = std::ptrdiff_t{source.rowBytes} * kRowsAhead;
+    const auto at = [&](int i) { return line + std::ptrdiff_t{columns[i]} * 16; };
+    for (int i = 0; i < count; i += 2) {
+        _mm256_storeu_ps(reinterpret_cast<float*>(samples + i * 16), Pair(at(i), at(i + 1)));
+        if (i % 4 == 0) Prefetch(at(i) + ahead);
+    }
+}
+
+// Where a run reads its enlarged samples: columns and rows of the source, or beyond.
+struct Places {
+    std::int32_t columns[kRunPixels], rows[kRunPixels];
+};
+
+// In two passes: the processor looks only so far ahead, and one long chain of roots and quotients would have it
+// wait for each.
+template <bool kCubic>
+inline void Locate(const MagnifiedRow& row, std::int32_t x, int count, Places& places) {
+    const __m256 cx = _mm256_set1_ps(row.cx);
+    const auto dxOf = [&](int i) {
+        const __m256i xs = _mm256_add_epi32(_mm256_set1_epi32(x + i), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7));
+        return _mm256_sub_ps(_mm256_cvtepi32_ps(xs), cx);
+    };
+    float factors[kRunPixels];
+    for (int i = 0; i < count; i += 8) {
+        const __m256 dx = dxOf(i);
+        const __m256 r = _mm256_sqrt_ps(_mm256_add_ps(_mm256_mul_ps(dx, dx), _mm256_set1_ps(row.dy2)));
+        const __m256 t = _mm256_div_ps(r, _mm256_set1_ps(row.R));
+        const __m256 ta = _mm256_mul_ps(t, _mm256_set1_ps(row.amount));
         const __m256 s = kCubic ? _mm256_mul_ps(ta, t) : ta;
-        const __m256 k = _mm256_add_ps(one, _mm256_mul_ps(s, percent));
-        const __m256 inv = _mm256_div_ps(one, k);
-        const __m256i zx = _mm256_cvttps_epi32(_mm256_add_ps(_mm256_mul_ps(inv, dx), cx));
-        const __m256i zy = _mm256_cvttps_epi32(_mm256_add_ps(_mm256_mul_ps(inv, dy), cyE));
-        const __m256i column = _mm256_cvttps_epi32(_mm256_sub_ps(_mm256_cvtepi32_ps(zx), offsetX));
-        const __m256i line = _mm256_cvttps_epi32(_mm256_sub_ps(_mm256_cvtepi32_ps(zy), offsetY));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(columns + i), column);
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(rows + i), line);
-        xs = _mm256_add_epi32(xs, _mm256_set1_epi32(8));
+        const __m256 k = _mm256_add_ps(_mm256_set1_ps(1.0f), _mm256_mul_ps(s, _mm256_set1_ps(row.percent)));
+        _mm256_storeu_ps(factors + i, k);
+    }
+    for (int i = 0; i < count; i += 8) {
+        const __m256 inv = _mm256_div_ps(_mm256_set1_ps(1.0f), _mm256_loadu_ps(factors + i));
+        const auto place = [&](__m256 distance, __m256 centre, float offset, std::int32_t* to) {
+            const __m256i whole = _mm256_cvttps_epi32(_mm256_add_ps(_mm256_mul_ps(inv, distance), centre));
+            const __m256i found =
+                _mm256_cvttps_epi32(_mm256_sub_ps(_mm256_cvtepi32_ps(whole), _mm256_set1_ps(offset)));
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), found);
+        };
+        place(dxOf(i), cx, row.offsetX, places.columns + i);
+        place(_mm256_set1_ps(row.dy), _mm256_set1_ps(row.cyE), row.offsetY, places.rows + i);
+    }
+}
+
+bool IsInside(std::int32_t value, std::int32_t limit) {
+    return value >= 0 && value < limit;
+}
+
+// Eight places are mostly among eight neighbours of one row or of two: then each row is read once.
+template <bool kCubic>
+void CurveOfBytes(const SourcePixels& from, const MagnifiedRow& along, std::int32_t x, int count,
+                  std::byte* samples) {
+    const SourcePixels source = from;  // copies, which stores to `samples` cannot change
+    Places places;
+    Locate<kCubic>(along, x, count, places);
+    for (int i = 0; i < count; i += 8, samples += 32) {
+        const __m256i columns = LoadBits(places.columns + i);
+        const __m256i rows = LoadBits(places.rows + i);
+        const std::int32_t column = _mm_cvtsi128_si32(_mm256_castsi256_si128(columns));
+        const std::int32_t start = column < source.width - 8 ? column : source.width - 8;
+        const std::int32_t row0 = _mm_cvtsi128_si32(_mm256_castsi256_si128(rows));
+        const std::int32_t row7 = _mm256_extract_epi32(rows, 7);
+        const __m256i order = _mm256_sub_epi32(columns, _mm256_set1_epi32(start));
+        const __m256i inRow0 = _mm256_cmpeq_epi32(rows, _mm256_set1_epi32(row0));
+        const __m256i inRow7 = _mm256_cmpeq_epi32(rows, _mm256_set1_epi32(row7));
+        const __m256i stray =
+            _mm256_or_si256(_mm256_andnot_si256(_mm256_or_si256(inRow0, inRow7), _mm256_set1_epi32(-1)),
+                            _mm256_and_si256(order, _mm256_set1_epi32(~7)));
+        if (start >= 0 && IsInside(row0, source.height) && IsInside(row7, source.height) &&
+            _mm256_testz_si256(stray, stray)) {
+            const std::byte* const pixels = PixelOf(source, start, row0);
+            const __m256i of0 = Pick(pixels, order);
+            const __m256i of7 = Pick(PixelOf(source, start, row7), order);
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(samples), _mm256_blendv_epi8(of7, of0, inRow0));
+            if (i % 16 == 0) Prefetch(pixels + std::ptrdiff_t{source.rowBytes} * kRowsAhead);
+        } else {
+            std::int32_t column8[8], row8[8], sample8[8];
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(column8), columns);
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(row8), rows);
+            for (int j = 0; j < 8; ++j) {
+                const bool inside = IsInside(column8[j], source.width) && IsInside(row8[j], source.height);
+                sample8[j] = inside ? _mm_cvtsi128_si32(_mm_loadu_si32(PixelOf(source, column8[j], row8[j]))) : 0;
+            }
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(samples),
+                                _mm256_loadu_si256(reinterpret_cast<const __m256i*>(sample8)));
+        }
     }
 }
 
 // Whether 0 <= value < limit.
-__m256i IsInside(__m256i value, __m256i limit) {
-    return _mm256_andnot_si256(_mm256_srai_epi32(value, 31), _mm256_cmpgt_epi32(limit, value));
+__m256i AreInside(__m256i value, std::int32_t limit) {
+    return _mm256_andnot_si256(_mm256_srai_epi32(value, 31), _mm256_cmpgt_epi32(_mm256_set1_epi32(limit), value));
 }
 
-void Locate(const SourcePixels& source, const std::int32_t* columns, const std::int32_t* rows, int count,
-            const std::byte** pixels) {
-    const __m256i width = _mm256_set1_epi32(source.width);
-    const __m256i height = _mm256_set1_epi32(source.height);
-    const __m256i rowBytes = _mm256_set1_epi32(source.rowBytes);
-    const __m256i pixelBytes = _mm256_set1_epi32(source.pixelBytes);
-    const __m256i first = _mm256_set1_epi64x(reinterpret_cast<std::intptr_t>(source.first));
-    const __m256i outside = _mm256_set1_epi64x(reinterpret_cast<std::intptr_t>(source.outside));
-    // Addresses of the even elements; those of the odd ones after a shift.
-    const auto address = [&](__m256i column, __m256i row, __m256i inside) {
-        const __m256i offset =
-            _mm256_add_epi64(_mm256_mul_epi32(row, rowBytes), _mm256_mul_epi32(column, pixelBytes));
-        const __m256i wide = _mm256_shuffle_epi32(inside, _MM_SHUFFLE(2, 2, 0, 0));
-        return _mm256_blendv_epi8(outside, _mm256_add_epi64(first, offset), wide);
+template <bool kCubic>
+void CurveOfFloats(const SourcePixels& from, const MagnifiedRow& along, std::int32_t x, int count,
+                   std::byte* samples) {
+    static constexpr std::byte kTransparent[16]{};
+    const SourcePixels source = from;  // copies, which stores to `samples` cannot change
+    // Addresses of the even places; those of the odd ones after a shift.
+    const auto address = [&](__m256i column, __m256i line, __m256i inside) {
+        const __m256i offset = _mm256_add_epi64(_mm256_mul_epi32(line, _mm256_set1_epi32(source.rowBytes)),
+                                                _mm256_mul_epi32(column, _mm256_set1_epi32(16)));
+        const __m256i pixel =
+            _mm256_add_epi64(_mm256_set1_epi64x(reinterpret_cast<std::intptr_t>(source.first)), offset);
+        return _mm256_blendv_epi8(_mm256_set1_epi64x(reinterpret_cast<std::intptr_t>(kTransparent)), pixel,
+                                  _mm256_shuffle_epi32(inside, _MM_SHUFFLE(2, 2, 0, 0)));
     };
-    for (int i = 0; i < count; i += 8) {
-        const __m256i column = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(columns + i));
-        const __m256i row = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(rows + i));
-        const __m256i inside = _mm256_and_si256(IsInside(column, width), IsInside(row, height));
-        const __m256i even = address(column, row, inside);
-        const __m256i odd =
-            address(_mm256_srli_epi64(column, 32), _mm256_srli_epi64(row, 32), _mm256_srli_epi64(inside, 32));
-        const __m256i low = _mm256_unpacklo_epi64(even, odd);   // 0 1 | 4 5
-        const __m256i high = _mm256_unpackhi_epi64(even, odd);  // 2 3 | 6 7
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(pixels + i), _mm256_permute2x128_si256(low, high, 0x20));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(pixels + i + 4), _mm256_permute2x128_si256(low, high, 0x31));
+    Places places;
+    Locate<kCubic>(along, x, count, places);
+    for (int i = 0; i < count; i += 8, samples += 128) {
+        const __m256i columns = LoadBits(places.columns + i);
+        const __m256i rows = LoadBits(places.rows + i);
+        const __m256i inside = _mm256_and_si256(AreInside(columns, source.width), AreInside(rows, source.height));
+        const std::byte* even[4];
+        const std::byte* odd[4];
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(even), address(columns, rows, inside));
+        _mm256_storeu_si256(
+            reinterpret_cast<__m256i*>(odd),
+            address(_mm256_srli_epi64(columns, 32), _mm256_srli_epi64(rows, 32), _mm256_srli_epi64(inside, 32)));
+        for (int j = 0; j < 4; ++j) {
+            _mm256_storeu_ps(reinterpret_cast<float*>(samples + j * 32), Pair(even[j], odd[j]));
+            if (j % 2 == 0) Prefetch(even[j] + std::ptrdiff_t{source.rowBytes} * kRowsAhead);
+        }
     }
-}
-
-void Prefetch(const std::byte* pixels) {
-    _mm_prefetch(reinterpret_cast<const char*>(pixels), _MM_HINT_T1);
 }
 
 template <bool kStream>
@@ -200,9 +298,8 @@ constexpr Composers kComposers = {
 }  // namespace
 
 const TileKernels kAvx2Tiles = {
-    .square = Map<false>,
-    .cubic = Map<true>,
-    .locate = Locate,
+    .bytes = {LineOfBytes, CurveOfBytes<false>, CurveOfBytes<true>},
+    .floats = {LineOfFloats, CurveOfFloats<false>, CurveOfFloats<true>},
     .cached = kComposers<false>,
     .streamed = kComposers<true>,
 };

@@ -6,82 +6,124 @@
 namespace nuv {
 namespace {
 
-template <bool kCubic>
-void Map(const MagnifiedRow& row, std::int32_t x, int count, std::int32_t* columns, std::int32_t* rows) {
-    const __m128 one = _mm_set1_ps(1.0f);
-    const __m128 cx = _mm_set1_ps(row.cx);
-    const __m128 cyE = _mm_set1_ps(row.cyE);
-    const __m128 R = _mm_set1_ps(row.R);
-    const __m128 amount = _mm_set1_ps(row.amount);
-    const __m128 percent = _mm_set1_ps(row.percent);
-    const __m128 dy = _mm_set1_ps(row.dy);
-    const __m128 dy2 = _mm_set1_ps(row.dy2);
-    const __m128 offsetX = _mm_set1_ps(row.offsetX);
-    const __m128 offsetY = _mm_set1_ps(row.offsetY);
-    __m128i xs = _mm_add_epi32(_mm_set1_epi32(x), _mm_setr_epi32(0, 1, 2, 3));
-    for (int i = 0; i < count; i += 4) {
-        const __m128 dx = _mm_sub_ps(_mm_cvtepi32_ps(xs), cx);
-        const __m128 r = _mm_sqrt_ps(_mm_add_ps(_mm_mul_ps(dx, dx), dy2));
-        const __m128 t = _mm_div_ps(r, R);
-        const __m128 ta = _mm_mul_ps(t, amount);
-        const __m128 s = kCubic ? _mm_mul_ps(ta, t) : ta;
-        const __m128 k = _mm_add_ps(one, _mm_mul_ps(s, percent));
-        const __m128 inv = _mm_div_ps(one, k);
-        const __m128i zx = _mm_cvttps_epi32(_mm_add_ps(_mm_mul_ps(inv, dx), cx));
-        const __m128i zy = _mm_cvttps_epi32(_mm_add_ps(_mm_mul_ps(inv, dy), cyE));
-        const __m128i column = _mm_cvttps_epi32(_mm_sub_ps(_mm_cvtepi32_ps(zx), offsetX));
-        const __m128i line = _mm_cvttps_epi32(_mm_sub_ps(_mm_cvtepi32_ps(zy), offsetY));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(columns + i), column);
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(rows + i), line);
-        xs = _mm_add_epi32(xs, _mm_set1_epi32(4));
-    }
-}
-
 // `mask` is all ones or all zeros in every element.
-__m128i Choose(__m128i mask, __m128i yes, __m128i no) {
-    return _mm_or_si128(_mm_and_si128(mask, yes), _mm_andnot_si128(mask, no));
-}
 __m128 Choose(__m128 mask, __m128 yes, __m128 no) {
     return _mm_or_ps(_mm_and_ps(mask, yes), _mm_andnot_ps(mask, no));
 }
 
-// Whether 0 <= value < limit.
-__m128i IsInside(__m128i value, __m128i limit) {
-    return _mm_andnot_si128(_mm_srai_epi32(value, 31), _mm_cmpgt_epi32(limit, value));
+void Prefetch(const std::byte* pixels) {
+    _mm_prefetch(reinterpret_cast<const char*>(pixels), _MM_HINT_T1);
 }
 
-void Locate(const SourcePixels& source, const std::int32_t* columns, const std::int32_t* rows, int count,
-            const std::byte** pixels) {
-    const __m128i width = _mm_set1_epi32(source.width);
-    const __m128i height = _mm_set1_epi32(source.height);
-    const __m128i rowBytes = _mm_set1_epi32(source.rowBytes);
-    const __m128i negative = _mm_set1_epi64x(source.rowBytes < 0 ? -1 : 0);
-    const __m128i pixelBytes = _mm_set1_epi32(source.pixelBytes);
-    const __m128i first = _mm_set1_epi64x(reinterpret_cast<std::intptr_t>(source.first));
-    const __m128i outside = _mm_set1_epi64x(reinterpret_cast<std::intptr_t>(source.outside));
-    // Addresses of the even elements; those of the odd ones after a shift. There is but an unsigned product: a
-    // negative stride went into it as 2^32 more.
-    const auto address = [&](__m128i column, __m128i row, __m128i inside) {
-        const __m128i excess = _mm_and_si128(_mm_slli_epi64(row, 32), negative);
-        const __m128i rowOffset = _mm_sub_epi64(_mm_mul_epu32(row, rowBytes), excess);
-        const __m128i offset = _mm_add_epi64(rowOffset, _mm_mul_epu32(column, pixelBytes));
-        const __m128i wide = _mm_shuffle_epi32(inside, _MM_SHUFFLE(2, 2, 0, 0));
-        return Choose(wide, _mm_add_epi64(first, offset), outside);
-    };
+const std::byte* PixelOf(const SourcePixels& source, std::int32_t column, std::int32_t row) {
+    return source.first + std::ptrdiff_t{source.rowBytes} * row + std::ptrdiff_t{column} * source.pixelBytes;
+}
+
+// Four pixels of bytes.
+__m128i Four(const std::byte* const pixels[4]) {
+    const auto load = [&](int i) { return _mm_loadu_si32(pixels[i]); };
+    return _mm_unpacklo_epi64(_mm_unpacklo_epi32(load(0), load(1)), _mm_unpacklo_epi32(load(2), load(3)));
+}
+
+void LineOfBytes(const SourcePixels& source, const std::byte* line, const std::int32_t* columns, int count,
+                 std::byte* samples) {
+    const std::ptrdiff_t ahead = std::ptrdiff_t{source.rowBytes} * kRowsAhead;
+    const auto at = [&](int i) { return line + std::ptrdiff_t{columns[i]} * 4; };
     for (int i = 0; i < count; i += 4) {
-        const __m128i column = _mm_loadu_si128(reinterpret_cast<const __m128i*>(columns + i));
-        const __m128i row = _mm_loadu_si128(reinterpret_cast<const __m128i*>(rows + i));
-        const __m128i inside = _mm_and_si128(IsInside(column, width), IsInside(row, height));
-        const __m128i even = address(column, row, inside);
-        const __m128i odd =
-            address(_mm_srli_epi64(column, 32), _mm_srli_epi64(row, 32), _mm_srli_epi64(inside, 32));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(pixels + i), _mm_unpacklo_epi64(even, odd));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(pixels + i + 2), _mm_unpackhi_epi64(even, odd));
+        const std::byte* const pixels[] = {at(i), at(i + 1), at(i + 2), at(i + 3)};
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(samples + i * 4), Four(pixels));
+        if (i % 16 == 0) Prefetch(pixels[0] + ahead);
     }
 }
 
-void Prefetch(const std::byte* pixels) {
-    _mm_prefetch(reinterpret_cast<const char*>(pixels), _MM_HINT_T1);
+void LineOfFloats(const SourcePixels& source, const std::byte* line, const std::int32_t* columns, int count,
+                  std::byte* samples) {
+    const std::ptrdiff_t ahead = std::ptrdiff_t{source.rowBytes} * kRowsAhead;
+    for (int i = 0; i < count; ++i) {
+        const std::byte* const pixel = line + std::ptrdiff_t{columns[i]} * 16;
+        _mm_storeu_ps(reinterpret_cast<float*>(samples + i * 16),
+                      _mm_loadu_ps(reinterpret_cast<const float*>(pixel)));
+        if (i % 4 == 0) Prefetch(pixel + ahead);
+    }
+}
+
+bool IsInside(std::int32_t value, std::int32_t limit) {
+    return value >= 0 && value < limit;
+}
+
+// Where a run reads its enlarged samples: columns and rows of the source, or beyond.
+struct Places {
+    std::int32_t columns[kRunPixels], rows[kRunPixels];
+};
+
+template <bool kCubic>
+inline void Locate(const MagnifiedRow& row, std::int32_t x, int count, Places& places) {
+    const __m128 cx = _mm_set1_ps(row.cx);
+    for (int i = 0; i < count; i += 4) {
+        const __m128i xs = _mm_add_epi32(_mm_set1_epi32(x + i), _mm_setr_epi32(0, 1, 2, 3));
+        const __m128 dx = _mm_sub_ps(_mm_cvtepi32_ps(xs), cx);
+        const __m128 r = _mm_sqrt_ps(_mm_add_ps(_mm_mul_ps(dx, dx), _mm_set1_ps(row.dy2)));
+        const __m128 t = _mm_div_ps(r, _mm_set1_ps(row.R));
+        const __m128 ta = _mm_mul_ps(t, _mm_set1_ps(row.amount));
+        const __m128 s = kCubic ? _mm_mul_ps(ta, t) : ta;
+        const __m128 k = _mm_add_ps(_mm_set1_ps(1.0f), _mm_mul_ps(s, _mm_set1_ps(row.percent)));
+        const __m128 inv = _mm_div_ps(_mm_set1_ps(1.0f), k);
+        const auto place = [&](__m128 distance, __m128 centre, float offset, std::int32_t* to) {
+            const __m128i whole = _mm_cvttps_epi32(_mm_add_ps(_mm_mul_ps(inv, distance), centre));
+            const __m128i found = _mm_cvttps_epi32(_mm_sub_ps(_mm_cvtepi32_ps(whole), _mm_set1_ps(offset)));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(to), found);
+        };
+        place(dx, cx, row.offsetX, places.columns + i);
+        place(_mm_set1_ps(row.dy), _mm_set1_ps(row.cyE), row.offsetY, places.rows + i);
+    }
+}
+
+// The samples of a run along a curve, one address after the other.
+template <bool kCubic>
+class Curve {
+public:
+    Curve(const SourcePixels& source, const MagnifiedRow& row, std::int32_t x, int count) : source_(source) {
+        Locate<kCubic>(row, x, count, places_);
+    }
+
+    const std::byte* Pixel(int i) const {
+        static constexpr std::byte kTransparent[16]{};
+        const bool inside =
+            IsInside(places_.columns[i], source_.width) && IsInside(places_.rows[i], source_.height);
+        return inside ? PixelOf(source_, places_.columns[i], places_.rows[i]) : kTransparent;
+    }
+
+    void PrefetchBelow(const std::byte* pixel) const {
+        Prefetch(pixel + std::ptrdiff_t{source_.rowBytes} * kRowsAhead);
+    }
+
+private:
+    const SourcePixels source_;  // a copy, which stores of samples cannot change
+    Places places_;
+};
+
+template <bool kCubic>
+void CurveOfBytes(const SourcePixels& source, const MagnifiedRow& row, std::int32_t x, int count,
+                  std::byte* samples) {
+    const Curve<kCubic> curve(source, row, x, count);
+    for (int i = 0; i < count; i += 4) {
+        const std::byte* const pixels[] = {curve.Pixel(i), curve.Pixel(i + 1), curve.Pixel(i + 2),
+                                           curve.Pixel(i + 3)};
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(samples + i * 4), Four(pixels));
+        if (i % 16 == 0) curve.PrefetchBelow(pixels[0]);
+    }
+}
+
+template <bool kCubic>
+void CurveOfFloats(const SourcePixels& source, const MagnifiedRow& row, std::int32_t x, int count,
+                   std::byte* samples) {
+    const Curve<kCubic> curve(source, row, x, count);
+    for (int i = 0; i < count; ++i) {
+        const std::byte* const pixel = curve.Pixel(i);
+        _mm_storeu_ps(reinterpret_cast<float*>(samples + i * 16),
+                      _mm_loadu_ps(reinterpret_cast<const float*>(pixel)));
+        if (i % 4 == 0) curve.PrefetchBelow(pixel);
+    }
 }
 
 template <bool kStream>
@@ -207,9 +249,8 @@ constexpr Composers kComposers = {
 }  // namespace
 
 const TileKernels kSse2Tiles = {
-    .square = Map<false>,
-    .cubic = Map<true>,
-    .locate = Locate,
+    .bytes = {LineOfBytes, CurveOfBytes<false>, CurveOfBytes<true>},
+    .floats = {LineOfFloats, CurveOfFloats<false>, CurveOfFloats<true>},
     .cached = kComposers<false>,
     .streamed = kComposers<true>,
 };

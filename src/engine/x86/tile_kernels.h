@@ -1,16 +1,34 @@
-// The innermost steps of the vector row workers, as one table per instruction set. A tile is a run of pixels of one
-// row, short enough to stay in the first-level cache. Plain pointers and numbers only: this is all that a file
-// compiled for a wider instruction set gets to see.
+// The innermost steps of the vector row workers, as one table per instruction set. They work on runs of a few dozen
+// pixels of one row, short enough to stay in the first-level cache. Plain pointers and numbers only: this is all
+// that a file compiled for a wider instruction set gets to see.
 #pragma once
 
 #include "engine/row_kernels.h"
 
 namespace nuv {
 
-// Kernels take their pixels in steps of so many; the count that they get is a multiple of it.
+// Kernels take their pixels in steps of so many; the count that they get is a multiple of it, and at most a run.
 inline constexpr int kTileStep = 8;
+inline constexpr int kRunPixels = 64;
 
-// The enlargement along one row, in the terms of scalar_row_worker.cpp.
+struct SourcePixels {
+    const std::byte* first;
+    std::int32_t width;  // 0 and more
+    std::int32_t height, rowBytes, pixelBytes;
+};
+
+// Source rows by which the samples' prefetching is ahead: an output row reads at most one row further down than the
+// one above it.
+inline constexpr int kRowsAhead = 2;
+
+// Samplers bring the samples of a run together, as neighbours, into `samples`.
+
+// From one source row of at least a step's pixels: `line` is its first one, and `columns` are inside of it, none
+// more than 7 apart from the 7th before, and ascending.
+using SampleLine = void (*)(const SourcePixels& source, const std::byte* line, const std::int32_t* columns,
+                            int count, std::byte* samples);
+
+// The enlargement along one output row, in the terms of scalar_row_worker.cpp.
 struct MagnifiedRow {
     float cx, cyE, R, amount;
     float percent;  // k = 1 + s * percent: 0.02, or -0.02 for a negative amount
@@ -18,19 +36,16 @@ struct MagnifiedRow {
     float offsetX, offsetY;  // of the source
 };
 
-// Where the pixels x, x + 1, … of the row read their enlarged samples: columns and rows of the source, which may
-// lie outside of it.
-using MapPixels = void (*)(const MagnifiedRow& row, std::int32_t x, int count, std::int32_t* columns,
-                           std::int32_t* rows);
+// From wherever the pixels x, x + 1, … of the output row read their enlarged samples; outside of the source is
+// transparent black.
+using SampleCurve = void (*)(const SourcePixels& source, const MagnifiedRow& row, std::int32_t x, int count,
+                             std::byte* samples);
 
-struct SourcePixels {
-    const std::byte* first;
-    const std::byte* outside;  // the transparent black pixel that is read outside of the source
-    std::int32_t width, height, rowBytes, pixelBytes;
+// For sources of bytes and of floats.
+struct Samplers {
+    SampleLine line;
+    SampleCurve square, cubic;
 };
-
-using LocatePixels = void (*)(const SourcePixels& source, const std::int32_t* columns, const std::int32_t* rows,
-                              int count, const std::byte** pixels);
 
 // All bits set for a channel (R, G, B) that comes from the enlarged sample, else none; none for alpha.
 struct ChannelMasks {
@@ -50,20 +65,21 @@ struct Composers {
 };
 
 struct TileKernels {
-    MapPixels square;
-    MapPixels cubic;
-    LocatePixels locate;
+    Samplers bytes, floats;
     Composers cached;
     Composers streamed;  // stores bypass the cache, without a fence; the result is aligned to a cache line
 };
 
 extern const TileKernels kSse2Tiles;
 extern const TileKernels kAvx2Tiles;
+extern const TileKernels kAvx512Tiles;
 
 // The row workers made of them. The streaming ones bypass the cache wherever the result is aligned to its pixels.
 void RenderRowsSse2(const RenderData& job, std::int32_t firstRow, std::int32_t endRow);
 void RenderRowsSse2Streaming(const RenderData& job, std::int32_t firstRow, std::int32_t endRow);
 void RenderRowsAvx2(const RenderData& job, std::int32_t firstRow, std::int32_t endRow);
 void RenderRowsAvx2Streaming(const RenderData& job, std::int32_t firstRow, std::int32_t endRow);
+void RenderRowsAvx512(const RenderData& job, std::int32_t firstRow, std::int32_t endRow);
+void RenderRowsAvx512Streaming(const RenderData& job, std::int32_t firstRow, std::int32_t endRow);
 
 }  // namespace nuv
