@@ -12,50 +12,15 @@
 #include <functional>
 #include <thread>
 
+#include "process_usage.h"
 #include "protocol_support.h"
 
 namespace {
 
 using namespace protocol;
+using support::Usage;
 
 constexpr int kThreads = 1000;
-
-struct Usage {
-    std::int64_t handles = 0;
-    std::int64_t heapBytes = 0;  // in use, in all heaps of the process
-};
-
-// By asking of every value that can be one: emulators do not keep the count that the system keeps.
-std::int64_t OpenHandles() {
-    std::int64_t open = 0;
-    for (std::uintptr_t value = 4; value < (1 << 18); value += 4) {
-        DWORD flags = 0;
-        open += GetHandleInformation(reinterpret_cast<HANDLE>(value), &flags) != 0;
-    }
-    return open;
-}
-
-std::int64_t BytesInUse(HANDLE heap) {
-    std::int64_t bytes = 0;
-    PROCESS_HEAP_ENTRY entry{};
-    HeapLock(heap);
-    while (HeapWalk(heap, &entry)) {
-        if (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) bytes += entry.cbData;
-    }
-    HeapUnlock(heap);
-    return bytes;
-}
-
-Usage Now() {
-    Usage now;
-    now.handles = OpenHandles();
-    std::array<HANDLE, 64> heaps{};
-    const DWORD count = GetProcessHeaps(static_cast<DWORD>(heaps.size()), heaps.data());
-    EXPECT_LE(count, heaps.size());
-    for (std::size_t i = 0; i < std::min<std::size_t>(count, heaps.size()); ++i)
-        now.heapBytes += BytesInUse(heaps[i]);
-    return now;
-}
 
 using Work = std::function<void()>;
 
@@ -80,11 +45,11 @@ Usage Growth(const Work& work) {
     constexpr int kRounds = 6;
     Usage growth;
     OnThreads(kThreads / 2, work);
-    Usage before = Now();
+    Usage before = support::UsageNow();
     for (int round = 0; round < kRounds; ++round) {
         OnThreads(kThreads, work);
-        const Usage after = Now();
-        growth = {after.handles - before.handles, after.heapBytes - before.heapBytes};
+        const Usage after = support::UsageNow();
+        growth = {after.heapBytes - before.heapBytes, after.handles - before.handles};
         if (growth.handles <= 0 && growth.heapBytes <= 0) break;
         before = after;
     }

@@ -1,13 +1,18 @@
 #include "entry/exception_state.h"
 
+#if defined(__MINGW32__)
+
 #include <windows.h>
 
-#include <cxxabi.h>
+// Of the runtime, which declares it nowhere: frees the memory that it keeps for throwing when there is none.
+namespace __gnu_cxx {
+void __freeres();
+}
 
 namespace nuv {
 namespace {
 
-DWORD slot = TLS_OUT_OF_INDEXES;
+DWORD slot = TLS_OUT_OF_INDEXES;  // reads as null on every thread
 
 }  // namespace
 
@@ -19,33 +24,29 @@ ExceptionState::~ExceptionState() {
     TlsSetValue(slot, outer_);
 }
 
-void AttachExceptionState() {
+bool AttachExceptionState() {
     slot = TlsAlloc();
+    return slot != TLS_OUT_OF_INDEXES;
 }
 
 void DetachExceptionState() {
     TlsFree(slot);
+    slot = TLS_OUT_OF_INDEXES;  // another library's from now on
+    __gnu_cxx::__freeres();
 }
 
 }  // namespace nuv
 
-// These two stand before the runtime's own. The structure's layout is part of the C++ binary interface.
-namespace __cxxabiv1 {
-
-struct __cxa_eh_globals {
-    void* caughtExceptions = nullptr;
-    unsigned uncaughtExceptions = 0;
-};
-
-__cxa_eh_globals* __cxa_get_globals() noexcept {
+// These two stand before the runtime's own, which are alike but for the place.
+extern "C" void* __cxa_get_globals() noexcept {
     // Outside of a command nothing of ours throws, except to end the process.
-    static constinit __cxa_eh_globals outside;
+    static constinit nuv::ExceptionNotes outside;
     void* const notes = TlsGetValue(nuv::slot);
-    return notes != nullptr ? static_cast<__cxa_eh_globals*>(notes) : &outside;
+    return notes != nullptr ? notes : &outside;
 }
 
-__cxa_eh_globals* __cxa_get_globals_fast() noexcept {
+extern "C" void* __cxa_get_globals_fast() noexcept {
     return __cxa_get_globals();
 }
 
-}  // namespace __cxxabiv1
+#endif

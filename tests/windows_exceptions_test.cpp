@@ -1,0 +1,125 @@
+// The C++ runtime's notes about exceptions where the effect has put them.
+#if defined(_WIN32)
+
+#include <gtest/gtest.h>
+
+#include <exception>
+#include <thread>
+
+#include "entry/exception_state.h"
+
+namespace {
+
+using nuv::ExceptionState;
+
+class Exceptions : public testing::Test {
+protected:
+    static void SetUpTestSuite() { ASSERT_TRUE(nuv::AttachExceptionState()); }
+    static void TearDownTestSuite() { nuv::DetachExceptionState(); }
+
+    void TearDown() override { ExpectNoneOnItsWay(); }
+
+    static void ExpectNoneOnItsWay() {
+        EXPECT_EQ(std::uncaught_exceptions(), 0);
+        EXPECT_EQ(std::current_exception(), nullptr);
+    }
+
+    // What a command may do at any time.
+    static void ThrowAndCatch() {
+        const ExceptionState command;
+        ExpectNoneOnItsWay();
+        EXPECT_THROW(throw 2, int);
+        ExpectNoneOnItsWay();
+    }
+};
+
+TEST_F(Exceptions, CanBeThrownInAHandlerAndThrownOn) {
+    const ExceptionState command;
+    int caught = 0;
+    try {
+        try {
+            throw 1;
+        } catch (int) {
+            EXPECT_THROW(throw 2, int);
+            throw;
+        }
+    } catch (int value) {
+        caught = value;
+    }
+    EXPECT_EQ(caught, 1);
+    ExpectNoneOnItsWay();
+}
+
+TEST_F(Exceptions, AreCountedOnTheirWay) {
+    const ExceptionState command;
+    struct Count {
+        int& onTheirWay;
+        ~Count() { onTheirWay = std::uncaught_exceptions(); }
+    };
+    // Throws while another is on its way.
+    struct Nested {
+        int& onTheirWay;
+        ~Nested() {
+            try {
+                const Count count{onTheirWay};
+                throw 2;
+            } catch (int) {
+                EXPECT_EQ(std::uncaught_exceptions(), 1);
+            }
+        }
+    };
+    int one = 0, two = 0;
+    try {
+        const Count count{one};
+        const Nested nested{two};
+        throw 1;
+    } catch (int) {
+        EXPECT_EQ(one, 1);
+        EXPECT_EQ(two, 2);
+    }
+}
+
+TEST_F(Exceptions, LeaveCommandsAloneThatHostsSendInBetween) {
+    struct HostCalledBack {
+        ~HostCalledBack() {
+            ThrowAndCatch();
+            EXPECT_EQ(std::uncaught_exceptions(), 1);
+        }
+    };
+    const ExceptionState command;
+    int caught = 0;
+    try {
+        try {
+            const HostCalledBack whileUnwinding;
+            throw 1;
+        } catch (int) {
+            ThrowAndCatch();
+            throw;
+        }
+    } catch (int value) {
+        caught = value;
+    }
+    EXPECT_EQ(caught, 1);
+}
+
+TEST_F(Exceptions, CanBeCarriedToAnotherThread) {
+    const ExceptionState command;
+    std::exception_ptr carried;
+    try {
+        throw 1;
+    } catch (int) {
+        carried = std::current_exception();
+        std::thread([&] {
+            const ExceptionState other;
+            ExpectNoneOnItsWay();
+            EXPECT_THROW(std::rethrow_exception(carried), int);
+            ExpectNoneOnItsWay();
+        }).join();
+        EXPECT_EQ(std::current_exception(), carried);
+    }
+    EXPECT_THROW(std::rethrow_exception(carried), int);
+}
+
+}  // namespace
+
+#endif
