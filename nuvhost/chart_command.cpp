@@ -2,10 +2,11 @@
 
 #include <memory>
 
-#include "chart.h"
 #include "commands.h"
-#include "picture_file.h"
-#include "settings.h"
+#include "drawing/chart.h"
+#include "effect/settings.h"
+#include "picture/output_file.h"
+#include "picture/picture_file.h"
 
 namespace nuvhost {
 namespace {
@@ -16,11 +17,14 @@ struct ChartOptions {
 };
 
 void Chart(const ChartOptions& options) {
-    CheckOutput(options.output, {});
+    RemoveTemporariesOnSignal();
+    CheckFormat(options.output);
+    CheckWritable(options.output);
     PictureFile file;
     file.picture = DrawChart(options.size.width, options.size.height);
     file.spec = OIIO::ImageSpec(options.size.width, options.size.height, 4, OIIO::TypeDesc::UINT8);
-    file.straight = true;
+    file.layer = DataWindow(file.spec);
+    file.straight = file.fileStraight = true;
     WritePicture(options.output, file);
 }
 

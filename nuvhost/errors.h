@@ -10,4 +10,9 @@ struct UsageError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+// The command has said all that there is to say.
+struct ExitWith {
+    int code;
+};
+
 }  // namespace nuvhost

@@ -4,9 +4,11 @@
 #include <memory>
 
 #include "commands.h"
+#include "drawing/sheet.h"
 #include "effect_options.h"
-#include "picture_file.h"
-#include "sheet.h"
+#include "picture/output_file.h"
+#include "picture/picture_file.h"
+#include "sequence/frame_plan.h"
 
 namespace nuvhost {
 namespace {
@@ -17,8 +19,10 @@ struct SheetOptions {
 };
 
 void Sheet(SheetOptions options) {
-    CheckOutput(options.output, options.input);
-    const PictureFile source = ReadPicture(options.input, std::nullopt);
+    RemoveTemporariesOnSignal();
+    const FramePlan plan = PlanFrames({.input = options.input, .output = options.output, .literal = true});
+    CheckOutputs(plan, false);
+    const PictureFile source = ReadPicture(options.input, {.firstPage = true});
     options.settings.amount = std::abs(options.settings.amount);
     options.settings.name = options.input.filename().string();
     EffectRunner runner(options.plugin.empty() ? FindPlugin() : options.plugin, refhost::Personality::compositor);

@@ -68,19 +68,17 @@ void Write(ImageBuf& sheet, int x, int y, int size, const std::string& text, con
 }
 
 // As a layer in a composition: colour multiplied by alpha, in display values.
-ImageBuf Layer(const Picture& picture, bool straight, bool linear) {
+ImageBuf Layer(const Picture& picture, bool linear) {
     const TypeDesc type = picture.depth == Depth::bits8    ? TypeDesc::UINT8
                           : picture.depth == Depth::bits16 ? TypeDesc::UINT16
                                                            : TypeDesc::FLOAT;
     const ImageBuf wrapped(ImageSpec(picture.width, picture.height, 4, type),
                            const_cast<std::byte*>(picture.pixels.data()));
     ImageBuf layer = wrapped.copy(TypeDesc::FLOAT);
+    if (!linear) return layer;
     for (ImageBuf::Iterator<float> pixel(layer); !pixel.done(); ++pixel) {
-        for (int i = 0; i < 3; ++i) {
-            float value = pixel[i];
-            if (linear) value = OIIO::linear_to_sRGB(value);
-            pixel[i] = straight ? value * pixel[3] : value;
-        }
+        for (int i = 0; i < 3; ++i)
+            pixel[i] = OIIO::linear_to_sRGB(pixel[i]);
     }
     return layer;
 }
@@ -136,8 +134,9 @@ PictureFile DrawSheet(const PictureFile& source, EffectRunner& effect, const She
                                       std::string(kScalings[static_cast<std::size_t>(column)]) + "   " +
                                       Signed(tile.amount);
             Write(sheet, x, y + kLabelHeight - 9, 16, label, kLabel);
-            const auto rendered = effect.Render(picture, tile, RenderPath::smart);
-            Place(sheet, Layer(rendered, source.straight, linear),
+            Picture rendered = picture;
+            effect.Render(rendered, FrameOf(source), tile, RenderPath::smart);
+            Place(sheet, Layer(rendered, linear),
                   ROI(x, x + tileWidth, y + kLabelHeight, y + kLabelHeight + tileHeight, 0, 1, 0, 4));
         }
     }
@@ -147,6 +146,7 @@ PictureFile DrawSheet(const PictureFile& source, EffectRunner& effect, const She
     result.picture.pixels.resize(result.picture.pixelCount() * result.picture.bytesPerPixel());
     sheet.get_pixels(sheet.roi(), TypeDesc::UINT8, result.picture.pixels.data());
     result.spec = ImageSpec(width, height, 3, TypeDesc::UINT8);
+    result.layer = DataWindow(result.spec);
     return result;
 }
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "picture.h"
+#include "picture/picture.h"
 
 namespace nuvhost {
 

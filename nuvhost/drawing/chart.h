@@ -1,7 +1,7 @@
 // The bundled test picture.
 #pragma once
 
-#include "picture.h"
+#include "picture/picture.h"
 
 namespace nuvhost {
 

@@ -3,17 +3,17 @@
 
 namespace nuvhost {
 
-// While one lives, the whole process's standard error goes nowhere. libpng and others print there what they
-// report to their caller as well, and the tool owes its user a single line.
+// While any lives, on whichever thread, the whole process's standard error goes nowhere. libpng and others print
+// there what they report to their caller as well, and the tool owes its user a single line.
 class QuietStderr {
 public:
     QuietStderr();
     ~QuietStderr();
     QuietStderr(const QuietStderr&) = delete;
     QuietStderr& operator=(const QuietStderr&) = delete;
-
-private:
-    int saved_;  // -1: nothing was redirected
 };
+
+// The descriptor of the user's standard error, quiet or not. Any thread.
+int UserStderr();
 
 }  // namespace nuvhost

@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "effect_runner.h"
-#include "picture_file.h"
+#include "effect/effect_runner.h"
+#include "picture/picture_file.h"
 
 namespace nuvhost {
 

@@ -21,7 +21,7 @@ using refhost::World;
 
 // The effect's parameters by index, as every host finds them.
 enum Index : std::int32_t { kCenter = 1, kMode, kScaling, kAmount, kShow };
-constexpr std::size_t kParameterCount = 5;
+constexpr std::array<std::int32_t, 5> kParameterIds{2, 3, 4, 5, 6};  // on disk
 
 std::string Meaning(PF_Err code) {
     struct Entry {
@@ -49,8 +49,9 @@ void Check(PF_Err code, const char* command) {
                              Meaning(code));
 }
 
-PF_Fixed Fixed(Length length, int extent) {
-    const double pixels = length.percent ? length.value / 100 * extent : length.value;
+// `start` and `extent` are the frame's, in the layer.
+PF_Fixed Fixed(const Length& length, int start, int extent) {
+    const double pixels = start + (length.percent / 100 * extent + length.pixels);
     const double raw = std::round(pixels * 65536);
     using Limits = std::numeric_limits<PF_Fixed>;
     if (raw < Limits::min() || raw > Limits::max()) {
@@ -58,6 +59,10 @@ PF_Fixed Fixed(Length length, int extent) {
                          " is too far out, the host's coordinates end at 32768");
     }
     return static_cast<PF_Fixed>(raw);
+}
+
+refhost::PointValue PointFor(const Center& center, const Window& frame) {
+    return {Fixed(center.x, frame.x, frame.width), Fixed(center.y, frame.y, frame.height)};
 }
 
 // Where each of a host pixel's channels lies in R, G, B, A.
@@ -182,30 +187,64 @@ std::filesystem::path FindPlugin() {
                              " nor in the folder above; name it with --plugin");
 }
 
-EffectRunner::EffectRunner(const std::filesystem::path& plugin, Personality personality)
+EffectRunner::EffectRunner(const std::filesystem::path& plugin, Personality personality, int instances,
+                           const std::vector<std::byte>& sequenceData)
     : personality_(personality),
-      host_(refhost::PluginLibrary(std::filesystem::absolute(plugin)), OptionsFor(personality)),
-      instance_((host_.SetUp(), host_)) {
-    if (host_.parameters().size() != kParameterCount) {
+      host_(refhost::PluginLibrary(std::filesystem::absolute(plugin)), OptionsFor(personality)) {
+    host_.SetUp();
+    const auto& parameters = host_.parameters();
+    if (!std::equal(parameters.begin(), parameters.end(), kParameterIds.begin(), kParameterIds.end(),
+                    [](const PF_ParamDef& parameter, std::int32_t id) { return parameter.uu.id == id; })) {
         throw std::runtime_error(plugin.string() + ": this effect has other parameters than nuv_chromaber");
     }
-    Check(instance_.SequenceSetup(), "sequence set-up");
     open_ = true;
+    for (int i = 0; i < instances; ++i) {
+        auto instance = std::make_unique<refhost::Instance>(host_);
+        if (sequenceData.empty()) {
+            Check(instance->SequenceSetup(), "sequence set-up");
+        } else {
+            instance->Load({.sequenceData = sequenceData});
+            Check(instance->SequenceResetup(), "sequence re-setup");
+        }
+        idle_.push_back(instance.get());
+        instances_.push_back(std::move(instance));
+    }
 }
 
 EffectRunner::~EffectRunner() {
     if (!open_) return;
-    instance_.SequenceSetdown();
+    for (const auto& instance : instances_) {
+        instance->SequenceSetdown();
+    }
     host_.GlobalSetdown();
 }
 
-Picture EffectRunner::Render(const Picture& picture, const EffectSettings& settings, RenderPath path) {
-    instance_.Set(kCenter, refhost::PointValue{Fixed(settings.center.x, picture.width),
-                                               Fixed(settings.center.y, picture.height)});
-    instance_.Set(kMode, refhost::PopupValue{settings.mode});
-    instance_.Set(kScaling, refhost::PopupValue{settings.scaling});
-    instance_.Set(kAmount, refhost::SliderValue{settings.amount});
-    instance_.Set(kShow, refhost::PopupValue{settings.show});
+std::vector<std::byte> EffectRunner::SequenceData() const {
+    return instances_.front()->Save().sequenceData;
+}
+
+void CheckCenter(const Center& center, const Window& frame) {
+    PointFor(center, frame);
+}
+
+void EffectRunner::Render(Picture& picture, const Window& frame, const EffectSettings& settings, RenderPath path) {
+    const auto take = [&] {
+        const std::lock_guard lock(mutex_);
+        auto* const idle = idle_.back();
+        idle_.pop_back();
+        return idle;
+    };
+    const auto giveBack = [&](refhost::Instance* used) {
+        const std::lock_guard lock(mutex_);
+        idle_.push_back(used);
+    };
+    const std::unique_ptr<refhost::Instance, decltype(giveBack)> instance(take(), giveBack);
+
+    instance->Set(kCenter, PointFor(settings.center, frame));
+    instance->Set(kMode, refhost::PopupValue{settings.mode});
+    instance->Set(kScaling, refhost::PopupValue{settings.scaling});
+    instance->Set(kAmount, refhost::SliderValue{settings.amount});
+    instance->Set(kShow, refhost::PopupValue{settings.show});
 
     const auto format = FormatFor(picture.depth, personality_);
     const refhost::WorldLayout layout{.format = format.code,
@@ -227,26 +266,24 @@ Picture EffectRunner::Render(const Picture& picture, const EffectSettings& setti
     request.input = &input;
     request.output = &output;
     if (path == RenderPath::smart) {
-        const auto result = instance_.SmartRender(request);
+        const auto result = instance->SmartRender(request);
         Check(result.preRender, "smart pre-render");
         Check(result.render, "smart render");
     } else {
-        Check(instance_.PlainRender(request).render, "render");
+        Check(instance->PlainRender(request).render, "render");
     }
     if (std::equal(firstRow.begin(), firstRow.end(), untouched.begin())) {
         throw std::runtime_error("the effect reported success but wrote no pixels");
     }
 
-    input = World();
-    Picture rendered{picture.width, picture.height, picture.depth, {}};
-    rendered.pixels.resize(picture.pixels.size());
-    Take(rendered, output, format.order);
-    return rendered;
+    Take(picture, output, format.order);
 }
 
 void EffectRunner::Close() {
     open_ = false;
-    Check(instance_.SequenceSetdown(), "sequence set-down");
+    for (const auto& instance : instances_) {
+        Check(instance->SequenceSetdown(), "sequence set-down");
+    }
     Check(host_.GlobalSetdown(), "global set-down");
     if (const auto kept = host_.account().Outstanding(); !kept.empty()) {
         throw std::runtime_error("the effect did not give back: " + Joined(kept));

@@ -1,0 +1,154 @@
+#include "effect/look.h"
+
+#include <charconv>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <stdexcept>
+
+#include "errors.h"
+#include "picture/output_file.h"
+
+namespace nuvhost {
+namespace {
+
+// Keeps the order in which keys are written.
+using Json = nlohmann::ordered_json;
+
+constexpr auto kEffect = "nuv_chromaber";
+
+struct Parameter {
+    const char* id;  // on disk
+    const char* name;
+    const char* option;
+    const char* initial;
+    void (*parse)(MovingSettings& settings, std::string_view culprit, std::string_view text);
+};
+
+constexpr std::array<Parameter, kParameters> kTable{{
+    {"2", "Frame center", "--center", "50%,50%",
+     [](auto& settings, auto culprit, auto text) { settings.center = ParseCenters(culprit, text); }},
+    {"3", "Mode", "--mode", "red-cyan",
+     [](auto& settings, auto culprit, auto text) { settings.mode = ParseWord(culprit, text, kModes); }},
+    {"4", "Scaling", "--scaling", "linear",
+     [](auto& settings, auto culprit, auto text) { settings.scaling = ParseWord(culprit, text, kScalings); }},
+    {"5", "Amount", "--amount", "0",
+     [](auto& settings, auto culprit, auto text) { settings.amount = ParseAmounts(culprit, text); }},
+    {"6", "Show", "--show", "final",
+     [](auto& settings, auto culprit, auto text) { settings.show = ParseWord(culprit, text, kShows); }},
+}};
+
+[[noreturn]] void Reject(const std::filesystem::path& file, const std::string& why) {
+    throw UsageError(file.string() + ": " + why);
+}
+
+Json ReadJson(const std::filesystem::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    if (!stream || std::filesystem::is_directory(file)) {
+        throw std::runtime_error(file.string() + ": the settings cannot be read");
+    }
+    try {
+        Json json = Json::parse(stream);
+        if (!json.is_object()) Reject(file, "is not an object of settings");
+        return json;
+    } catch (const Json::parse_error& error) {
+        const std::string text = error.what();  // "[…] parse error at line 3, column 5: …"
+        const auto at = text.find("at line");
+        Reject(file, "is not JSON" + (at == text.npos ? "" : ", " + text.substr(at, text.find(':', at) - at)));
+    }
+}
+
+std::string TextOf(const std::filesystem::path& file, const std::string& key, const Json& value) {
+    if (value.is_number()) return value.dump();
+    if (!value.is_string()) Reject(file, key + ": is neither text nor a number");
+    return value.get<std::string>();
+}
+
+std::vector<std::byte> FromHex(const std::filesystem::path& file, const std::string& key, const std::string& text) {
+    std::vector<std::byte> bytes;
+    for (std::size_t at = 0; at < text.size(); at += 2) {
+        const char* const first = text.data() + at;
+        const char* const last = text.data() + std::min(at + 2, text.size());
+        unsigned value = 0;
+        const auto [stop, error] = std::from_chars(first, last, value, 16);
+        if (error != std::errc{} || stop != first + 2) Reject(file, key + ": \"" + text + "\" is not hexadecimal");
+        bytes.push_back(static_cast<std::byte>(value));
+    }
+    return bytes;
+}
+
+std::string Hex(const std::vector<std::byte>& bytes) {
+    constexpr auto kDigits = "0123456789abcdef";
+    std::string text;
+    for (const auto byte : bytes) {
+        text += kDigits[static_cast<unsigned>(byte) >> 4];
+        text += kDigits[static_cast<unsigned>(byte) & 15U];
+    }
+    return text;
+}
+
+void LoadParameters(const std::filesystem::path& file, const Json& parameters, Look& look) {
+    if (!parameters.is_object()) Reject(file, "parameters: is not an object");
+    for (const auto& [id, entry] : parameters.items()) {
+        const std::string key = "parameters." + id;
+        std::size_t i = 0;
+        while (i < kTable.size() && id != kTable[i].id)
+            ++i;
+        if (i == kTable.size()) Reject(file, key + ": the effect has no parameter of this id");
+        if (!entry.is_object() || !entry.contains("value")) Reject(file, key + ": has no value");
+        for (const auto& [name, ignored] : entry.items()) {
+            if (name != "name" && name != "value") Reject(file, key + "." + name + ": is not known");
+        }
+        look.texts[i] = TextOf(file, key + ".value", entry["value"]);
+        kTable[i].parse(look.settings, file.string() + ": " + key + ".value", *look.texts[i]);
+    }
+}
+
+void Load(const std::filesystem::path& file, Look& look) {
+    const Json json = ReadJson(file);
+    for (const auto& [key, value] : json.items()) {
+        if (key == "effect") {
+            if (value != kEffect) Reject(file, "effect: is not \"" + std::string(kEffect) + "\"");
+        } else if (key == "parameters") {
+            LoadParameters(file, value, look);
+        } else if (key == "sequence_data") {
+            look.sequenceData = FromHex(file, key, TextOf(file, key, value));
+        } else {
+            Reject(file, key + ": is not known");
+        }
+    }
+}
+
+}  // namespace
+
+Look MakeLook(const std::optional<std::filesystem::path>& file, const ParameterTexts& commandLine) {
+    Look look;
+    if (file) Load(*file, look);
+    for (std::size_t i = 0; i < kTable.size(); ++i) {
+        if (!commandLine[i]) continue;
+        look.texts[i] = commandLine[i];
+        kTable[i].parse(look.settings, kTable[i].option, *commandLine[i]);
+    }
+    return look;
+}
+
+void SaveLook(const std::filesystem::path& file, const Look& look) {
+    Json parameters = Json::object();
+    for (std::size_t i = 0; i < kTable.size(); ++i) {
+        const auto& entry = kTable[i];
+        parameters[entry.id] = {{"name", entry.name}, {"value", look.texts[i].value_or(entry.initial)}};
+    }
+    const Json json{{"effect", kEffect}, {"parameters", parameters}, {"sequence_data", Hex(look.sequenceData)}};
+
+    OutputFile output(file);
+    std::ofstream stream;
+    output.Create([&] {
+        stream.open(output.temporary(), std::ios::binary);
+        return stream.is_open();
+    });
+    stream << json.dump(2) << '\n';
+    stream.close();
+    if (!stream) throw std::runtime_error(file.string() + ": the settings cannot be written");
+    output.Commit();
+}
+
+}  // namespace nuvhost

@@ -1,0 +1,139 @@
+#include "picture/channels.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include "picture/picture_type.h"
+
+namespace nuvhost {
+namespace {
+
+using OIIO::ImageSpec;
+
+// Without its layer: "beauty.R" is "R".
+std::string_view LastPart(std::string_view name) {
+    return name.substr(name.rfind('.') + 1);
+}
+
+int Find(const ImageSpec& spec, std::string_view letter, std::string_view word) {
+    for (int i = 0; i < spec.nchannels; ++i) {
+        const auto name = LastPart(spec.channelnames[static_cast<std::size_t>(i)]);
+        if (OIIO::Strutil::iequals(name, letter) || OIIO::Strutil::iequals(name, word)) return i;
+    }
+    return -1;
+}
+
+template <typename Channel>
+void Gather(const std::vector<std::byte>& from, std::size_t stride, const Channels& channels, Channel full,
+            std::vector<std::byte>& to) {
+    const std::array places{channels.color[0], channels.color[1], channels.color[2], channels.alpha};
+    std::array<Channel, 4> pixel;
+    pixel[3] = full;
+    const std::size_t used = channels.alpha >= 0 ? 4 : 3;
+    const std::byte* source = from.data();
+    for (std::size_t at = 0; at < to.size(); at += sizeof pixel, source += stride) {
+        for (std::size_t i = 0; i < used; ++i) {
+            std::memcpy(&pixel[i], source + static_cast<std::size_t>(places[i]) * sizeof(Channel), sizeof(Channel));
+        }
+        std::memcpy(to.data() + at, pixel.data(), sizeof pixel);
+    }
+}
+
+}  // namespace
+
+Channels Locate(const OIIO::ImageSpec& spec) {
+    Channels channels;
+    const bool marked = spec.alpha_channel >= 0 && spec.alpha_channel < spec.nchannels;
+    channels.alpha = marked ? spec.alpha_channel : Find(spec, "A", "alpha");
+
+    channels.color = {Find(spec, "R", "red"), Find(spec, "G", "green"), Find(spec, "B", "blue")};
+    if (std::count(channels.color.begin(), channels.color.end(), -1) > 0) {
+        std::vector<int> places;
+        for (int i = 0; i < spec.nchannels; ++i) {
+            if (i != channels.alpha) places.push_back(i);
+        }
+        if (places.empty()) places.push_back(channels.alpha);  // a mask alone is shown as grey
+        const bool grey = places.size() < 3;
+        channels.color = {places[0], places[grey ? 0 : 1], places[grey ? 0 : 2]};
+        if (channels.color[0] == channels.alpha) channels.alpha = -1;
+    }
+    for (int i = 0; i < spec.nchannels; ++i) {
+        const bool used = i == channels.alpha || std::count(channels.color.begin(), channels.color.end(), i) > 0;
+        if (!used) channels.others.push_back(i);
+    }
+    return channels;
+}
+
+ImageSpec Arranged(const ImageSpec& file, const Channels& channels) {
+    static constexpr std::array kNames{"R", "G", "B"};
+    ImageSpec spec = file;
+    spec.channelnames.clear();
+    spec.channelformats.clear();
+    spec.alpha_channel = spec.z_channel = -1;
+    const auto add = [&](int from, std::string name) {
+        spec.channelnames.push_back(std::move(name));
+        if (!file.channelformats.empty()) spec.channelformats.push_back(file.channelformat(from));
+    };
+    const auto nameOf = [&](int channel) { return file.channelnames[static_cast<std::size_t>(channel)]; };
+
+    for (std::size_t i = 0; i < 3; ++i) {
+        add(channels.color[i], channels.grey() ? kNames[i] : nameOf(channels.color[i]));
+    }
+    if (channels.alpha >= 0) {
+        spec.alpha_channel = 3;
+        add(channels.alpha, nameOf(channels.alpha));
+    }
+    for (const int channel : channels.others) {
+        if (channel == file.z_channel) spec.z_channel = static_cast<int>(spec.channelnames.size());
+        add(channel, nameOf(channel));
+    }
+    spec.nchannels = static_cast<int>(spec.channelnames.size());
+
+    // What was true of the old pixels only, or promises smaller versions of the picture that are not written.
+    for (const auto* name : {"oiio:SHA-1", "oiio:ConstantColor", "oiio:AverageColor", "oiio:subimages",
+                             "textureformat", "openexr:levelmode", "openexr:roundingmode"}) {
+        spec.erase_attribute(name);
+    }
+    // A grey picture becomes colour, a picture of single bits becomes bytes.
+    if (channels.grey()) {
+        for (const auto* name : {"ICCProfile", "tiff:PhotometricInterpretation", "tiff:ColorSpace"}) {
+            spec.erase_attribute(name);
+        }
+    }
+    if (spec.get_int_attribute("oiio:BitsPerSample") < 8) spec.erase_attribute("oiio:BitsPerSample");
+    return spec;
+}
+
+void Gather(const std::vector<std::byte>& from, int channelCount, const Channels& channels, Picture& picture) {
+    const auto stride = static_cast<std::size_t>(channelCount) * TypeOf(picture.depth).size();
+    picture.pixels.resize(from.size() / stride * picture.bytesPerPixel());  // not yet those of the whole layer
+    switch (picture.depth) {
+        case Depth::bits8:
+            Gather<std::uint8_t>(from, stride, channels, 255, picture.pixels);
+            break;
+        case Depth::bits16:
+            Gather<std::uint16_t>(from, stride, channels, 65535, picture.pixels);
+            break;
+        case Depth::bits32:
+            Gather<float>(from, stride, channels, 1.0F, picture.pixels);
+            break;
+    }
+}
+
+std::vector<std::byte> CutOthers(const std::vector<std::byte>& native, const ImageSpec& file,
+                                 const std::vector<int>& others) {
+    std::vector<std::byte> cut;
+    const std::size_t pixelBytes = file.pixel_bytes(true);
+    for (std::size_t at = 0; at < native.size(); at += pixelBytes) {
+        for (const int channel : others) {
+            const auto* first = native.data() + at + file.pixel_bytes(0, channel, true);
+            cut.insert(cut.end(), first, first + file.channelformat(channel).size());
+        }
+    }
+    return cut;
+}
+
+}  // namespace nuvhost

@@ -1,0 +1,108 @@
+#include "picture/output_file.h"
+
+#include <pthread.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <mutex>
+#include <random>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+#include <thread>
+
+namespace nuvhost {
+namespace {
+
+struct Temporaries {
+    std::mutex mutex;  // also held while one of the files is made, moved or removed
+    std::set<std::filesystem::path> files;
+};
+
+Temporaries& TheTemporaries() {
+    static auto& temporaries = *new Temporaries;  // outlives the thread that waits for signals
+    return temporaries;
+}
+
+// Hidden and nobody else's. Short, as the target's own name may be as long as names can be.
+std::filesystem::path TemporaryBeside(const std::filesystem::path& file) {
+    thread_local std::random_device random;
+    std::filesystem::path name = file.parent_path() / ".nuvhost";
+    for (const auto number : {static_cast<unsigned>(::getpid()), random()}) {
+        name += ".";
+        name += std::to_string(number);
+    }
+    name += file.extension();
+    return name;
+}
+
+// Follows links also where the last one leads to nothing yet.
+std::filesystem::path BehindLinks(std::filesystem::path file) {
+    constexpr int kMostLinks = 40;  // as many as the system follows
+    for (int i = 0; i < kMostLinks && std::filesystem::is_symlink(file); ++i) {
+        file = file.parent_path() / std::filesystem::read_symlink(file);
+    }
+    return std::filesystem::weakly_canonical(file);
+}
+
+[[noreturn]] void RemoveAllAndDie(int signal) {
+    auto& temporaries = TheTemporaries();
+    temporaries.mutex.lock();  // for good
+    for (const auto& file : temporaries.files) {
+        ::unlink(file.c_str());
+    }
+    std::signal(signal, SIG_DFL);
+    sigset_t set;
+    sigemptyset(&set);
+    sigaddset(&set, signal);
+    pthread_sigmask(SIG_UNBLOCK, &set, nullptr);
+    std::raise(signal);
+    std::_Exit(128 + signal);
+}
+
+}  // namespace
+
+void RemoveTemporariesOnSignal() {
+    sigset_t set;
+    sigemptyset(&set);
+    for (const int signal : {SIGHUP, SIGINT, SIGTERM}) {
+        struct sigaction action {};
+        sigaction(signal, nullptr, &action);
+        if (action.sa_handler != SIG_IGN) sigaddset(&set, signal);  // nohup ignores one
+    }
+    pthread_sigmask(SIG_BLOCK, &set, nullptr);
+    std::thread([set] {
+        int signal = 0;
+        while (sigwait(&set, &signal) != 0) {
+        }
+        RemoveAllAndDie(signal);
+    }).detach();
+}
+
+OutputFile::OutputFile(const std::filesystem::path& target)
+    : name_(target), target_(BehindLinks(std::filesystem::absolute(target))), temporary_(TemporaryBeside(target_)) {
+    const std::lock_guard lock(TheTemporaries().mutex);
+    TheTemporaries().files.insert(temporary_);
+}
+
+OutputFile::~OutputFile() {
+    const std::lock_guard lock(TheTemporaries().mutex);
+    std::error_code ignored;
+    std::filesystem::remove(temporary_, ignored);
+    TheTemporaries().files.erase(temporary_);
+}
+
+bool OutputFile::Create(const std::function<bool()>& make) {
+    const std::lock_guard lock(TheTemporaries().mutex);
+    return make();
+}
+
+void OutputFile::Commit() {
+    const std::lock_guard lock(TheTemporaries().mutex);
+    std::error_code error;
+    std::filesystem::rename(temporary_, target_, error);
+    if (error) throw std::runtime_error(name_.string() + ": cannot be written: " + error.message());
+}
+
+}  // namespace nuvhost

@@ -1,0 +1,33 @@
+// A file that appears complete or not at all.
+#pragma once
+
+#include <filesystem>
+#include <functional>
+
+namespace nuvhost {
+
+// From now on a signal that asks the process to end (hang-up, interrupt, terminate) removes every temporary file
+// first; the process then dies of that signal. Called once, before anything starts threads.
+void RemoveTemporariesOnSignal();
+
+// Is written under a temporary name in the target's folder and moved over the target by Commit; until then
+// nothing is left behind, whether by an exception or by a signal. Any number at once, on any threads.
+class OutputFile {
+public:
+    // The folder must exist. Creates nothing. A target that is a link stays one, what it leads to is written.
+    explicit OutputFile(const std::filesystem::path& target);
+    ~OutputFile();
+    OutputFile(const OutputFile&) = delete;
+    OutputFile& operator=(const OutputFile&) = delete;
+
+    // Ends in the target's extension and is no other process's.
+    const std::filesystem::path& temporary() const { return temporary_; }
+    // What makes the file is called here, so that it cannot come into being while a signal takes its like away.
+    bool Create(const std::function<bool()>& make);
+    void Commit();  // throws std::runtime_error
+
+private:
+    std::filesystem::path name_, target_, temporary_;
+};
+
+}  // namespace nuvhost

@@ -1,0 +1,246 @@
+#include <OpenImageIO/imageio.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "errors.h"
+#include "picture/alpha.h"
+#include "picture/checked_file.h"
+#include "picture/output_file.h"
+#include "picture/picture_file.h"
+#include "picture/picture_type.h"
+#include "picture/quiet.h"
+
+namespace nuvhost {
+namespace {
+
+using OIIO::ImageOutput;
+using OIIO::ImageSpec;
+using OIIO::TypeDesc;
+
+std::unique_ptr<ImageOutput> WriterFor(const std::filesystem::path& file) {
+    if (!file.has_extension()) return nullptr;
+    auto writer = ImageOutput::create(file.string());
+    OIIO::geterror();  // fetched, or it is printed when the process ends
+    return writer;
+}
+
+// The ImageSpec in words that the format knows, so that no writer converts anything on its own.
+ImageSpec Fitted(ImageSpec spec, const ImageOutput& writer, bool straight) {
+    if (!writer.supports("tiles")) spec.tile_width = spec.tile_height = spec.tile_depth = 0;
+    if (spec.alpha_channel >= 0 && !writer.supports("alpha")) {
+        spec.channelnames.erase(spec.channelnames.begin() + spec.alpha_channel);
+        if (!spec.channelformats.empty()) {
+            spec.channelformats.erase(spec.channelformats.begin() + spec.alpha_channel);
+        }
+        --spec.nchannels;
+        if (spec.z_channel > spec.alpha_channel) --spec.z_channel;
+        spec.alpha_channel = -1;
+    }
+    if (!spec.channelformats.empty() && !writer.supports("channelformats")) {
+        spec.format = TypeDesc::basetype_merge(spec.channelformats[0], spec.channelformats[1]);
+        for (const auto& type : spec.channelformats) {
+            spec.format = TypeDesc::basetype_merge(spec.format, type);
+        }
+        spec.channelformats.clear();
+    }
+    spec.erase_attribute(kStraightAlpha);
+    if (spec.alpha_channel >= 0 && straight) spec.attribute(kStraightAlpha, 1);
+    // Colour fringes are what this is about: halving the colour's resolution would blur them.
+    if (std::string_view(writer.format_name()) == "jpeg" && !spec.find_attribute("jpeg:subsampling")) {
+        spec.attribute("jpeg:subsampling", "4:4:4");
+    }
+    return spec;
+}
+
+// Whole pixels in the writer's own types, channel by channel: the way to write channels of several types.
+std::vector<std::byte> Assembled(const Picture& picture, const std::vector<std::byte>& others,
+                                 const PictureFile& source, const ImageSpec& written) {
+    const auto pixelBytes = static_cast<OIIO::stride_t>(written.pixel_bytes(true));
+    std::vector<std::byte> pixels(picture.pixelCount() * written.pixel_bytes(true));
+    const auto put = [&](int channel, const std::byte* from, const TypeDesc& type, std::size_t step) {
+        OIIO::convert_image(1, picture.width, picture.height, 1, from, type, static_cast<OIIO::stride_t>(step),
+                            OIIO::AutoStride, OIIO::AutoStride,
+                            pixels.data() + written.pixel_bytes(0, channel, true), written.channelformat(channel),
+                            pixelBytes, OIIO::AutoStride, OIIO::AutoStride);
+    };
+    const int main = written.alpha_channel >= 0 ? 4 : 3;
+    const auto type = TypeOf(picture.depth);
+    for (int i = 0; i < main; ++i) {
+        put(i, picture.pixels.data() + static_cast<std::size_t>(i) * type.size(), type, picture.bytesPerPixel());
+    }
+
+    const int firstOther = source.hasAlpha() ? 4 : 3;
+    const std::size_t otherBytes = source.spec.pixel_bytes(firstOther, source.spec.nchannels, true);
+    const std::byte* from = others.data();
+    for (int i = firstOther; i < source.spec.nchannels; ++i) {
+        put(main + i - firstOther, from, source.spec.channelformat(i), otherBytes);
+        from += source.spec.channelformat(i).size();
+    }
+    return pixels;
+}
+
+// A picture as one format gets it: its window, its alpha, its orientation.
+class Written {
+public:
+    Written(const PictureFile& source, const ImageOutput& writer)
+        : source_(source), picture_(&source.picture), others_(&source.others), spec_(source.spec) {
+        ChooseWindow(std::string_view(writer.format_name()) == kWindowedFormat);
+        const bool straight = ChooseAlpha(writer);
+        if (!writer.supports("exif") && source.format != writer.format_name()) TurnUpright();
+        if (source.fileType) {
+            spec_.format = *source.fileType;
+            spec_.channelformats.clear();
+            spec_.erase_attribute("oiio:BitsPerSample");
+        }
+        spec_ = Fitted(spec_, writer, straight);
+    }
+
+    const ImageSpec& spec() const { return spec_; }
+
+    bool Write(ImageOutput& writer) const {
+        if (others_->empty()) {
+            return writer.write_image(TypeOf(picture_->depth), picture_->pixels.data(),
+                                      static_cast<OIIO::stride_t>(picture_->bytesPerPixel()));
+        }
+        return writer.write_image(TypeDesc::UNKNOWN, Assembled(*picture_, *others_, source_, writer.spec()).data());
+    }
+
+private:
+    void ChooseWindow(bool windowed) {
+        const bool whole = !windowed && source_.format == kWindowedFormat;
+        const Window data = DataWindow(spec_), window = whole ? DisplayWindow(spec_) : data;
+        if (window != source_.layer) {
+            Replace({window.width, window.height, picture_->depth,
+                     Region(picture_->pixels, picture_->bytesPerPixel(), source_.layer, window)});
+        }
+        if (window != data && !others_->empty()) ReplaceOthers(Region(*others_, OtherBytes(), data, window));
+        if (whole) {
+            spec_.x = spec_.y = spec_.full_x = spec_.full_y = 0;
+            spec_.width = window.width;
+            spec_.height = window.height;
+        }
+    }
+
+    // Whether the colour is straight now.
+    bool ChooseAlpha(const ImageOutput& writer) {
+        if (!source_.hasAlpha()) return false;
+        const auto rule = writer.supports("alpha") ? AlphaOf(writer.format_name()) : Alpha::associated;
+        const bool straight = rule == Alpha::asItIs ? source_.fileStraight : rule == Alpha::straight;
+        if (straight != source_.straight && !Opaque(*picture_)) {
+            Replace(Converted(*picture_, straight ? Unassociate : Associate));
+        }
+        return straight;
+    }
+
+    void TurnUpright() {
+        const int orientation = spec_.get_int_attribute("Orientation", 1);
+        if (orientation < 2 || orientation > 8) return;
+        const int width = spec_.width, height = spec_.height;
+        Picture turned{width, height, picture_->depth,
+                       Upright(picture_->pixels, picture_->bytesPerPixel(), width, height, orientation)};
+        if (orientation >= 5) {
+            std::swap(turned.width, turned.height);
+            std::swap(spec_.width, spec_.height);
+            std::swap(spec_.full_width, spec_.full_height);
+            std::swap(spec_.x, spec_.y);
+            std::swap(spec_.full_x, spec_.full_y);
+        }
+        Replace(std::move(turned));
+        if (!others_->empty()) ReplaceOthers(Upright(*others_, OtherBytes(), width, height, orientation));
+        spec_.erase_attribute("Orientation");
+    }
+
+    std::size_t OtherBytes() const {
+        const int first = source_.hasAlpha() ? 4 : 3;
+        return source_.spec.pixel_bytes(first, source_.spec.nchannels, true);
+    }
+    void Replace(Picture picture) {
+        ownPicture_ = std::move(picture);
+        picture_ = &ownPicture_;
+    }
+    void ReplaceOthers(std::vector<std::byte> others) {
+        ownOthers_ = std::move(others);
+        others_ = &ownOthers_;
+    }
+
+    const PictureFile& source_;
+    const Picture* picture_;
+    const std::vector<std::byte>* others_;
+    Picture ownPicture_;
+    std::vector<std::byte> ownOthers_;
+    ImageSpec spec_;
+};
+
+// What went wrong, told of the file that the user named.
+std::string WithoutTemporary(std::string error, const OutputFile& output, const std::filesystem::path& file) {
+    const std::string temporary = output.temporary().string();
+    for (std::size_t at = 0; (at = error.find(temporary, at)) != error.npos; at += file.string().size()) {
+        error.replace(at, temporary.size(), file.string());
+    }
+    return error;
+}
+
+}  // namespace
+
+void CheckFormat(const std::filesystem::path& output) {
+    std::error_code ignored;
+    const auto name = output.string();
+    if (std::filesystem::is_directory(output, ignored)) throw UsageError(name + ": is a folder");
+    if (!WriterFor(output)) throw UsageError(name + ": no picture format has this file name extension");
+}
+
+void CheckWritable(const std::filesystem::path& output) {
+    std::error_code error;
+    const auto folder = std::filesystem::absolute(output).parent_path();
+    if (!std::filesystem::is_directory(folder, error)) {
+        Fail(output, "no such folder", folder.string() + " (--create-dir makes it)");
+    }
+    if (::access(folder.c_str(), W_OK) != 0) Fail(output, "no permission to write in the folder");
+    const auto status = std::filesystem::status(output, error);
+    if (!std::filesystem::exists(status)) return;
+    if (!std::filesystem::is_regular_file(status)) Fail(output, "is not a file");
+    if (::access(output.c_str(), W_OK) != 0) Fail(output, "is write-protected");
+}
+
+void CheckChannels(const std::filesystem::path& output, const PictureFile& picture) {
+    const int main = picture.hasAlpha() ? 4 : 3;
+    if (picture.spec.nchannels == main || WriterFor(output)->supports("nchannels")) return;
+    const auto& names = picture.spec.channelnames;
+    Fail(output, "this format has no room for the input's channel \"" + names.back() +
+                     "\"; --channels color leaves it out");
+}
+
+void WritePicture(const std::filesystem::path& file, const PictureFile& source) {
+    // The order of these is that in which a failure needs them: the writer lets go of its file before that goes.
+    const QuietStderr quiet;
+    OutputFile output(file);
+    std::optional<CheckedFile> checked;
+    const auto writer = WriterFor(file);
+    const Written written(source, *writer);
+
+    // The TIFF writer is not made for files that are not its own, and reports what it could not write.
+    const bool tiff = std::string_view(writer->format_name()) == "tiff";
+    const bool opened = output.Create([&] {
+        if (!tiff && writer->supports("ioproxy")) {
+            checked.emplace(output.temporary().string());
+            if (!checked->Complete()) Fail(file, "cannot be written", std::generic_category().message(errno));
+            writer->set_ioproxy(&*checked);
+        }
+        return writer->open(output.temporary().string(), written.spec());
+    });
+    const bool complete = opened && written.Write(*writer) && writer->close();
+    const auto error = WithoutTemporary(writer->geterror(), output, file);
+    // The TIFF writer's close succeeds whatever happened in it, and complains when there are no Exif data at all.
+    const bool complained = !error.empty() && !error.ends_with("of the Exif data");
+    if (!complete || complained) Fail(file, "cannot be written", error);
+    if (checked && !checked->Complete()) Fail(file, "cannot be written", "the disk did not take all of it");
+    output.Commit();
+}
+
+}  // namespace nuvhost

@@ -1,0 +1,174 @@
+#include "sequence/frame_plan.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <map>
+#include <set>
+#include <stdexcept>
+#include <system_error>
+#include <utility>
+
+#include "errors.h"
+#include "picture/picture_file.h"
+#include "sequence/frame_range.h"
+#include "sequence/sequence_pattern.h"
+
+namespace nuvhost {
+namespace {
+
+namespace fs = std::filesystem;
+
+bool Exists(const fs::path& file) {
+    std::error_code ignored;
+    return fs::exists(file, ignored);
+}
+
+// A plain path stands for every frame.
+struct Name {
+    fs::path plain;
+    std::optional<SequencePattern> pattern;
+
+    fs::path At(int frame) const { return pattern ? pattern->At(frame) : plain; }
+};
+
+std::vector<int> ChosenFrames(const PlanOptions& options, const SequencePattern* input) {
+    auto frames = options.frames ? ParseFrames("--frames", *options.frames) : input->Existing();
+    if (frames.empty()) throw std::runtime_error(options.input.string() + ": no file of this sequence exists");
+    if (options.clip) {
+        const auto clip = ParseFrameClip("--clip-range", *options.clip);
+        std::erase_if(frames, [&](int frame) { return frame < clip.first || frame > clip.last; });
+    }
+    return frames;
+}
+
+void CheckNames(const PlanOptions& options, bool input, bool output) {
+    const auto literal = [](const fs::path& name) {
+        return " (or give --literal if that is the name of " + name.string() + ")";
+    };
+    if (options.frames && !output && ParseFrames("--frames", *options.frames).size() > 1) {
+        throw UsageError(options.output.string() +
+                         ": --frames names several frames, the output needs a place for " +
+                         "their numbers, such as out.####.exr");
+    }
+    if (options.frames) return;
+    if (input && !output) {
+        throw UsageError(options.output.string() + ": the input is a sequence, the output needs a place for the " +
+                         "frame's number, such as out.####.exr" + literal(options.input));
+    }
+    if (!input && output) {
+        throw UsageError(options.output.string() +
+                         ": the output is a sequence, the input is one picture; --frames " +
+                         "renders it once for each frame" + literal(options.output));
+    }
+    if (options.clip && !input) throw UsageError("--clip-range: the input is one picture");
+}
+
+std::string Count(std::size_t number, std::size_t of) {
+    return std::to_string(number) + " of " + std::to_string(of) + (of == 1 ? " frame" : " frames");
+}
+
+// One file, whatever its name.
+using FileId = std::pair<dev_t, ino_t>;
+
+std::optional<FileId> IdOf(const fs::path& file) {
+    struct stat status {};
+    if (::stat(file.c_str(), &status) != 0) return std::nullopt;
+    return FileId{status.st_dev, status.st_ino};
+}
+
+// The folder to be, or the nearest one above it that is there.
+fs::path StandingFolder(fs::path folder) {
+    while (!Exists(folder) && folder.has_relative_path())
+        folder = folder.parent_path();
+    return folder;
+}
+
+fs::path FolderOf(const fs::path& file) {
+    return fs::absolute(file).parent_path();
+}
+
+}  // namespace
+
+FramePlan PlanFrames(const PlanOptions& options) {
+    Name input{options.input, {}}, output{options.output, {}};
+    if (!options.literal) input.pattern = SequencePattern::Parse(options.input);
+    // A picture whose own name looks like a pattern is that picture.
+    const bool named = input.pattern && !options.frames && Exists(options.input);
+    if (named) input.pattern.reset();
+    if (!options.literal && !named) output.pattern = SequencePattern::Parse(options.output);
+    CheckNames(options, input.pattern.has_value(), output.pattern.has_value());
+
+    FramePlan plan;
+    plan.numbered = options.frames || input.pattern;
+    std::vector<int> frames{0};
+    if (plan.numbered) frames = ChosenFrames(options, input.pattern ? &*input.pattern : nullptr);
+    for (const int frame : frames) {
+        FrameJob job{frame, input.At(frame), output.At(frame)};
+        if (options.skipExisting && Exists(job.output)) {
+            plan.existing.push_back(std::move(job));
+            continue;
+        }
+        if (!Exists(job.input)) {
+            plan.missing.push_back(frame);
+            if (options.missing == Missing::skip) continue;
+            job.black = true;
+        }
+        plan.jobs.push_back(std::move(job));
+    }
+
+    const auto asked = plan.jobs.size() + (options.missing == Missing::skip ? plan.missing.size() : 0);
+    const bool none = !plan.missing.empty() && plan.missing.size() == asked;
+    const bool refused = !plan.missing.empty() && options.missing == Missing::error;
+    if (!plan.numbered && (refused || none)) throw std::runtime_error(options.input.string() + ": no such file");
+    if (refused || none) {
+        std::sort(plan.missing.begin(), plan.missing.end());
+        throw std::runtime_error(options.input.string() + ": " + Count(plan.missing.size(), asked) +
+                                 (plan.missing.size() == 1 ? " is" : " are") +
+                                 " missing: " + FramesText(plan.missing));
+    }
+    return plan;
+}
+
+void CheckOutputs(const FramePlan& plan, bool createFolder) {
+    std::map<FileId, const FrameJob*> inputs;
+    for (const auto& job : plan.jobs) {
+        if (const auto id = IdOf(job.input)) inputs.emplace(*id, &job);
+    }
+    std::set<FileId> outputs;
+    for (const auto& job : plan.jobs) {
+        CheckFormat(job.output);
+        if (const auto id = IdOf(job.output)) {
+            if (inputs.contains(*id)) {
+                const bool own = inputs.at(*id)->frame == job.frame;
+                throw UsageError(job.output.string() + ": the output is the input file" +
+                                 (own ? "" : " " + inputs.at(*id)->input.string()));
+            }
+            if (!outputs.insert(*id).second) {
+                throw UsageError(job.output.string() + ": is another frame's output as well");
+            }
+        }
+        const auto folder = FolderOf(job.output);
+        if (createFolder && !Exists(folder)) {
+            const auto standing = StandingFolder(folder);
+            if (!fs::is_directory(standing) || ::access(standing.c_str(), W_OK) != 0) {
+                throw std::runtime_error(job.output.string() + ": its folder cannot be made in " +
+                                         standing.string());
+            }
+        } else {
+            CheckWritable(job.output);
+        }
+    }
+}
+
+void CreateFolders(const FramePlan& plan) {
+    for (const auto& job : plan.jobs) {
+        std::error_code error;
+        fs::create_directories(FolderOf(job.output), error);
+        if (error)
+            throw std::runtime_error(job.output.string() + ": its folder cannot be made: " + error.message());
+    }
+}
+
+}  // namespace nuvhost

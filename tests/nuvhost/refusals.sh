@@ -1,0 +1,82 @@
+#!/bin/bash
+# What is refused, and what a failure leaves behind.
+source "$(dirname "$0")/tools.sh"
+pictures opaque.png opaque.jpg opaque.tif opaque.exr others.exr
+
+prints() { # prints TEXT ARGUMENTS…
+    "$nuvhost" "${@:2}" >stdout.txt 2>stderr.txt && [ ! -s stderr.txt ] && grep -qF -- "$1" stdout.txt
+}
+promise "--version names the tool and its version" prints "nuvhost 2.0" --version
+promise "render --version does as well" prints "nuvhost 2.0" render --version
+promise "--help lists the commands" prints "render" --help
+for option in --mode --scaling --amount --show --center --depth --host --plain --plugin --help --version; do
+    promise "render --help explains $option" prints "$option" render --help
+done
+
+echo "no picture" >text.png
+head -c 3000 opaque.png >short.png
+head -c 3000 opaque.jpg >short.jpg
+head -c 3000 opaque.tif >short.tif
+head -c 3000 opaque.exr >short.exr
+: >empty.png
+mkdir folder.png
+echo "no library" >text.so
+
+promise "no command is refused" refuses 2 "command"
+promise "an unknown command is refused" refuses 2 "rendr" rendr
+promise "a missing output is refused" refuses 2 "OUT" render opaque.png
+promise "an unknown option is refused" refuses 2 "--amout" render opaque.png out.png --amout 3
+promise "a stray argument is refused" refuses 2 "third.png" render opaque.png out.png third.png
+promise "an option without its value is refused" refuses 2 "--amount" render opaque.png out.png --amount
+promise "an option with two values is refused" \
+    refuses 2 "--mode" render opaque.png out.png --mode red-cyan --mode red-cyan
+promise "a wrong mode is refused" refuses 2 "purple" render opaque.png out.png --mode purple
+promise "a wrong scaling is refused" refuses 2 "quartic" render opaque.png out.png --scaling quartic
+promise "a wrong show is refused" refuses 2 "alpha" render opaque.png out.png --show alpha
+promise "a wrong depth is refused" refuses 2 "12" render opaque.png out.png --depth 12
+promise "a wrong host is refused" refuses 2 "premiere" render opaque.png out.png --host premiere
+for amount in 100.01 -101 1e3 inf -inf nan 5% ten "" 1,5 "3 "; do
+    promise "amount '$amount' is refused" refuses 2 "\"$amount\"" render opaque.png out.png --amount "$amount"
+done
+for center in 5 , 5, ,5 5,6,7 a,b nan,1 1,inf "5 %,5" 5%%,5 ""; do
+    promise "centre '$center' is refused" refuses 2 "\"$center\"" render opaque.png out.png --center "$center"
+done
+promise "a centre beyond the host's coordinates is refused" \
+    refuses 2 "--center" render opaque.png out.png --center 40000,5
+for depth in 16 32; do
+    promise "the editor with $depth bits is refused" \
+        refuses 2 "editor" render opaque.png out.png --host editor --depth $depth
+done
+promise "a missing input is refused" refuses 1 "nowhere.png" render nowhere.png out.png
+for input in text.png empty.png short.png short.jpg short.tif short.exr folder.png; do
+    promise "the unreadable $input is refused" refuses 1 "$input" render $input out.png
+done
+promise "a format that nobody writes is refused" refuses 2 "out.xyz" render opaque.png out.xyz
+promise "an output without extension is refused" refuses 2 "png" render opaque.png png
+promise "a folder that is not there is refused" refuses 1 "nowhere/out.png" render opaque.png nowhere/out.png
+promise "a folder as output is refused" refuses 2 "folder.png" render opaque.png folder.png
+promise "the input as output is refused" refuses 2 "opaque.png" render opaque.png ./opaque.png
+promise "channels that the format cannot hold are refused" refuses 1 "mask.id" render others.exr out.png
+promise "a missing plug-in is refused" refuses 1 "nowhere.so" render opaque.png out.png --plugin nowhere.so
+promise "a file that is no plug-in is refused" refuses 1 "text.so" render opaque.png out.png --plugin text.so
+
+# A limit on the size of files stands for a full disk.
+full_disk() { # full_disk OUTPUT: at the start, half way and just before the end
+    local size
+    quietly render opaque.png whole."${1##*.}"
+    size=$((($(stat -c %s whole."${1##*.}") - 1) / 1024))
+    for limit in 1 $((size / 2)) $size; do
+        (trap '' XFSZ && ulimit -f $limit && refuses 1 "$1" render opaque.png "$1") || return
+    done
+}
+for output in full.png full.jpg full.tif full.exr; do
+    promise "a disk too full for $output is reported" full_disk $output
+done
+no_plugin() { mkdir -p alone/bin && cp "$nuvhost" alone/bin/nuvhost &&
+    (nuvhost=$PWD/alone/bin/nuvhost && refuses 1 nuv_chromaber.so render opaque.png out.png); }
+promise "the plug-in's absence beside nuvhost is named" no_plugin
+keeps_old() { cp opaque.png old.png && "$nuvhost" render short.png old.png 2>/dev/null; [ $? = 1 ] &&
+    cmp opaque.png old.png; }
+promise "a failure leaves an output that was there alone" keeps_old
+
+summary

@@ -1,0 +1,132 @@
+#!/bin/bash
+# How a run tells of itself, goes on after a failure, and ends.
+source "$(dirname "$0")/tools.sh"
+
+ppm() { printf 'P6\n4 4\n255\n' && perl -e 'print chr(shift) x 48' "$1"; }
+for i in 1 2 3 4 5; do ppm $i >in.000$i.ppm; done
+run() { rm -f out.*; "$nuvhost" render in.#.ppm out.#.ppm "$@" >stdout.txt 2>stderr.txt; }
+silent() { [ ! -s "$1" ] || { cat "$1"; false; }; }
+no_temporaries() { is "$(find . -name '.nuvhost*' | wc -l)" 0; }
+
+# ---- Progress -----------------------------------------------------------------------------------------------
+
+lines() {
+    run --threads 1 && silent stderr.txt && is "$(cat stdout.txt)" "frame 1 -> out.0001.ppm (1/5, 20%)
+frame 2 -> out.0002.ppm (2/5, 40%)
+frame 3 -> out.0003.ppm (3/5, 60%)
+frame 4 -> out.0004.ppm (4/5, 80%)
+frame 5 -> out.0005.ppm (5/5, 100%)"
+}
+promise "without a terminal each frame is one line on standard output" lines
+json() {
+    run --progress json --threads 1 && silent stderr.txt && perl -MJSON::PP -e '
+        my @events = map { decode_json($_) } <STDIN>;
+        die unless @events == 7 && $events[0]{event} eq "start" && $events[0]{total} == 5;
+        for my $i (1 .. 5) {
+            my $e = $events[$i];
+            die unless $e->{event} eq "frame" && $e->{frame} == $i && $e->{status} eq "done" &&
+                $e->{output} eq "out.000$i.ppm" && $e->{percent} == 20 * $i;
+        }
+        die unless $events[6]{event} eq "end" && $events[6]{rendered} == 5 && !@{$events[6]{failed}}' <stdout.txt
+}
+promise "--progress json is an object a line" json
+nothing() { run "$@" && silent stdout.txt && silent stderr.txt && [ -s out.0005.ppm ]; }
+promise "--progress none says nothing" nothing --progress none
+promise "-q says nothing" nothing -q
+single() { "$nuvhost" render in.0001.ppm one.ppm >stdout.txt 2>stderr.txt && silent stdout.txt && silent stderr.txt; }
+promise "one picture says nothing" single
+verbose() { run -v && grep -q '^nuvhost: frame 3: read [0-9]* ms, rendered [0-9]* ms, wrote [0-9]* ms$' stderr.txt; }
+promise "-v says how each frame went, on standard error" verbose
+bar() {
+    rm -f out.* && script -qec "$nuvhost render in.#.ppm out.#.ppm" /dev/null >terminal.txt </dev/null &&
+        tr '\r' '\n' <terminal.txt | grep -q '\[#*\.*\] 3/5, 60%  [0-9.]* frames/s  0:00 left' &&
+        not grep -q 'frame 1 ->' terminal.txt && tail -n 1 terminal.txt | grep -q '5 frames in .* frames/s'
+}
+promise "a terminal gets a bar with the rate and the time left" bar
+bar_and_log() {
+    rm -f out.* && script -qec "$nuvhost render in.#.ppm out.#.ppm >log.txt" /dev/null >terminal.txt </dev/null &&
+        is "$(grep -c '^frame [0-9] -> ' log.txt)" 5 && grep -q '5/5, 100%' terminal.txt
+}
+promise "a log beside a terminal gets the lines" bar_and_log
+no_reader() { rm -f out.* && "$nuvhost" render in.#.ppm out.#.ppm | true; is "${PIPESTATUS[0]} $(ls out.* | wc -l)" "0 5"; }
+promise "a reader of the lines that goes away stops nothing" no_reader
+help_full() { "$nuvhost" "$@" >/dev/full 2>stderr.txt; is "$? $(wc -l <stderr.txt)" "1 1"; }
+promise "--help onto a full disk fails" help_full --help
+promise "render --help onto a full disk fails" help_full render --help
+promise "--dry-run onto a full disk fails" help_full render in.#.ppm out.#.ppm --dry-run
+promise "a wrong --progress is refused" refuses 2 "loud" render in.#.ppm out.#.ppm --progress loud
+for threads in 0 257 1.5 two; do
+    promise "--threads $threads is refused" refuses 2 "\"$threads\"" render in.#.ppm out.#.ppm --threads $threads
+done
+same_threads() {
+    run --amount 20 --threads 1 && cat out.* >one.bin && run --amount 20 --threads 7 && cat out.* | cmp - one.bin
+}
+promise "any number of threads gives the same pictures" same_threads
+
+# ---- Failures -----------------------------------------------------------------------------------------------
+
+spoiled() { head -c 30 in.0002.ppm >spoiled && cp spoiled in.0002.ppm && "$@"; local code=$?; ppm 2 >in.0002.ppm; return $code; }
+stops() { run --threads 1; is "$?" 1 && is "$(wc -l <stderr.txt)" 1 && grep -q 'frame 2: in.0002.ppm' stderr.txt &&
+    is "$(ls out.*)" out.0001.ppm && no_temporaries; }
+promise "the first frame that fails ends the run and is named" spoiled stops
+goes_on() {
+    run --keep-going
+    is "$?" 1 && is "$(ls out.* | wc -l)" 4 && [ ! -e out.0002.ppm ] && no_temporaries &&
+        is "$(tail -n 1 stderr.txt)" "nuvhost: 1 of 5 frames failed: 2" && grep -q '^nuvhost: frame 2: in.0002.ppm' stderr.txt &&
+        grep -q '^frame 2 failed: out.0002.ppm (' stdout.txt
+}
+promise "--keep-going renders the others and lists what failed" spoiled goes_on
+json_failure() { run --progress json --keep-going; is "$?" 1 && grep -q '"frame":2,"status":"failed".*"error":"in.0002.ppm' stdout.txt &&
+    grep -q '"event":"end".*"failed":\[2\]' stdout.txt; }
+promise "json names what failed" spoiled json_failure
+full_disk() { (trap '' XFSZ && ulimit -f 1 && rm -f out.* && "$nuvhost" render big.ppm out.#.ppm --frames 1-3 >stdout.txt 2>stderr.txt)
+    is "$?" 1 && is "$(wc -l <stderr.txt)" 1 && grep -q 'out.000[12].ppm: cannot be written' stderr.txt &&
+        not grep -q '.nuvhost' stderr.txt && not ls out.* 2>/dev/null && no_temporaries; }
+{ printf 'P6\n64 64\n255\n' && head -c 12288 /dev/zero; } >big.ppm
+promise "a full disk is told of the file as it was named" full_disk
+
+# ---- Signals ------------------------------------------------------------------------------------------------
+
+# Enough work for a signal to come in the middle of it.
+{ printf 'P6\n500 500\n255\n' && head -c 750000 /dev/urandom; } >large.ppm
+ended() { # ended SIGNAL CODE: no half file under any name
+    local pid code i
+    mkdir -p "$1"
+    # The shell has its background jobs ignore interrupts.
+    perl -e '$SIG{INT} = "DEFAULT"; exec @ARGV' "$nuvhost" render large.ppm "$1/out.#.png" --frames 1-500 >stdout.txt 2>stderr.txt &
+    pid=$!
+    for ((i = 0; i < 400; i++)); do
+        [ -s "$1/out.0002.png" ] && break
+        sleep 0.05
+    done
+    kill -"$1" "$pid"
+    wait "$pid"
+    code=$?
+    is "$code" "$2" && silent stderr.txt && no_temporaries && not test -e "$1/out.0500.png" || return
+    for i in "$1"/out.*; do tail -c 12 "$i" | grep -q IEND || { echo "     $i is not whole"; return 1; }; done
+}
+promise "an interrupt ends with 130 and leaves no temporary file" ended INT 130
+promise "a request to end ends with 143 and leaves no temporary file" ended TERM 143
+killed() { # what a kill leaves is a temporary file, never half of a frame
+    local pid i
+    mkdir -p kill
+    "$nuvhost" render large.ppm kill/out.#.png --frames 1-500 >stdout.txt 2>stderr.txt &
+    pid=$!
+    for ((i = 0; i < 400; i++)); do
+        [ -s kill/out.0002.png ] && break
+        sleep 0.05
+    done
+    kill -KILL "$pid"
+    wait "$pid" 2>/dev/null
+    for i in kill/out.*; do tail -c 12 "$i" | grep -q IEND || { echo "     $i is not whole"; return 1; }; done
+}
+promise "a kill leaves no half frame under a final name" killed
+at_the_same_time() { # two runs write the same frames
+    mkdir -p both
+    "$nuvhost" render in.#.ppm both/out.#.ppm --amount 0 >/dev/null &
+    "$nuvhost" render in.#.ppm both/out.#.ppm --amount 0 >/dev/null && wait %% && is "$(ls -A both | wc -l)" 5 &&
+        cmp in.0004.ppm both/out.0004.ppm
+}
+promise "two runs of the same frames do not harm each other" at_the_same_time
+
+summary

@@ -1,0 +1,168 @@
+#!/bin/bash
+# Names that stand for many files, frame ranges, and what is checked before anything is rendered.
+source "$(dirname "$0")/tools.sh"
+pictures opaque.png others.exr
+
+# fresh FRAME…: an empty folder with in.FRAME.ppm, each of another grey.
+fresh() {
+    local frame
+    cd "$(mktemp -d here.XXXX)" || return
+    for frame in "$@"; do
+        ppm $((10#${frame#-} % 250)) >"in.$frame.ppm"
+    done
+}
+ppm() { printf 'P6\n4 4\n255\n' && perl -e 'print chr(shift) x 48' "$1"; }
+# renders FILES ARGUMENTS…: succeeds, and these files are what is new, each like its input.
+renders() {
+    local before
+    before=$(find . -type f | sort)
+    "$nuvhost" render "${@:2}" >../stdout.txt 2>../stderr.txt || { cat ../stderr.txt; return 1; }
+    is "$(comm -13 <(echo "$before") <(find . -type f | sort) | sed 's|^\./||' | tr '\n' ' ' | sed 's/ $//')" "$1"
+}
+like() { cmp "$1" "$2"; }
+# order of the frames, as told on standard output
+told() { sed -n 's/^frame \(-*[0-9]*\) ->.*/\1/p' ../stdout.txt | tr '\n' ' ' | sed 's/ $//'; }
+
+# ---- Patterns -----------------------------------------------------------------------------------------------
+
+every_input() { fresh 0001 0002 0005 && renders "out.0001.ppm out.0002.ppm out.0005.ppm" in.####.ppm out.####.ppm &&
+    like in.0005.ppm out.0005.ppm && like in.0001.ppm out.0001.ppm; }
+promise "without --frames every input that exists is rendered" every_input
+one_hash() { fresh 0001 0002 && renders "o0001.ppm o0002.ppm" in.#.ppm o#.ppm; }
+promise "one # is four digits" one_hash
+at_signs() { fresh 0001 0012 && renders "o.01.ppm o.12.ppm" in.@@@@.ppm o.@@.ppm; }
+promise "@ is one digit each" at_signs
+printf_names() { fresh 0001 0012 && renders "o_1.ppm o_12.ppm" in.%04d.ppm o_%d.ppm; }
+promise "%04d and %d are those of printf" printf_names
+not_padded() { fresh 0001 12 00013 && renders "out.0001.ppm" in.####.ppm out.####.ppm; }
+promise "files padded otherwise are no part of the sequence" not_padded
+folders() { fresh && mkdir f1 f2 && ppm 1 >f1/a.ppm && ppm 2 >f2/a.ppm &&
+    renders "out.0001.ppm out.0002.ppm" f@/a.ppm out.#.ppm; }
+promise "the number may be part of a folder's name" folders
+literal_name() { fresh && ppm 7 >logo@2x.ppm && renders "small@2x.ppm" logo@2x.ppm small@2x.ppm; }
+promise "a picture whose name looks like a pattern is that picture" literal_name
+literal_flag() { fresh && ppm 7 >a.ppm && renders "b#1.ppm" a.ppm b#1.ppm --literal; }
+promise "--literal takes names as they are" literal_flag
+still() {
+    fresh && cp ../opaque.png . && renders "out.0001.png out.0002.png out.0003.png" opaque.png out.#.png --frames 1-3 \
+        --amount 1:0,3:50 && cd .. && same_pixels opaque.png "$OLDPWD/out.0001.png" &&
+        not same_pixels opaque.png "$OLDPWD/out.0003.png" >/dev/null
+}
+promise "a still with --frames is rendered once for each" still
+single_frame() { fresh 0001 0002 && renders "one.ppm" in.#.ppm one.ppm --frames 2 && like in.0002.ppm one.ppm; }
+promise "one frame may go to a plain name" single_frame
+
+# ---- Ranges -------------------------------------------------------------------------------------------------
+
+ranges() { # ranges FRAMES TOLD
+    fresh 0001 0002 0003 0004 0005 0006 0007 0008 0009 0010 -001 -002 &&
+        "$nuvhost" render in.#.ppm out.#.ppm --threads 1 --frames "$1" >../stdout.txt 2>../stderr.txt &&
+        is "$(told)" "$2" && is "$(ls out.* | wc -l)" "$(wc -w <<<"$2")"
+}
+promise "--frames takes a range" ranges 2-5 "2 3 4 5"
+promise "--frames takes steps and commas" ranges 1-10x4,2 "1 5 9 2"
+promise "--frames runs backwards" ranges 5-3 "5 4 3"
+promise "--frames runs backwards with a queue's negative step" ranges 9-1x-4 "9 5 1"
+promise "--frames takes negative numbers" ranges -2--1 "-2 -1"
+promise "--frames takes a queue's padded numbers" ranges 0008-0010 "8 9 10"
+promise "each frame is rendered once" ranges 1-3,2-4,1 "1 2 3 4"
+clipped() {
+    fresh 0001 0002 0003 && renders "out.0003.ppm" in.#.ppm out.#.ppm --frames 0003-0006 --clip-range 0001-0003
+}
+promise "--clip-range lets a last chunk overshoot" clipped
+clipped_all() { fresh 0001 && renders "" in.#.ppm out.#.ppm --frames 4-6 --clip-range 1-3 &&
+    grep -q "nothing to do" ../stderr.txt; }
+promise "a chunk wholly past the end is no failure" clipped_all
+clip_found() { fresh 0001 0002 0003 && renders "out.0002.ppm out.0003.ppm" in.#.ppm out.#.ppm --clip-range 2-9; }
+promise "--clip-range also applies to the frames found" clip_found
+refused() { # refused CODE CULPRIT ARGUMENTS…, among the frames 1 2 5
+    fresh 0001 0002 0005 && refuses "$1" "$2" render "${@:3}"
+}
+for frames in "" a 1- 1-5x0 1-5x-1 1,,2 1.5 1-2-3; do
+    promise "--frames '$frames' is refused" refused 2 "\"$frames\"" in.#.ppm out.#.ppm --frames "$frames"
+done
+promise "more than a million frames are refused" refused 2 "million" in.#.ppm out.#.ppm --frames 1-99999999
+promise "a wrong --clip-range is refused" refused 2 '"9-1"' in.#.ppm out.#.ppm --clip-range 9-1
+promise "a range with a plain output is refused" refused 2 "out.ppm" in.#.ppm out.ppm --frames 1-2
+promise "a sequence with a plain output is refused" refused 2 "out.ppm" in.#.ppm out.ppm
+promise "a picture with a sequence as output is refused" refused 2 "out.#.ppm" in.0001.ppm out.#.ppm
+promise "two places for the number are refused" refused 2 "more than one" in.#.ppm out.#.@.ppm
+promise "a sequence that is not there is refused" refused 1 "none.#.ppm" none.#.ppm out.#.ppm
+promise "a sequence in a folder that is not there is refused" refused 1 "nowhere" nowhere/in.#.ppm out.#.ppm
+
+# ---- Missing inputs -----------------------------------------------------------------------------------------
+
+promise "missing inputs are listed compactly before anything is rendered" \
+    refused 1 "5 of 8 frames are missing: 3-4,6-8" in.#.ppm out.#.ppm --frames 1-8
+missing_skip() { fresh 0001 0002 0005 &&
+    renders "out.0001.ppm out.0002.ppm out.0005.ppm" in.#.ppm out.#.ppm --frames 1-6 --missing skip &&
+    grep -q "left out: 3-4,6" ../stderr.txt; }
+promise "--missing skip leaves them out and says so" missing_skip
+missing_black() {
+    fresh 0001 0003 && renders "out.0001.ppm out.0002.ppm out.0003.ppm" in.#.ppm out.#.ppm --frames 1-3 \
+        --missing black && like <(ppm 0) out.0002.ppm && grep -q "black instead: 2" ../stderr.txt
+}
+promise "--missing black puts black frames of the same size in their place" missing_black
+promise "frames that are all missing are refused all the same" \
+    refused 1 "7-8" in.#.ppm out.#.ppm --frames 7-8 --missing black
+promise "a wrong --missing is refused" refused 2 "grey" in.#.ppm out.#.ppm --missing grey
+
+# ---- Outputs ------------------------------------------------------------------------------------------------
+
+promise "a sequence onto itself is refused" refused 2 "in.0001.ppm" in.#.ppm in.%04d.ppm
+linked() { fresh 0001 0002 && ln -s in.0001.ppm out.0001.ppm && refuses 2 "out.0001.ppm" render in.#.ppm out.#.ppm; }
+promise "an output that leads to its input is refused" linked
+linked_folder() { fresh 0001 0002 && ln -s . there && refuses 2 "there/in.0001.ppm" render in.#.ppm there/in.#.ppm; }
+promise "and through a linked folder" linked_folder
+other_frame() { fresh 0001 0002 && ln in.0002.ppm out.0001.ppm &&
+    refuses 2 "is the input file in.0002.ppm" render in.#.ppm out.#.ppm; }
+promise "an output that is another frame's input is refused" other_frame
+shared_output() { fresh 0001 0002 && ppm 9 >x.ppm && ln -s x.ppm out.0001.ppm && ln -s x.ppm out.0002.ppm &&
+    refuses 2 "another frame's output" render in.#.ppm out.#.ppm; }
+promise "two outputs that are one file are refused" shared_output
+promise "a missing output folder is refused" refused 1 "new/out.0001.ppm" in.#.ppm new/out.#.ppm
+promise "an output format that nobody writes is refused" refused 2 "out.0001.xyz" in.#.ppm out.#.xyz
+create_dir() { fresh 0001 0002 && renders "a/b/out.0001.ppm a/b/out.0002.ppm" in.#.ppm a/b/out.#.ppm --create-dir; }
+promise "--create-dir makes the folders" create_dir
+numbered_dirs() { fresh 0001 0002 && renders "f1/x.ppm f2/x.ppm" in.#.ppm f@/x.ppm --create-dir; }
+promise "--create-dir makes one folder for each frame if that is the pattern" numbered_dirs
+no_dir_made() { fresh 0001 && refuses 1 "missing: 2" render in.#.ppm new/out.#.ppm --create-dir --frames 1-2; }
+promise "--create-dir makes nothing when a check fails" no_dir_made
+under_file() { fresh 0001 && refuses 1 "in.0001.ppm" render in.#.ppm in.0001.ppm/out.#.ppm --create-dir; }
+promise "--create-dir under a file is refused" under_file
+skip_existing() {
+    fresh 0001 0002 0003 && ppm 99 >out.0002.ppm &&
+        renders "out.0001.ppm out.0003.ppm" in.#.ppm out.#.ppm --skip-existing && like <(ppm 99) out.0002.ppm &&
+        grep -q '^frame 2 skipped, exists: out.0002.ppm (1/3, 33%)$' ../stdout.txt
+}
+promise "--skip-existing leaves finished frames alone" skip_existing
+skip_all() { fresh 0001 && ppm 99 >out.0001.ppm && renders "" in.#.ppm out.#.ppm --skip-existing; }
+promise "--skip-existing with nothing left is no failure" skip_all
+skip_missing() { fresh 0001 && ppm 9 >out.0002.ppm &&
+    renders "out.0001.ppm" in.#.ppm out.#.ppm --frames 1-2 --skip-existing; }
+promise "--skip-existing needs no input of a finished frame" skip_missing
+replaced() { fresh 0001 && ppm 99 >out.0001.ppm && renders "" in.#.ppm out.#.ppm && like in.0001.ppm out.0001.ppm; }
+promise "outputs that are there are replaced" replaced
+dry_run() {
+    fresh 0001 0003 && renders "" in.#.ppm new/out.#.ppm --frames 1-3 --missing black --create-dir --dry-run \
+        --save-settings look.json && is "$(cat ../stdout.txt)" "frame 1: in.0001.ppm -> new/out.0001.ppm
+frame 2: black -> new/out.0002.ppm
+frame 3: in.0003.ppm -> new/out.0003.ppm" && [ ! -e new ]
+}
+promise "--dry-run tells everything and writes nothing" dry_run
+promise "--dry-run checks all the same" refused 1 "missing: 3" in.#.ppm out.#.ppm --frames 1-3 --dry-run
+channels_first() { fresh && cp ../others.exr in.0001.exr && cp ../others.exr in.0002.exr &&
+    refuses 1 "mask.id" render in.#.exr new/out.#.png --create-dir; }
+promise "channels without room are refused before anything is made" channels_first
+plugin_first() { fresh 0001 && refuses 1 "nowhere.so" render in.#.ppm new/out.#.ppm --create-dir --plugin nowhere.so; }
+promise "a missing plug-in is refused before anything is made" plugin_first
+dangling() { fresh 0001 && ln -s later.ppm out.0001.ppm && "$nuvhost" render in.#.ppm out.#.ppm >../stdout.txt &&
+    [ -L out.0001.ppm ] && like in.0001.ppm later.ppm; }
+promise "an output that is a link to nothing yet is written through" dangling
+long_names() {
+    local name
+    name=$(printf 'n%.0s' {1..247}).ppm && fresh && ppm 3 >"$name" && mkdir o && renders "o/$name" "$name" "o/$name"
+}
+promise "names as long as the system allows are written" long_names
+
+summary

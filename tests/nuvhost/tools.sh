@@ -1,0 +1,88 @@
+# What the tests of the command line tool share. Each is called as TEST NUVHOST FOLDER, empties the folder and works in
+# it. Sourced.
+set -u
+source "$(dirname "${BASH_SOURCE[0]}")/../promise.sh"
+nuvhost=$(realpath "$1")
+rm -rf "$2" && mkdir -p "$2" && cd "$2" || exit 2
+command -v oiiotool >/dev/null || { echo "$0: oiiotool is not installed" >&2; exit 2; }
+
+# Every pixel of a file as stored, alpha left alone, one a line.
+pixels() { oiiotool --native --iconfig oiio:UnassociatedAlpha 1 --dumpdata "$1" | tail -n +2; }
+# The stored numbers of one pixel: "102 51 26 128".
+pixel() { pixels "$1" | sed -n "s/^ *Pixel ($2, $3): *//p" | sed 's/ *(.*//'; }
+# "64 x 48, 4 channel, uint8 png"
+kind() { oiiotool --info "$1" | sed -n '1s/^[^:]*: *//p' | tr -s ' '; }
+# The value of one entry of the metadata; nothing if there is none.
+attribute() { oiiotool --info -v "$1" | sed -n "s/^ *$2: //p"; }
+straight() { oiiotool --iconfig oiio:UnassociatedAlpha 1 --info -v "$1" | grep -q 'oiio:UnassociatedAlpha: 1'; }
+
+same_pixels() {
+    pixels "$1" >expected.txt
+    pixels "$2" >actual.txt
+    [ -s expected.txt ] && cmp expected.txt actual.txt
+}
+# same_colors LETTERS A B: as above, of some colours only.
+same_colors() {
+    local letter fields=()
+    for letter in $1; do
+        case $letter in R) fields+=(5) ;; G) fields+=(6) ;; B) fields+=(7) ;; esac
+    done
+    pixels "$2" | tr -s ' ' | cut -d ' ' -f "$(IFS=, && echo "${fields[*]}")" >expected.txt
+    pixels "$3" | tr -s ' ' | cut -d ' ' -f "$(IFS=, && echo "${fields[*]}")" >actual.txt
+    [ -s expected.txt ] && cmp expected.txt actual.txt
+}
+
+# The run succeeds, says nothing on standard error and leaves nothing but its output behind.
+quietly() {
+    local output=${*: -1} before after
+    before=$(ls -A | grep -vx -e "$output" -e stderr.txt)
+    "$nuvhost" "$@" 2>stderr.txt || { cat stderr.txt; return 1; }
+    after=$(ls -A | grep -vx -e "$output" -e stderr.txt)
+    [ ! -s stderr.txt ] && [ -s "$output" ] && [ "$before" = "$after" ]
+}
+# render INPUT OUTPUT OPTIONS…
+render() { quietly render "${@:3}" "$1" "$2"; }
+keeps_kind() { render "$1" "$2" --amount 5 && is "$(kind "$2")" "$3"; }
+
+# refuses CODE CULPRIT ARGUMENTS…: that exit code, one line that holds the culprit, and no new file.
+refuses() {
+    local code=$1 culprit=$2 before actual
+    touch stdout.txt stderr.txt
+    before=$(ls -AR)
+    "$nuvhost" "${@:3}" >stdout.txt 2>stderr.txt
+    actual=$?
+    is "$actual" "$code" && is "$(wc -l <stderr.txt)" 1 && is "$(wc -c <stdout.txt)" 0 &&
+        grep -q '^nuvhost: ' stderr.txt && grep -qF -- "$culprit" stderr.txt && is "$(ls -AR)" "$before" ||
+        { cat stderr.txt; false; }
+}
+
+# ---- Pictures -----------------------------------------------------------------------------------------------
+
+# How oiiotool makes each. Alpha is from 1/255 upwards everywhere: colour under no alpha at all is the effect's to
+# blacken.
+noise=--noise:type=uniform
+straight_alpha='--attrib oiio:UnassociatedAlpha 1'
+declare -A recipes=(
+    [opaque.png]="--create 64x48 3 $noise:min=0:max=1 -d uint8"
+    [opaque.tif]="--create 64x48 3 $noise:min=0:max=1 -d uint8"
+    [opaque.jpg]="--create 64x48 3 $noise:min=0:max=1 -d uint8 --quality 95"
+    [opaque.exr]="--create 64x48 3 $noise:min=0:max=1 -d half"
+    [deep.tif]="--create 64x48 3 $noise:min=0:max=1:seed=5 -d uint16"
+    [deep.png]="--create 64x48 3 $noise:min=0:max=1:seed=6 -d uint16"
+    [grey.png]="--create 64x48 1 $noise:min=0:max=1 -d uint8"
+    [straight.png]="--create 64x48 4 $noise:min=0.01:max=1:seed=9 $straight_alpha -d uint8"
+    [straight.tif]="--create 64x48 4 $noise:min=0.01:max=1:seed=9 $straight_alpha -d uint8"
+    [associated.tif]="--create 64x48 4 $noise:min=0.01:max=0.5:seed=9 --ch R,G,B,A=1 --mulc 0.5 -d uint8"
+    [associated.exr]="--create 64x48 4 $noise:min=0.01:max=0.5:seed=9 -d half"
+    [grey_alpha.png]="--create 64x48 2 --chnames Y,A $noise:min=0.01:max=1:seed=3 $straight_alpha -d uint8"
+    [others.exr]="--create 64x48 5 --chnames R,G,B,A,mask.id $noise:min=0.01:max=1 -d float"
+    [plain_straight.png]="--create 2x2 4 --fill:color=0.4,0.2,0.1,0.5 2x2 $straight_alpha -d uint8"
+    [plain_associated.exr]="--create 2x2 4 --fill:color=0.25,0.125,0.0625,0.5 2x2 -d half"
+)
+# pictures NAME…: makes them.
+pictures() {
+    local name
+    for name in "$@"; do
+        oiiotool ${recipes[$name]} -o "$name"
+    done
+}
