@@ -1,0 +1,30 @@
+// The names of the host interface's numbers.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "pf_params.h"
+
+namespace nuvhost {
+
+struct Flag {
+    std::uint32_t bit;
+    std::string_view name;
+};
+// By ascending bit.
+std::span<const Flag> OutFlags();
+std::span<const Flag> OutFlags2();
+
+// "float slider"; "type 19" for a number without a name.
+std::string TypeName(PF_ParamType type);
+// Four characters, the most significant byte first: 0x65464B54 is "eFKT". In hexadecimal if one is not printable.
+std::string FourCharacters(std::uint32_t code);
+// "0x06008244"
+std::string Hexadecimal(std::uint32_t number);
+// "2.0.0, develop, build 1"
+std::string VersionName(std::uint32_t packed);
+
+}  // namespace nuvhost
