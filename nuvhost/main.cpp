@@ -1,8 +1,9 @@
-// nuvhost: renders pictures through the effect, without a host application.
+// nuvhost: renders pictures through the effect, without a host application, and checks effects.
 #include <CLI/CLI.hpp>
 
 #include <cstdio>
 #include <exception>
+#include <iostream>
 #include <new>
 #include <string>
 
@@ -21,12 +22,15 @@ int Report(const char* text, int exitCode) {
 }
 
 int Run(int argc, char** argv) {
-    CLI::App program("Renders pictures through the effect NUV Chromatic Aberration.", "nuvhost");
+    CLI::App program(
+        "Renders pictures through the effect NUV Chromatic Aberration, and checks effects of its kind.", "nuvhost");
     program.require_subcommand(0, 1);
     program.get_formatter()->column_width(44);
     nuvhost::AddRenderCommand(program);
     nuvhost::AddChartCommand(program);
     nuvhost::AddSheetCommand(program);
+    nuvhost::AddValidateCommand(program);
+    nuvhost::AddInfoCommand(program);
     for (CLI::App* command : program.get_subcommands({})) {
         command->set_version_flag("--version", kVersion, "Print the version and exit");
     }
@@ -49,7 +53,11 @@ int Run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     try {
-        return Run(argc, argv);
+        const int code = Run(argc, argv);
+        const bool told = std::cout.flush() && std::fflush(stdout) == 0;
+        return told ? code : Report("standard output cannot be written", kFailure);
+    } catch (const nuvhost::ExitWith& exit) {
+        return exit.code;
     } catch (const nuvhost::UsageError& error) {
         return Report(error.what(), kUsage);
     } catch (const std::bad_alloc&) {

@@ -1,0 +1,14 @@
+# What the presets linux-asan, linux-tsan and linux-coverage build into all of our own code, by their variable
+# NUV_INSTRUMENTATION. An instrumented build is for running the tests alone.
+set(instrumentation_address
+  -fsanitize=address,undefined,float-cast-overflow -fno-sanitize-recover=all -fno-omit-frame-pointer)
+set(instrumentation_thread -fsanitize=thread -fno-omit-frame-pointer)
+set(instrumentation_coverage -fprofile-instr-generate -fcoverage-mapping -fprofile-update=atomic)
+
+if(NUV_INSTRUMENTATION)
+  if(NOT DEFINED instrumentation_${NUV_INSTRUMENTATION})
+    message(FATAL_ERROR "NUV_INSTRUMENTATION: no instrumentation '${NUV_INSTRUMENTATION}'")
+  endif()
+  target_compile_options(nuv_options INTERFACE ${instrumentation_${NUV_INSTRUMENTATION}})
+  target_link_options(nuv_options INTERFACE ${instrumentation_${NUV_INSTRUMENTATION}})
+endif()

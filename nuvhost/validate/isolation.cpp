@@ -1,0 +1,99 @@
+#include "isolation.h"
+
+#include <array>
+#include <cstdio>
+#include <sstream>
+#include <string_view>
+
+#include <nlohmann/json.hpp>
+
+#include "child_process.h"
+
+namespace nuvhost::validate {
+namespace {
+
+using nlohmann::json;
+
+// In front of each line of a child's report, to tell it from what the effect prints.
+constexpr char kReport = '\x1e';
+
+constexpr std::array<std::string_view, 4> kEvents = {"failure", "not-applicable", "points", "done"};
+
+struct Report {
+    Outcome outcome;
+    bool done = false;
+
+    void Add(Event event, const std::string& text) {
+        if (event == Event::failure) outcome.failures.push_back(text);
+        if (event == Event::notApplicable) outcome.notApplicable = text;
+        if (event == Event::points) outcome.points += std::stoll(text);
+        if (event == Event::done) done = true;
+    }
+};
+
+// Takes the report out of the child's output; what is left was printed by the effect.
+std::string TakeReport(const std::string& output, Report& report) {
+    std::istringstream lines(output);
+    std::string printed;
+    for (std::string line; std::getline(lines, line);) {
+        const std::size_t mark = line.find(kReport);
+        if (mark > 0) printed += line.substr(0, mark) + "\n";
+        if (mark == std::string::npos) continue;
+        const json entry = json::parse(line.substr(mark + 1), nullptr, false);
+        if (!entry.is_object()) continue;
+        for (std::size_t i = 0; i < kEvents.size(); ++i) {
+            if (entry.contains(kEvents[i])) report.Add(static_cast<Event>(i), entry[kEvents[i]]);
+        }
+    }
+    return printed;
+}
+
+template <typename Run>
+Outcome Timed(Run run) {
+    const auto start = std::chrono::steady_clock::now();
+    Outcome outcome = run();
+    outcome.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    return outcome;
+}
+
+}  // namespace
+
+std::string_view NameOf(refhost::Personality personality) {
+    return personality == refhost::Personality::editor ? "editing" : "compositing";
+}
+
+Outcome RunInThisProcess(const Job& job) {
+    return Timed([&] {
+        Report report;
+        RunCheck(job, [&](Event event, const std::string& text) { report.Add(event, text); });
+        return report.outcome;
+    });
+}
+
+void RunAsChild(const Job& job) {
+    RunCheck(job, [](Event event, const std::string& text) {
+        const json entry = {{std::string(kEvents[static_cast<std::size_t>(event)]), text}};
+        const std::string line = kReport + entry.dump(-1, ' ', false, json::error_handler_t::replace) + "\n";
+        std::fwrite(line.data(), 1, line.size(), stdout);
+        std::fflush(stdout);
+    });
+}
+
+Outcome RunInOwnProcess(const Job& job, std::chrono::milliseconds limit, const std::filesystem::path& nuvhost) {
+    return Timed([&] {
+        const ChildEnd end = RunChild(job, limit, nuvhost);
+        Report report;
+        const std::string printed = TakeReport(end.output, report);
+        if (!end.how.empty()) {
+            report.outcome.failures.push_back("the process " + end.how);
+        } else if (!report.done) {
+            report.outcome.failures.push_back("the process exited with code 0 before the check was through");
+        }
+        if (!report.outcome.failures.empty() && !printed.empty()) {
+            report.outcome.failures.push_back("printed: " + printed.substr(0, printed.size() - 1));
+        }
+        return report.outcome;
+    });
+}
+
+}  // namespace nuvhost::validate

@@ -1,0 +1,26 @@
+// The plug-in's file as the system's loader sees it.
+#pragma once
+
+#include <filesystem>
+
+namespace nuvhost::validate {
+
+// Loaded with every symbol bound; unloaded at the end.
+class Module {
+public:
+    // Throws std::runtime_error with the loader's reason.
+    explicit Module(const std::filesystem::path& file);
+    ~Module();
+    Module(const Module&) = delete;
+    Module& operator=(const Module&) = delete;
+
+    void* Find(const char* symbol) const;  // null if it is not exported
+
+    // Whether anything holds the file in this process.
+    static bool IsLoaded(const std::filesystem::path& file);
+
+private:
+    void* handle_ = nullptr;
+};
+
+}  // namespace nuvhost::validate

@@ -1,0 +1,25 @@
+// What a process holds, and the settings that all of its code shares: to be compared before and after.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace nuvhost::validate {
+
+std::int64_t HeapBytesInUse();  // all heaps of the C runtime
+std::int64_t OpenHandles();     // file descriptors on Linux
+int ThreadCount();
+// How many threads there are beyond `before`. Threads that are just ending get two seconds for it: the system may
+// list one that has been joined.
+int ThreadsBeyond(int before);
+
+std::string FloatState();  // rounding, flushing and masks of the calling thread, as text
+// Of the calling thread, as text. The name is empty where the system has none.
+std::string ThreadName();
+std::string ThreadPriority();
+std::string ThreadAffinity();
+std::string LocaleName();  // of all categories
+std::string WorkingFolder();
+std::string CrashHandlers();  // who is told of a crash, as text
+
+}  // namespace nuvhost::validate

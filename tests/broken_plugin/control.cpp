@@ -1,0 +1,81 @@
+#include "control.h"
+
+#include <atomic>
+#include <vector>
+
+#include "entry/entry_points.h"
+
+namespace broken {
+namespace {
+
+constexpr std::span<const Control> (*kFamilies[])() = {
+    LoadingControls,
+    RegistrationControls,
+    SetupControls,
+    SetupParamsControls,
+    SequenceControls,
+    PrerenderControls,
+    PixelsControls,
+    ThreadsControls,
+    FaultsControls,
+    AboutControls,
+    MisuseControls,
+    ExceptionsControls,
+    RenderControls,
+    LayoutControls,
+#if defined(_WIN32)
+    PropertyListControls,
+#endif
+};
+
+std::atomic<const PF_InData*> g_host{nullptr};
+
+const std::uint8_t* Bytes(const char* text) {
+    return reinterpret_cast<const std::uint8_t*>(text);
+}
+
+}  // namespace
+
+std::span<const Control> AllControls() {
+    static const std::vector<Control> controls = [] {
+        std::vector<Control> all;
+        for (const auto family : kFamilies)
+            all.insert(all.end(), family().begin(), family().end());
+        return all;
+    }();
+    return controls;
+}
+
+PF_Err Effect(const Command& c) {
+    return nuv::Dispatch(c.cmd, c.inData, c.outData, c.params, c.output, c.extra);
+}
+
+PF_Err Register(const Registration& r) {
+    return r.callback(r.record, Bytes(r.name), Bytes(r.matchName), Bytes(r.category), Bytes(r.entryPoint), r.kind,
+                      r.apiMajor, r.apiMinor, r.reserved);
+}
+
+OwnRecords::OwnRecords(Command& command)
+    : inData(*command.inData),
+      utils(command.inData->utils ? *command.inData->utils : PF_UtilCallbacks{}),
+      basic(command.inData->pica_basicP ? *command.inData->pica_basicP : SPBasicSuite{}),
+      command_(command),
+      theirs_(command.inData),
+      outer_(g_host.exchange(command.inData)) {
+    inData.utils = &utils;
+    inData.pica_basicP = &basic;
+    command.inData = &inData;
+}
+
+OwnRecords::~OwnRecords() {
+    theirs_->sequence_data = inData.sequence_data;
+    theirs_->global_data = inData.global_data;
+    command_.inData = theirs_;
+    g_host = outer_;
+}
+
+const PF_InData& OwnRecords::Host() {
+    return *g_host;
+}
+
+}  // namespace broken

@@ -1,0 +1,101 @@
+// The broken plug-in: the effect with one fault, chosen at run time by the environment variable NUV_BROKEN, which
+// names the check that has to find it. How to add one is told in nuvhost/validate/check.h.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+#include "pf_data.h"
+
+namespace broken {
+
+// One call of EffectMain; a hook may change it before it goes on to the effect.
+struct Command {
+    PF_Cmd cmd;
+    PF_InData* inData;
+    PF_OutData* outData;
+    PF_ParamDef** params;
+    PF_LayerDef* output;
+    void* extra;
+};
+// The true effect's answer to a command.
+PF_Err Effect(const Command& command);
+
+// One call of PluginDataEntryFunction, with what is going to be registered.
+struct Registration {
+    PF_PluginDataPtr record;
+    PF_PluginDataCB callback;
+    SPBasicSuite* basic;
+    const char *name, *matchName, *category, *entryPoint;
+    std::int32_t kind, apiMajor, apiMinor, reserved;
+};
+// Calls the callback once; the true effect's way.
+PF_Err Register(const Registration& registration);
+
+// A fault. Hooks that are null leave things to the effect. Hooks of the render commands run on several threads.
+struct Control {
+    std::string_view check;                             // the id of the check that must fail
+    std::string_view fault;                             // what it does wrong: "registers twice"
+    PF_Err (*command)(Command& command) = nullptr;      // in place of EffectMain
+    PF_Err (*registration)(Registration& r) = nullptr;  // in place of PluginDataEntryFunction
+    void (*load)() = nullptr;                           // when the library is loaded, before anything else
+    // The file itself is broken: another library of this name (no extension) beside the broken plug-in is meant.
+    std::string_view file = "";
+    // The effect itself has the habit, and this is the effect without it: the check must hold.
+    bool mends = false;
+};
+
+// The families' tables, one file each.
+std::span<const Control> LoadingControls();
+std::span<const Control> RegistrationControls();
+std::span<const Control> SetupControls();
+std::span<const Control> SetupParamsControls();
+std::span<const Control> SequenceControls();
+std::span<const Control> PrerenderControls();
+std::span<const Control> RenderControls();
+std::span<const Control> LayoutControls();
+std::span<const Control> PixelsControls();
+std::span<const Control> ThreadsControls();
+std::span<const Control> FaultsControls();
+std::span<const Control> AboutControls();
+std::span<const Control> MisuseControls();
+std::span<const Control> ExceptionsControls();
+std::span<const Control> PropertyListControls();  // on Windows only
+
+// All of them. Linked into the test as well.
+std::span<const Control> AllControls();
+
+// A copy of the host's records for one command, for a hook that puts functions of its own in place of the host's:
+//
+//     PF_Err NoSecondParameter(PF_ProgPtr ref, std::int32_t index, PF_ParamDef* definition) {
+//         return definition->uu.id == 3 ? 0 : OwnRecords::Host().inter.add_param(ref, index, definition);
+//     }
+//     PF_Err Hook(Command& command) {
+//         OwnRecords own(command);
+//         own.inData.inter.add_param = NoSecondParameter;
+//         return Effect(command);
+//     }
+//
+// Its functions may be called on any thread the host likes while the command runs.
+class OwnRecords {
+public:
+    explicit OwnRecords(Command& command);  // points the command to the copies
+    ~OwnRecords();                          // writes in_data's handles back
+    OwnRecords(const OwnRecords&) = delete;
+    OwnRecords& operator=(const OwnRecords&) = delete;
+
+    // The host's own records of the command under way; of the one begun last where there are several.
+    static const PF_InData& Host();
+
+    PF_InData inData;
+    PF_UtilCallbacks utils;
+    SPBasicSuite basic;
+
+private:
+    Command& command_;
+    PF_InData* theirs_;
+    const PF_InData* outer_;
+};
+
+}  // namespace broken

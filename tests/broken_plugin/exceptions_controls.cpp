@@ -1,0 +1,40 @@
+#include "control.h"
+
+namespace broken {
+namespace {
+
+// What the checks throw comes back as a code, and goes on as an exception where the fault is.
+template <PF_Cmd... cmds>
+PF_Err LetsItPass(Command& c) {
+    constexpr PF_Err kThrown = 4711;
+    const PF_Err result = Effect(c);
+    if (result == kThrown && ((c.cmd == cmds) || ...)) throw int{kThrown};
+    return result;
+}
+
+constexpr Control kControls[] = {
+    {.check = "exceptions.set-up",
+     .fault = "lets one pass at parameter set-up",
+     .command = LetsItPass<PF_Cmd_PARAMS_SETUP>},
+    {.check = "exceptions.about", .fault = "lets one pass in about", .command = LetsItPass<PF_Cmd_ABOUT>},
+    {.check = "exceptions.sequence",
+     .fault = "lets one pass when an instance begins",
+     .command = LetsItPass<PF_Cmd_SEQUENCE_SETUP>},
+    {.check = "exceptions.pre-render",
+     .fault = "lets one pass in pre-render",
+     .command = LetsItPass<PF_Cmd_SMART_PRE_RENDER>},
+    {.check = "exceptions.smart-render",
+     .fault = "lets one pass in smart render",
+     .command = LetsItPass<PF_Cmd_SMART_RENDER>},
+    {.check = "exceptions.plain-render",
+     .fault = "lets one pass in a plain render",
+     .command = LetsItPass<PF_Cmd_RENDER>},
+};
+
+}  // namespace
+
+std::span<const Control> ExceptionsControls() {
+    return kControls;
+}
+
+}  // namespace broken

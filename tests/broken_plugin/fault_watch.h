@@ -1,0 +1,42 @@
+// Sees what fails in the host while the effect renders, for hooks that lose their head over it.
+#pragma once
+
+#include "control.h"
+#include "pf_smart_render.h"
+
+namespace broken {
+
+enum Seen : unsigned {
+    suiteRefused = 1u << 0,
+    suiteNull = 1u << 1,
+    handleNull = 1u << 2,
+    lockNull = 1u << 3,
+    parameterOut = 1u << 4,
+    parameterIn = 1u << 5,
+    layerOut = 1u << 6,
+    outputOut = 1u << 7,
+    rowStopped = 1u << 8,
+    aborted = 1u << 9,
+    formatUnknown = 1u << 10,
+    worldRefused = 1u << 11,
+    parameterRefused = 1u << 12,
+    formatRefused = 1u << 13,
+};
+
+// Stands between host and effect for one command, as OwnRecords does. One at a time in the process, and its
+// callbacks on the command's thread only.
+class FaultWatch {
+public:
+    explicit FaultWatch(Command& command);
+
+    bool Saw(unsigned any) const;
+
+private:
+    OwnRecords own_;
+    PF_PreRenderExtra preRender_{};
+    PF_PreRenderCallbacks preRenderCallbacks_{};
+    PF_SmartRenderExtra smartRender_{};
+    PF_SmartRenderCallbacks smartRenderCallbacks_{};
+};
+
+}  // namespace broken

@@ -1,0 +1,138 @@
+#include <cstdint>
+#include <cstdlib>
+
+#include "render_fault.h"
+
+namespace broken {
+namespace {
+
+template <bool (*when)(const Render&)>
+void ChangesAPixelWhen(Render& render) {
+    if (when(render)) ChangesAPixel(render);
+}
+
+bool InputSpread(const Render& r) {
+    return r.IsSpread(r.input);
+}
+bool OutputSpread(const Render& r) {
+    return r.IsSpread(r.output);
+}
+bool InputBottomUp(const Render& r) {
+    return r.input->rowbytes < 0;
+}
+bool OutputBottomUp(const Render& r) {
+    return r.output->rowbytes < 0;
+}
+bool BothBottomUp(const Render& r) {
+    return InputBottomUp(r) && OutputBottomUp(r);
+}
+bool IsUnaligned(const PF_EffectWorld* world) {
+    return reinterpret_cast<std::uintptr_t>(world->data) % 64 != 0;
+}
+bool InputUnaligned(const Render& r) {
+    return IsUnaligned(r.input);
+}
+bool OutputUnaligned(const Render& r) {
+    return IsUnaligned(r.output);
+}
+
+void ReadsPadding(Render& r) {
+    const bool odd = InputSpread(r) && Bytes(r.input)[r.input->width * r.pixelBytes] % 2 != 0;
+    if (odd) ChangesAPixel(r);
+}
+
+volatile std::uint8_t g_read;
+
+template <PF_EffectWorld* Render::*world>
+void ReadsBefore(Render& r) {
+    g_read = *(Bytes(r.*world) - 1);
+}
+template <PF_EffectWorld* Render::*world>
+void ReadsBehind(Render& r) {
+    g_read = Bytes(r.*world)[(r.*world)->rowbytes * (r.*world)->height];
+}
+
+// Half a stride further on lies the other field.
+void WritesOtherField(Render& r) {
+    if (OutputSpread(r)) Bytes(r.output)[r.output->rowbytes / 2] = 0;
+}
+
+constexpr Control kControls[] = {
+    {.check = "layout.input-padded",
+     .fault = "mistakes padding for pixels",
+     .command = With<20, 5, ChangesAPixelWhen<InputSpread>>},
+    {.check = "layout.output-padded",
+     .fault = "takes the output's rows for as far apart as the input's",
+     .command = With<20, 6, ChangesAPixelWhen<OutputSpread>>},
+    {.check = "layout.input-bottom-up",
+     .fault = "draws another picture of an input stored bottom up",
+     .command = With<20, 7, ChangesAPixelWhen<InputBottomUp>>},
+    {.check = "layout.output-bottom-up",
+     .fault = "draws another picture into an output stored bottom up",
+     .command = With<20, 8, ChangesAPixelWhen<OutputBottomUp>>},
+    {.check = "layout.both-bottom-up",
+     .fault = "draws another picture where both are stored bottom up",
+     .command = With<20, 9, ChangesAPixelWhen<BothBottomUp>>},
+    {.check = "layout.input-at-any-pixel",
+     .fault = "rounds the input's address",
+     .command = With<21, 5, ChangesAPixelWhen<InputUnaligned>>},
+    {.check = "layout.output-at-any-pixel",
+     .fault = "rounds the output's address",
+     .command = With<21, 6, ChangesAPixelWhen<OutputUnaligned>>},
+    {.check = "layout.input-at-any-channel",
+     .fault = "rounds the input's address to a pixel's",
+     .command = With<21, 7, ChangesAPixelWhen<InputUnaligned>>},
+    {.check = "layout.output-at-any-channel",
+     .fault = "rounds the output's address to a pixel's",
+     .command = With<21, 8, ChangesAPixelWhen<OutputUnaligned>>},
+    {.check = "layout.input-odd-stride",
+     .fault = "counts the input's stride in pixels",
+     .command = With<22, 5, ChangesAPixelWhen<InputSpread>>},
+    {.check = "layout.output-odd-stride",
+     .fault = "counts the output's stride in pixels",
+     .command = With<22, 6, ChangesAPixelWhen<OutputSpread>>},
+    {.check = "layout.padding-untouched",
+     .fault = "writes a byte behind the first row",
+     .command = With<25, 6, WritesBehindFirstRow>},
+    {.check = "layout.padding-unread",
+     .fault = "reads a pixel behind the first row",
+     .command = With<25, 7, ReadsPadding>},
+    {.check = "layout.input-begin",
+     .fault = "reads a byte before the input",
+     .command = With<23, 5, ReadsBefore<&Render::input>>},
+    {.check = "layout.input-end",
+     .fault = "reads a byte behind the input",
+     .command = With<23, 6, ReadsBehind<&Render::input>>},
+    {.check = "layout.output-begin",
+     .fault = "reads a byte before the output",
+     .command = With<23, 7, ReadsBefore<&Render::output>>},
+    {.check = "layout.output-end",
+     .fault = "reads a byte behind the output",
+     .command = With<23, 8, ReadsBehind<&Render::output>>},
+    {.check = "layout.input-cut-out",
+     .fault = "draws another picture of a part of a world",
+     .command = With<26, 6, ChangesAPixelWhen<InputSpread>>},
+    {.check = "layout.output-cut-out",
+     .fault = "writes the pixel to the right of the first row",
+     .command = With<26, 7, WritesBehindFirstRow>},
+    {.check = "layout.upper-field",
+     .fault = "writes into the lower field",
+     .command = With<27, 6, WritesOtherField>},
+    {.check = "layout.lower-field",
+     .fault = "writes into the upper field",
+     .command = With<27, 7, WritesOtherField>},
+    {.check = "layout.input-past-2-gib",
+     .fault = "computes the input's addresses in 32 bits",
+     .command = With<9, 700, ChangesAPixelWhen<InputSpread>>},
+    {.check = "layout.output-past-2-gib",
+     .fault = "computes the output's addresses in 32 bits",
+     .command = With<9, 701, ChangesAPixelWhen<OutputSpread>>},
+};
+
+}  // namespace
+
+std::span<const Control> LayoutControls() {
+    return kControls;
+}
+
+}  // namespace broken

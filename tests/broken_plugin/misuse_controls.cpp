@@ -1,0 +1,144 @@
+#include <atomic>
+#include <cstdlib>
+
+#include "newer_host.h"
+#include "pf_smart_render.h"
+
+namespace broken {
+namespace {
+
+PF_Err KnowsItsCommandsOnly(Command& c) {
+    return c.cmd >= 64 ? PF_Err_BAD_CALLBACK_PARAM : Effect(c);
+}
+
+PF_Err WritesForAnyCommand(Command& c) {
+    if (c.cmd >= 64 && c.outData != nullptr) c.outData->width = 1;
+    return Effect(c);
+}
+
+PF_Err RefusesNegativeCommands(Command& c) {
+    return c.cmd < 0 ? PF_Err_BAD_CALLBACK_PARAM : Effect(c);
+}
+
+bool InStrangeHost(const Command& c, PF_Cmd cmd) {
+    return c.cmd == cmd && c.inData != nullptr && c.inData->appl_id == -1;
+}
+
+PF_Err RefusesStrangers(Command& c) {
+    return InStrangeHost(c, PF_Cmd_GLOBAL_SETUP) ? PF_Err_BAD_CALLBACK_PARAM : Effect(c);
+}
+
+// Without an error.
+PF_Err OffersStrangersNothing(Command& c) {
+    return InStrangeHost(c, PF_Cmd_PARAMS_SETUP) ? PF_Err_NONE : Effect(c);
+}
+
+PF_Err WritesItsAnswerAnyhow(Command& c) {
+    if (c.outData == nullptr && c.cmd == PF_Cmd_GLOBAL_SETDOWN) std::abort();
+    return Effect(c);
+}
+
+PF_Err NeedsSuites(Command& c) {
+    const bool none = c.inData != nullptr && c.inData->pica_basicP == nullptr;
+    return none && c.cmd == PF_Cmd_SEQUENCE_SETUP ? PF_Err_BAD_CALLBACK_PARAM : Effect(c);
+}
+
+bool IsSmart(const Command& c) {
+    return c.cmd == PF_Cmd_SMART_PRE_RENDER || c.cmd == PF_Cmd_SMART_RENDER;
+}
+
+PF_Err AcceptsNoRecord(Command& c) {
+    return IsSmart(c) && c.extra == nullptr ? PF_Err_NONE : Effect(c);
+}
+
+PF_Err LooksIntoEmptyRecords(Command& c) {
+    if (c.cmd == PF_Cmd_SMART_RENDER && c.extra != nullptr) {
+        if (static_cast<PF_SmartRenderExtra*>(c.extra)->cb == nullptr) std::abort();
+    }
+    return Effect(c);
+}
+
+PF_Err AcceptsNoParams(Command& c) {
+    return c.cmd == PF_Cmd_RENDER && c.params == nullptr ? PF_Err_NONE : Effect(c);
+}
+
+// Of the size that the check takes, as others take frames apart too.
+bool Is19By11(const PF_LayerDef* world) {
+    return world != nullptr && world->width == 19 && world->height == 11;
+}
+const PF_LayerDef* InputOf(const Command& c) {
+    return c.cmd == PF_Cmd_RENDER && c.params != nullptr && c.params[0] != nullptr ? &c.params[0]->u.ld : nullptr;
+}
+
+PF_Err NeedsAnInput(Command& c) {
+    if (InputOf(c) != nullptr && InputOf(c)->data == nullptr && Is19By11(c.output)) std::abort();
+    return Effect(c);
+}
+
+PF_Err NeedsAnOutput(Command& c) {
+    if (Is19By11(InputOf(c)) && c.output == nullptr) std::abort();
+    return Effect(c);
+}
+
+PF_Err NeedsGlobalSetup(Command& c) {
+    static bool seen = false;
+    seen = seen || c.cmd == PF_Cmd_GLOBAL_SETUP;
+    if (!seen && c.cmd == PF_Cmd_SEQUENCE_SETUP) std::abort();
+    return Effect(c);
+}
+
+PF_Err IsSetUpTwiceAtMost(Command& c) {
+    static int ends = 0;
+    const bool old = c.inData != nullptr && !InNewerHost(c);
+    if (old && c.cmd == PF_Cmd_SEQUENCE_SETUP && ends >= 2) return PF_Err_INTERNAL_STRUCT_DAMAGED;
+    ends += old && c.cmd == PF_Cmd_GLOBAL_SETDOWN;
+    return Effect(c);
+}
+
+PF_Err EndsOnce(Command& c) {
+    static bool ended = false;
+    const bool again = ended && c.cmd == PF_Cmd_GLOBAL_SETDOWN;
+    ended = c.cmd == PF_Cmd_GLOBAL_SETDOWN;
+    return again ? PF_Err_INTERNAL_STRUCT_DAMAGED : Effect(c);
+}
+
+PF_Err IsBusy(Command& c) {
+    static std::atomic<bool> busy{false};
+    if (c.cmd == PF_Cmd_ABOUT && busy) return PF_Err_INTERNAL_STRUCT_DAMAGED;
+    if (c.cmd != PF_Cmd_PARAMS_SETUP) return Effect(c);
+    busy = true;
+    const PF_Err result = Effect(c);
+    busy = false;
+    return result;
+}
+
+constexpr Control kControls[] = {
+    {.check = "misuse.unknown-commands", .fault = "refuses what it does not know", .command = KnowsItsCommandsOnly},
+    {.check = "misuse.unknown-untouched", .fault = "writes before it looks", .command = WritesForAnyCommand},
+    {.check = "misuse.negative-commands", .fault = "refuses negative ones", .command = RefusesNegativeCommands},
+    {.check = "misuse.unknown-host", .fault = "refuses an unknown host", .command = RefusesStrangers},
+    {.check = "misuse.unknown-host-params",
+     .fault = "has no parameters in an unknown host",
+     .command = OffersStrangersNothing},
+    {.check = "misuse.no-out-data", .fault = "writes into a null record", .command = WritesItsAnswerAnyhow},
+    {.check = "misuse.no-suites", .fault = "needs suites for its instances", .command = NeedsSuites},
+    {.check = "misuse.no-extra", .fault = "succeeds without a record", .command = AcceptsNoRecord},
+    {.check = "misuse.empty-extra", .fault = "looks into an empty record", .command = LooksIntoEmptyRecords},
+    {.check = "misuse.no-params", .fault = "succeeds without parameters", .command = AcceptsNoParams},
+    {.check = "misuse.no-input", .fault = "falls over a layer without pixels", .command = NeedsAnInput},
+    {.check = "misuse.no-output", .fault = "falls over a null output", .command = NeedsAnOutput},
+    {.check = "misuse.before-global-setup",
+     .fault = "falls over an instance before global set-up",
+     .command = NeedsGlobalSetup},
+    {.check = "misuse.set-up-again", .fault = "works for two sessions only", .command = IsSetUpTwiceAtMost},
+    {.check = "misuse.set-down-twice", .fault = "refuses a second set-down", .command = EndsOnce},
+    {.check = "misuse.nested-command", .fault = "refuses while it is busy", .command = IsBusy},
+};
+
+}  // namespace
+
+std::span<const Control> MisuseControls() {
+    return kControls;
+}
+
+}  // namespace broken

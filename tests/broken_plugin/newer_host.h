@@ -1,0 +1,42 @@
+// Faults in a host of version 13.30 only, in which some checks ask what others ask in 13.27: they stay alone with
+// them.
+#pragma once
+
+#include "control.h"
+
+namespace broken {
+
+inline bool InNewerHost(const Command& c) {
+    return c.inData != nullptr && c.inData->version.minor == 30;
+}
+inline bool InNewerHost(const Command& c, PF_Cmd cmd) {
+    return c.cmd == cmd && InNewerHost(c);
+}
+inline bool InEditor(const Command& c) {
+    return c.inData != nullptr && c.inData->appl_id == kAppIdEditor;
+}
+
+// The command, and then something with its records if it is the one meant.
+template <PF_Cmd cmd, auto fault>
+PF_Err After(Command& c) {
+    const PF_Err result = Effect(c);
+    if (InNewerHost(c, cmd)) fault(c);
+    return result;
+}
+
+// Faults for it.
+inline void WriteAWidth(Command& c) {
+    c.outData->width = 1;
+}
+inline void KeepAHandle(Command& c) {
+    c.inData->utils->host_new_handle(64);
+}
+
+// The command with another result.
+template <PF_Cmd cmd>
+PF_Err Refuses(Command& c) {
+    const PF_Err result = Effect(c);
+    return InNewerHost(c, cmd) ? PF_Err_OUT_OF_MEMORY : result;
+}
+
+}  // namespace broken

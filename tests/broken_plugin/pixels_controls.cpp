@@ -1,0 +1,81 @@
+#include <cstring>
+#include <limits>
+
+#include "render_fault.h"
+
+namespace broken {
+namespace {
+
+void ExceedsWhite(Render& r) {
+    const std::uint16_t value = 33000;
+    if (r.pixelBytes == 8) std::memcpy(Bytes(r.output), &value, sizeof value);
+}
+
+void DividesByZero(Render& r) {
+    const float value = std::numeric_limits<float>::infinity();
+    if (r.pixelBytes == 16) std::memcpy(Bytes(r.output), &value, sizeof value);
+}
+
+void IsBlackInDeepColour(Render& r) {
+    if (r.pixelBytes != 8) return;
+    for (std::ptrdiff_t y = 0; y < r.output->height; ++y)
+        std::memset(Bytes(r.output) + y * r.output->rowbytes, 0, static_cast<std::size_t>(r.output->width * 8));
+}
+
+void Alternates(Render& r) {
+    static int renders = 0;
+    if (++renders % 2 == 0) ChangesAPixel(r);
+}
+
+volatile int g_zero = 0;
+
+void Crashes(Render&) {
+    *reinterpret_cast<volatile int*>(static_cast<std::intptr_t>(g_zero)) = 1;
+}
+
+void LeavesLastRow(Render& r) {
+    std::memset(Bytes(r.output) + std::ptrdiff_t{r.output->rowbytes} * (r.output->height - 1), 0xA5,
+                static_cast<std::size_t>(r.output->width * r.pixelBytes));
+}
+
+constexpr Control kControls[] = {
+    {.check = "pixels.written-8-bit", .fault = "leaves the last pixel out", .command = With<17, 5, KeepsLastPixel>},
+    {.check = "pixels.written-16-bit",
+     .fault = "leaves the last pixel out",
+     .command = With<17, 6, KeepsLastPixel>},
+    {.check = "pixels.written-float", .fault = "leaves the last pixel out", .command = With<17, 7, KeepsLastPixel>},
+    {.check = "pixels.white-16-bit", .fault = "takes 65535 for white", .command = With<18, 7, ExceedsWhite>},
+    {.check = "pixels.finite", .fault = "divides by zero", .command = With<18, 8, DividesByZero>},
+    {.check = "pixels.depths-agree",
+     .fault = "gives black in 16 bits",
+     .command = With<40, 30, IsBlackInDeepColour>},
+    {.check = "pixels.below-zero", .fault = "refuses the frame", .command = With<19, 5, Refuses>},
+    {.check = "pixels.above-one", .fault = "writes before the output", .command = With<19, 6, WritesBeforeOutput>},
+    {.check = "pixels.infinite", .fault = "crashes", .command = With<19, 7, Crashes>},
+    {.check = "pixels.not-a-number", .fault = "differs from render to render", .command = With<19, 8, Alternates>},
+    {.check = "pixels.signalling", .fault = "refuses the frame", .command = With<19, 9, Refuses>},
+    {.check = "pixels.denormal", .fault = "differs from render to render", .command = With<19, 10, Alternates>},
+    {.check = "pixels.one-pixel", .fault = "leaves out the pixel", .command = With<1, 1, KeepsLastPixel>},
+    {.check = "pixels.one-row", .fault = "leaves the last pixel out", .command = With<47, 1, KeepsLastPixel>},
+    {.check = "pixels.one-column", .fault = "leaves the last pixel out", .command = With<1, 47, KeepsLastPixel>},
+    {.check = "pixels.small-sizes",
+     .fault = "leaves the last pixel out at one width",
+     .command = With<34, 5, KeepsLastPixel>},
+    {.check = "pixels.long-row", .fault = "leaves the last pixel out", .command = With<30000, 1, KeepsLastPixel>},
+    {.check = "pixels.long-column",
+     .fault = "leaves the last pixel out",
+     .command = With<1, 30000, KeepsLastPixel>},
+    {.check = "pixels.larger-input", .fault = "leaves the last pixel out", .command = With<16, 10, KeepsLastPixel>},
+    {.check = "pixels.larger-output",
+     .fault = "leaves the last pixel out",
+     .command = With<33, 24, KeepsLastPixel>},
+    {.check = "pixels.past-2-gib", .fault = "leaves the last row out", .command = With<30000, 4500, LeavesLastRow>},
+};
+
+}  // namespace
+
+std::span<const Control> PixelsControls() {
+    return kControls;
+}
+
+}  // namespace broken

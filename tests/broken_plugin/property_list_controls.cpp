@@ -1,0 +1,37 @@
+// Faults that only show where there is a property list, on Windows.
+#include "control.h"
+
+namespace broken {
+namespace {
+
+PF_Err RegistersAnotherName(Registration& r) {
+    r.name = "NUV Aberration";
+    return Register(r);
+}
+
+PF_Err ReportsAnotherVersion(Command& command) {
+    const PF_Err result = Effect(command);
+    if (command.cmd == PF_Cmd_GLOBAL_SETUP) command.outData->my_version += 1;
+    return result;
+}
+
+constexpr Control kControls[] = {
+    {.check = "property-list.once", .fault = "has two property lists", .file = "broken_with_two_lists"},
+    {.check = "property-list.well-formed",
+     .fault = "lacks a property that it counts",
+     .file = "broken_with_short_list"},
+    {.check = "property-list.registration",
+     .fault = "registers another name",
+     .registration = RegistersAnotherName},
+    {.check = "property-list.global-setup",
+     .fault = "reports another version at global set-up",
+     .command = ReportsAnotherVersion},
+};
+
+}  // namespace
+
+std::span<const Control> PropertyListControls() {
+    return kControls;
+}
+
+}  // namespace broken

@@ -1,0 +1,102 @@
+#include <string_view>
+
+#include "control.h"
+
+namespace broken {
+namespace {
+
+// The fault is a value in the registration.
+template <auto member, auto value>
+PF_Err With(Registration& r) {
+    r.*member = value;
+    return Register(r);
+}
+
+constexpr char kLongName[] = "NUV Chromatic Aberration and more";
+constexpr char kLongCategory[] = "Effects of the NUV project, all of them";
+constexpr char kUmlautName[] = "nuv_chromab\xC3\xA9r";
+constexpr char kOtherEntry[] = "EffectMaim";
+
+PF_Err Refuses(Registration& r) {
+    const PF_Err result = Register(r);
+    return result == PF_Err_NONE ? PF_Err_INTERNAL_STRUCT_DAMAGED : result;
+}
+
+PF_Err RegistersTwice(Registration& r) {
+    Register(r);
+    return Register(r);
+}
+
+PF_Err OldInterfaceForThreads(Registration& r) {
+    r.apiMinor = 24;
+    return Register(r);
+}
+
+PF_Err PassesAnotherRecord(Registration& r) {
+    const auto record = r.record;
+    r.record = reinterpret_cast<PF_PluginDataPtr>(reinterpret_cast<char*>(record) + 8);
+    const PF_Err answer = Register(r);
+    return answer == PF_Err_BAD_CALLBACK_PARAM ? PF_Err_NONE
+                                               : answer;  // what the host says of a record not its own
+}
+
+PF_Err SwallowsTheAnswer(Registration& r) {
+    Register(r);
+    return PF_Err_NONE;
+}
+
+PF_Err ChangesItsMind(Registration& r) {
+    static int scans = 0;
+    if (++scans > 1) r.category = "Blur";
+    return Register(r);
+}
+
+PF_Err KeepsASuite(Registration& r) {
+    const void* suite = nullptr;
+    if (r.basic) r.basic->AcquireSuite("PF ANSI Suite", 1, &suite);
+    return Register(r);
+}
+
+constexpr Control kControls[] = {
+    {.check = "registration.succeeds", .fault = "answers with a code", .registration = Refuses},
+    {.check = "registration.once", .fault = "registers twice", .registration = RegistersTwice},
+    {.check = "registration.name",
+     .fault = "has a name of 33 characters",
+     .registration = With<&Registration::name, kLongName>},
+    {.check = "registration.category",
+     .fault = "has a category of 39 characters",
+     .registration = With<&Registration::category, kLongCategory>},
+    {.check = "registration.match-name",
+     .fault = "has an accent in the match name",
+     .registration = With<&Registration::matchName, kUmlautName>},
+    {.check = "registration.entry-point",
+     .fault = "names an entry point that it does not export",
+     .registration = With<&Registration::entryPoint, kOtherEntry>},
+    {.check = "registration.kind",
+     .fault = "registers as something else",
+     .registration = With<&Registration::kind, 0x65464B58>},
+    {.check = "registration.api-version",
+     .fault = "asks for interface 12",
+     .registration = With<&Registration::apiMajor, 12>},
+    {.check = "registration.api-for-threads",
+     .fault = "asks for 13.24 and declares threads",
+     .registration = OldInterfaceForThreads},
+    {.check = "registration.record-passed",
+     .fault = "passes another record to the callback",
+     .registration = PassesAnotherRecord},
+    {.check = "registration.answer-passed",
+     .fault = "answers with success whatever the host said",
+     .registration = SwallowsTheAnswer},
+    {.check = "registration.repeatable",
+     .fault = "registers another category at the second scan",
+     .registration = ChangesItsMind},
+    {.check = "registration.holds-nothing", .fault = "acquires a suite and keeps it", .registration = KeepsASuite},
+};
+
+}  // namespace
+
+std::span<const Control> RegistrationControls() {
+    return kControls;
+}
+
+}  // namespace broken

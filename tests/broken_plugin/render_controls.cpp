@@ -1,0 +1,169 @@
+#include <atomic>
+#include <cstring>
+
+#include "render_fault.h"
+
+#include <immintrin.h>
+
+namespace broken {
+namespace {
+
+void WritesInput(Render& r) {
+    *Bytes(r.input) ^= 1;
+}
+
+void ChangesRecord(Render& r) {
+    r.input->rowbytes += 4;
+}
+
+void ChangesParameter(Render& r) {
+    if (r.command.params && r.command.params[1]) r.command.params[1]->flags ^= 1;
+}
+
+void ChangesSequenceData(Render& r) {
+    const PF_Handle handle = r.command.inData->sequence_data;
+    const auto& utils = *r.command.inData->utils;
+    auto* const data = static_cast<std::uint8_t*>(utils.host_lock_handle(handle));
+    if (data) *data ^= 1;
+    utils.host_unlock_handle(handle);
+}
+
+void FlushesToZero(Render&) {
+    _mm_setcsr(_mm_getcsr() | _MM_FLUSH_ZERO_ON);
+}
+
+void KeepsASuite(Render& r) {
+    const void* suite = nullptr;
+    r.command.inData->pica_basicP->AcquireSuite("PF ANSI Suite", 1, &suite);
+}
+
+void LeavesAMessage(Render& r) {
+    std::strcpy(r.command.outData->return_msg, "done");
+}
+
+void Alternates(Render& r) {
+    static int renders = 0;
+    if (++renders % 2 == 0) ChangesAPixel(r);
+}
+
+// Takes the first instance's values for all.
+void KnowsOneInstance(Render& r) {
+    static const PF_Handle first = r.command.inData->sequence_data;
+    if (r.command.inData->sequence_data != first) ChangesAPixel(r);
+}
+
+// A cache that does not ask whose it is.
+void KeepsOthersCache(Render& r) {
+    static PF_Handle last = r.command.inData->sequence_data;
+    if (r.command.inData->sequence_data != last) ChangesAPixel(r);
+    last = r.command.inData->sequence_data;
+}
+
+PF_Err KeepsOtherTimesCache(Command& command) {
+    static std::atomic<std::int32_t> last{0};
+    if (!IsRender(command)) return Effect(command);
+    Render render = RenderTruly(command);
+    if (last.exchange(command.inData->current_time) == 50 && render.OutputIs(25, 14)) ChangesAPixel(render);
+    return render.result;
+}
+
+void DiffersPlainly(Render& r) {
+    if (r.command.cmd == PF_Cmd_RENDER) ChangesAPixel(r);
+}
+
+// ---- Worlds that are not there, or have no pixels -----------------------------------------------------------
+
+volatile std::uint8_t g_read;
+PF_LayerDef* volatile g_nothing = nullptr;
+
+void ReadsMissingInput(Render& r) {
+    if (!r.input) g_read = *Bytes(g_nothing);
+    if (!r.input->data) g_read = *Bytes(r.input);
+}
+
+// What the size is of that is given as the input's.
+template <int width, int height, void (*fault)(Render&)>
+PF_Err WithInput(Command& command) {
+    if (!IsRender(command)) return Effect(command);
+    Render render = RenderTruly(command);
+    if (render.InputIs(width, height)) fault(render);
+    return render.result;
+}
+
+void WritesMissingOutput(Render& r) {
+    if (!r.output) *Bytes(g_nothing) = 0;
+}
+
+constexpr Control kControls[] = {
+    {.check = "render.input-unchanged", .fault = "writes the input", .command = With<24, 5, WritesInput>},
+    {.check = "render.records-unchanged",
+     .fault = "changes the input's stride",
+     .command = With<24, 6, ChangesRecord>},
+    {.check = "render.parameters-unchanged",
+     .fault = "changes the first parameter's flags",
+     .command = With<24, 7, ChangesParameter>},
+    {.check = "render.sequence-data-unchanged",
+     .fault = "counts frames in the sequence data",
+     .command = With<24, 8, ChangesSequenceData>},
+    {.check = "render.float-state",
+     .fault = "flushes denormals to zero from then on",
+     .command = With<24, 9, FlushesToZero>},
+    {.check = "render.holds-nothing",
+     .fault = "acquires a suite and keeps it",
+     .command = With<24, 10, KeepsASuite>},
+    {.check = "render.no-message", .fault = "leaves a message", .command = With<24, 11, LeavesAMessage>},
+    {.check = "render.repeatable", .fault = "differs from render to render", .command = With<25, 11, Alternates>},
+    {.check = "render.new-instance",
+     .fault = "renders the first instance well only",
+     .command = With<25, 12, KnowsOneInstance>},
+    {.check = "render.instances-apart",
+     .fault = "uses what another instance has left",
+     .command = With<25, 13, KeepsOthersCache>},
+    {.check = "render.frames-apart", .fault = "uses what another frame has left", .command = KeepsOtherTimesCache},
+    {.check = "render.smart-and-plain",
+     .fault = "draws another picture in a plain render",
+     .command = With<25, 15, DiffersPlainly>},
+    {.check = "render.defaults", .fault = "leaves the last pixel out", .command = With<25, 16, KeepsLastPixel>},
+    {.check = "render.time-zero", .fault = "refuses the frame", .command = With<26, 5, Refuses>},
+    {.check = "render.time-negative", .fault = "refuses the frame", .command = With<26, 6, Refuses>},
+    {.check = "render.time-latest", .fault = "leaves the last pixel out", .command = With<26, 7, KeepsLastPixel>},
+    {.check = "render.time-earliest", .fault = "differs from render to render", .command = With<26, 8, Alternates>},
+    {.check = "render.step-zero", .fault = "refuses the frame", .command = With<26, 9, Refuses>},
+    {.check = "render.step-negative", .fault = "refuses the frame", .command = With<26, 10, Refuses>},
+    {.check = "render.half-resolution",
+     .fault = "leaves the last pixel out",
+     .command = With<27, 5, KeepsLastPixel>},
+    {.check = "render.unequal-resolution",
+     .fault = "writes before the output",
+     .command = With<27, 6, WritesBeforeOutput>},
+    {.check = "render.wide-pixels", .fault = "leaves the last pixel out", .command = With<28, 5, KeepsLastPixel>},
+    {.check = "render.narrow-pixels", .fault = "refuses the frame", .command = With<28, 6, Refuses>},
+    {.check = "render.input-origin", .fault = "writes the input", .command = With<29, 5, WritesInput>},
+    {.check = "render.output-origin",
+     .fault = "writes before the output",
+     .command = With<29, 6, WritesBeforeOutput>},
+    {.check = "render.no-input",
+     .fault = "reads the input without a look",
+     .command = With<30, 6, ReadsMissingInput>},
+    {.check = "render.no-output",
+     .fault = "writes the output without a look",
+     .command = WithInput<30, 5, WritesMissingOutput>},
+    {.check = "render.empty-input",
+     .fault = "writes before the output",
+     .command = With<30, 7, WritesBeforeOutput>},
+    {.check = "render.empty-output",
+     .fault = "writes an output of no pixels",
+     .command = WithInput<30, 8, WritesFirstByte>},
+    {.check = "render.no-rows", .fault = "writes an output of no rows", .command = With<30, 0, WritesFirstByte>},
+    {.check = "render.no-columns",
+     .fault = "writes an output of no columns",
+     .command = With<0, 30, WritesFirstByte>},
+};
+
+}  // namespace
+
+std::span<const Control> RenderControls() {
+    return kControls;
+}
+
+}  // namespace broken

@@ -1,0 +1,68 @@
+// Faults of one render: what a hook needs to know of the worlds, whichever way they came.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "control.h"
+
+namespace broken {
+
+// One render command; the worlds are those that the effect has been given, null where it got none.
+struct Render {
+    Command& command;
+    PF_EffectWorld* input = nullptr;
+    PF_EffectWorld* output = nullptr;
+    int pixelBytes = 4;
+    std::uint8_t lastPixel[16] = {};  // of the output, as it was before
+    PF_Err result = PF_Err_NONE;
+
+    bool OutputIs(int width, int height) const { return IsOfSize(output, width, height); }
+    bool InputIs(int width, int height) const { return IsOfSize(input, width, height); }
+
+    std::uint8_t* LastPixel() const;  // of the output
+    // Its rows do not follow each other without a gap, top row first.
+    bool IsSpread(const PF_EffectWorld* world) const { return world->rowbytes != world->width * pixelBytes; }
+
+    static bool IsOfSize(const PF_EffectWorld* world, int width, int height) {
+        return world != nullptr && world->width == width && world->height == height;
+    }
+};
+
+inline std::uint8_t* Bytes(const PF_EffectWorld* world) {
+    return reinterpret_cast<std::uint8_t*>(world->data);
+}
+
+// The true effect's render, smart or plain.
+Render RenderTruly(Command& command);
+bool IsRender(const Command& command);
+
+// The hook of a fault that shows in renders whose output has this size, afterwards.
+template <int width, int height, void (*fault)(Render&)>
+PF_Err With(Command& command) {
+    if (!IsRender(command)) return Effect(command);
+    Render render = RenderTruly(command);
+    if (render.OutputIs(width, height)) fault(render);
+    return render.result;
+}
+
+// ---- Faults that several controls have -----------------------------------------------------------------------
+
+inline void ChangesAPixel(Render& render) {
+    *Bytes(render.output) ^= 1;
+}
+void KeepsLastPixel(Render& render);
+inline void Refuses(Render& render) {
+    render.result = PF_Err_INTERNAL_STRUCT_DAMAGED;
+}
+inline void WritesBeforeOutput(Render& render) {
+    *(Bytes(render.output) - 1) = 0;
+}
+inline void WritesFirstByte(Render& render) {
+    *Bytes(render.output) = 0;
+}
+inline void WritesBehindFirstRow(Render& render) {
+    if (render.IsSpread(render.output)) Bytes(render.output)[render.output->width * render.pixelBytes] = 0;
+}
+
+}  // namespace broken

@@ -1,0 +1,214 @@
+#include <array>
+#include <cstdlib>
+#include <cstring>
+
+#include "newer_host.h"
+
+namespace broken {
+namespace {
+
+constexpr PF_Cmd kSetup = PF_Cmd_SEQUENCE_SETUP;
+constexpr PF_Cmd kResetup = PF_Cmd_SEQUENCE_RESETUP;
+constexpr PF_Cmd kSetdown = PF_Cmd_SEQUENCE_SETDOWN;
+
+PF_Err RefusesNewInstances(Command& c) {
+    return InNewerHost(c, kSetup) && c.inData->sequence_data == nullptr ? PF_Err_OUT_OF_MEMORY : Effect(c);
+}
+
+std::array<void*, 2> g_own{};  // looks like a handle
+
+// In place of the block that a new instance has just got.
+void GiveNoHandle(Command& c) {
+    if (c.inData->sequence_data != nullptr) return;
+    c.inData->utils->host_dispose_handle(c.outData->sequence_data);
+    g_own[0] = &g_own[1];
+    c.outData->sequence_data = g_own.data();
+    c.outData->flat_sdata_size = 0;
+}
+
+// Something with a block that is handed back right after a re-set-up without data has made it.
+template <auto fault>
+PF_Err WhenItComesBack(Command& c) {
+    static PF_Handle made = nullptr;
+    const PF_Err result = Effect(c);
+    if (!InNewerHost(c)) return result;
+    if (c.cmd == kResetup && made != nullptr && c.inData->sequence_data == made) fault(c);
+    made = c.cmd == kResetup ? c.outData->sequence_data : nullptr;
+    return result;
+}
+
+void LockTheBlock(Command& c) {
+    c.inData->utils->host_lock_handle(c.inData->sequence_data);
+}
+
+void TellMore(Command& c) {
+    c.outData->flat_sdata_size += 1;
+}
+
+// For the third new instance in a row.
+PF_Err MakesALargeBlock(Command& c) {
+    static int inARow = 0;
+    const bool isNew = InNewerHost(c, kSetup) && c.inData->sequence_data == nullptr;
+    inARow = isNew ? inARow + 1 : 0;
+    if (inARow != 3) return Effect(c);
+    OwnRecords own(c);
+    own.utils.host_new_handle = [](A_HandleSize) {
+        return OwnRecords::Host().utils->host_new_handle((A_HandleSize{64} << 20) + 4096);
+    };
+    return Effect(c);
+}
+
+PF_Err MakesASecondBlock(Command& c) {
+    if (!InNewerHost(c, kSetup) || c.inData->sequence_data == nullptr) return Effect(c);
+    c.outData->sequence_data = c.inData->utils->host_new_handle(4);
+    std::memset(*c.outData->sequence_data, 0, 4);
+    return PF_Err_NONE;
+}
+
+// Both have the block of the first, as long as that lives.
+PF_Err SharesABlock(Command& c) {
+    static PF_Handle shared = nullptr;
+    if (InNewerHost(c, kSetup) && c.inData->sequence_data == nullptr && shared != nullptr) {
+        c.outData->sequence_data = shared;
+        return PF_Err_NONE;
+    }
+    const PF_Err result = Effect(c);
+    if (InNewerHost(c, kSetup)) shared = c.outData->sequence_data;
+    if (InNewerHost(c, kSetdown)) shared = nullptr;
+    return result;
+}
+
+PF_Err NumbersItsInstances(Command& c) {
+    static std::uint32_t number = 0;
+    const PF_Err result = Effect(c);
+    if (InNewerHost(c, kSetup) && c.inData->sequence_data == nullptr) {
+        std::memcpy(*c.outData->sequence_data, &++number, sizeof number);
+    }
+    return result;
+}
+
+// The block of an earlier session, if there is one.
+PF_Handle HandedBack(const Command& c) {
+    return InNewerHost(c, kResetup) ? c.inData->sequence_data : nullptr;
+}
+std::uint64_t HandedBackSize(const Command& c) {
+    return HandedBack(c) ? c.inData->utils->host_get_handle_size(HandedBack(c)) : 4;
+}
+
+PF_Err RefusesSavedData(Command& c) {
+    static PF_Handle made = nullptr;
+    if (HandedBack(c) != nullptr && HandedBack(c) != made && HandedBackSize(c) == 4) return PF_Err_OUT_OF_MEMORY;
+    const PF_Err result = Effect(c);
+    if (InNewerHost(c, kSetup)) made = c.outData->sequence_data;
+    return result;
+}
+
+PF_Err RefusesToBeginWithoutData(Command& c) {
+    return InNewerHost(c, kResetup) && HandedBack(c) == nullptr ? PF_Err_OUT_OF_MEMORY : Effect(c);
+}
+
+PF_Err CountsResetups(Command& c) {
+    const PF_Err result = Effect(c);
+    if (HandedBack(c) != nullptr && HandedBackSize(c) == 4) static_cast<unsigned char*>(*HandedBack(c))[3] ^= 1;
+    return result;
+}
+
+// As if every block had its size.
+PF_Err TrustsTheSize(Command& c) {
+    if (HandedBackSize(c) < 4) std::memset(*HandedBack(c), 0, 4);
+    return Effect(c);
+}
+
+PF_Err FallsOverLargeBlocks(Command& c) {
+    if (HandedBackSize(c) > 4096) std::abort();
+    return Effect(c);
+}
+
+PF_Err FallsOverGarbage(Command& c) {
+    std::uint32_t first = 0;
+    if (HandedBack(c) != nullptr && HandedBackSize(c) == 4) std::memcpy(&first, *HandedBack(c), sizeof first);
+    if (first > 1000) std::abort();
+    return Effect(c);
+}
+
+// Renders no more once a block has been handed back twice in a row.
+PF_Err WearsOut(Command& c) {
+    static PF_Handle last = nullptr;
+    static bool wornOut = false;
+    if (c.cmd == kResetup && c.inData != nullptr) {
+        wornOut = wornOut || (last != nullptr && last == c.inData->sequence_data);
+        last = c.inData->sequence_data;
+    }
+    const bool renders = c.cmd == PF_Cmd_RENDER || c.cmd == PF_Cmd_SMART_RENDER;
+    return renders && wornOut ? PF_Err_INTERNAL_STRUCT_DAMAGED : Effect(c);
+}
+
+void Overwrite(Command& c) {
+    if (c.inData->sequence_data != nullptr) std::memset(*c.inData->sequence_data, 1, 1);
+}
+
+// Where the end follows right after the beginning.
+PF_Err KeepsTheBlock(Command& c) {
+    static bool begun = false;
+    const bool keeps = begun && InNewerHost(c, kSetdown) && c.inData->sequence_data != nullptr;
+    if (InNewerHost(c)) begun = c.cmd == kSetup;
+    if (!keeps) return Effect(c);
+    c.inData->sequence_data = c.outData->sequence_data = nullptr;
+    return PF_Err_NONE;
+}
+
+PF_Err NamesTheFreedBlock(Command& c) {
+    const PF_Handle block = InNewerHost(c, kSetdown) ? c.outData->sequence_data : nullptr;
+    const PF_Err result = Effect(c);
+    if (block != nullptr) c.outData->sequence_data = block;
+    return result;
+}
+
+PF_Err NeedsABlock(Command& c) {
+    const bool none = InNewerHost(c, kSetdown) && c.inData->sequence_data == nullptr;
+    return none ? PF_Err_BAD_CALLBACK_PARAM : Effect(c);
+}
+
+void Leak(Command&) {
+    [[maybe_unused]] static void* volatile leaked;
+    leaked = std::malloc(100);
+}
+
+constexpr Control kControls[] = {
+    {.check = "sequence.setup", .fault = "refuses new instances", .command = RefusesNewInstances},
+    {.check = "sequence.handle", .fault = "gives memory of its own", .command = After<kSetup, GiveNoHandle>},
+    {.check = "sequence.unlocked", .fault = "leaves the block locked", .command = WhenItComesBack<LockTheBlock>},
+    {.check = "sequence.kept-only", .fault = "keeps a handle", .command = WhenItComesBack<KeepAHandle>},
+    {.check = "sequence.size-told", .fault = "tells a byte too many", .command = After<kSetup, TellMore>},
+    {.check = "sequence.size", .fault = "has blocks of more than 64 MiB", .command = MakesALargeBlock},
+    {.check = "sequence.setup-again", .fault = "makes a second block", .command = MakesASecondBlock},
+    {.check = "sequence.apart", .fault = "gives two instances one block", .command = SharesABlock},
+    {.check = "sequence.saved-alike", .fault = "numbers its instances", .command = NumbersItsInstances},
+    {.check = "sequence.resetup", .fault = "refuses what it has saved", .command = RefusesSavedData},
+    {.check = "sequence.resetup-empty",
+     .fault = "refuses to begin without data",
+     .command = RefusesToBeginWithoutData},
+    {.check = "sequence.resetup-same", .fault = "counts how often it was loaded", .command = CountsResetups},
+    {.check = "sequence.resetup-short", .fault = "writes into blocks of any size", .command = TrustsTheSize},
+    {.check = "sequence.resetup-foreign", .fault = "falls over a large block", .command = FallsOverLargeBlocks},
+    {.check = "sequence.resetup-garbage", .fault = "falls over random numbers", .command = FallsOverGarbage},
+    {.check = "sequence.resetup-renders", .fault = "renders no more after a copy", .command = WearsOut},
+    {.check = "sequence.flatten", .fault = "refuses to flatten", .command = Refuses<PF_Cmd_SEQUENCE_FLATTEN>},
+    {.check = "sequence.flat-copy",
+     .fault = "changes the block when a copy is asked for",
+     .command = After<PF_Cmd_GET_FLATTENED_SEQUENCE_DATA, Overwrite>},
+    {.check = "sequence.setdown-frees", .fault = "keeps the block", .command = KeepsTheBlock},
+    {.check = "sequence.setdown-clears",
+     .fault = "leaves the freed block in the record",
+     .command = NamesTheFreedBlock},
+    {.check = "sequence.setdown-empty", .fault = "refuses an end without data", .command = NeedsABlock},
+    {.check = "sequence.no-growth", .fault = "forgets 100 bytes at each copy", .command = After<kResetup, Leak>},
+};
+
+}  // namespace
+
+std::span<const Control> SequenceControls() {
+    return kControls;
+}
+
+}  // namespace broken

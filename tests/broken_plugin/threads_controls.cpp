@@ -1,0 +1,316 @@
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <cstdlib>
+#include <mutex>
+#include <string_view>
+#include <thread>
+#include <utility>
+
+#include "control.h"
+#include "render/render_mutex.h"
+
+#include <immintrin.h>
+
+#if defined(_WIN32)
+#include <windows.h>
+#else
+#include <pthread.h>
+#include <sched.h>
+#include <sys/resource.h>
+#include <unistd.h>
+#endif
+
+namespace broken {
+namespace {
+
+using namespace std::chrono_literals;
+
+// Each check of this family renders frames of a width of its own. The callbacks below may be under way on several
+// threads, so they keep to what the host passes with every command and do not ask OwnRecords::Host.
+bool IsRender(const Command& command, std::int32_t width) {
+    return (command.cmd == PF_Cmd_RENDER || command.cmd == PF_Cmd_SMART_RENDER) && command.inData != nullptr &&
+           command.inData->width == width;
+}
+
+// Something that two commands at once have in common.
+class Clash {
+public:
+    // Waits a moment for another one; whether there has ever been one.
+    bool Meets(PF_Handle instance, bool same) {
+        std::unique_lock lock(mutex_);
+        if (inside_ > 0 && (instance_ == instance) == same) met_ = true;
+        instance_ = instance;
+        ++inside_;
+        changed_.notify_all();
+        changed_.wait_for(lock, 20ms, [this] { return met_; });
+        --inside_;
+        return met_;
+    }
+
+private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    PF_Handle instance_ = nullptr;
+    int inside_ = 0;
+    bool met_ = false;
+};
+
+template <std::int32_t width, bool same>
+PF_Err FailsBesideAnother(Command& command) {
+    static Clash clash;
+    if (IsRender(command, width) && clash.Meets(command.inData->sequence_data, same)) return PF_Err_OUT_OF_MEMORY;
+    return Effect(command);
+}
+
+PF_Err FailsBesideSetUp(Command& command) {
+    static std::atomic<int> setUps{0};
+    if (command.cmd == PF_Cmd_SEQUENCE_SETUP) ++setUps;
+    if (!IsRender(command, 35)) return Effect(command);
+    const int before = setUps;
+    for (int i = 0; i < 20 && setUps == before; ++i)
+        std::this_thread::sleep_for(1ms);
+    return setUps == before ? Effect(command) : PF_Err{PF_Err_OUT_OF_MEMORY};
+}
+
+// ---- In place of the host's functions -------------------------------------------------------------------------
+
+std::atomic<PF_Err (*)(PF_ProgPtr)> g_abort{nullptr};
+std::atomic<bool> g_aborted{false};
+
+PF_Err AbortsOthersToo(Command& command) {
+    if (!IsRender(command, 36)) return Effect(command);
+    if (g_aborted) return PF_Err_OUT_OF_MEMORY;
+    g_abort = command.inData->inter.abort;
+    PF_InData inData = *command.inData;
+    inData.inter.abort = [](PF_ProgPtr ref) {
+        const PF_Err code = g_abort.load()(ref);
+        if (code != PF_Err_NONE) g_aborted = true;
+        return code;
+    };
+    Command own = command;
+    own.inData = &inData;
+    return Effect(own);
+}
+
+using IterateGeneric = PF_Err (*)(std::int32_t, void*, PF_IterateRowFunc);
+using Acquire = std::int32_t (*)(const char*, std::int32_t, const void**);
+std::atomic<Acquire> g_acquire{nullptr};
+IterateGeneric g_iterate = nullptr;
+struct Rows {
+    PF_IterateRowFunc function;
+    void* refcon;
+    bool begun;
+};
+
+// The host's iteration suite with another iterate_generic.
+template <IterateGeneric iterate>
+std::int32_t AcquireWith(const char* name, std::int32_t version, const void** suite) {
+    static PF_Iterate8Suite1 own;
+    const std::int32_t code = g_acquire.load()(name, version, suite);
+    if (code != 0 || *suite == nullptr || std::string_view(name) != "PF Iterate8 Suite") return code;
+    own = *static_cast<const PF_Iterate8Suite1*>(*suite);
+    g_iterate = own.iterate_generic;
+    own.iterate_generic = iterate;
+    *suite = &own;
+    return code;
+}
+
+template <std::int32_t width, IterateGeneric iterate>
+PF_Err Iterates(Command& command) {
+    if (!IsRender(command, width)) return Effect(command);
+    g_acquire = command.inData->pica_basicP->AcquireSuite;
+    OwnRecords own(command);
+    own.basic.AcquireSuite = AcquireWith<iterate>;
+    return Effect(command);
+}
+
+PF_Err FromTheTop(std::int32_t iterations, void* refcon, PF_IterateRowFunc function) {
+    Rows rows{function, refcon, false};
+    return g_iterate(iterations, &rows,
+                     [](void* memory, std::int32_t thread, std::int32_t row, std::int32_t count) {
+                         auto& own = *static_cast<Rows*>(memory);
+                         if (thread == 0 && !std::exchange(own.begun, true) && row != 0)
+                             return PF_Err{PF_Err_OUT_OF_MEMORY};
+                         return own.function(own.refcon, thread, row, count);
+                     });
+}
+
+PF_Err OnFewThreads(std::int32_t iterations, void* refcon, PF_IterateRowFunc function) {
+    Rows rows{function, refcon, false};
+    return g_iterate(iterations, &rows,
+                     [](void* memory, std::int32_t thread, std::int32_t row, std::int32_t count) {
+                         const auto& own = *static_cast<const Rows*>(memory);
+                         if (thread >= 5) return PF_Err{PF_Err_OUT_OF_MEMORY};
+                         return own.function(own.refcon, thread, row, count);
+                     });
+}
+
+PF_Err AllocatesElsewhere(Command& command) {
+    if (!IsRender(command, 32)) return Effect(command);
+    std::thread([utils = command.inData->utils] { utils->host_dispose_handle(utils->host_new_handle(24)); }).join();
+    return Effect(command);
+}
+
+// ---- Threads --------------------------------------------------------------------------------------------------
+
+PF_Err StaysOnItsThread(Command& command) {
+    static std::atomic<std::thread::id> setUp;
+    if (command.cmd == PF_Cmd_SEQUENCE_SETUP) setUp = std::this_thread::get_id();
+    if (IsRender(command, 43) && setUp.load() != std::this_thread::get_id()) return PF_Err_OUT_OF_MEMORY;
+    return Effect(command);
+}
+
+template <typename To, typename From>
+To SystemCode(From function) {
+    return reinterpret_cast<To>(reinterpret_cast<void (*)()>(function));
+}
+
+// The thread runs code of the system only, since the library goes before it.
+PF_Err LeavesThread(Command& command) {
+    if (IsRender(command, 42)) {
+#if defined(_WIN32)
+        CloseHandle(CreateThread(nullptr, 0, SystemCode<LPTHREAD_START_ROUTINE>(&Sleep),
+                                 reinterpret_cast<void*>(std::uintptr_t{INFINITE}), 0, nullptr));
+#else
+        pthread_t thread;
+        ::pthread_create(&thread, nullptr, SystemCode<void* (*)(void*)>(&::sleep),
+                         reinterpret_cast<void*>(std::uintptr_t{1'000'000}));
+        ::pthread_detach(thread);
+#endif
+    }
+    return Effect(command);
+}
+
+void Rename() {
+#if defined(_WIN32)
+    using Set = HRESULT(WINAPI*)(HANDLE, PCWSTR);
+    const auto set = SystemCode<Set>(GetProcAddress(GetModuleHandleW(L"kernelbase.dll"), "SetThreadDescription"));
+    if (set != nullptr) set(GetCurrentThread(), L"render");
+#else
+    ::pthread_setname_np(::pthread_self(), "render");
+#endif
+}
+
+void LowerPriority() {
+#if defined(_WIN32)
+    SetThreadPriority(GetCurrentThread(), THREAD_PRIORITY_BELOW_NORMAL);
+#else
+    ::setpriority(PRIO_PROCESS, 0, ::getpriority(PRIO_PROCESS, 0) + 1);
+#endif
+}
+
+// The last processor of those that there are.
+void TakeOneProcessor() {
+#if defined(_WIN32)
+    DWORD_PTR mask = 0, system = 0;
+    GetProcessAffinityMask(GetCurrentProcess(), &mask, &system);
+    while (mask & (mask - 1))
+        mask &= mask - 1;
+    SetThreadAffinityMask(GetCurrentThread(), mask);
+#else
+    cpu_set_t all, one;
+    ::sched_getaffinity(0, sizeof all, &all);
+    CPU_ZERO(&one);
+    for (std::size_t i = 0; i < CPU_SETSIZE && CPU_COUNT(&one) == 0; ++i) {
+        if (CPU_ISSET(i, &all)) CPU_SET(i, &one);
+    }
+    ::sched_setaffinity(0, sizeof one, &one);
+#endif
+}
+
+void FlushToZero() {
+    _mm_setcsr(_mm_getcsr() | _MM_FLUSH_ZERO_ON);
+}
+
+template <std::int32_t width, void (*change)()>
+PF_Err Changes(Command& command) {
+    const PF_Err result = Effect(command);
+    if (IsRender(command, width)) change();
+    return result;
+}
+
+PF_Err LeaksOnEachThread(Command& command) {
+    thread_local bool known = false;
+    if (IsRender(command, 44) && !std::exchange(known, true)) {
+        [[maybe_unused]] static void* volatile leaked;
+        leaked = std::malloc(100);
+    }
+    return Effect(command);
+}
+
+// ---- The effect without its render mutex ----------------------------------------------------------------------
+
+struct Basic {
+    Acquire acquire;
+    std::int32_t (*release)(const char*, std::int32_t);
+};
+std::atomic<const Basic*> g_basic{nullptr};
+
+// The driver's first callback gives the mutex up, and its last one takes it again.
+PF_Err RendersUnlocked(Command& command) {
+    if (!IsRender(command, 41)) return Effect(command);
+    static const Basic basic{command.inData->pica_basicP->AcquireSuite, command.inData->pica_basicP->ReleaseSuite};
+    g_basic = &basic;
+    SPBasicSuite own = *command.inData->pica_basicP;
+    own.AcquireSuite = [](const char* name, std::int32_t version, const void** suite) {
+        if (std::string_view(name) == "PF Pixel Format Suite") nuv::g_renderMutex.unlock();
+        return g_basic.load()->acquire(name, version, suite);
+    };
+    own.ReleaseSuite = [](const char* name, std::int32_t version) {
+        const std::int32_t code = g_basic.load()->release(name, version);
+        if (std::string_view(name) == "PF Iterate8 Suite") nuv::g_renderMutex.lock();
+        return code;
+    };
+    PF_InData inData = *command.inData;
+    inData.pica_basicP = &own;
+    Command unlocked = command;
+    unlocked.inData = &inData;
+    return Effect(unlocked);
+}
+
+constexpr Control kControls[] = {
+    {.check = "threads.several-instances",
+     .fault = "fails when another instance renders",
+     .command = FailsBesideAnother<33, false>},
+    {.check = "threads.one-instance",
+     .fault = "fails when the instance renders another frame",
+     .command = FailsBesideAnother<34, true>},
+    {.check = "threads.set-up-meanwhile",
+     .fault = "fails when an instance is set up meanwhile",
+     .command = FailsBesideSetUp},
+    {.check = "threads.abort-alone", .fault = "takes one render's abort for all", .command = AbortsOthersToo},
+    {.check = "threads.shuffled-rows", .fault = "wants the first row first", .command = Iterates<30, FromTheTop>},
+    {.check = "threads.many-row-threads",
+     .fault = "has room for five threads",
+     .command = Iterates<31, OnFewThreads>},
+    {.check = "threads.own-thread",
+     .fault = "makes a handle on a thread of its own",
+     .command = AllocatesElsewhere},
+    {.check = "threads.any-thread", .fault = "renders where it was set up only", .command = StaysOnItsThread},
+    {.check = "threads.none-left", .fault = "leaves a thread at work", .command = LeavesThread},
+    {.check = "threads.name", .fault = "renames the host's thread", .command = Changes<37, Rename>},
+    {.check = "threads.priority",
+     .fault = "lowers the priority of the host's thread",
+     .command = Changes<38, LowerPriority>},
+    {.check = "threads.affinity",
+     .fault = "keeps the host's thread on one processor",
+     .command = Changes<39, TakeOneProcessor>},
+    {.check = "threads.float-state",
+     .fault = "flushes denormals to zero from then on",
+     .command = Changes<40, FlushToZero>},
+    {.check = "threads.no-lock-in-callbacks",
+     .fault = "the effect without its render mutex",
+     .command = RendersUnlocked,
+     .mends = true},
+    {.check = "threads.come-and-go", .fault = "forgets 100 bytes on each thread", .command = LeaksOnEachThread},
+};
+
+}  // namespace
+
+std::span<const Control> ThreadsControls() {
+    return kControls;
+}
+
+}  // namespace broken
