@@ -1,0 +1,35 @@
+// One frame as a fuzzer's input asks for it, and what must come of it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "bytes.h"
+#include "support.h"
+
+namespace fuzz {
+
+struct Frame {
+    // Reads the worlds, the host's settings and how the frame is asked for; not the parameters.
+    explicit Frame(Bytes& input);
+    Frame(const Frame&) = delete;
+    Frame& operator=(const Frame&) = delete;
+
+    support::Scene scene;  // what the model is told; its parameters are the caller's to fill
+    refhost::World source, output;
+    refhost::RenderSettings settings;
+    std::vector<std::byte> sourcePixels;
+    std::uint8_t poison = 0;  // of the output
+    bool preRenderOnly = false;
+
+    bool HasNegativeSize() const;
+    // What the render command answers where nothing fails.
+    PF_Err ExpectedCode() const;
+    // The output's pixels after a render that succeeded; nullopt where nothing is promised of them.
+    std::optional<std::vector<std::byte>> ExpectedPixels() const;
+    bool OutputUntouched() const;
+};
+
+}  // namespace fuzz

@@ -1,0 +1,48 @@
+// Plays the conversations in the files and folders that it is given, as the fuzzer would, without one.
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "conversation.h"
+
+namespace {
+
+using Paths = std::vector<std::filesystem::path>;
+
+Paths FilesIn(const std::filesystem::path& path) {
+    if (!std::filesystem::is_directory(path)) return {path};
+    Paths files;
+    for (const auto& entry : std::filesystem::directory_iterator(path))
+        files.push_back(entry.path());
+    std::ranges::sort(files);
+    return files;
+}
+
+bool Play(const std::filesystem::path& file) {
+    std::ifstream stream(file, std::ios::binary);
+    const std::vector<std::uint8_t> input{std::istreambuf_iterator<char>(stream), {}};
+    if (!stream) {
+        std::fprintf(stderr, "fuzz_replay: cannot read %s\n", file.string().c_str());
+        return false;
+    }
+    fuzz::Converse(input);
+    return true;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    int played = 0, unreadable = 0;
+    for (int i = 1; i < argc; ++i) {
+        for (const auto& file : FilesIn(argv[i])) {
+            std::fprintf(stderr, "%s\n", file.filename().string().c_str());  // the last one is the culprit
+            ++(Play(file) ? played : unreadable);
+        }
+    }
+    std::printf("%d conversations, as promised\n", played);
+    return played > 0 && unreadable == 0 ? 0 : 1;
+}
