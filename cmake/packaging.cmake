@@ -1,9 +1,9 @@
 # What script/package packs: a zip to copy from and an installer, both from the same files.
 set(texts ${CMAKE_BINARY_DIR}/texts)
+set(manual ${CMAKE_SOURCE_DIR}/build/manual/manual.html)  # by script/manual
 configure_file(packaging/README.txt ${texts}/README.txt @ONLY NEWLINE_STYLE DOS)
 configure_file(LICENSE ${texts}/LICENSE.txt @ONLY NEWLINE_STYLE DOS)
-configure_file(docs/manual.md ${texts}/manual.md @ONLY NEWLINE_STYLE DOS)
-install(FILES $<TARGET_FILE:nuv_chromaber> ${texts}/README.txt ${texts}/LICENSE.txt ${texts}/manual.md DESTINATION .)
+install(FILES $<TARGET_FILE:nuv_chromaber> ${texts}/README.txt ${texts}/LICENSE.txt ${manual} DESTINATION .)
 set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON)  # packing does not need the tests built
 
 set(CPACK_GENERATOR ZIP NSIS)

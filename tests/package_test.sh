@@ -4,7 +4,9 @@
 # Usage: package_test.sh FOLDER   (the folder is emptied first; script/package --test calls it)
 set -u
 export LC_ALL=C TZ=UTC
+unset NUV_SIGN_PKCS12 NUV_SIGN_PASSFILE NUV_SIGN_TIMESTAMP  # a signature tells its time, so that no two are alike
 root=$(cd "$(dirname "$0")/.." && pwd)
+source "$root/tests/promise.sh"
 rm -rf "$1" && mkdir -p "$1" && cd "$1" || exit 2
 folder=$PWD
 export NUV_WINEPREFIX=$folder/prefix
@@ -15,28 +17,10 @@ setup=$root/dist/nuv_chromaber-$version-win64-setup.exe
 zip=$root/dist/nuv_chromaber-$version-win64.zip
 aex=$root/build/package/nuv_chromaber.aex
 programs=$root/build/windows/tests
-texts=(LICENSE.txt README.txt manual.md)
-
-passed=0
-failed=0
-
-# promise TEXT COMMAND…: the command's exit code decides. It runs in a shell of its own.
-promise() {
-    local text=$1
-    shift
-    if ("$@"); then
-        echo "ok   $text"
-        passed=$((passed + 1))
-    else
-        echo "FAIL $text"
-        failed=$((failed + 1))
-    fi
-}
+texts=(LICENSE.txt README.txt manual.html)
 
 # ---- Tools --------------------------------------------------------------------------------------------------
 
-is() { [ "$1" = "$2" ] || { echo "     expected: $2, got: $1"; false; }; }
-not() { ! "$@"; }
 wine() { "$root/script/wine" "$@"; }
 # exits CODE COMMAND…: and its output stays in out.txt.
 exits() {
@@ -61,6 +45,7 @@ hosts='HKLM\SOFTWARE\Adobe\After Effects'
 registered() { wine reg query "$key" /v "$1" /reg:64 | tr -d '\r' | sed -n "s/^ *$1 *REG_[A-Z]* *//p" | grep .; }
 is_registered() { is "$(registered "$1")" "$2"; }
 
+gone() { [ ! -e "$1" ]; }
 files_of() { (cd "$1" && find . -type f | sort | sed 's|^\./||' | tr '\n' ' '); }
 only_holds() { is "$(files_of "$1")" "$(printf '%s\n' "${@:2}" | sort | tr '\n' ' ')"; }
 
@@ -96,6 +81,9 @@ unzip -q "$zip"
 unpacked=$PWD/nuv_chromaber-$version-win64
 promise "the zip holds the effect and three texts" only_holds "$unpacked" nuv_chromaber.aex "${texts[@]}"
 promise "the zip's effect is the one that was built" cmp "$unpacked/nuv_chromaber.aex" "$aex"
+for check in aex_imports_and_exports aex_hardening no_aligned_wide_stack_access; do
+    promise "which passes $check" exits 0 "$root/tests/$check.sh" "$aex" x86_64-w64-mingw32-objdump
+done
 promise "the readme names the folder" grep -qF 'C:\Program Files\Adobe\Common\Plug-ins\7.0\MediaCore' \
     "$unpacked/README.txt"
 promise "the checksums are right" sh -c 'cd "$1" && sha256sum --quiet --check SHA256SUMS' - "$root/dist"
@@ -167,6 +155,7 @@ promise "which is said, too" says "in use"
 promise "and nothing else is removed" only_holds "$home" nuv_chromaber.aex uninstall.exe "${texts[@]}"
 promise "it stays registered" is_registered DisplayVersion "$version"
 promise "the effect in use is unharmed" cmp "$home/nuv_chromaber.aex" older.aex
+promise "another folder is not even made" gone "$drive/elsewhere"
 exec 3>&-
 wait "$holder"
 promise "once the host is closed it is replaced" exits 0 install
@@ -174,17 +163,42 @@ promise "by this one" cmp "$home/nuv_chromaber.aex" "$aex"
 
 # ---- Other folders ------------------------------------------------------------------------------------------
 
-gone() { [ ! -e "$1" ]; }
 promise "another folder can be named" exits 0 install_into 'C:\my plug-ins\NUV'
 promise "and gets the effect" cmp "$drive/my plug-ins/NUV/nuv_chromaber.aex" "$aex"
 promise "which is then no longer in the old folder" gone "$drive/Program Files/Adobe"
 promise "the next version goes where the last one was" exits 0 install
 promise "and nowhere else" gone "$drive/Program Files/Adobe"
 
-uninstalls() { # FOLDER
-    exits 0 wine "$1/uninstall.exe" /S && eventually gone "$1" && eventually not registered DisplayName
+unregistered() { not registered DisplayName >/dev/null; }
+uninstalled_from() { # FOLDER
+    exits 0 wine "$1/uninstall.exe" /S && eventually unregistered && eventually gone "$1/uninstall.exe"
 }
-promise "it uninstalls from there" uninstalls "$drive/my plug-ins/NUV"
+uninstalls() { uninstalled_from "$1" && eventually gone "$1"; }
+promise "a folder beside it gets what the next one makes" exits 0 install_into 'C:\my plug-ins\other'
+promise "it uninstalls from there" uninstalls "$drive/my plug-ins/other"
+promise "with the folder that the first one made" gone "$drive/my plug-ins"
+
+mkdir "$drive/there before"
+promise "a folder that was there before can be named" exits 0 install_into 'C:\there before'
+refuses() { exits 2 install_into "$1" && says "$2" && cmp "$drive/there before/nuv_chromaber.aex" "$aex"; }
+promise "what is no path is refused" refuses 'some\folder' 'some.folder is not the full path'
+promise "and so is a drive that is not there" refuses 'Q:\NUV' 'Q:.NUV is not the full path'
+promise "and nothing" refuses '' 'is not the full path'
+promise "and a folder within a file" refuses 'C:\windows\setup.exe\NUV' 'NUV is not the full path'
+promise "and a place where none can be made" refuses 'Z:\proc\NUV' 'NUV cannot be written'
+mkdir "$drive/of another" && echo theirs >"$drive/of another/README.txt"
+promise "and one where another has a file of that name" refuses 'C:\of another' 'README.txt that is not'
+promise "which is unharmed" is "$(cat "$drive/of another/README.txt")" theirs
+promise "and alone" only_holds "$drive/of another" README.txt
+rm -r "$drive/of another"
+promise "an uninstalled effect leaves no file" uninstalled_from "$drive/there before"
+promise "but the folder" rmdir "$drive/there before"
+
+mkdir -p "$drive/by hand/NUV" && cp older.aex "$drive/by hand/NUV/nuv_chromaber.aex"
+promise "an effect that was copied by hand is replaced" exits 0 install_into 'C:\by hand\NUV'
+promise "by this one, as well" cmp "$drive/by hand/NUV/nuv_chromaber.aex" "$aex"
+promise "and uninstalled with its folder" uninstalls "$drive/by hand/NUV"
+promise "but not the one around it" rmdir "$drive/by hand"
 
 mkdir -p "$drive/Hosts/Common"
 wine reg add "$hosts\\24.0" /v CommonPluginInstallPath /d 'C:\Hosts\Common\' /reg:64 /f >/dev/null
@@ -198,6 +212,13 @@ promise "and leaves the host's folder" test -d "$drive/Hosts/Common"
 wine reg delete 'HKLM\SOFTWARE\Adobe' /reg:64 /f >/dev/null
 rm -r "$drive/Hosts"
 
+held_for_seconds() {
+    local folder='C:\Program Files\Adobe\Common\Plug-ins\7.0\MediaCore\NUV'
+    printf 'echo holding\r\nping -n 6 127.0.0.1 <"%s\\uninstall.exe"\r\n' "$folder" >"$drive/windows/hold.bat"
+    wine cmd /c 'C:\windows\hold.bat' >held.txt 2>&1 &
+    eventually grep -q holding held.txt && exits 0 uninstall_in_place "$home" "$folder" && gone "$home"
+}
+
 # ---- Uninstall ----------------------------------------------------------------------------------------------
 
 promise "after a last installation" exits 0 install
@@ -206,6 +227,8 @@ promise "it uninstalls silently" uninstalls "$home"
 promise "and leaves what is not its own" test -e "$media_core/of another effect.aex"
 rm -r "$drive/Program Files/Adobe"
 promise "after yet another one" exits 0 install
+promise "it uninstalls while its uninstaller is still held for some seconds" held_for_seconds
+promise "after the last" exits 0 install
 promise "it uninstalls, and the folders that it made go" uninstalls "$home"
 eventually gone "$drive/Program Files/Adobe"
 contents >afterwards.txt
@@ -244,5 +267,4 @@ promise "what is not signed does not pass for it" eval 'not signed "$aex" >/dev/
 printf x | dd of="$home/nuv_chromaber.aex" bs=1 seek=5000 conv=notrunc 2>/dev/null
 promise "nor does what was changed afterwards" eval 'not signed "$home/nuv_chromaber.aex" >/dev/null'
 
-echo "$passed passed, $failed failed"
-[ "$failed" = 0 ]
+summary
