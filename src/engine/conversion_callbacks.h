@@ -1,6 +1,7 @@
 // Runs the row conversions through the host's iteration.
 #pragma once
 
+#include "engine/plain_floats.h"
 #include "engine/row_kernels.h"
 #include "pf_data.h"
 
@@ -30,6 +31,7 @@ PF_Err ConvertRow(void* refcon, std::int32_t threadIndex, std::int32_t row, std:
     };
     // A host that asks for a row it has not got must not reach memory that is not its own.
     if (row >= 0 && row < context.source.height && context.source.width > 0) {
+        const PlainFloats floats;
         (context.kernels->*kernel)(rowOf(context.source), rowOf(context.destination), context.source.width,
                                    context.scale);
     }

@@ -7,9 +7,11 @@
 #include "engine/conversion_callbacks.h"
 #include "engine/cpu_kernels.h"
 #include "engine/host_buffer.h"
+#include "engine/plain_floats.h"
 #include "engine/worker_threads.h"
 #include "host/host_suite_handler.h"
 #include "host/scoped_suite.h"
+#include "host/utilities.h"
 
 namespace nuv {
 namespace {
@@ -22,8 +24,8 @@ struct Holdings {
           directIterate(inData->pica_basicP, "PF Iterate8 Suite", 1),
           worlds(inData->pica_basicP, "PF World Suite", 2),
           formats(inData->pica_basicP, "PF Pixel Format Suite", 1),
-          result(*inData->utils),
-          input(*inData->utils) {}
+          result(UtilitiesOf(inData)),
+          input(UtilitiesOf(inData)) {}
 
     HostSuiteHandler suites;
     ScopedSuite<PF_Iterate8Suite1> directIterate;
@@ -40,6 +42,15 @@ bool IsUsable(const PF_EffectWorld* world) {
 
 float Quotient(const PF_RationalScale& scale) {
     return static_cast<float>(scale.num) / static_cast<float>(scale.den);
+}
+
+void FillFrame(RenderData& job, const PF_InData& inData) {
+    const PlainFloats floats;
+    job.pixelAspectNum = static_cast<float>(inData.pixel_aspect_ratio.num);
+    job.pixelAspectDen = static_cast<float>(inData.pixel_aspect_ratio.den);
+    job.downsampleX = Quotient(inData.downsample_x);
+    job.downsampleY = Quotient(inData.downsample_y);
+    job.timeSeconds = static_cast<double>(inData.current_time) / static_cast<double>(inData.time_scale);
 }
 
 // Null for a format that the engine does not know. The editing host's own suite has the last word there.
@@ -118,11 +129,7 @@ PF_Err RenderAberration(PF_InData* inData, RenderData& job, PF_EffectWorld* outp
                                          : IterateRowsFallback(from.height, context, callback);
     };
 
-    job.pixelAspectNum = static_cast<float>(inData->pixel_aspect_ratio.num);
-    job.pixelAspectDen = static_cast<float>(inData->pixel_aspect_ratio.den);
-    job.downsampleX = Quotient(inData->downsample_x);
-    job.downsampleY = Quotient(inData->downsample_y);
-    job.timeSeconds = static_cast<double>(inData->current_time) / static_cast<double>(inData->time_scale);
+    FillFrame(job, *inData);
 
     if (!IsUsable(output)) return PF_Err_BAD_CALLBACK_PARAM;
     // Both worlds as they are now: the host gets at its own records in every callback, and what was allocated for
@@ -151,8 +158,11 @@ PF_Err RenderAberration(PF_InData* inData, RenderData& job, PF_EffectWorld* outp
     if (status == PF_Err_NONE) status = inData->inter.abort(inData->effect_ref);
     if (status != PF_Err_NONE) return status;
 
-    ClearBelow(WorkerBand(kWorkerCount - 1, job.output.height).end, job.output);
-    RunWorkers(context.kernels->renderRows, job);
+    {
+        const PlainFloats floats;
+        ClearBelow(WorkerBand(kWorkerCount - 1, job.output.height).end, job.output);
+        RunWorkers(context.kernels->renderRows, job);
+    }
     if (to != nullptr) status = convertRows(AsWorld(job.output), target, to->out);
     return status;
 }

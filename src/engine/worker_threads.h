@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstddef>
 
+#include "engine/plain_floats.h"
 #include "engine/row_kernels.h"
 #include "engine/worker_thread.h"
 
@@ -43,6 +44,7 @@ inline void RunWorkers(RowWorker worker, const RenderData& job) {
         shares[i] = {worker, &job, WorkerBand(i, job.output.height)};
         threads[i].Start(
             [](void* argument) {
+                const PlainFloats floats;  // some systems' threads begin with the state of the one that starts them
                 const Share& share = *static_cast<const Share*>(argument);
                 share.worker(*share.job, share.band.first, share.band.end);
             },

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "engine/plain_floats.h"
+
 namespace nuv {
 namespace {
 
@@ -43,6 +45,7 @@ const PF_ParamDefUnion& ParameterCopies::Value(std::int32_t index) const {
 }
 
 void ParameterCopies::Fill(RenderData& job) const {
+    const PlainFloats floats;
     job.centerX = WholePixels(Value(PARAM_FRAME_CENTER).td.x_value);
     job.centerY = WholePixels(Value(PARAM_FRAME_CENTER).td.y_value);
     job.mode = ZeroBased(Value(PARAM_MODE).pd.value);

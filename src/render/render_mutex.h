@@ -13,6 +13,10 @@ extern std::mutex g_renderMutex;
 
 // Runs the driver under g_renderMutex. Whatever the driver throws is dropped and counts as PF_Err_NONE, so that
 // parameters are still checked in and the host goes on. Throws std::system_error if the mutex cannot be locked.
+//
+// On Windows exceptions of another compiler's runtime, and the system's own, pass this library's frames without
+// running a destructor or a handler. A host that lets one fly out of its callback and catches it beyond the effect
+// leaves the mutex locked, and the next render waits for ever.
 PF_Err RenderUnderMutex(PF_InData* inData, RenderData& job, PF_EffectWorld* output);
 
 }  // namespace nuv
