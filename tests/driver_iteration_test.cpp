@@ -158,6 +158,20 @@ TEST_F(DriverIteration, GoesRowByRowWithoutAnyIteration) {
     EXPECT_EQ(scene.Outstanding(), Lines());
 }
 
+TEST_F(DriverIteration, GoesRowByRowWhereTheSuiteHasNoEntryAtAll) {
+    const auto clean = scene.CleanPicture(Way::plain);
+    static constexpr PF_Iterate8Suite1 kNothing{};
+    basic.onAcquire = [this](const std::string& name, std::int32_t version) {
+        return name == "PF Iterate8 Suite" ? FakeBasic::Answer{0, &kNothing} : Acquire(name, version);
+    };
+    basic.onRelease = [this](const std::string& name, std::int32_t version) {
+        return name == "PF Iterate8 Suite" ? 0 : theirs->ReleaseSuite(name.c_str(), version);
+    };
+    EXPECT_EQ(Render(), PF_Err_NONE);
+    EXPECT_EQ(scene.output.Pixels(), clean);
+    EXPECT_EQ(scene.Outstanding(), Lines());
+}
+
 TEST_F(DriverIteration, StopsAtTheFirstRowThatFailsWithoutAnyIteration) {
     scene.host.options().genericIteration = false;
     scene.host.options().faults = [](const refhost::CallRecord& call) -> std::optional<PF_Err> {

@@ -163,6 +163,31 @@ INSTANTIATE_TEST_SUITE_P(Commands, HandledCommand,
                                          NamedCommand{24, "SmartRender"}),
                          [](const auto& instance) { return instance.param.name; });
 
+// The utilities: a render goes on as if the driver had thrown.
+TEST(Dispatch, AnswersAHostThatLeavesOutItsUtilitiesWithACode) {
+    PF_Handle data = nullptr;
+    for (const auto& [cmd, code] :
+         {std::pair{PF_Cmd_PARAMS_SETUP, PF_Err_BAD_CALLBACK_PARAM},
+          std::pair{PF_Cmd_SEQUENCE_SETUP, PF_Err_BAD_CALLBACK_PARAM},
+          std::pair{PF_Cmd_SEQUENCE_RESETUP, PF_Err_BAD_CALLBACK_PARAM},
+          std::pair{PF_Cmd_SEQUENCE_SETDOWN, PF_Err_BAD_CALLBACK_PARAM}, std::pair{PF_Cmd_RENDER, PF_Err_NONE}}) {
+        SCOPED_TRACE(cmd);
+        Scene scene(InOrder(), Between::Put(Binary()));
+        Between::change = [&](PF_Cmd, PF_InData& inData, void*) { inData.utils = nullptr; };
+        PF_InData inData = scene.host.InData();
+        if (cmd == PF_Cmd_SEQUENCE_SETDOWN) inData.sequence_data = reinterpret_cast<PF_Handle>(&data);
+        PF_OutData outData{};
+        if (cmd == PF_Cmd_RENDER) {
+            EXPECT_EQ(scene.Render(Way::plain), code);
+            EXPECT_TRUE(scene.OutputUntouched());
+        } else {
+            EXPECT_EQ(scene.host.Send(cmd, &inData, &outData), code);
+        }
+        EXPECT_EQ(scene.Outstanding(), Lines());
+        Between::change = nullptr;
+    }
+}
+
 TEST(Dispatch, ReturnsAHandlersOwnCodeAsItStands) {
     for (const PF_Err code : {1, 4, 516, -12345, std::numeric_limits<PF_Err>::min()}) {
         refhost::Host host(Binary(), InOrder());

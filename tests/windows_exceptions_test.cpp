@@ -26,7 +26,7 @@ protected:
 
     // What a command may do at any time.
     static void ThrowAndCatch() {
-        const ExceptionState command;
+        ExceptionState command;
         ExpectNoneOnItsWay();
         EXPECT_THROW(throw 2, int);
         ExpectNoneOnItsWay();
@@ -34,7 +34,7 @@ protected:
 };
 
 TEST_F(Exceptions, CanBeThrownInAHandlerAndThrownOn) {
-    const ExceptionState command;
+    ExceptionState command;
     int caught = 0;
     try {
         try {
@@ -51,7 +51,7 @@ TEST_F(Exceptions, CanBeThrownInAHandlerAndThrownOn) {
 }
 
 TEST_F(Exceptions, AreCountedOnTheirWay) {
-    const ExceptionState command;
+    ExceptionState command;
     struct Count {
         int& onTheirWay;
         ~Count() { onTheirWay = std::uncaught_exceptions(); }
@@ -86,7 +86,7 @@ TEST_F(Exceptions, LeaveCommandsAloneThatHostsSendInBetween) {
             EXPECT_EQ(std::uncaught_exceptions(), 1);
         }
     };
-    const ExceptionState command;
+    ExceptionState command;
     int caught = 0;
     try {
         try {
@@ -103,14 +103,14 @@ TEST_F(Exceptions, LeaveCommandsAloneThatHostsSendInBetween) {
 }
 
 TEST_F(Exceptions, CanBeCarriedToAnotherThread) {
-    const ExceptionState command;
+    ExceptionState command;
     std::exception_ptr carried;
     try {
         throw 1;
     } catch (int) {
         carried = std::current_exception();
         std::thread([&] {
-            const ExceptionState other;
+            ExceptionState other;
             ExpectNoneOnItsWay();
             EXPECT_THROW(std::rethrow_exception(carried), int);
             ExpectNoneOnItsWay();

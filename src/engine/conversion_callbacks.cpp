@@ -76,14 +76,15 @@ PF_Err IterateOnThisThread(std::int32_t iterations, ConvertContext& context, PF_
 }  // namespace
 
 PF_Err IterateRowsFallback(std::int32_t iterations, ConvertContext& context, PF_IterateRowFunc callback) {
-    if (context.iterateSuite == nullptr) return IterateOnThisThread(iterations, context, callback);
+    const PF_Iterate8Suite1* const suite = context.iterateSuite;
+    if (suite == nullptr || suite->iterate == nullptr) return IterateOnThisThread(iterations, context, callback);
 
     PF_InData* const inData = context.inData;
     ScratchColumn scratch(inData);
     if (const PF_Err error = scratch.Make(iterations)) return error;
     TrampolineRefcon refcon{inData, callback, &context, iterations};
-    return context.iterateSuite->iterate(inData, 0, iterations, scratch.world(), nullptr, &refcon,
-                                         IterateRowTrampoline, scratch.world());
+    return suite->iterate(inData, 0, iterations, scratch.world(), nullptr, &refcon, IterateRowTrampoline,
+                          scratch.world());
 }
 
 }  // namespace nuv

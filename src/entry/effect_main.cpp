@@ -18,7 +18,8 @@ struct Arguments {
 
 using Handler = PF_Err (*)(const Arguments&);
 
-// A host that leaves out a record of its command gets a code instead of a crash.
+// A host that leaves out a record of its command gets a code instead of a crash. (Of the tables that it fills with
+// callbacks, single entries are taken on trust.)
 template <class... Pointers>
 void Require(Pointers... pointers) {
     if (!(... && pointers)) throw int{PF_Err_BAD_CALLBACK_PARAM};

@@ -17,7 +17,7 @@ NUV_EXPORT PF_Err PluginDataEntryFunction(PF_PluginDataPtr inPtr, PF_PluginDataC
 
 NUV_EXPORT PF_Err EffectMain(PF_Cmd cmd, PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[],
                              PF_LayerDef* output, void* extra) {
-    const nuv::ExceptionState exceptions;
+    nuv::ExceptionState exceptions;
     return nuv::Dispatch(cmd, in_data, out_data, params, output, extra);
 }
 

@@ -1,6 +1,7 @@
 #include <cstring>
 
 #include "entry/lifecycle.h"
+#include "host/utilities.h"
 
 namespace nuv {
 namespace {
@@ -8,10 +9,11 @@ namespace {
 using SequenceBlock = std::uint32_t;  // always 0; no pointers, so the block is its own flat form
 
 PF_Err MakeBlock(PF_InData* inData, PF_OutData* outData) {
-    const PF_Handle block = inData->utils->host_new_handle(sizeof(SequenceBlock));
+    const PF_UtilCallbacks& utilities = UtilitiesOf(inData);
+    const PF_Handle block = utilities.host_new_handle(sizeof(SequenceBlock));
     outData->sequence_data = block;
     if (block == nullptr) {
-        inData->utils->ansi.strcpy(outData->return_msg, "Internal Error");
+        utilities.ansi.strcpy(outData->return_msg, "Internal Error");
         outData->out_flags |= static_cast<std::int32_t>(PF_OutFlag_DISPLAY_ERROR_MESSAGE);
         return PF_Err_INTERNAL_STRUCT_DAMAGED;
     }
@@ -23,8 +25,9 @@ PF_Err MakeBlock(PF_InData* inData, PF_OutData* outData) {
 
 // The result is not looked at: the block is still the host's, and nothing reads it.
 void BringToSize(PF_InData* inData) {
-    if (inData->utils->host_get_handle_size(inData->sequence_data) == sizeof(SequenceBlock)) return;
-    inData->utils->host_resize_handle(sizeof(SequenceBlock), &inData->sequence_data);
+    const PF_UtilCallbacks& utilities = UtilitiesOf(inData);
+    if (utilities.host_get_handle_size(inData->sequence_data) == sizeof(SequenceBlock)) return;
+    utilities.host_resize_handle(sizeof(SequenceBlock), &inData->sequence_data);
 }
 
 }  // namespace

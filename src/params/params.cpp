@@ -3,6 +3,8 @@
 #include <array>
 #include <cstring>
 
+#include "host/utilities.h"
+
 namespace nuv {
 namespace {
 
@@ -56,11 +58,12 @@ static_assert(kParameters.size() + 1 == PARAM_COUNT);
 
 PF_Err ParamsSetup(PF_InData* inData, PF_OutData* outData) {
     constexpr std::int32_t kAppend = -1;
+    const PF_UtilCallbacks& utilities = UtilitiesOf(inData);
     PF_ParamDef definition;
     for (const Parameter& parameter : kParameters) {
         std::memset(&definition, 0, sizeof definition);
         definition.param_type = parameter.type;
-        inData->utils->ansi.strcpy(definition.name, parameter.name);
+        utilities.ansi.strcpy(definition.name, parameter.name);
         parameter.fill(definition.u, parameter.choices);
         definition.uu.id = parameter.diskId;
         if (const PF_Err error = inData->inter.add_param(inData->effect_ref, kAppend, &definition)) return error;

@@ -47,7 +47,7 @@ NUV_EXPORT PF_Err PluginDataEntryFunction(PF_PluginDataPtr inPtr, PF_PluginDataC
 
 NUV_EXPORT PF_Err EffectMain(PF_Cmd cmd, PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[],
                              PF_LayerDef* output, void* extra) {
-    const nuv::ExceptionState exceptions;
+    nuv::ExceptionState exceptions;
     Command command{cmd, in_data, out_data, params, output, extra};
     return Chosen() && Chosen()->command ? Chosen()->command(command) : Effect(command);
 }

@@ -1,0 +1,14 @@
+// The host's utility callbacks.
+#pragma once
+
+#include "pf_data.h"
+
+namespace nuv {
+
+// Valid as long as the command. Throws the int PF_Err_BAD_CALLBACK_PARAM when the host has left them out.
+inline const PF_UtilCallbacks& UtilitiesOf(const PF_InData* inData) {
+    if (inData->utils == nullptr) throw int{PF_Err_BAD_CALLBACK_PARAM};
+    return *inData->utils;
+}
+
+}  // namespace nuv
