@@ -3,6 +3,7 @@
 // faults: the host hands freed blocks out again.
 #include <benchmark/benchmark.h>
 
+#include <iostream>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -71,10 +72,12 @@ void RegisterAll() {
     Register("threads", StartThreads);
 }
 
-// Prints as ever, and remembers medians.
+// Prints as ever, but to the standard error, and remembers medians.
 class Reporter : public benchmark::ConsoleReporter {
 public:
-    explicit Reporter(bool processorTime) : ConsoleReporter(OO_None), processorTime_(processorTime) {}
+    explicit Reporter(bool processorTime) : ConsoleReporter(OO_None), processorTime_(processorTime) {
+        SetOutputStream(&std::cerr);
+    }
 
     void ReportRuns(const std::vector<Run>& runs) override {
         ConsoleReporter::ReportRuns(runs);
