@@ -74,6 +74,18 @@ promise "the picture of a scaling shows that scaling" \
     shows scaling-cubic-mode-red-cyan-amount-2.5 $detail --scaling cubic --amount 2.5
 promise "a look shows its values" shows mode-blue-yellow-scaling-linear-amount-0.7-frame-center-30-85 640x360+640+0 \
     --mode blue-yellow --amount -0.7 --center 30%,85%
+shows_cutout() { # NAME CROP OPTIONS…: the same for the title, over the squares
+    local picture
+    picture=$(named "$1")
+    "$nuvhost" render "$folder/title.tif" "$folder/check.tif" "${@:3}" &&
+        oiiotool "$folder/check.tif" --cut "$2" \
+            --pattern checker:color1=.36,.36,.36,1:color2=.5,.5,.5,1:width=12:height=12 "${2%%+*}" 4 --over \
+            --ch R,G,B -d uint8 -o "$folder/crop.png" &&
+        oiiotool --fail 0.12 --failpercent 1 --hardfail 1 "$folder/crop.png" "$picture" --diff >"$folder/diff.txt"
+}
+cutout=(show-just-ca-mode-blue-yellow-amount-2 420x280+520+100 --show just-ca --mode blue-yellow --amount -2)
+promise "a cut-out goes into the effect as hosts hand it out" shows_cutout "${cutout[@]}"
+promise "and not with straight alpha" not shows_cutout "${cutout[@]}" --alpha as-is
 promise "which are in the text" grep -q '^\*\*Mode Blue-Yellow, Scaling linear, Amount -0.7, Frame center 30% 85%\*\*' docs/manual.md
 
 summary
