@@ -20,7 +20,7 @@ constexpr char kReport = '\x1e';
 constexpr std::array<std::string_view, 4> kEvents = {"failure", "not-applicable", "points", "done"};
 
 struct Report {
-    Outcome outcome;
+    JobOutcome outcome;
     bool done = false;
 
     void Add(Event event, const std::string& text) {
@@ -49,9 +49,9 @@ std::string TakeReport(const std::string& output, Report& report) {
 }
 
 template <typename Run>
-Outcome Timed(Run run) {
+JobOutcome Timed(Run run) {
     const auto start = std::chrono::steady_clock::now();
-    Outcome outcome = run();
+    JobOutcome outcome = run();
     outcome.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     return outcome;
 }
@@ -62,7 +62,7 @@ std::string_view NameOf(refhost::Personality personality) {
     return personality == refhost::Personality::editor ? "editing" : "compositing";
 }
 
-Outcome RunInThisProcess(const Job& job) {
+JobOutcome RunInThisProcess(const Job& job) {
     return Timed([&] {
         Report report;
         RunCheck(job, [&](Event event, const std::string& text) { report.Add(event, text); });
@@ -79,7 +79,7 @@ void RunAsChild(const Job& job) {
     });
 }
 
-Outcome RunInOwnProcess(const Job& job, std::chrono::milliseconds limit, const std::filesystem::path& nuvhost) {
+JobOutcome RunInOwnProcess(const Job& job, std::chrono::milliseconds limit, const std::filesystem::path& nuvhost) {
     return Timed([&] {
         const ChildEnd end = RunChild(job, limit, nuvhost);
         Report report;

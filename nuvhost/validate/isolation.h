@@ -11,19 +11,19 @@
 
 namespace nuvhost::validate {
 
-struct Outcome {
+struct JobOutcome {
     std::vector<std::string> failures;  // empty: the check holds, unless it is not applicable
     std::string notApplicable;          // why
     std::int64_t points = 0;
     double seconds = 0;
 };
 
-Outcome RunInThisProcess(const Job& job);
+JobOutcome RunInThisProcess(const Job& job);
 
 // In a process of its own: a crash, a hang beyond `limit` and an exit are failures. What it prints is quoted with
 // the failures. On Linux a copy of this process, whose other threads must be idle; on Windows `nuvhost`, the
 // path of nuvhost.exe, is started anew. Throws std::runtime_error when no process can be made.
-Outcome RunInOwnProcess(const Job& job, std::chrono::milliseconds limit, const std::filesystem::path& nuvhost);
+JobOutcome RunInOwnProcess(const Job& job, std::chrono::milliseconds limit, const std::filesystem::path& nuvhost);
 
 // What the process of one check does on Windows: reports to standard output, as RunInOwnProcess reads it.
 void RunAsChild(const Job& job);

@@ -22,7 +22,7 @@ std::vector<Job> JobsOf(const Check& check, const RunOptions& options) {
     return jobs;
 }
 
-Status StatusOf(const Outcome& outcome, bool listed) {
+Status StatusOf(const JobOutcome& outcome, bool listed) {
     if (!outcome.failures.empty()) return listed ? Status::deviates : Status::failed;
     return outcome.notApplicable.empty() ? Status::passed : Status::notApplicable;
 }

@@ -39,7 +39,7 @@ struct Result {
     refhost::Personality personality = refhost::Personality::compositor;
     std::uint64_t seed = 1;
     Status status = Status::notRun;
-    Outcome outcome;
+    JobOutcome outcome;
     std::string reason;  // of a deviation
 };
 
