@@ -20,7 +20,7 @@ using namespace validate;
 struct ValidateOptions {
     std::filesystem::path plugin, json, junit, deviations;
     std::vector<std::string> globs;
-    bool list = false, quick = false, inProcess = false;
+    bool list = false, quick = false, inProcess = false, verbose = false;
     std::uint64_t seed = 1;
     int repeat = 1;
     int timeout = 30;
@@ -94,18 +94,19 @@ void Validate(const ValidateOptions& given) {
     run.inProcess = options.inProcess;
 
     const ProgressLine progress;
-    const auto results = Run(run, {.onStart =
-                                       [&](const Check& check, int number, int count) {
-                                           progress.Show("[" + std::to_string(number) + "/" +
-                                                         std::to_string(count) + "] " + std::string(check.id));
-                                       },
-                                   .onResult =
-                                       [&](const Result& result) {
-                                           if (progress.shown() && result.status == Status::passed) return;
-                                           progress.Clear();
-                                           std::fputs(Lines(result, options.plugin).c_str(), stdout);
-                                           std::fflush(stdout);
-                                       }});
+    const auto results =
+        Run(run, {.onStart =
+                      [&](const Check& check, int number, int count) {
+                          progress.Show("[" + std::to_string(number) + "/" + std::to_string(count) + "] " +
+                                        std::string(check.id));
+                      },
+                  .onResult =
+                      [&](const Result& result) {
+                          if (progress.shown() && result.status == Status::passed) return;
+                          progress.Clear();
+                          std::fputs(Lines(result, options.plugin, options.verbose).c_str(), stdout);
+                          std::fflush(stdout);
+                      }});
     progress.Clear();
     if (!options.json.empty()) WriteFile(options.json, Json(results, options.plugin));
     if (!options.junit.empty()) WriteFile(options.junit, Junit(results, options.plugin));
@@ -127,6 +128,7 @@ void AddValidateCommand(CLI::App& program) {
         ->type_name("GLOB")
         ->expected(1)
         ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    command.add_flag("-v,--verbose", options->verbose, "Tell what was seen of the deviations, too");
     command.add_flag("--quick", options->quick, "Leave out the slow checks");
     command.add_option("--seed", options->seed, "Start of all random numbers (default: 1)")->type_name("N");
     command.add_option("--repeat", options->repeat, "Run each check N times, with the seeds that follow")
@@ -140,8 +142,9 @@ void AddValidateCommand(CLI::App& program) {
         ->check(CLI::Range(1, 86'400));
     command
         .add_option("--deviations", options->deviations,
-                    "Promises that the effect breaks on purpose, a JSON object of check ids and reasons; the run "
-                    "is green when exactly these fail (default: PLUGIN's name with .deviations.json)")
+                    "Promises that the effect breaks on purpose: a JSON object of check ids, each with its reason "
+                    "and with patterns of the lines that the check fails by in each host; the run is green when "
+                    "exactly these come (default: PLUGIN's name with .deviations.json)")
         ->type_name("FILE");
     command.add_option("--json", options->json, "Write the results as JSON")->type_name("FILE");
     command.add_option("--junit", options->junit, "Write the results as JUnit XML")->type_name("FILE");

@@ -7,8 +7,11 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <fstream>
 #include <stdexcept>
 
+#include "nuvhost/errors.h"
+#include "nuvhost/validate/registry.h"
 #include "nuvhost/validate/report.h"
 #include "nuvhost/validate/runner.h"
 
@@ -30,6 +33,13 @@ void Throw(Context&) {
 }
 void Crash(Context&) {
     ::raise(SIGSEGV);
+}
+void BreakAndCrash(Context& context) {
+    Break(context);
+    Crash(context);
+}
+void BreakOnSeedOne(Context& context) {
+    context.Expect(context.random()() != std::mt19937_64(1)(), "the seed is 1");
 }
 void Exit(Context&) {
     ::_exit(0);
@@ -77,7 +87,7 @@ TEST(Validator, ReportsEveryFailureOfACheck) {
 
 TEST(Validator, SurvivesACrashAnExitAndAHang) {
     EXPECT_EQ(FailuresOf(Crash), Lines{"the process crashed with SIGSEGV"});
-    EXPECT_EQ(FailuresOf(Exit), Lines{"the process exited with code 0 before the check was through"});
+    EXPECT_EQ(FailuresOf(Exit), Lines{"the process ended with exit code 0"});
     EXPECT_EQ(FailuresOf(Hang), Lines{"the process was still running after 200 ms"});
 }
 
@@ -91,22 +101,117 @@ TEST(Validator, RunsACheckInBothPersonalitiesAndSaysWhichFailed) {
     EXPECT_EQ(results[1].status, Status::failed);
 }
 
-TEST(Validator, IsGreenOnlyWhenExactlyTheListedChecksDeviate) {
+RunOptions Listing(Lines patterns, Personality personality = Personality::compositor) {
     RunOptions options;
-    options.deviations = {{"family.check", "on purpose"}};
+    options.deviations["family.check"] = {"on purpose", {{personality, std::move(patterns)}}};
+    options.timeout = std::chrono::milliseconds(200);
+    return options;
+}
+
+TEST(Validator, IsGreenOnlyWhenExactlyTheListedChecksDeviate) {
+    const RunOptions options = Listing({"first", "second"});
     EXPECT_EQ(RunOne(Break, options).status, Status::deviates);
     EXPECT_EQ(RunOne(Hold, options).status, Status::doesNotDeviate);
+    EXPECT_EQ(RunOne(BeElsewhere, options).status, Status::doesNotDeviate);
     EXPECT_EQ(RunOne(Break).status, Status::failed);
     EXPECT_TRUE(Count(std::vector{RunOne(Break, options)}).Green());
     EXPECT_FALSE(Count(std::vector{RunOne(Hold, options)}).Green());
     EXPECT_FALSE(Count(std::vector{RunOne(Break)}).Green());
 }
 
-TEST(Validator, TakesADeviationInOnePersonalityForADeviation) {
-    RunOptions options;
-    options.deviations = {{"family.check", "on purpose"}};
+TEST(Validator, ExcusesOnlyTheLinesThatAreListedAndAllOfThem) {
+    EXPECT_EQ(RunOne(Break, Listing({"fi*", "?econd"})).status, Status::deviates);
+    const Result another = RunOne(Break, Listing({"first"}));
+    EXPECT_EQ(another.status, Status::failed);
+    EXPECT_EQ(another.differences, Lines{"not expected: second"});
+    const Result missing = RunOne(Break, Listing({"*", "third*"}));
+    EXPECT_EQ(missing.status, Status::failed);
+    EXPECT_EQ(missing.differences, Lines{"expected, but did not come: third*"});
+    EXPECT_EQ(RunOne(Break, Listing({"irst", "secon"})).differences.size(), 4u);
+}
+
+TEST(Validator, ExcusesNoProcessThatDies) {
+    for (const auto die : {Crash, Exit, Hang, BreakAndCrash})
+        EXPECT_EQ(RunOne(die, Listing({"*"})).status, Status::failed);
+}
+
+TEST(Validator, ExcusesADeviationInTheListedPersonalityAlone) {
     const std::vector<Check> checks = {Make(BreakInEditing, Where::both)};
-    EXPECT_TRUE(Count(RunAll(checks, options)).Green());
+    EXPECT_TRUE(Count(RunAll(checks, Listing({"is the editing host"}, Personality::editor))).Green());
+    const auto results = RunAll(checks, Listing({"is the editing host"}, Personality::compositor));
+    EXPECT_EQ(results.at(0).status, Status::doesNotDeviate);
+    EXPECT_EQ(results.at(1).status, Status::failed);
+}
+
+TEST(Validator, JudgesEachRepeatOfADeviationByItself) {
+    RunOptions options = Listing({"the seed is 1"});
+    options.repeat = 2;
+    const std::vector<Check> checks = {Make(BreakOnSeedOne)};
+    const auto results = RunAll(checks, options);
+    EXPECT_EQ(results.at(0).status, Status::deviates);
+    EXPECT_EQ(results.at(1).status, Status::doesNotDeviate);
+}
+
+TEST(Validator, TellsOfADeviationTheReasonAndOnRequestTheLines) {
+    const std::vector<Check> checks = {Make(Break)};
+    const Result result = RunAll(checks, Listing({"*"})).at(0);
+    EXPECT_EQ(nuvhost::validate::Lines(result, "/a/b.so"),
+              "deviates          family.check (compositing): on purpose\n");
+    EXPECT_EQ(nuvhost::validate::Lines(result, "/a/b.so", true),
+              "deviates          family.check (compositing): on purpose\n    first\n    second\n");
+    EXPECT_NE(Json(std::vector{result}, "/a/b.so").find("\"second\""), std::string::npos);
+    EXPECT_NE(Junit(std::vector{result}, "/a/b.so").find("first&#10;second"), std::string::npos);
+}
+
+// "" if the file is accepted.
+std::string RefusalOf(const std::string& text) {
+    const auto file = std::filesystem::path(testing::TempDir()) / "a.deviations.json";
+    std::ofstream(file) << text;
+    try {
+        ReadDeviations(file);
+    } catch (const nuvhost::UsageError& error) {
+        const std::string line = error.what(), name = file.string() + ": ";
+        return line.starts_with(name) ? line.substr(name.size()) : "without the file's name: " + line;
+    }
+    return "";
+}
+
+TEST(Validator, SaysWhatIsWrongWithAListOfDeviations) {
+    const std::string_view right = R"({"loading.loads": {"reason": "r", "compositing": ["*"]}})";
+    EXPECT_EQ(RefusalOf(std::string(right)), "");
+    EXPECT_EQ(RefusalOf(std::string(right.substr(1))), "is not one JSON object");
+    const std::pair<const char*, const char*> entries[] = {
+        {R"("on purpose")", "is not an object with a reason and the lines that it excuses"},
+        {R"({"compositing": ["*"]})", "has no reason"},
+        {R"({"reason": "", "compositing": ["*"]})", "has no reason"},
+        {R"({"reason": "r"})", "names no host in which it fails"},
+        {R"({"reason": "r", "compositing": []})", R"("compositing" is not a list of patterns)"},
+        {R"({"reason": "r", "compositing": "*"})", R"("compositing" is not a list of patterns)"},
+        {R"({"reason": "r", "compositing": [""]})", R"("compositing" is not a list of patterns)"},
+        {R"({"reason": "r", "compositing": ["*"], "edting": ["*"]})", R"("edting" is unknown)"},
+        {R"({"reason": "r", "editing": ["*"]})", "is no check of the editing host"},
+    };
+    for (const auto& [entry, refusal] : entries)
+        EXPECT_EQ(RefusalOf(std::string(R"({"loading.loads": )") + entry + "}"),
+                  std::string(R"("loading.loads": )") + refusal);
+    EXPECT_EQ(RefusalOf(R"({"loading.lods": {"reason": "r", "compositing": ["*"]}})"),
+              R"("loading.lods": is no check; nuvhost validate --list names them)");
+    EXPECT_EQ(RefusalOf(R"({"loading.loads": 1, "loading.loads": 2})"), R"("loading.loads" is listed twice)");
+}
+
+TEST(Validator, AcceptsAndLeavesOutDeviationsOfTheOtherSystem) {
+    const auto file = std::filesystem::path(testing::TempDir()) / "a.deviations.json";
+    std::ofstream(file) << R"({"property-list.once": {"reason": "r", "compositing": ["*"]}})";
+    EXPECT_TRUE(ReadDeviations(file).empty());
+    EXPECT_NE(RefusalOf(R"({"property-list.once": {"reason": "r"}})"), "");
+}
+
+TEST(Validator, MatchesGlobsInShortTime) {
+    EXPECT_TRUE(MatchesGlob("abcabd", "*ab?"));
+    EXPECT_TRUE(MatchesGlob("", "*"));
+    EXPECT_FALSE(MatchesGlob("", "?"));
+    EXPECT_FALSE(MatchesGlob("ab", "a"));
+    EXPECT_FALSE(MatchesGlob(std::string(1000, 'a'), "*a*a*a*a*a*a*a*a*a*a*a*a*b"));
 }
 
 TEST(Validator, RunsNothingAfterAGateThatFails) {

@@ -17,7 +17,8 @@
 //  2. Add one row to the family's table at the end of that file: id, promise, personality, function, and Kind::slow
 //     if it runs thousands of cycles or takes gigabytes. The id begins with the family's name and a dot, and never
 //     changes: people name it in scripts and deviation files. The promise is one sentence about the effect.
-//     A check that can only run on one system stands in the table on that system alone (#if).
+//     A check that can only run on one system stands in the table on that system alone (#if), and in the list of
+//     these in registry.cpp.
 //  3. Write its control in tests/broken_plugin/<family>_controls.cpp: the effect with one fault, on
 //     which this check fails and no other one. A hook of a few lines, and one row with the check's id and what is
 //     wrong:
@@ -30,7 +31,7 @@
 //         …
 //         {.check = "setup.output-size-kept", .fault = "reports a width", .command = ReportsAWidth},
 //
-//     Where the effect itself breaks the promise on purpose, its id and the reason are in
+//     Where the effect itself breaks the promise on purpose, its id, the reason and the lines are in
 //     src/resources/nuv_chromaber.deviations.json, and the control has `.mends = true`: the effect without the
 //     habit, on which the check must hold.
 //  4. build/linux/tests/validator_test --check '<family>.*' tries the family against its controls, with --full each

@@ -1,19 +1,34 @@
-// The promises that an effect is known to break, and why.
+// The promises that an effect is known to break, why, and how exactly.
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <string>
+#include <vector>
+
+#include "reference_host/host.h"
 
 namespace nuvhost::validate {
 
-using Deviations = std::map<std::string, std::string, std::less<>>;  // check id -> reason
+struct Deviation {
+    std::string reason;
+    // What the failing check says, as patterns of whole lines (see MatchesGlob). In a personality that is not among
+    // the keys the check holds.
+    std::map<refhost::Personality, std::vector<std::string>> lines;
+};
+using Deviations = std::map<std::string, Deviation, std::less<>>;  // by check id
 
 // <plug-in's folder>/<stem>.deviations.json
 std::filesystem::path DeviationsBeside(const std::filesystem::path& plugin);
 
-// One JSON object of strings. Throws std::runtime_error with one line that names the file and what is wrong with
-// it, also where an entry names no check or gives no reason.
+// One JSON object: check id -> {"reason": "…", "compositing": ["pattern", …], "editing": ["pattern", …]}, with one
+// of the personalities at least. Checks of the other system are left out. Throws UsageError with one line that
+// names the file, the id and what is wrong.
 Deviations ReadDeviations(const std::filesystem::path& file);
+
+// One line for each failure that no pattern expects, and for each pattern that no failure matches.
+std::vector<std::string> Differences(const std::vector<std::string>& failures,
+                                     const std::vector<std::string>& patterns);
 
 }  // namespace nuvhost::validate

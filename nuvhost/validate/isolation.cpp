@@ -84,15 +84,13 @@ JobOutcome RunInOwnProcess(const Job& job, std::chrono::milliseconds limit, cons
         const ChildEnd end = RunChild(job, limit, nuvhost);
         Report report;
         const std::string printed = TakeReport(end.output, report);
-        if (!end.how.empty()) {
-            report.outcome.failures.push_back("the process " + end.how);
-        } else if (!report.done) {
-            report.outcome.failures.push_back("the process exited with code 0 before the check was through");
+        JobOutcome& outcome = report.outcome;
+        outcome.died = !report.done || !end.how.empty();
+        if (outcome.died) {
+            outcome.failures.push_back("the process " + (end.how.empty() ? "ended with exit code 0" : end.how));
         }
-        if (!report.outcome.failures.empty() && !printed.empty()) {
-            report.outcome.failures.push_back("printed: " + printed.substr(0, printed.size() - 1));
-        }
-        return report.outcome;
+        if (!printed.empty()) outcome.printed = printed.substr(0, printed.size() - 1);
+        return outcome;
     });
 }
 

@@ -33,6 +33,8 @@ std::span<const Check> PropertyListChecks();  // on Windows only
 std::span<const Check> AllChecks();
 // Null if there is none.
 const Check* FindCheck(std::string_view id);
+// Of a check that is compiled for the other system alone: a deviation file is the same on both.
+bool IsOfOtherSystem(std::string_view id);
 // `*` stands for any characters, `?` for one.
 bool MatchesGlob(std::string_view text, std::string_view glob);
 

@@ -42,21 +42,28 @@ std::string Escaped(std::string_view text) {
 }
 
 std::string Why(const Result& result) {
-    if (result.status == Status::doesNotDeviate) return "is listed as a deviation, but holds: " + result.reason;
+    if (result.status == Status::doesNotDeviate) {
+        const std::string& why = result.outcome.notApplicable;
+        return "is listed as a deviation, but " + (why.empty() ? "holds" : "is not applicable, as it " + why) +
+               ": " + result.reason;
+    }
     if (result.status == Status::notRun) return "a check on which all others depend has failed";
     if (result.status == Status::notApplicable) return result.outcome.notApplicable;
-    return Joined(result.outcome.failures);
+    std::vector<std::string> lines = result.differences.empty() ? result.outcome.failures : result.differences;
+    if (!result.differences.empty()) lines.insert(lines.begin(), "does not deviate as listed");
+    if (!result.outcome.printed.empty()) lines.push_back("printed: " + result.outcome.printed);
+    return Joined(lines);
 }
 
 }  // namespace
 
-std::string Lines(const Result& result, const std::filesystem::path& plugin) {
+std::string Lines(const Result& result, const std::filesystem::path& plugin, bool verbose) {
     std::string head(NameOf(result.status));
     head.resize(18, ' ');
     head += std::string(result.check->id) + " (" + std::string(NameOf(result.personality)) + ")";
     if (result.status == Status::passed) return head + "\n";
-    if (result.status == Status::deviates) return head + ": " + result.reason + "\n";
-    std::string text = head + ": " + Why(result);
+    std::string text = head + ": " + (result.status == Status::deviates ? result.reason : Why(result));
+    if (result.status == Status::deviates && verbose) text += "\n" + Why(result);
     for (std::size_t at = 0; (at = text.find('\n', at)) != std::string::npos; at += 5)
         text.replace(at, 1, "\n    ");
     text += "\n";
@@ -83,12 +90,14 @@ std::string Json(std::span<const Result> results, const std::filesystem::path& p
         ordered_json entry = {{"id", result.check->id},
                               {"personality", NameOf(result.personality)},
                               {"promise", result.check->promise},
-                              {"status", NameOf(result.status)},
+                              {"status", WordOf(result.status)},
                               {"seed", result.seed},
                               {"seconds", result.outcome.seconds},
                               {"points", result.outcome.points},
                               {"failures", result.outcome.failures}};
         if (!result.reason.empty()) entry["reason"] = result.reason;
+        if (!result.differences.empty()) entry["differences"] = result.differences;
+        if (!result.outcome.printed.empty()) entry["printed"] = result.outcome.printed;
         if (!result.outcome.notApplicable.empty()) entry["notApplicable"] = result.outcome.notApplicable;
         list.push_back(std::move(entry));
     }
@@ -113,6 +122,8 @@ std::string Junit(std::span<const Result> results, const std::filesystem::path& 
             text += "><failure message=\"" + Escaped(Why(result)) + "\"/></testcase>\n";
         } else if (result.status == Status::notApplicable) {
             text += "><skipped message=\"" + Escaped(Why(result)) + "\"/></testcase>\n";
+        } else if (result.status == Status::deviates) {
+            text += "><system-out>" + Escaped(result.reason + "\n" + Why(result)) + "</system-out></testcase>\n";
         } else {
             text += "/>\n";
         }

@@ -9,8 +9,9 @@
 
 namespace nuvhost::validate {
 
-// The whole lines about one result, each with its line end: what failed, and the command that repeats it.
-std::string Lines(const Result& result, const std::filesystem::path& plugin);
+// The whole lines about one result, each with its line end: what failed, and the command that repeats it. `verbose`
+// tells of a deviation what was seen as well.
+std::string Lines(const Result& result, const std::filesystem::path& plugin, bool verbose = false);
 // "24 passed, 0 failed, 6 deviate as listed", and more where there is more to say.
 std::string Summary(const Counts& counts);
 

@@ -22,30 +22,58 @@ std::vector<Job> JobsOf(const Check& check, const RunOptions& options) {
     return jobs;
 }
 
-Status StatusOf(const JobOutcome& outcome, bool listed) {
-    if (!outcome.failures.empty()) return listed ? Status::deviates : Status::failed;
-    return outcome.notApplicable.empty() ? Status::passed : Status::notApplicable;
+void Judge(Result& result, const Deviations& deviations) {
+    const JobOutcome& outcome = result.outcome;
+    const bool fails = outcome.died || !outcome.failures.empty();
+    const auto entry = deviations.find(result.check->id);
+    const bool listed = entry != deviations.end() && entry->second.lines.contains(result.personality);
+    if (!listed) {
+        result.status = fails                           ? Status::failed
+                        : outcome.notApplicable.empty() ? Status::passed
+                                                        : Status::notApplicable;
+        return;
+    }
+    result.reason = entry->second.reason;
+    if (!fails) {
+        result.status = Status::doesNotDeviate;
+        return;
+    }
+    if (!outcome.died)
+        result.differences = Differences(outcome.failures, entry->second.lines.at(result.personality));
+    result.status = outcome.died || !result.differences.empty() ? Status::failed : Status::deviates;
 }
 
 Result RunJob(const Job& job, const RunOptions& options, bool blocked) {
-    Result result{job.check, job.personality, job.seed, Status::notRun, {}, {}};
+    Result result{job.check, job.personality, job.seed, Status::notRun, {}, {}, {}};
     if (blocked) return result;
     result.outcome =
         options.inProcess
             ? RunInThisProcess(job)
             : RunInOwnProcess(job, options.timeout * (job.check->kind == Kind::slow ? 10 : 1), options.nuvhost);
-    const auto listed = options.deviations.find(job.check->id);
-    result.status = StatusOf(result.outcome, listed != options.deviations.end());
-    if (listed != options.deviations.end()) result.reason = listed->second;
+    Judge(result, options.deviations);
     return result;
 }
+
+struct Names {
+    std::string_view name, word;
+};
+constexpr Names kNames[] = {
+    {"passed", "passed"},
+    {"FAILED", "failed"},
+    {"deviates", "deviates"},
+    {"DOES NOT DEVIATE", "does-not-deviate"},
+    {"not applicable", "not-applicable"},
+    {"not run", "not-run"},
+};
 
 }  // namespace
 
 std::string_view NameOf(Status status) {
-    constexpr std::string_view kNames[] = {"passed",           "FAILED",         "deviates",
-                                           "DOES NOT DEVIATE", "not applicable", "not run"};
-    return kNames[static_cast<std::size_t>(status)];
+    return kNames[static_cast<std::size_t>(status)].name;
+}
+
+std::string_view WordOf(Status status) {
+    return kNames[static_cast<std::size_t>(status)].word;
 }
 
 std::vector<Result> Run(const RunOptions& options, const RunObserver& observer) {
@@ -54,16 +82,9 @@ std::vector<Result> Run(const RunOptions& options, const RunObserver& observer) 
     int number = 0;
     for (const Check* check : options.checks) {
         ++number;
-        const std::vector<Job> jobs = JobsOf(*check, options);
-        bool deviated = false;
-        for (const Job& job : jobs) {
+        for (const Job& job : JobsOf(*check, options)) {
             if (observer.onStart) observer.onStart(*check, number, static_cast<int>(options.checks.size()));
             Result result = RunJob(job, options, blocked);
-            deviated = deviated || result.status == Status::deviates;
-            const bool last = &job == &jobs.back();
-            if (last && !blocked && !deviated && options.deviations.contains(check->id)) {
-                result.status = Status::doesNotDeviate;
-            }
             if (observer.onResult) observer.onResult(result);
             results.push_back(std::move(result));
         }

@@ -26,12 +26,13 @@ struct RunOptions {
 enum class Status {
     passed,
     failed,
-    deviates,        // fails as the deviations say
-    doesNotDeviate,  // holds although the deviations say that it fails; on the check's last result
+    deviates,        // fails exactly as the deviations say
+    doesNotDeviate,  // holds or does not apply although the deviations say that it fails
     notApplicable,
     notRun,  // a gate has failed
 };
-std::string_view NameOf(Status status);
+std::string_view NameOf(Status status);  // for people
+std::string_view WordOf(Status status);  // for programs, which rely on it: "does-not-deviate"
 
 // One run of one check.
 struct Result {
@@ -40,7 +41,8 @@ struct Result {
     std::uint64_t seed = 1;
     Status status = Status::notRun;
     JobOutcome outcome;
-    std::string reason;  // of a deviation
+    std::string reason;                    // of a deviation
+    std::vector<std::string> differences;  // of a failure from what is listed of it
 };
 
 struct Counts {
@@ -55,8 +57,8 @@ struct RunObserver {
     std::function<void(const Result&)> onResult;
 };
 
-// Every check, in the personalities that it is for, `repeat` times. A check that is listed as deviating has to fail
-// in one of its runs.
+// Every check, in the personalities that it is for, `repeat` times. A check that is listed as deviating in a
+// personality has to fail there, each time, by the lines that are listed. A crash, a hang and an exit always fail.
 std::vector<Result> Run(const RunOptions& options, const RunObserver& observer = {});
 
 Counts Count(std::span<const Result> results);
