@@ -126,8 +126,7 @@ void AddValidateCommand(CLI::App& program) {
     command
         .add_option("--check", options->globs, "Only checks whose id matches; * and ? as in file names; repeatable")
         ->type_name("GLOB")
-        ->expected(1)
-        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+        ->allow_extra_args(false);  // or it would take PLUGIN as well
     command.add_flag("-v,--verbose", options->verbose, "Tell what was seen of the deviations, too");
     command.add_flag("--quick", options->quick, "Leave out the slow checks");
     command.add_option("--seed", options->seed, "Start of all random numbers (default: 1)")->type_name("N");

@@ -1,0 +1,22 @@
+#!/bin/bash
+# The command line of the validator.
+source "$(dirname "$0")/tools.sh"
+plugin=$(dirname "$nuvhost")/nuv_chromaber.so
+
+# validates CODE TEXT ARGUMENTS…: that exit code, and the text on standard output.
+validates() {
+    local actual
+    "$nuvhost" validate "${@:3}" >stdout.txt 2>stderr.txt
+    actual=$?
+    is "$actual" "$1" && grep -qF -- "$2" stdout.txt || { cat stdout.txt stderr.txt; false; }
+}
+
+promise "--check takes one value and leaves PLUGIN alone" \
+    validates 0 "1 passed" --check loading.loads "$plugin"
+promise "--check may be repeated" \
+    validates 0 "2 passed" --check loading.loads --check 'loading.expor?s' "$plugin"
+promise "--check may stand behind PLUGIN" validates 0 "1 passed" "$plugin" --check loading.loads
+promise "a pattern that matches no check is refused" \
+    refuses 2 "loading.lods" validate --check loading.lods "$plugin"
+
+summary
