@@ -47,6 +47,9 @@ void Exit(Context&) {
 void Hang(Context&) {
     ::pause();
 }
+void EndTheProcess(Context&) {
+    std::exit(3);
+}
 void BeElsewhere(Context& context) {
     context.NotApplicable("has no editing side");
 }
@@ -89,6 +92,19 @@ TEST(Validator, SurvivesACrashAnExitAndAHang) {
     EXPECT_EQ(FailuresOf(Crash), Lines{"the process crashed with SIGSEGV"});
     EXPECT_EQ(FailuresOf(Exit), Lines{"the process ended with exit code 0"});
     EXPECT_EQ(FailuresOf(Hang), Lines{"the process was still running after 200 ms"});
+}
+
+TEST(Validator, EndsAtOnceWhenTheEffectEndsTheProcess) {
+    static const pid_t self = ::getpid();
+    std::atexit([] {
+        if (::getpid() != self) ::pause();  // as a library that waits for threads of the copied process
+    });
+    EXPECT_EQ(FailuresOf(EndTheProcess), Lines{"the process ended with exit code 3"});
+}
+
+TEST(Validator, NamesTheCheckInWhichTheEffectEndsThisProcess) {
+    EXPECT_EXIT(RunOne(EndTheProcess, {.inProcess = true}), testing::ExitedWithCode(1),
+                "family.check \\(compositing\\)");
 }
 
 TEST(Validator, RunsACheckInBothPersonalitiesAndSaysWhichFailed) {

@@ -9,28 +9,35 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <stdexcept>
 
 #include "child_process.h"
 #include "isolation.h"
 
-extern "C" __attribute__((weak)) void __lsan_do_leak_check();  // in builds that look for leaks
+extern "C" __attribute__((weak)) void __lsan_do_leak_check();      // in builds that look for leaks
 
 namespace nuvhost::validate {
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
+// Leaves out what the parent's libraries do at exit: they would wait for threads that this copy does not have.
+[[noreturn]] void End(int code) {
+    std::fflush(nullptr);
+    ::_exit(code);
+}
+
 [[noreturn]] void BeChild(const Job& job, int output) {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    ::on_exit([](int code, void*) { End(code); }, nullptr);  // after what the effect does at exit
     ::dup2(output, STDOUT_FILENO);
     ::dup2(output, STDERR_FILENO);
     ::close(output);
     RunAsChild(job);
-    std::fflush(nullptr);
     if (__lsan_do_leak_check) __lsan_do_leak_check();  // ends the process with a code where there are leaks
-    ::_exit(0);  // the parent's libraries would wait at exit for threads that this copy does not have
+    End(0);
 }
 
 std::string HowEnded(int status) {
@@ -39,7 +46,7 @@ std::string HowEnded(int status) {
         return std::string("crashed with ") +
                (name ? std::string("SIG") + name : "signal " + std::to_string(WTERMSIG(status)));
     }
-    if (WEXITSTATUS(status) != 0) return "exited with code " + std::to_string(WEXITSTATUS(status));
+    if (WEXITSTATUS(status) != 0) return "ended with exit code " + std::to_string(WEXITSTATUS(status));
     return "";
 }
 

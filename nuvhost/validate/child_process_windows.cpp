@@ -40,7 +40,7 @@ std::string HowEnded(DWORD code) {
     if (code == 0) return "";
     char text[64];
     std::snprintf(text, sizeof text,
-                  code >= 0x80000000u ? "crashed with exception 0x%08lx" : "exited with code %lu", code);
+                  code >= 0x80000000u ? "crashed with exception 0x%08lx" : "ended with exit code %lu", code);
     return text;
 }
 

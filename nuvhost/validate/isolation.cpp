@@ -1,8 +1,11 @@
 #include "isolation.h"
 
 #include <array>
+#include <atomic>
 #include <cstdio>
+#include <cstdlib>
 #include <sstream>
+#include <stdexcept>
 #include <string_view>
 
 #include <nlohmann/json.hpp>
@@ -48,6 +51,18 @@ std::string TakeReport(const std::string& output, Report& report) {
     return printed;
 }
 
+std::atomic<const Job*> g_running = nullptr;  // in this process
+
+void RefuseToExit() {
+    const Job* const job = g_running;
+    if (job == nullptr) return;
+    std::fflush(stdout);
+    std::fprintf(stderr, "nuvhost: the effect ended the process in %s (%s)\n", std::string(job->check->id).c_str(),
+                 std::string(NameOf(job->personality)).c_str());
+    std::fflush(stderr);
+    std::_Exit(1);
+}
+
 template <typename Run>
 JobOutcome Timed(Run run) {
     const auto start = std::chrono::steady_clock::now();
@@ -63,9 +78,13 @@ std::string_view NameOf(refhost::Personality personality) {
 }
 
 JobOutcome RunInThisProcess(const Job& job) {
+    static const bool watched = std::atexit(RefuseToExit) == 0;
+    if (!watched) throw std::runtime_error("the process has no room for what to do at its end");
     return Timed([&] {
         Report report;
+        g_running = &job;
         RunCheck(job, [&](Event event, const std::string& text) { report.Add(event, text); });
+        g_running = nullptr;
         return report.outcome;
     });
 }

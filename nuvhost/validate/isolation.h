@@ -20,6 +20,7 @@ struct JobOutcome {
     double seconds = 0;
 };
 
+// Where the effect ends the process, a line on standard error names the check and the exit code is 1.
 JobOutcome RunInThisProcess(const Job& job);
 
 // In a process of its own: a crash, a hang beyond `limit` and an exit are failures. On Linux a copy of this

@@ -19,4 +19,16 @@ promise "--check may stand behind PLUGIN" validates 0 "1 passed" "$plugin" --che
 promise "a pattern that matches no check is refused" \
     refuses 2 "loading.lods" validate --check loading.lods "$plugin"
 
+# ---- Files that are no effects ------------------------------------------------------------------------------
+
+printf '#include <stdlib.h>\n__attribute__((constructor)) static void end() { exit(3); }\n' |
+    g++ -shared -fPIC -x c++ -o exits.so -
+exits() { validates 1 "the process ended with exit code 3" --check loading.loads exits.so; }
+promise "a plug-in that ends the process is told from one that hangs" exits
+exits_here() {
+    validates 1 "" --in-process --check loading.loads exits.so && is "$(wc -l <stderr.txt)" 1 &&
+        grep -qF 'in loading.loads (compositing)' stderr.txt
+}
+promise "--in-process names the check in which the process ended" exits_here
+
 summary
