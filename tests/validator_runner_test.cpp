@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <poll.h>
 #include <signal.h>
 #include <unistd.h>
 
@@ -49,6 +50,10 @@ void Hang(Context&) {
 }
 void EndTheProcess(Context&) {
     std::exit(3);
+}
+void HangInTwo(Context&) {
+    ::fork();
+    ::pause();
 }
 void BeElsewhere(Context& context) {
     context.NotApplicable("has no editing side");
@@ -105,6 +110,16 @@ TEST(Validator, EndsAtOnceWhenTheEffectEndsTheProcess) {
 TEST(Validator, NamesTheCheckInWhichTheEffectEndsThisProcess) {
     EXPECT_EXIT(RunOne(EndTheProcess, {.inProcess = true}), testing::ExitedWithCode(1),
                 "family.check \\(compositing\\)");
+}
+
+TEST(Validator, EndsAtTheTimeLimitWhatTheEffectHasStarted) {
+    int ends[2];
+    ASSERT_EQ(::pipe(ends), 0);
+    EXPECT_EQ(FailuresOf(HangInTwo), Lines{"the process was still running after 200 ms"});
+    ::close(ends[1]);
+    pollfd wait{ends[0], POLLIN, 0};
+    EXPECT_EQ(::poll(&wait, 1, 5000), 1) << "a process still holds the other end";
+    ::close(ends[0]);
 }
 
 TEST(Validator, RunsACheckInBothPersonalitiesAndSaysWhichFailed) {

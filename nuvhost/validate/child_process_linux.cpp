@@ -31,6 +31,7 @@ using Clock = std::chrono::steady_clock;
 
 [[noreturn]] void BeChild(const Job& job, int output) {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    ::setpgid(0, 0);
     ::on_exit([](int code, void*) { End(code); }, nullptr);  // after what the effect does at exit
     ::dup2(output, STDOUT_FILENO);
     ::dup2(output, STDERR_FILENO);
@@ -93,6 +94,7 @@ ChildEnd RunChild(const Job& job, std::chrono::milliseconds limit, const std::fi
         BeChild(job, ends[1]);
     }
     ::close(ends[1]);
+    ::setpgid(child, child);  // here as well, so that the group is there whoever comes first
 
     ChildEnd end;
     int status = 0;
@@ -101,7 +103,7 @@ ChildEnd RunChild(const Job& job, std::chrono::milliseconds limit, const std::fi
     if (inTime) {
         end.how = HowEnded(status);
     } else {
-        ::kill(child, SIGKILL);
+        ::kill(-child, SIGKILL);  // with every process that the effect has started
         ::waitpid(child, &status, 0);
         end.how = "was still running after " + std::to_string(limit.count()) + " ms";
     }
