@@ -17,6 +17,7 @@
 #include "isolation.h"
 
 extern "C" __attribute__((weak)) void __lsan_do_leak_check();      // in builds that look for leaks
+extern "C" __attribute__((weak)) int __llvm_profile_write_file();  // in builds that count what runs
 
 namespace nuvhost::validate {
 namespace {
@@ -26,6 +27,7 @@ using Clock = std::chrono::steady_clock;
 // Leaves out what the parent's libraries do at exit: they would wait for threads that this copy does not have.
 [[noreturn]] void End(int code) {
     std::fflush(nullptr);
+    if (__llvm_profile_write_file) __llvm_profile_write_file();
     ::_exit(code);
 }
 
