@@ -103,6 +103,7 @@ void Validate(const ValidateOptions& given) {
                   .onResult =
                       [&](const Result& result) {
                           if (progress.shown() && result.status == Status::passed) return;
+                          if (result.status == Status::notRun) return;  // all that is left; counted below
                           progress.Clear();
                           std::fputs(Lines(result, options.plugin, options.verbose).c_str(), stdout);
                           std::fflush(stdout);
@@ -111,6 +112,9 @@ void Validate(const ValidateOptions& given) {
     if (!options.json.empty()) WriteFile(options.json, Json(results, options.plugin));
     if (!options.junit.empty()) WriteFile(options.junit, Junit(results, options.plugin));
     const Counts counts = Count(results);
+    if (counts.notRun > 0) {
+        std::printf("not run           %d, as a check on which all others depend has failed\n", counts.notRun);
+    }
     std::printf("%s\n", Summary(counts).c_str());
     if (!counts.Green()) throw ExitWith{1};
 }

@@ -21,6 +21,14 @@ promise "a pattern that matches no check is refused" \
 
 # ---- Files that are no effects ------------------------------------------------------------------------------
 
+echo "no library" >text.so
+one_line() {
+    validates 1 "FAILED            loading.loads" --json out.json --junit out.xml text.so &&
+        is "$(grep -c '^not run ' stdout.txt)" 1 && is "$(wc -l <stdout.txt)" 5 &&
+        [ "$(grep -c '"status": "not-run"' out.json)" -gt 100 ] && [ "$(grep -c '<failure' out.xml)" -gt 100 ]
+}
+promise "what a failed gate leaves out is one line, and whole in the reports" one_line
+
 printf '#include <stdlib.h>\n__attribute__((constructor)) static void end() { exit(3); }\n' |
     g++ -shared -fPIC -x c++ -o exits.so -
 exits() { validates 1 "the process ended with exit code 3" --check loading.loads exits.so; }
