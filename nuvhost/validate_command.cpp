@@ -93,6 +93,10 @@ void Validate(const ValidateOptions& given) {
     run.timeout = std::chrono::seconds(options.timeout);
     run.inProcess = options.inProcess;
 
+    for (const auto& file : {options.json, options.junit}) {
+        if (!file.empty()) RequireWritable(file);
+    }
+
     const ProgressLine progress;
     const auto results =
         Run(run, {.onStart =
@@ -109,13 +113,14 @@ void Validate(const ValidateOptions& given) {
                           std::fflush(stdout);
                       }});
     progress.Clear();
-    if (!options.json.empty()) WriteFile(options.json, Json(results, options.plugin));
-    if (!options.junit.empty()) WriteFile(options.junit, Junit(results, options.plugin));
     const Counts counts = Count(results);
     if (counts.notRun > 0) {
         std::printf("not run           %d, as a check on which all others depend has failed\n", counts.notRun);
     }
     std::printf("%s\n", Summary(counts).c_str());
+    std::fflush(stdout);
+    if (!options.json.empty()) WriteFile(options.json, Json(results, options.plugin));
+    if (!options.junit.empty()) WriteFile(options.junit, Junit(results, options.plugin));
     if (!counts.Green()) throw ExitWith{1};
 }
 

@@ -1,10 +1,13 @@
 #include "report.h"
 
+#include <cerrno>
 #include <fstream>
 #include <stdexcept>
 #include <system_error>
 
 #include <nlohmann/json.hpp>
+
+#include "nuvhost/errors.h"
 
 namespace nuvhost::validate {
 namespace {
@@ -53,6 +56,23 @@ std::string Why(const Result& result) {
     if (!result.differences.empty()) lines.insert(lines.begin(), "does not deviate as listed");
     if (!result.outcome.printed.empty()) lines.push_back("printed: " + result.outcome.printed);
     return Joined(lines);
+}
+
+// Writes beside the file, and moves that over it if it is to stay.
+void Replace(const std::filesystem::path& file, const std::string& text, bool stays) {
+    auto partial = file;
+    partial += ".partial";
+    std::error_code error;
+    {
+        std::ofstream stream(partial, std::ios::binary);
+        stream << text;
+        stream.close();
+        if (!stream) error.assign(errno, std::generic_category());
+    }
+    if (!error && stays) std::filesystem::rename(partial, file, error);
+    std::error_code ignored;
+    if (error || !stays) std::filesystem::remove(partial, ignored);
+    if (error) throw std::runtime_error(file.string() + ": cannot be written: " + error.message());
 }
 
 }  // namespace
@@ -131,21 +151,13 @@ std::string Junit(std::span<const Result> results, const std::filesystem::path& 
     return text + "</testsuite>\n";
 }
 
+void RequireWritable(const std::filesystem::path& file) {
+    if (std::filesystem::is_directory(file)) throw UsageError(file.string() + ": is a folder");
+    Replace(file, "", false);
+}
+
 void WriteFile(const std::filesystem::path& file, const std::string& text) {
-    auto partial = file;
-    partial += ".partial";
-    std::error_code error;
-    {
-        std::ofstream stream(partial, std::ios::binary);
-        stream << text;
-        stream.close();
-        if (!stream) error = std::make_error_code(std::errc::io_error);
-    }
-    if (!error) std::filesystem::rename(partial, file, error);
-    if (!error) return;
-    std::error_code ignored;
-    std::filesystem::remove(partial, ignored);
-    throw std::runtime_error(file.string() + ": cannot be written");
+    Replace(file, text, true);
 }
 
 }  // namespace nuvhost::validate

@@ -18,6 +18,9 @@ std::string Summary(const Counts& counts);
 std::string Json(std::span<const Result> results, const std::filesystem::path& plugin);
 std::string Junit(std::span<const Result> results, const std::filesystem::path& plugin);
 
+// Throws UsageError for a folder, else std::runtime_error, with one line where WriteFile could not write. Leaves
+// nothing behind.
+void RequireWritable(const std::filesystem::path& file);
 // The file appears whole or not at all. Throws std::runtime_error with one line.
 void WriteFile(const std::filesystem::path& file, const std::string& text);
 

@@ -19,6 +19,35 @@ promise "--check may stand behind PLUGIN" validates 0 "1 passed" "$plugin" --che
 promise "a pattern that matches no check is refused" \
     refuses 2 "loading.lods" validate --check loading.lods "$plugin"
 
+mkdir folder.so folder.json
+
+# ---- Deviations ---------------------------------------------------------------------------------------------
+
+echo '{"loading.loads": {"reason": "on purpose", "compositing": ["*"]}}' >holds.json
+echo '{"loading.loads": {"reason": "on purpose"}}' >wrong.json
+promise "a deviation that does not come is a failure" \
+    validates 1 "DOES NOT DEVIATE  loading.loads (compositing): is listed as a deviation, but holds: on purpose" \
+    --deviations holds.json --check loading.loads "$plugin"
+promise "a wrong list of deviations is refused" \
+    refuses 2 'wrong.json: "loading.loads": names no host' validate --deviations wrong.json "$plugin"
+promise "a list of deviations that is not there is refused" \
+    refuses 2 "nowhere.json" validate --deviations nowhere.json "$plugin"
+
+# ---- Reports ------------------------------------------------------------------------------------------------
+
+for option in --json --junit; do
+    promise "$option into a folder that is not there is refused before the run" \
+        refuses 1 "nowhere/out.json: cannot be written" validate $option nowhere/out.json "$plugin"
+    promise "$option onto a folder is refused before the run" \
+        refuses 2 "folder.json: is a folder" validate $option folder.json "$plugin"
+done
+words() {
+    validates 1 "1 passed, 1 failed" --deviations holds.json --json out.json --check loading.loads \
+        --check loading.exports "$plugin" &&
+        is "$(grep -o '"status": .*' out.json | tr -d '\n')" '"status": "does-not-deviate","status": "passed",'
+}
+promise "a program reads a status as one word" words
+
 # ---- Files that are no effects ------------------------------------------------------------------------------
 
 echo "no library" >text.so
