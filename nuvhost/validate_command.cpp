@@ -1,8 +1,10 @@
 #include <CLI/CLI.hpp>
 
+#include <charconv>
 #include <cstdio>
 #include <memory>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "commands.h"
@@ -65,6 +67,14 @@ Deviations ReadChosenDeviations(const ValidateOptions& options) {
     return std::filesystem::exists(beside) ? ReadDeviations(beside) : Deviations{};
 }
 
+std::uint64_t SeedOf(const std::string& text) {
+    std::uint64_t seed = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, seed);
+    if (error != std::errc() || stop != end) throw UsageError("--seed: \"" + text + "\" is no number from 0 on");
+    return seed;
+}
+
 void RunHere(const ValidateOptions& options) {
     const Check* const check = FindCheck(options.childCheck);
     if (!check) throw UsageError("--check-in-process: \"" + options.childCheck + "\" is no check");
@@ -77,6 +87,7 @@ void Validate(const ValidateOptions& given) {
     ValidateOptions options = given;
     if (options.list) return List(Chosen(options));
     if (options.plugin.empty()) throw UsageError("PLUGIN is required");
+    if (std::filesystem::is_directory(options.plugin)) throw UsageError(options.plugin.string() + ": is a folder");
     if (!std::filesystem::is_regular_file(options.plugin)) {
         throw UsageError(options.plugin.string() + ": no such file");
     }
@@ -117,7 +128,7 @@ void Validate(const ValidateOptions& given) {
     if (counts.notRun > 0) {
         std::printf("not run           %d, as a check on which all others depend has failed\n", counts.notRun);
     }
-    std::printf("%s\n", Summary(counts).c_str());
+    std::printf("%s\n", Summary(counts, options.seed).c_str());
     std::fflush(stdout);
     if (!options.json.empty()) WriteFile(options.json, Json(results, options.plugin));
     if (!options.junit.empty()) WriteFile(options.junit, Junit(results, options.plugin));
@@ -138,7 +149,11 @@ void AddValidateCommand(CLI::App& program) {
         ->allow_extra_args(false);  // or it would take PLUGIN as well
     command.add_flag("-v,--verbose", options->verbose, "Tell what was seen of the deviations, too");
     command.add_flag("--quick", options->quick, "Leave out the slow checks");
-    command.add_option("--seed", options->seed, "Start of all random numbers (default: 1)")->type_name("N");
+    command
+        .add_option_function<std::string>(
+            "--seed", [options](const std::string& text) { options->seed = SeedOf(text); },
+            "Start of all random numbers (default: 1)")
+        ->type_name("N");
     command.add_option("--repeat", options->repeat, "Run each check N times, with the seeds that follow")
         ->type_name("N")
         ->check(CLI::Range(1, 1'000'000));

@@ -29,8 +29,9 @@ std::string Utf8(const std::filesystem::path& file) {
 std::shared_ptr<void> Load(const std::filesystem::path& file) {
     HMODULE module = LoadLibraryW(file.c_str());
     if (!module) {
-        throw std::runtime_error(Utf8(file) + ": cannot be loaded (Windows error " +
-                                 std::to_string(GetLastError()) + ")");
+        const DWORD error = GetLastError();
+        throw std::runtime_error(Utf8(file) + ": cannot be loaded (Windows error " + std::to_string(error) +
+                                 (error == ERROR_BAD_EXE_FORMAT ? ", it is no 64-bit Windows library)" : ")"));
     }
     return {module, [](void* loaded) { FreeLibrary(static_cast<HMODULE>(loaded)); }};
 }

@@ -17,7 +17,9 @@ Module::Module(const std::filesystem::path& file) : handle_(LoadLibraryW(file.c_
     if (handle_ == nullptr) {
         const DWORD error = GetLastError();
         throw std::runtime_error("cannot be loaded: Windows error " + std::to_string(error) +
-                                 (error == ERROR_MOD_NOT_FOUND ? ", a library that it needs is missing" : ""));
+                                 (error == ERROR_MOD_NOT_FOUND    ? ", a library that it needs is missing"
+                                  : error == ERROR_BAD_EXE_FORMAT ? ", it is no 64-bit Windows library"
+                                                                  : ""));
     }
 }
 

@@ -95,13 +95,13 @@ std::string Lines(const Result& result, const std::filesystem::path& plugin, boo
     return text;
 }
 
-std::string Summary(const Counts& counts) {
+std::string Summary(const Counts& counts, std::uint64_t seed) {
     std::string text = std::to_string(counts.passed) + " passed, " + std::to_string(counts.failed) + " failed, " +
                        std::to_string(counts.deviating) + " deviate as listed";
     if (counts.notApplicable > 0) text += ", " + std::to_string(counts.notApplicable) + " not applicable";
     if (counts.notRun > 0) text += ", " + std::to_string(counts.notRun) + " not run";
     if (counts.points > 0) text += "; " + std::to_string(counts.points) + " points tried";
-    return text;
+    return text + "; seed " + std::to_string(seed) + " repeats it";
 }
 
 std::string Json(std::span<const Result> results, const std::filesystem::path& plugin) {

@@ -12,8 +12,8 @@ namespace nuvhost::validate {
 // The whole lines about one result, each with its line end: what failed, and the command that repeats it. `verbose`
 // tells of a deviation what was seen as well.
 std::string Lines(const Result& result, const std::filesystem::path& plugin, bool verbose = false);
-// "24 passed, 0 failed, 6 deviate as listed", and more where there is more to say.
-std::string Summary(const Counts& counts);
+// "24 passed, 0 failed, 6 deviate as listed; seed 1 repeats it", and more where there is more to say.
+std::string Summary(const Counts& counts, std::uint64_t seed);
 
 std::string Json(std::span<const Result> results, const std::filesystem::path& plugin);
 std::string Junit(std::span<const Result> results, const std::filesystem::path& plugin);

@@ -19,7 +19,13 @@ promise "--check may stand behind PLUGIN" validates 0 "1 passed" "$plugin" --che
 promise "a pattern that matches no check is refused" \
     refuses 2 "loading.lods" validate --check loading.lods "$plugin"
 
+promise "the seed of a run is named" validates 0 "; seed 7 repeats it" --seed 7 --check loading.loads "$plugin"
+for seed in -1 1x "" 18446744073709551616; do
+    promise "the seed '$seed' is refused" refuses 2 "\"$seed\"" validate --seed "$seed" "$plugin"
+done
 mkdir folder.so folder.json
+promise "a folder as PLUGIN is called one" refuses 2 "folder.so: is a folder" validate folder.so
+promise "a missing PLUGIN is called so" refuses 2 "nowhere.so: no such file" validate nowhere.so
 
 # ---- Deviations ---------------------------------------------------------------------------------------------
 
