@@ -23,11 +23,6 @@ std::optional<HandleStore::Info> Require(const Callback& callback, PF_Handle han
     return info;
 }
 
-bool BelongsToRecord(const Command& command, PF_Handle handle) {
-    const PF_InData* in = command.inData;
-    return in && (handle == in->sequence_data || handle == in->global_data);
-}
-
 // The host's handles are the effect's to free at their end only.
 bool MayDispose(const Command& command, PF_Handle handle) {
     switch (command.cmd) {
@@ -63,10 +58,8 @@ void* LockHandle(PF_Handle handle) {
 void UnlockHandle(PF_Handle handle) {
     const Callback callback(Call::unlockHandle);
     if (!callback) return;
-    // The effect unlocks a sequence or global handle that there may not be, and that nobody has locked.
-    std::optional<HandleStore::Info> info;
-    if (handle) info = Require(callback, handle);
-    if (info && info->locks == 0 && !BelongsToRecord(callback.command(), handle)) {
+    const auto info = Require(callback, handle);
+    if (info && info->locks == 0) {
         callback.Misuse("a handle of " + std::to_string(info->size) + " bytes is not locked");
     }
     callback.state().handles.Unlock(handle);

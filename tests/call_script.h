@@ -31,8 +31,8 @@ struct Step {
     const char* call;
     PF_Err code;
     Picture picture;
-    const char* kept = nullptr;    // the one thing that is not given back
-    const char* misuse = nullptr;  // the one thing that the host may complain of
+    const char* kept = nullptr;  // the one thing that is not given back
+    Lines misuse = {};           // what the host complains of
 };
 
 using Script = std::vector<Step>;
@@ -49,7 +49,7 @@ Script ParameterCheckins();
 struct DriverCalls {
     Script suites = {
         {"AcquireSuite PF Pixel Format Suite 1", PF_Err_NONE, kAsClean},
-        {"AcquireSuite PF World Suite 2", kFault, kUntouched, kFormatSuiteKept},
+        {"AcquireSuite PF World Suite 2", kFault, kUntouched, kFormatSuiteKept, kUnlockedNothing},
         {"AcquireSuite PF Iterate8 Suite 1", PF_Err_NONE, kUntouched},  // the driver throws
     };
     Script sourceFormat = {{"GetPixelFormat PF World Suite", PF_Err_NONE, kAnything}};  // an unknown format

@@ -15,7 +15,8 @@ Script EditorsCalls(bool deep = false) {
     };
     DriverCalls driver;
     driver.deep = deep;
-    driver.suites[0] = {"AcquireSuite PF Pixel Format Suite 1", PF_Err_NONE, kUntouched, kWorldSuiteKept};
+    driver.suites[0] = {"AcquireSuite PF Pixel Format Suite 1", PF_Err_NONE, kUntouched, kWorldSuiteKept,
+                        kUnlockedNothing};
     driver.sourceFormat = bothOpinions;
     driver.outputFormat = bothOpinions;
     return PlainRenderCalls(driver);

@@ -16,6 +16,7 @@ TEST_F(EarlyExit, KeepsThePixelFormatSuiteWhenTheWorldSuiteIsMissing) {
     EXPECT_EQ(DriversCalls(), (Lines{"AcquireSuite PF Pixel Format Suite 1", "AcquireSuite PF World Suite 2",
                                      "host_unlock_handle", "host_unlock_handle"}));
     EXPECT_EQ(scene.Outstanding(), Lines{kFormatSuiteKept});
+    EXPECT_EQ(scene.Misuse(), kUnlockedNothing);
 }
 
 TEST_F(EarlyExit, ReturnsZeroWhenTheHostSucceedsWithoutAWorldSuite) {
@@ -23,6 +24,7 @@ TEST_F(EarlyExit, ReturnsZeroWhenTheHostSucceedsWithoutAWorldSuite) {
     EXPECT_EQ(Render(), PF_Err_NONE);
     EXPECT_TRUE(scene.OutputUntouched());
     EXPECT_EQ(scene.Outstanding(), Lines{kFormatSuiteKept});
+    EXPECT_EQ(scene.Misuse(), kUnlockedNothing);
 }
 
 TEST_F(EarlyExit, KeepsTheWorldSuiteInAnEditorWithoutThePixelFormatSuite) {
@@ -34,6 +36,7 @@ TEST_F(EarlyExit, KeepsTheWorldSuiteInAnEditorWithoutThePixelFormatSuite) {
         EXPECT_EQ(DriversCalls(), (Lines{"AcquireSuite PF Pixel Format Suite 1", "AcquireSuite PF World Suite 2",
                                          "host_unlock_handle", "host_unlock_handle"}));
         EXPECT_EQ(scene.Outstanding(), Lines{kWorldSuiteKept});
+        EXPECT_EQ(scene.Misuse(), kUnlockedNothing);
         scene.host.account().Reclaim();
     }
 }
@@ -47,6 +50,7 @@ TEST_F(EarlyExit, ReturnsTheWorldSuitesErrorInAnEditorWithoutEitherSuite) {
     };
     EXPECT_EQ(Render(), 102);
     EXPECT_EQ(scene.Outstanding(), Lines());
+    EXPECT_EQ(scene.Misuse(), kUnlockedNothing);
 }
 
 TEST_F(EarlyExit, ReturnsTheWorldSuitesErrorAlsoWhenOnlyTheEditorsSuiteIsMissing) {
@@ -59,6 +63,7 @@ TEST_F(EarlyExit, ReturnsTheWorldSuitesErrorAlsoWhenOnlyTheEditorsSuiteIsMissing
     EXPECT_TRUE(scene.OutputUntouched());
     EXPECT_EQ(basic.released, Lines());
     EXPECT_EQ(scene.Outstanding(), Lines{kWorldSuiteKept});
+    EXPECT_EQ(scene.Misuse(), kUnlockedNothing);
 }
 
 TEST_F(EarlyExit, UnlocksTheSequenceDataAndThenTheGlobalData) {
@@ -73,6 +78,7 @@ TEST_F(EarlyExit, UnlocksTheSequenceDataAndThenTheGlobalData) {
     EXPECT_EQ(Render(), kFault);
     EXPECT_EQ(CallsThatBegin("host_unlock_handle"), (Lines{"host_unlock_handle 5", "host_unlock_handle 9"}));
     EXPECT_EQ(scene.Outstanding(), Lines{kFormatSuiteKept}) << "neither handle is locked any more";
+    EXPECT_EQ(scene.Misuse(), Lines());
 }
 
 TEST_F(EarlyExit, IsTheOnlyTimeThatTheseHandlesAreUnlocked) {
@@ -83,6 +89,7 @@ TEST_F(EarlyExit, IsTheOnlyTimeThatTheseHandlesAreUnlocked) {
     };
     EXPECT_EQ(Render(), PF_Err_NONE);
     EXPECT_EQ(CallsThatBegin("host_unlock_handle"), (Lines{"host_unlock_handle 72", "host_unlock_handle 288"}));
+    EXPECT_EQ(scene.Misuse(), Lines());
 }
 
 TEST_F(EarlyExit, DoesNotKeepTheNextRenderFromSucceeding) {

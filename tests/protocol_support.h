@@ -118,6 +118,8 @@ using Lines = std::vector<std::string>;
 // What a driver that returns early does not give back.
 inline constexpr const char* kFormatSuiteKept = "suite \"PF Pixel Format Suite\" 1: acquired 1, released 0";
 inline constexpr const char* kWorldSuiteKept = "suite \"PF World Suite\" 2: acquired 1, released 0";
+// What the host complains of then, where the instance and the session have no data.
+inline const Lines kUnlockedNothing(2, "host_unlock_handle: the handle is null");
 
 // "AcquireSuite PF World Suite 2", "abort"
 inline std::string Line(const refhost::CallRecord& call) {

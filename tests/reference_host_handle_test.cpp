@@ -74,7 +74,8 @@ TEST_F(HostTest, HandleMisuseIsNamed) {
               Lines{"host_lock_handle: the handle is not live"});
     EXPECT_EQ(misuse([](auto& utils, PF_Handle handle) { utils.host_unlock_handle(handle); }),
               Lines{"host_unlock_handle: a handle of 8 bytes is not locked"});
-    EXPECT_EQ(misuse([](auto& utils, PF_Handle) { utils.host_unlock_handle(nullptr); }), Lines{});
+    EXPECT_EQ(misuse([](auto& utils, PF_Handle) { utils.host_unlock_handle(nullptr); }),
+              Lines{"host_unlock_handle: the handle is null"});
     EXPECT_EQ(misuse([](auto& utils, PF_Handle handle) {
                   utils.host_dispose_handle(handle);
                   utils.host_dispose_handle(handle);

@@ -146,7 +146,7 @@ TEST_F(HostTest, SequenceDataIsTheHostsUntilSetDownIsToFreeIt) {
     EXPECT_EQ(Outstanding(), Lines{"handle of 4 bytes"});
 }
 
-TEST_F(HostTest, UnlockingSequenceDataThatIsNotLockedIsTolerated) {
+TEST_F(HostTest, UnlockingSequenceOrGlobalDataThatIsNotLockedIsMisuse) {
     Instance instance(host);
     instance.setSequenceData(host.NewHandle(4));
     g_effect = [](const Arguments& a) {
@@ -155,7 +155,8 @@ TEST_F(HostTest, UnlockingSequenceDataThatIsNotLockedIsTolerated) {
         return 0;
     };
     instance.PlainRender({});
-    EXPECT_EQ(Misuse(), Lines{});
+    EXPECT_EQ(Misuse(), (Lines{"host_unlock_handle: a handle of 4 bytes is not locked",
+                               "host_unlock_handle: the handle is null"}));
 }
 
 }  // namespace
