@@ -6,7 +6,7 @@ namespace nuvhost::validate {
 
 enum class Ask {
     thread,  // pthread_create, whoever calls it
-    memory,  // operator new, called from the effect's own code
+    memory,  // operator new in any form, called from the effect's own code
 };
 
 // While it lives, asks of one kind are counted; the one with the number `failing`, from 1, is refused. One at a

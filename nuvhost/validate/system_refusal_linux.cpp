@@ -58,10 +58,22 @@ Range RangeAround(const void* code) {
     return search.found;
 }
 
-void* Allocate(std::size_t size, const void* caller) {
-    if (g_watch.memory && g_watch.code.Holds(caller) && g_watch.Refuses()) throw std::bad_alloc();
-    if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
-    throw std::bad_alloc();
+// Null when there is no memory, or is to be none for this caller.
+void* Allocate(std::size_t size, const void* caller, std::size_t alignment = 0) noexcept {
+    if (g_watch.memory && g_watch.code.Holds(caller) && g_watch.Refuses()) return nullptr;
+    if (alignment == 0) return std::malloc(size == 0 ? 1 : size);
+    void* memory = nullptr;
+    return ::posix_memalign(&memory, std::max(alignment, sizeof(void*)), size == 0 ? 1 : size) == 0 ? memory
+                                                                                                    : nullptr;
+}
+
+void* OrThrow(void* memory) {
+    if (memory == nullptr) throw std::bad_alloc();
+    return memory;
+}
+
+std::size_t Bytes(std::align_val_t alignment) {
+    return static_cast<std::size_t>(alignment);
 }
 
 // Through a pointer: a compiler that sees the free but not the malloc takes the two for a mismatch.
@@ -81,21 +93,63 @@ extern "C" __attribute__((visibility("default"))) int pthread_create(pthread_t* 
 }
 
 void* operator new(std::size_t size) {
+    return OrThrow(Allocate(size, __builtin_return_address(0)));
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     return Allocate(size, __builtin_return_address(0));
+}
+void* operator new(std::size_t size, std::align_val_t alignment) {
+    return OrThrow(Allocate(size, __builtin_return_address(0), Bytes(alignment)));
+}
+void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
+    return Allocate(size, __builtin_return_address(0), Bytes(alignment));
 }
 void* operator new[](std::size_t size) {
+    return OrThrow(Allocate(size, __builtin_return_address(0)));
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
     return Allocate(size, __builtin_return_address(0));
 }
-void operator delete(void* memory) noexcept {
-    g_free(memory);
+void* operator new[](std::size_t size, std::align_val_t alignment) {
+    return OrThrow(Allocate(size, __builtin_return_address(0), Bytes(alignment)));
 }
-void operator delete[](void* memory) noexcept {
+void* operator new[](std::size_t size, std::align_val_t alignment, const std::nothrow_t&) noexcept {
+    return Allocate(size, __builtin_return_address(0), Bytes(alignment));
+}
+void operator delete(void* memory) noexcept {
     g_free(memory);
 }
 void operator delete(void* memory, std::size_t) noexcept {
     g_free(memory);
 }
+void operator delete(void* memory, const std::nothrow_t&) noexcept {
+    g_free(memory);
+}
+void operator delete(void* memory, std::align_val_t) noexcept {
+    g_free(memory);
+}
+void operator delete(void* memory, std::size_t, std::align_val_t) noexcept {
+    g_free(memory);
+}
+void operator delete(void* memory, std::align_val_t, const std::nothrow_t&) noexcept {
+    g_free(memory);
+}
+void operator delete[](void* memory) noexcept {
+    g_free(memory);
+}
 void operator delete[](void* memory, std::size_t) noexcept {
+    g_free(memory);
+}
+void operator delete[](void* memory, const std::nothrow_t&) noexcept {
+    g_free(memory);
+}
+void operator delete[](void* memory, std::align_val_t) noexcept {
+    g_free(memory);
+}
+void operator delete[](void* memory, std::size_t, std::align_val_t) noexcept {
+    g_free(memory);
+}
+void operator delete[](void* memory, std::align_val_t, const std::nothrow_t&) noexcept {
     g_free(memory);
 }
 
