@@ -2,14 +2,15 @@
 
 #include <algorithm>
 #include <iterator>
-#include <map>
 #include <utility>
 
-namespace nuvhost::validate {
+namespace nuvhost::validate::faults {
 namespace {
 
 using refhost::Call;
 using refhost::CallRecord;
+
+constexpr std::string_view kSuite = "suite ", kUnlock = "host_unlock_handle: ";
 
 refhost::WorldLayout LayoutOf(PF_PixelFormat format) {
     auto layout = Scene::Layout(format, Bench::kWidth, Bench::kHeight);
@@ -17,12 +18,24 @@ refhost::WorldLayout LayoutOf(PF_PixelFormat format) {
     return layout;
 }
 
-Way WayOf(Command command) {
-    return command == Command::plainRender ? Way::plain : Way::smart;
+Way WayOf(RenderCommand command) {
+    return command == RenderCommand::plainRender ? Way::plain : Way::smart;
 }
 
-bool AllPoison(const refhost::World& world) {
-    return std::ranges::all_of(world.Pixels(), [](std::byte b) { return b == std::byte{refhost::World::kPoison}; });
+void Append(Lines& to, const Lines& lines) {
+    to.insert(to.end(), lines.begin(), lines.end());
+}
+
+// A plain render in float is nothing that a host sends of its own accord.
+bool IsUnusual(const Context& context, RenderCommand command, PF_PixelFormat format) {
+    return command == RenderCommand::plainRender && !context.editing() && refhost::BytesPerPixel(format) > 8;
+}
+
+}  // namespace
+
+std::string_view NameOf(RenderCommand command) {
+    constexpr std::string_view kNames[] = {"pre-render", "smart render", "plain render"};
+    return kNames[static_cast<std::size_t>(command)];
 }
 
 std::string What(const CallRecord& call, PF_Err code) {
@@ -31,44 +44,40 @@ std::string What(const CallRecord& call, PF_Err code) {
     return text + (code == PF_Err_NONE ? ", with a null pointer and code 0)" : ")");
 }
 
-// Fails one call, and notes whether it came.
-struct OneFault {
-    CallRecord at;
-    PF_Err code;
-    bool* came;
-
-    std::optional<PF_Err> operator()(const CallRecord& call) const {
-        if (call.call != at.call || call.index != at.index) return std::nullopt;
-        *came = true;
-        return code;
-    }
-};
-
-}  // namespace
-
-std::string_view NameOf(Command command) {
-    constexpr std::string_view kNames[] = {"pre-render", "smart render", "plain render"};
-    return kNames[static_cast<std::size_t>(command)];
+std::optional<PF_Err> OneFault::operator()(const CallRecord& call) const {
+    if (call.call != at.call || call.index != at.index) return std::nullopt;
+    *came = true;
+    return code;
 }
 
-Lines UsualLook(const Outcome& outcome) {
+Lines SuitesLook(const FrameOutcome& outcome) {
+    Lines lines;
+    for (const std::string& line : outcome.kept) {
+        if (line.starts_with(kSuite)) lines.push_back("kept: " + line);
+    }
+    return lines;
+}
+
+Lines UnlocksLook(const FrameOutcome& outcome) {
+    std::string unlocked;
+    for (const std::string& line : outcome.misuse) {
+        if (line.starts_with(kUnlock)) unlocked += (unlocked.empty() ? "" : "; ") + line.substr(kUnlock.size());
+    }
+    return unlocked.empty() ? Lines() : Lines{"unlocked: " + unlocked};
+}
+
+Lines UsualLook(const FrameOutcome& outcome) {
     Lines lines = outcome.damage;
     for (const std::string& line : outcome.misuse) {
-        if (!line.starts_with("host_unlock_handle:")) lines.push_back("misuse: " + line);
+        if (!line.starts_with(kUnlock)) lines.push_back("misuse: " + line);
     }
     for (const std::string& line : outcome.kept) {
-        if (!line.starts_with("suite ")) lines.push_back("kept: " + line);
+        if (!line.starts_with(kSuite)) lines.push_back("kept: " + line);
     }
     return lines;
 }
 
-Lines FailsLook(const Outcome& outcome) {
-    Lines lines = UsualLook(outcome);
-    if (outcome.code == PF_Err_NONE) lines.push_back("the effect answers with success");
-    return lines;
-}
-
-Lines PassesOnLook(const Outcome& outcome) {
+Lines PassesOnLook(const FrameOutcome& outcome) {
     Lines lines = UsualLook(outcome);
     if (outcome.code != kRefused) {
         lines.push_back("the host's code " + std::to_string(kRefused) + " comes back as " +
@@ -77,72 +86,92 @@ Lines PassesOnLook(const Outcome& outcome) {
     return lines;
 }
 
-Bench::Bench(Context& context, Scene& scene, Command command, PF_PixelFormat format)
+Lines StrictLook(const FrameOutcome& outcome) {
+    Lines lines = UsualLook(outcome);
+    Append(lines, SuitesLook(outcome));
+    Append(lines, UnlocksLook(outcome));
+    return lines;
+}
+
+void Trial::Add(const Lines& lines, const std::string& about) {
+    ++points_;
+    for (const std::string& line : lines) {
+        if (++lines_ <= kMostLines) context_.Fail(about + ": " + line);
+    }
+}
+
+void Trial::End(const std::string& whyNothing) {
+    if (lines_ > kMostLines) context_.Fail("and " + std::to_string(lines_ - kMostLines) + " lines more");
+    if (points_ == 0) context_.NotApplicable(whyNothing);
+    context_.AddPoints(points_);
+}
+
+Bench::Bench(Scene& scene, RenderCommand command, PF_PixelFormat format)
     : scene_(scene), command_(command), frame_(LayoutOf(format)) {
-    const Outcome clean = Render();
-    context.Require(clean.code == PF_Err_NONE,
-                    Name() + ": code " + std::to_string(clean.code) + " although nothing fails");
+    code_ = Render().code;
     picture_ = frame_.output.Pixels();
     calls_ = scene.host.account().Calls();
-    if (command == Command::plainRender) return;
+    if (command == RenderCommand::plainRender) return;
 
     scene.host.account().Reset();
     frame_.Render(scene.host, scene.instance, Way::smart, false);
     const auto ofPreRender =
         calls_.begin() + std::min(std::ssize(calls_), std::ssize(scene.host.account().Calls()));
-    if (command == Command::preRender) {
+    if (command == RenderCommand::preRender) {
         calls_.erase(ofPreRender, calls_.end());
     } else {
         calls_.erase(calls_.begin(), ofPreRender);
     }
 }
 
-Outcome Bench::Render(const refhost::FaultPlan& faults) {
+FrameOutcome Bench::Render(const refhost::FaultPlan& faults) {
     auto& host = scene_.host;
     frame_.Poison();
     host.account().Reset();
     const Lines before = host.account().Outstanding();
-    Outcome outcome;
-    if (faults) {
-        host.options().faults = [&](const CallRecord& call) {
-            const auto fate = faults(call);
-            if (call.call == Call::lockHandle && fate) --outcome.locked;
-            return fate;
-        };
-    }
+    FrameOutcome outcome;
+    host.options().faults = faults;
     outcome.code = CodeOf(frame_.Render(host, scene_.instance, WayOf(command_)));
     host.options().faults = nullptr;
-    outcome.written = !AllPoison(frame_.output);
     outcome.damage = frame_.Damage();
     outcome.misuse = host.account().Misuse();
-    outcome.locked += host.account().Count(Call::lockHandle);
-    outcome.unlocked = host.account().Count(Call::unlockHandle);
     std::ranges::set_difference(host.account().Outstanding(), before, std::back_inserter(outcome.kept));
+    const auto& layout = frame_.output.layout();
+    if (!picture_.empty())
+        outcome.difference = Difference(frame_.output.Pixels(), picture_, layout.format, layout.width);
     return outcome;
 }
 
 Lines Bench::NextIsRight() {
     scene_.host.account().Reclaim();
-    const Outcome outcome = Render();
+    const FrameOutcome outcome = Render();
     if (outcome.code != PF_Err_NONE) return {"the next render gives code " + std::to_string(outcome.code)};
-    const auto& layout = frame_.output.layout();
-    const std::string difference = Difference(frame_.output.Pixels(), picture_, layout.format, layout.width);
-    return difference.empty() ? Lines() : Lines{"the next render is not right: " + difference};
+    if (outcome.difference.empty()) return {};
+    return {"the next render is not right: " + outcome.difference};
 }
 
 std::string Bench::Name() const {
-    return std::string(NameOf(command_)) + ", " + NameOf(frame_.output.layout().format);
+    return std::string(faults::NameOf(command_)) + ", " + validate::NameOf(frame_.output.layout().format);
 }
 
-// A plain render in float is nothing that a host sends.
-std::vector<PF_PixelFormat> FormatsOf(Context& context, const Scene& scene, Command command) {
-    auto formats = scene.formats();
-    if (command != Command::plainRender) {
-        if (scene.way() != Way::smart) context.NotApplicable("the effect has no smart render");
-    } else if (!context.editing()) {
-        std::erase_if(formats, [](PF_PixelFormat format) { return refhost::BytesPerPixel(format) > 8; });
+std::vector<RenderCommand> CommandsOf(Context& context) {
+    using enum RenderCommand;
+    return Scene(context).way() == Way::smart ? std::vector{preRender, smartRender, plainRender}
+                                              : std::vector{plainRender};
+}
+
+std::vector<Bench> BenchesOf(Context& context, Scene& scene, RenderCommand command) {
+    if (command != RenderCommand::plainRender && scene.way() != Way::smart)
+        context.NotApplicable("the effect has no smart render");
+    std::vector<Bench> benches;
+    for (const PF_PixelFormat format : scene.formats()) {
+        Bench bench(scene, command, format);
+        if (bench.code() != PF_Err_NONE && IsUnusual(context, command, format)) continue;
+        context.Require(bench.code() == PF_Err_NONE,
+                        bench.Name() + ": code " + std::to_string(bench.code()) + " although nothing fails");
+        benches.push_back(std::move(bench));
     }
-    return formats;
+    return benches;
 }
 
 refhost::HostOptions InOrder(Context& context) {
@@ -151,26 +180,22 @@ refhost::HostOptions InOrder(Context& context) {
     return options;
 }
 
-void TryEach(Context& context, Command command, const Fault& fault, Look look) {
-    auto options = InOrder(context);
+void TryEach(Trial& trial, RenderCommand command, const Fault& fault, Look look) {
+    auto options = InOrder(trial.context());
     options.genericIteration = fault.generic;
-    Scene scene(context, options);
-    int points = 0;
-    for (const PF_PixelFormat format : FormatsOf(context, scene, command)) {
-        Bench bench(context, scene, command, format);
+    Scene scene(trial.context(), options);
+    const std::string host = fault.generic ? "" : " in a host without iterate_generic";
+    for (Bench& bench : BenchesOf(trial.context(), scene, command)) {
         for (const CallRecord& call : bench.calls()) {
             if (std::ranges::find(fault.calls, call.call) == fault.calls.end()) continue;
             bool came = false;
             Lines lines = look(bench.Render(OneFault{call, fault.code, &came}));
+            const Lines next = bench.NextIsRight();
             if (!came) continue;
-            ++points;
-            std::ranges::copy(bench.NextIsRight(), std::back_inserter(lines));
-            context.ExpectNone(lines, bench.Name() + ", " + What(call, fault.code));
-            if (!lines.empty()) return;
+            Append(lines, next);
+            trial.Add(lines, bench.Name() + host + ", " + What(call, fault.code));
         }
     }
-    if (points == 0) context.NotApplicable("the effect makes no such call");
-    context.AddPoints(points);
 }
 
-}  // namespace nuvhost::validate
+}  // namespace nuvhost::validate::faults

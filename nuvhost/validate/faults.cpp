@@ -1,81 +1,86 @@
 // The host's callbacks fail while a frame is rendered. What becomes of set-up commands is in faults_setup.cpp, what
 // the system refuses in faults_system.cpp.
 #include <algorithm>
+#include <array>
+#include <iterator>
 
 #include "fault_points.h"
+#include "reference_host/calls.h"
 #include "registry.h"
 
 namespace nuvhost::validate {
 namespace {
 
+using namespace faults;
 using refhost::Call;
 
-template <Command command, Look look, Call... calls>
+constexpr char kNoSuchCall[] = "the effect makes no such call";
+
+constexpr auto kEveryCall = [] {
+    std::array<Call, refhost::kCallKinds> calls{};
+    for (std::size_t i = 0; i < calls.size(); ++i)
+        calls[i] = static_cast<Call>(i);
+    return calls;
+}();
+
+constexpr auto kPre = RenderCommand::preRender;
+constexpr auto kSmart = RenderCommand::smartRender;
+constexpr auto kPlain = RenderCommand::plainRender;
+
+template <RenderCommand command, Look look, Call... calls>
 void Each(Context& context) {
     static constexpr Call kCalls[] = {calls...};
-    TryEach(context, command, {.calls = kCalls}, look);
+    Trial trial(context);
+    TryEach(trial, command, {.calls = kCalls}, look);
+    trial.End(kNoSuchCall);
 }
 
-template <Command command>
+template <RenderCommand command, Call... others>
+void EachBut(Context& context) {
+    std::vector<Call> calls;
+    std::ranges::copy_if(kEveryCall, std::back_inserter(calls),
+                         [](Call call) { return (... && (call != others)); });
+    Trial trial(context);
+    TryEach(trial, command, {.calls = calls}, UsualLook);
+    trial.End(kNoSuchCall);
+}
+
+template <RenderCommand command>
 void NullSuite(Context& context) {
     static constexpr Call kCalls[] = {Call::acquireSuite};
-    TryEach(context, command, {.calls = kCalls, .code = PF_Err_NONE}, UsualLook);
+    Trial trial(context);
+    TryEach(trial, command, {.calls = kCalls, .code = PF_Err_NONE}, UsualLook);
+    trial.End(kNoSuchCall);
 }
 
 // Hosts that iterate over pixels only are where effects make worlds of their own.
-template <Command command>
+template <RenderCommand command>
 void World(Context& context) {
     static constexpr Call kCalls[] = {Call::newWorld};
-    TryEach(context, command, {.calls = kCalls, .generic = false}, UsualLook);
+    Trial trial(context);
+    TryEach(trial, command, {.calls = kCalls, .generic = false}, UsualLook);
+    trial.End(kNoSuchCall);
 }
-
-constexpr auto kPre = Command::preRender;
-constexpr auto kSmart = Command::smartRender;
-constexpr auto kPlain = Command::plainRender;
 
 // ---- Promises of their own ------------------------------------------------------------------------------------
 
-std::vector<Command> CommandsOf(Context& context) {
-    return Scene(context).way() == Way::smart ? std::vector{kPre, kSmart, kPlain} : std::vector{kPlain};
-}
-
+// Every callback of every command, in hosts of both ways to iterate.
 template <Look look>
-void EverySuite(Context& context) {
-    static constexpr Call kCalls[] = {Call::acquireSuite};
-    for (const Command command : CommandsOf(context)) {
-        for (const PF_Err code : {kRefused, PF_Err{PF_Err_NONE}})
-            TryEach(context, command, {.calls = kCalls, .code = code}, look);
+void EachOfAll(Context& context) {
+    static constexpr Call kSuites[] = {Call::acquireSuite};
+    Trial trial(context);
+    for (const RenderCommand command : CommandsOf(context)) {
+        for (const bool generic : {true, false}) {
+            TryEach(trial, command, {.calls = kEveryCall, .generic = generic}, look);
+            TryEach(trial, command, {.calls = kSuites, .code = PF_Err_NONE, .generic = generic}, look);
+        }
     }
+    trial.End("the effect calls nothing in the host");
 }
 
-Lines SuitesLook(const Outcome& outcome) {
-    Lines lines;
-    std::ranges::copy_if(outcome.kept, std::back_inserter(lines),
-                         [](const std::string& line) { return line.starts_with("suite "); });
-    return lines;
-}
-
-Lines UnlockLook(const Outcome& outcome) {
-    if (outcome.unlocked <= outcome.locked) return {};
-    return {"handles are locked " + std::to_string(outcome.locked) + " times and unlocked " +
-            std::to_string(outcome.unlocked) + " times"};
-}
-
-Lines ToldLook(const Outcome& outcome) {
-    if (outcome.code != PF_Err_NONE || outcome.written) return {};
-    return {"the effect answers with success and has written nothing"};
-}
-
-void UnlocksWhatItLocked(Context& context) {
-    static constexpr Call kCalls[] = {Call::acquireSuite, Call::newHandle, Call::lockHandle};
-    for (const Command command : CommandsOf(context))
-        TryEach(context, command, {.calls = kCalls}, UnlockLook);
-}
-
-void TellsOfFailure(Context& context) {
-    static constexpr Call kCalls[] = {Call::acquireSuite, Call::newHandle, Call::lockHandle, Call::getPixelFormat};
-    const bool smart = Scene(context).way() == Way::smart;
-    TryEach(context, smart ? kSmart : kPlain, {.calls = kCalls}, ToldLook);
+Lines ToldLook(const FrameOutcome& outcome) {
+    if (outcome.code != PF_Err_NONE || outcome.difference.empty()) return {};
+    return {"the effect answers with success, and the picture is not right"};
 }
 
 constexpr Check kChecks[] = {
@@ -87,8 +92,11 @@ constexpr Check kChecks[] = {
      Where::compositing, Each<kPre, UsualLook, Call::newHandle>},
     {"faults.prerender-lock", "Pre-render, and the render after it, survive each handle that cannot be locked.",
      Where::compositing, Each<kPre, UsualLook, Call::lockHandle>},
-    {"faults.prerender-layer", "Pre-render fails when a layer cannot be checked out.", Where::compositing,
-     Each<kPre, FailsLook, Call::checkoutLayer>},
+    {"faults.prerender-layer", "The code of a layer that cannot be checked out is pre-render's code.",
+     Where::compositing, Each<kPre, PassesOnLook, Call::checkoutLayer>},
+
+    {"faults.prerender-other", "Pre-render, and the render after it, survive the failure of any other callback.",
+     Where::compositing, EachBut<kPre, Call::acquireSuite, Call::newHandle, Call::lockHandle, Call::checkoutLayer>},
 
     {"faults.smart-suite-refused", "A smart render survives each suite that the host refuses.", Where::compositing,
      Each<kSmart, UsualLook, Call::acquireSuite>},
@@ -100,12 +108,13 @@ constexpr Check kChecks[] = {
      Each<kSmart, UsualLook, Call::lockHandle>},
     {"faults.smart-parameter-out", "A smart render survives each parameter that cannot be checked out.",
      Where::compositing, Each<kSmart, UsualLook, Call::checkoutParam>},
-    {"faults.smart-parameter-in", "A smart render survives each parameter whose check-in fails.",
-     Where::compositing, Each<kSmart, UsualLook, Call::checkinParam>},
-    {"faults.smart-layer", "A smart render fails when a layer's pixels cannot be checked out.", Where::compositing,
-     Each<kSmart, FailsLook, Call::checkoutLayerPixels>},
-    {"faults.smart-output", "A smart render fails when the output cannot be checked out.", Where::compositing,
-     Each<kSmart, FailsLook, Call::checkoutOutput>},
+    {"faults.smart-parameter-in",
+     "The code of a parameter's check-in is a smart render's code, if nothing has failed before.",
+     Where::compositing, Each<kSmart, PassesOnLook, Call::checkinParam>},
+    {"faults.smart-layer", "The code of a layer whose pixels cannot be checked out is a smart render's code.",
+     Where::compositing, Each<kSmart, PassesOnLook, Call::checkoutLayerPixels>},
+    {"faults.smart-output", "The code of an output that cannot be checked out is a smart render's code.",
+     Where::compositing, Each<kSmart, PassesOnLook, Call::checkoutOutput>},
     {"faults.smart-rows", "The code that stops an iteration, at whatever row, is a smart render's code.",
      Where::compositing, Each<kSmart, PassesOnLook, Call::iterate, Call::iterateGeneric, Call::row>},
     {"faults.smart-abort", "The code of an abort, whenever it comes, is a smart render's code.", Where::compositing,
@@ -114,6 +123,10 @@ constexpr Check kChecks[] = {
      Where::compositing, Each<kSmart, UsualLook, Call::getPixelFormat>},
     {"faults.smart-world", "A smart render survives each world that the host does not make.", Where::compositing,
      World<kSmart>},
+    {"faults.smart-other", "A smart render survives the failure of any other callback.", Where::compositing,
+     EachBut<kSmart, Call::acquireSuite, Call::newHandle, Call::lockHandle, Call::checkoutParam, Call::checkinParam,
+             Call::checkoutLayerPixels, Call::checkoutOutput, Call::iterate, Call::iterateGeneric, Call::row,
+             Call::abort, Call::getPixelFormat, Call::newWorld>},
 
     {"faults.plain-suite-refused", "A plain render survives each suite that the host refuses.", Where::both,
      Each<kPlain, UsualLook, Call::acquireSuite>},
@@ -125,8 +138,9 @@ constexpr Check kChecks[] = {
      Each<kPlain, UsualLook, Call::lockHandle>},
     {"faults.plain-parameter-out", "A plain render survives each parameter that cannot be checked out.",
      Where::both, Each<kPlain, UsualLook, Call::checkoutParam>},
-    {"faults.plain-parameter-in", "A plain render survives each parameter whose check-in fails.", Where::both,
-     Each<kPlain, UsualLook, Call::checkinParam>},
+    {"faults.plain-parameter-in",
+     "The code of a parameter's check-in is a plain render's code, if nothing has failed before.", Where::both,
+     Each<kPlain, PassesOnLook, Call::checkinParam>},
     {"faults.plain-rows", "The code that stops an iteration, at whatever row, is a plain render's code.",
      Where::both, Each<kPlain, PassesOnLook, Call::iterate, Call::iterateGeneric, Call::row>},
     {"faults.plain-abort", "The code of an abort, whenever it comes, is a plain render's code.", Where::both,
@@ -135,14 +149,16 @@ constexpr Check kChecks[] = {
      Each<kPlain, UsualLook, Call::getPixelFormat>},
     {"faults.plain-world", "A plain render survives each world that the host does not make.", Where::both,
      World<kPlain>},
+    {"faults.plain-other", "A plain render survives the failure of any other callback.", Where::both,
+     EachBut<kPlain, Call::acquireSuite, Call::newHandle, Call::lockHandle, Call::checkoutParam, Call::checkinParam,
+             Call::iterate, Call::iterateGeneric, Call::row, Call::abort, Call::getPixelFormat, Call::newWorld>},
 
-    {"faults.suites-given-back", "A command that is refused one suite gives back those that it got.", Where::both,
-     EverySuite<SuitesLook>},
-    {"faults.unlocks-its-locks", "After a failure the effect unlocks only what it has locked.", Where::both,
-     UnlocksWhatItLocked},
-    {"faults.failure-told",
-     "A render that has written nothing for want of a suite, memory or format does not succeed.", Where::both,
-     TellsOfFailure},
+    {"faults.suites-given-back", "Whatever fails, a render command gives back the suites that it got.", Where::both,
+     EachOfAll<SuitesLook>},
+    {"faults.unlocks-its-locks", "Whatever fails, a render command unlocks only what it has locked.", Where::both,
+     EachOfAll<UnlocksLook>},
+    {"faults.failure-told", "Whatever fails, the effect does not answer with success and a wrong picture.",
+     Where::both, EachOfAll<ToldLook>},
 };
 
 }  // namespace

@@ -1,127 +1,88 @@
 // The host's callbacks fail while it sets the effect and its instances up.
 #include <algorithm>
-#include <iterator>
-#include <utility>
 
-#include "fault_points.h"
+#include "fault_session.h"
+#include "reference_host/calls.h"
 #include "registry.h"
 
 namespace nuvhost::validate {
 namespace {
 
+using namespace faults;
 using refhost::Call;
 
-struct Sent {
-    const char* command;
-    PF_Err code;
-};
+constexpr char kNoSuchCall[] = "the effect makes no such call in set-up";
 
-// From the scan to global set-down, with an instance made and one taken from a project that has kept no data for
-// it. A host goes no further with an effect whose set-up fails.
-std::vector<Sent> Session(refhost::Host& host) {
-    std::vector<Sent> sent;
-    const auto send = [&](const char* command, PF_Err code) {
-        sent.push_back({command, code});
-        return code == PF_Err_NONE;
-    };
-    if (!send("the scan", host.Scan().result) || !send("global set-up", host.GlobalSetup())) return sent;
-    if (send("parameter set-up", host.ParamsSetup())) {
-        send("about", host.About());
-        for (const bool made : {true, false}) {
-            refhost::Instance instance(host);
-            if (made) {
-                send("sequence set-up", instance.SequenceSetup());
-            } else {
-                send("sequence re-set-up", instance.SequenceResetup());
-            }
-            send("sequence set-down", instance.SequenceSetdown());
-        }
-    }
-    send("global set-down", host.GlobalSetdown());
-    return sent;
-}
+using SessionLook = Lines (*)(const SessionOutcome& outcome, const SessionOutcome& clean);
 
-Lines Failures(const std::vector<Sent>& session) {
-    Lines lines;
-    for (const auto& [command, code] : session) {
-        if (code != PF_Err_NONE) lines.push_back(std::string(command) + " gives code " + std::to_string(code));
-    }
-    return lines;
-}
-
-Lines LeftBy(refhost::Host& host) {
-    Lines lines;
-    for (const std::string& line : host.account().Outstanding())
+Lines SurvivesLook(const SessionOutcome& outcome, const SessionOutcome&) {
+    Lines lines = outcome.frames;
+    for (const std::string& line : outcome.kept)
         lines.push_back("kept: " + line);
-    for (const std::string& line : host.account().Misuse())
+    for (const std::string& line : outcome.misuse)
         lines.push_back("misuse: " + line);
     return lines;
 }
 
-template <Call... calls>
-void TryEachInSetUp(Context& context, PF_Err code, bool mustFail) {
-    constexpr Call kCalls[] = {calls...};
-    refhost::Host host(context.Load(), context.HostOptions());
-    const Lines failures = Failures(Session(host));
-    context.ExpectNone(failures, "nothing fails in the host, but");
-    if (!failures.empty()) return;
-    const std::size_t parameters = host.parameters().size();
-    const Lines always = LeftBy(host);
+Lines FailsLook(const SessionOutcome& outcome, const SessionOutcome& clean) {
+    Lines lines = SurvivesLook(outcome, clean);
+    if (!outcome.Failed()) lines.push_back("every command succeeds");
+    return lines;
+}
 
-    int points = 0;
-    for (const auto& call : host.account().Calls()) {
-        if (std::ranges::find(kCalls, call.call) == std::end(kCalls)) continue;
-        ++points;
-        host.account().Reclaim();
-        host.options().faults = [&](const refhost::CallRecord& record) {
-            return record.call == call.call && record.index == call.index ? std::optional(code) : std::nullopt;
-        };
-        const bool failed = !Failures(Session(host)).empty();
-        host.options().faults = nullptr;
-        Lines lines;
-        std::ranges::set_difference(LeftBy(host), always, std::back_inserter(lines));
-        if (mustFail && !failed) lines.push_back("every command succeeds");
-
-        host.account().Reclaim();
-        for (const std::string& line : Failures(Session(host)))
-            lines.push_back("when nothing fails any more, " + line);
-        if (host.parameters().size() != parameters) lines.push_back("the parameters are others afterwards");
-        context.ExpectNone(lines, std::string(Name(call.call)) + " " + call.detail + " fails (call " +
-                                      std::to_string(call.index + 1) + " of its kind)");
+Lines DataLook(const SessionOutcome& outcome, const SessionOutcome& clean) {
+    Lines lines;
+    for (std::size_t i = 0; i < std::min(outcome.sent.size(), clean.sent.size()); ++i) {
+        const Sent& sent = outcome.sent[i];
+        if (clean.sent[i].data && !sent.data && sent.code == PF_Err_NONE)
+            lines.push_back(sent.command + " succeeds and leaves no data");
     }
-    if (points == 0) context.NotApplicable("the effect makes no such call in set-up");
-    context.AddPoints(points);
+    return lines;
 }
 
-template <PF_Err code>
-void Suites(Context& context) {
-    TryEachInSetUp<Call::acquireSuite>(context, code, false);
+template <typename Wanted>
+void TryEachInSetUp(Context& context, PF_Err code, SessionLook look, Wanted wanted) {
+    SessionBench bench(context);
+    Trial trial(context);
+    for (const refhost::CallRecord& call : bench.calls()) {
+        if (!wanted(call.call)) continue;
+        bool came = false;
+        Lines lines = look(bench.Run(OneFault{call, code, &came}), bench.clean());
+        const Lines next = bench.NextIsRight();
+        if (!came) continue;
+        lines.insert(lines.end(), next.begin(), next.end());
+        trial.Add(lines, What(call, code));
+    }
+    trial.End(kNoSuchCall);
 }
 
-void Parameters(Context& context) {
-    TryEachInSetUp<Call::addParam>(context, kRefused, true);
+template <SessionLook look, PF_Err code, Call... calls>
+void Each(Context& context) {
+    TryEachInSetUp(context, code, look, [](Call call) { return (... || (call == calls)); });
 }
 
-void Handles(Context& context) {
-    TryEachInSetUp<Call::newHandle>(context, kRefused, false);
-}
-
-void Formats(Context& context) {
-    TryEachInSetUp<Call::clearPixelFormats, Call::addPixelFormat>(context, kRefused, false);
+template <Call... others>
+void EachBut(Context& context) {
+    TryEachInSetUp(context, kRefused, SurvivesLook, [](Call call) { return (... && (call != others)); });
 }
 
 constexpr Check kChecks[] = {
     {"faults.setup-suite-refused", "Each set-up command survives each suite that the host refuses.", Where::both,
-     Suites<kRefused>},
+     Each<SurvivesLook, kRefused, Call::acquireSuite>},
     {"faults.setup-suite-null",
      "Each set-up command survives each suite that the host answers with a null pointer.", Where::both,
-     Suites<PF_Err_NONE>},
+     Each<SurvivesLook, PF_Err_NONE, Call::acquireSuite>},
     {"faults.setup-parameter", "Parameter set-up fails when the host refuses a parameter.", Where::both,
-     Parameters},
-    {"faults.setup-handle", "Each set-up command survives each handle that the host refuses.", Where::both,
-     Handles},
+     Each<FailsLook, kRefused, Call::addParam>},
+    {"faults.setup-handle", "Each set-up command survives each handle that the host refuses or cannot lock.",
+     Where::both, Each<SurvivesLook, kRefused, Call::newHandle, Call::lockHandle>},
+    {"faults.setup-handle-told", "A set-up command that gets no memory for its data does not succeed.", Where::both,
+     Each<DataLook, kRefused, Call::newHandle, Call::lockHandle>},
     {"faults.setup-formats", "Global set-up survives each pixel format that the host refuses.", Where::editing,
-     Formats},
+     Each<SurvivesLook, kRefused, Call::clearPixelFormats, Call::addPixelFormat>},
+    {"faults.setup-other", "Each set-up command survives the failure of any other callback.", Where::both,
+     EachBut<Call::acquireSuite, Call::addParam, Call::newHandle, Call::lockHandle, Call::clearPixelFormats,
+             Call::addPixelFormat>},
 };
 
 }  // namespace

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "fault_points.h"
+#include "fault_session.h"
 #include "process_state.h"
 #include "registry.h"
 #include "system_refusal.h"
@@ -12,14 +12,19 @@
 namespace nuvhost::validate {
 namespace {
 
-template <Command command, Ask ask>
+using namespace faults;
+
+constexpr const char* NameOf(Ask ask) {
+    return ask == Ask::thread ? "thread" : "allocation";
+}
+
+// With a smart render its pre-render: what that asks for is refused, too.
+template <RenderCommand command, Ask ask>
 void EachRefusal(Context& context) {
     Scene scene(context, InOrder(context));
     const auto* const code = reinterpret_cast<const void*>(scene.host.library().effectMain);
-    const std::string what = ask == Ask::thread ? "thread" : "allocation";
-    int points = 0;
-    for (const PF_PixelFormat format : FormatsOf(context, scene, command)) {
-        Bench bench(context, scene, command, format);
+    Trial trial(context);
+    for (Bench& bench : BenchesOf(context, scene, command)) {
         const int threads = ThreadCount();
         const auto asked = [&] {
             const Refusal nothing(ask, code);
@@ -31,28 +36,59 @@ void EachRefusal(Context& context) {
                 const Refusal refusal(ask, code, failing);
                 return bench.Render();
             }();
-            Lines lines = UsualLook(outcome);
+            Lines lines = StrictLook(outcome);
             if (ThreadsBeyond(threads) > 0) lines.push_back("threads are left behind");
             std::ranges::copy(bench.NextIsRight(), std::back_inserter(lines));
-            context.ExpectNone(lines, bench.Name() + ", " + what + " " + std::to_string(failing) + " of " +
-                                          std::to_string(asked) + " is refused");
-            if (!lines.empty()) return;
+            trial.Add(lines, bench.Name() + ", " + NameOf(ask) + " " + std::to_string(failing) + " of " +
+                                 std::to_string(asked) + " is refused");
         }
-        points += asked;
     }
-    if (points == 0) context.NotApplicable("the effect asks for no " + what + " that can be refused");
-    context.AddPoints(points);
+    trial.End(std::string("the effect asks for no ") + NameOf(ask) + " that can be refused");
+}
+
+// In set-up, or in the frames between: what becomes of those is for the other checks to see.
+template <Ask ask>
+void EachRefusalInSession(Context& context) {
+    SessionBench bench(context);
+    const auto* const code = reinterpret_cast<const void*>(bench.host().library().effectMain);
+    const int threads = ThreadCount();
+    const auto run = [&](int failing, int* asked) {
+        const Refusal refusal(ask, code, failing);
+        const SessionOutcome outcome = bench.Run();
+        if (asked != nullptr) *asked = refusal.asked();
+        return outcome;
+    };
+    int asked = 0;
+    run(0, &asked);
+    Trial trial(context);
+    for (int failing = 1; failing <= asked; ++failing) {
+        const SessionOutcome outcome = run(failing, nullptr);
+        Lines lines;
+        for (const std::string& line : outcome.kept)
+            lines.push_back("kept: " + line);
+        for (const std::string& line : outcome.misuse)
+            lines.push_back("misuse: " + line);
+        if (ThreadsBeyond(threads) > 0) lines.push_back("threads are left behind");
+        std::ranges::copy(bench.NextIsRight(), std::back_inserter(lines));
+        trial.Add(lines, std::string(NameOf(ask)) + " " + std::to_string(failing) + " of " + std::to_string(asked) +
+                             " in a session is refused");
+    }
+    trial.End(std::string("the effect asks for no ") + NameOf(ask) + " that can be refused");
 }
 
 constexpr Check kChecks[] = {
-    {"faults.smart-thread", "A smart render survives each thread that the system refuses.", Where::compositing,
-     EachRefusal<Command::smartRender, Ask::thread>},
-    {"faults.smart-memory", "A smart render survives each allocation that fails.", Where::compositing,
-     EachRefusal<Command::smartRender, Ask::memory>},
+    {"faults.session-thread", "Each command of a session survives each thread that the system refuses.",
+     Where::both, EachRefusalInSession<Ask::thread>},
+    {"faults.session-memory", "Each command of a session survives each allocation that fails.", Where::both,
+     EachRefusalInSession<Ask::memory>},
+    {"faults.smart-thread", "Pre-render and smart render survive each thread that the system refuses.",
+     Where::compositing, EachRefusal<RenderCommand::smartRender, Ask::thread>},
+    {"faults.smart-memory", "Pre-render and smart render survive each allocation that fails.", Where::compositing,
+     EachRefusal<RenderCommand::smartRender, Ask::memory>},
     {"faults.plain-thread", "A plain render survives each thread that the system refuses.", Where::both,
-     EachRefusal<Command::plainRender, Ask::thread>},
+     EachRefusal<RenderCommand::plainRender, Ask::thread>},
     {"faults.plain-memory", "A plain render survives each allocation that fails.", Where::both,
-     EachRefusal<Command::plainRender, Ask::memory>},
+     EachRefusal<RenderCommand::plainRender, Ask::memory>},
 };
 
 }  // namespace

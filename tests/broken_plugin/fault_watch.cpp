@@ -107,6 +107,9 @@ PF_Err CheckoutParam(PF_ProgPtr ref, std::int32_t index, std::int32_t time, std:
 FaultWatch::FaultWatch(Command& command) : own_(command) {
     g_seen = 0;
     own_.basic.AcquireSuite = Acquire;
+    own_.basic.ReleaseSuite = [](const char* name, std::int32_t version) {
+        return Note(releaseRefused, Host().pica_basicP->ReleaseSuite(name, version));
+    };
     own_.utils.host_new_handle = [](A_HandleSize size) {
         return NoteNull(handleNull, Host().utils->host_new_handle(size));
     };

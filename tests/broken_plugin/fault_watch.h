@@ -21,6 +21,7 @@ enum Seen : unsigned {
     worldRefused = 1u << 11,
     parameterRefused = 1u << 12,
     formatRefused = 1u << 13,
+    releaseRefused = 1u << 14,
 };
 
 // Stands between host and effect for one command, as OwnRecords does. One at a time in the process, and its

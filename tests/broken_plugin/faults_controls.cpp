@@ -64,9 +64,20 @@ PF_Err StartsThread(Command& command) {
     return Effect(command);
 }
 
-template <When when>
+enum class Form { usual, aligned, nothrow };
+
+template <When when, Form form>
 PF_Err Allocates(Command& command) {
-    if (Is<when>(command)) ::operator delete(::operator new(100));
+    constexpr std::align_val_t kAlignment{64};
+    if (Is<when>(command)) {
+        if constexpr (form == Form::usual) ::operator delete(::operator new(100));
+        if constexpr (form == Form::aligned) ::operator delete(::operator new(100, kAlignment), kAlignment);
+        if constexpr (form == Form::nothrow) {
+            void* const memory = ::operator new(100, std::nothrow);
+            if (memory == nullptr) throw 1;
+            ::operator delete(memory);
+        }
+    }
     return Effect(command);
 }
 
@@ -159,8 +170,8 @@ PF_Err TellsOfFailure(Command& command) {
     if (!IsOfThisFamily(command)) return Effect(command);
     const FaultWatch watch(command);
     const PF_Err result = Effect(command);
-    if (result != PF_Err_NONE || command.cmd == PF_Cmd_SMART_PRE_RENDER) return result;
-    constexpr unsigned kAny = suiteRefused | suiteNull | handleNull | lockNull | formatUnknown;
+    if (result != PF_Err_NONE) return result;
+    constexpr unsigned kAny = suiteRefused | suiteNull | handleNull | lockNull | formatUnknown | parameterOut;
     return watch.Saw(kAny) ? PF_Err_INTERNAL_STRUCT_DAMAGED : PF_Err_NONE;
 }
 
@@ -179,6 +190,12 @@ constexpr Control kControls[] = {
     {.check = "faults.setup-handle",
      .fault = "forgets a handle when another is refused",
      .command = Leaks<When::setUp, handleNull>},
+    {.check = "faults.setup-other",
+     .fault = "forgets a handle when a suite's release fails",
+     .command = Leaks<When::setUp, releaseRefused>},
+    {.check = "faults.setup-handle-told",
+     .fault = "does not mind that there is no memory for its data",
+     .command = Swallows<When::setUp, handleNull>},
     {.check = "faults.setup-formats",
      .fault = "forgets a handle when a format is refused",
      .command = Leaks<When::setUp, formatRefused>},
@@ -195,6 +212,9 @@ constexpr Control kControls[] = {
     {.check = "faults.prerender-lock",
      .fault = "forgets a handle when another cannot be locked",
      .command = Leaks<kPre, lockNull>},
+    {.check = "faults.prerender-other",
+     .fault = "forgets a handle when a suite's release fails",
+     .command = Leaks<kPre, releaseRefused>},
     {.check = "faults.prerender-layer",
      .fault = "does not mind that there is no layer",
      .command = Swallows<kPre, layerOut>},
@@ -227,6 +247,9 @@ constexpr Control kControls[] = {
      .fault = "does not mind that an iteration is stopped",
      .command = Swallows<When::smart, rowStopped>},
     {.check = "faults.smart-abort", .fault = "does not mind an abort", .command = Swallows<When::smart, aborted>},
+    {.check = "faults.smart-other",
+     .fault = "forgets a handle when a suite's release fails",
+     .command = Leaks<When::smart, releaseRefused>},
     {.check = "faults.smart-format",
      .fault = "forgets a handle when a format is unknown",
      .command = Leaks<When::smart, formatUnknown>},
@@ -256,6 +279,9 @@ constexpr Control kControls[] = {
      .fault = "does not mind that an iteration is stopped",
      .command = Swallows<When::plain, rowStopped>},
     {.check = "faults.plain-abort", .fault = "does not mind an abort", .command = Swallows<When::plain, aborted>},
+    {.check = "faults.plain-other",
+     .fault = "forgets a handle when a suite's release fails",
+     .command = Leaks<When::plain, releaseRefused>},
     {.check = "faults.plain-format",
      .fault = "forgets a handle when a format is unknown",
      .command = Leaks<When::plain, formatUnknown>},
@@ -264,18 +290,24 @@ constexpr Control kControls[] = {
      .command = Leaks<When::plain, worldRefused>},
 
 #if defined(__linux__)
+    {.check = "faults.session-thread",
+     .fault = "starts a thread and lets the exception out",
+     .command = StartsThread<When::setUp>},
+    {.check = "faults.session-memory",
+     .fault = "allocates and lets the exception out",
+     .command = Allocates<When::setUp, Form::usual>},
     {.check = "faults.smart-thread",
      .fault = "starts a thread and lets the exception out",
      .command = StartsThread<When::smart>},
     {.check = "faults.smart-memory",
      .fault = "allocates and lets the exception out",
-     .command = Allocates<When::smart>},
+     .command = Allocates<When::smart, Form::aligned>},
     {.check = "faults.plain-thread",
      .fault = "starts a thread and lets the exception out",
      .command = StartsThread<When::plain>},
     {.check = "faults.plain-memory",
      .fault = "allocates and lets the exception out",
-     .command = Allocates<When::plain>},
+     .command = Allocates<When::plain, Form::nothrow>},
 #endif
 
     {.check = "faults.suites-given-back",
@@ -283,7 +315,7 @@ constexpr Control kControls[] = {
      .command = GivesSuitesBack,
      .mends = true},
     {.check = "faults.unlocks-its-locks",
-     .fault = "the effect without its early exit's unlocking",
+     .fault = "the effect without its unlocking of what is not locked",
      .command = UnlocksItsLocks,
      .mends = true},
     {.check = "faults.failure-told",
