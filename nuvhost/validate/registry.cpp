@@ -36,6 +36,8 @@ constexpr std::span<const Check> (*kFamilies[])() = {
 
 // A check that is compiled for one system alone stands here as well: a deviation file may name it on both.
 constexpr std::string_view kOnLinuxAlone[] = {
+    "faults.session-thread",
+    "faults.session-memory",
     "faults.smart-thread",
     "faults.smart-memory",
     "faults.plain-thread",
