@@ -9,20 +9,9 @@ namespace broken {
 namespace {
 
 constexpr std::span<const Control> (*kFamilies[])() = {
-    LoadingControls,
-    RegistrationControls,
-    SetupControls,
-    SetupParamsControls,
-    SequenceControls,
-    PrerenderControls,
-    PixelsControls,
-    ThreadsControls,
-    FaultsControls,
-    AboutControls,
-    MisuseControls,
-    ExceptionsControls,
-    RenderControls,
-    LayoutControls,
+    LoadingControls,      RegistrationControls, SetupControls,   SetupParamsControls, SequenceControls,
+    PrerenderControls,    PixelsControls,       ThreadsControls, FaultsControls,      AboutControls,
+    MisuseControls,       ExceptionsControls,   RenderControls,  LayoutControls,
 #if defined(_WIN32)
     PropertyListControls,
 #endif
@@ -62,8 +51,9 @@ OwnRecords::OwnRecords(Command& command)
       command_(command),
       theirs_(command.inData),
       outer_(g_host.exchange(command.inData)) {
-    inData.utils = &utils;
-    inData.pica_basicP = &basic;
+    // What the host does not have, the effect does not get from a fault either.
+    if (inData.utils) inData.utils = &utils;
+    if (inData.pica_basicP) inData.pica_basicP = &basic;
     command.inData = &inData;
 }
 

@@ -51,10 +51,21 @@ PF_Err ChangesItsMind(Registration& r) {
     return Register(r);
 }
 
+int g_kept = 0;
+
 PF_Err KeepsASuite(Registration& r) {
     const void* suite = nullptr;
-    if (r.basic) r.basic->AcquireSuite("PF ANSI Suite", 1, &suite);
+    if (r.basic && r.basic->AcquireSuite("PF ANSI Suite", 1, &suite) == 0) ++g_kept;
     return Register(r);
+}
+
+// Other checks look after a command.
+PF_Err GivesItBackLater(Command& c) {
+    if (c.inData && c.inData->pica_basicP) {
+        for (; g_kept > 0; --g_kept)
+            c.inData->pica_basicP->ReleaseSuite("PF ANSI Suite", 1);
+    }
+    return Effect(c);
 }
 
 constexpr Control kControls[] = {
@@ -90,7 +101,10 @@ constexpr Control kControls[] = {
     {.check = "registration.repeatable",
      .fault = "registers another category at the second scan",
      .registration = ChangesItsMind},
-    {.check = "registration.holds-nothing", .fault = "acquires a suite and keeps it", .registration = KeepsASuite},
+    {.check = "registration.holds-nothing",
+     .fault = "acquires a suite and keeps it",
+     .command = GivesItBackLater,
+     .registration = KeepsASuite},
 };
 
 }  // namespace

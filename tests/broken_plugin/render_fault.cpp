@@ -36,8 +36,9 @@ std::uint8_t* Render::LastPixel() const {
 }
 
 bool IsRender(const Command& command) {
-    return (command.cmd == PF_Cmd_RENDER && command.params) ||
-           (command.cmd == PF_Cmd_SMART_RENDER && command.extra);
+    if (command.cmd != PF_Cmd_SMART_RENDER) return command.cmd == PF_Cmd_RENDER && command.params;
+    const auto* const extra = static_cast<const PF_SmartRenderExtra*>(command.extra);
+    return extra && extra->input && extra->cb;
 }
 
 Render RenderTruly(Command& command) {
