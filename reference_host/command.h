@@ -38,7 +38,10 @@ struct RenderJob {
     std::map<std::pair<std::int32_t, std::int32_t>, ParamValue> overrides;  // by time and index
 
     PF_RenderRequest inputRequest{};
-    enum class Layer { announced, out, in };
+    struct Layer {
+        enum class State { announced, out, in } state;
+        PF_EffectWorld theirs, ours;  // the record that the effect sees, and what it was
+    };
     std::map<std::int32_t, Layer> layers;  // by check-out id
 };
 

@@ -171,7 +171,9 @@ struct RenderSettings {
     std::int32_t layerWidth = 0, layerHeight = 0;
     std::int32_t field = PF_Field_FRAME;
     // Smart render: the area asked for (empty: the output world's whole area), what the input layer's check-out
-    // answers (nullopt: the input world's area at its origin), and pre-render's output rectangles on entry.
+    // answers, and pre-render's output rectangles on entry. Where nullopt, the check-out answers with the part of
+    // the input world, at its origin, that the effect asks for, and the effect gets that part; else the whole
+    // world.
     PF_LRect request{};
     std::int32_t channelMask = PF_ChannelMask_ARGB;  // with the next, the rest of what is asked for
     bool preserveRgbOfZeroAlpha = false;

@@ -172,7 +172,9 @@ PF_InData Instance::Impl::Record(const RenderSettings& settings, const RenderJob
 
 void Instance::Impl::CheckRecords(const RenderJob& job, const PF_EffectWorld& input) {
     const auto& settings = job.settings;
-    if (settings.input && !SameWorld(input, *settings.input->effectWorld())) {
+    const bool cutOutChanged = std::ranges::any_of(
+        job.layers, [](const auto& layer) { return !SameWorld(layer.second.theirs, layer.second.ours); });
+    if (cutOutChanged || (settings.input && !SameWorld(input, *settings.input->effectWorld()))) {
         host.State().AddMisuse("the effect changed the record of the input world");
     }
     if (settings.output && !SameWorld(job.output, *settings.output->effectWorld())) {

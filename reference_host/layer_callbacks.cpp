@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cstring>
 #include <limits>
 #include <string>
 
@@ -19,6 +20,33 @@ std::int32_t End(std::int32_t start, std::int32_t size) {
     using Limits = std::numeric_limits<std::int32_t>;
     return static_cast<std::int32_t>(
         std::clamp<std::int64_t>(std::int64_t{start} + size, Limits::min(), Limits::max()));
+}
+
+bool IsEmpty(const PF_LRect& rect) {
+    return rect.left >= rect.right || rect.top >= rect.bottom;
+}
+
+PF_LRect Intersection(const PF_LRect& a, const PF_LRect& b) {
+    const PF_LRect both{std::max(a.left, b.left), std::max(a.top, b.top), std::min(a.right, b.right),
+                        std::min(a.bottom, b.bottom)};
+    return IsEmpty(both) ? PF_LRect{} : both;
+}
+
+// A part of a world, or of one without pixels nothing.
+PF_EffectWorld CutOut(const PF_EffectWorld& whole, const PF_LRect& part, int bytesPerPixel) {
+    PF_EffectWorld cut = whole;
+    if (!IsEmpty(part) && whole.data) {
+        const auto x = part.left - whole.origin_x, y = part.top - whole.origin_y;
+        cut.data =
+            reinterpret_cast<PF_Pixel*>(reinterpret_cast<std::byte*>(whole.data) +
+                                        std::ptrdiff_t{whole.rowbytes} * y + std::ptrdiff_t{x} * bytesPerPixel);
+    }
+    cut.origin_x = part.left;
+    cut.origin_y = part.top;
+    cut.width = part.right - part.left;
+    cut.height = part.bottom - part.top;
+    cut.extent_hint = {0, 0, cut.width, cut.height};
+    return cut;
 }
 
 }  // namespace
@@ -47,13 +75,19 @@ PF_Err CheckoutLayer(PF_ProgPtr ref, std::int32_t index, std::int32_t checkoutId
         callback.Misuse("parameter " + std::to_string(index) + " is not a layer");
         return PF_Err_INVALID_INDEX;
     }
-    if (!job.layers.emplace(checkoutId, RenderJob::Layer::announced).second) {
+    const PF_LRect whole = job.inputRecord ? AreaOf(job.input) : PF_LRect{};
+    const PF_LRect part = Intersection(request->rect, whole);
+    PF_EffectWorld world = job.input;
+    // A host that says something of its own hands over what it has.
+    if (!job.settings.checkoutResult && std::memcmp(&part, &whole, sizeof part) != 0) {
+        world = CutOut(job.input, part, BytesPerPixel(job.inputFormat.format));
+    }
+    if (!job.layers.insert({checkoutId, {RenderJob::Layer::State::announced, world, world}}).second) {
         callback.Misuse("check-out id " + std::to_string(checkoutId) + " is taken");
     }
-    const auto area = job.settings.checkoutResult.value_or(job.inputRecord ? AreaOf(job.input) : PF_LRect{});
     *result = {};
-    result->result_rect = area;
-    result->max_result_rect = area;
+    result->result_rect = job.settings.checkoutResult.value_or(part);
+    result->max_result_rect = job.settings.checkoutResult.value_or(whole);
     result->par = job.settings.pixelAspect;
     result->ref_width = job.layerWidth;
     result->ref_height = job.layerHeight;
@@ -73,12 +107,13 @@ PF_Err CheckoutLayerPixels(PF_ProgPtr ref, std::int32_t checkoutId, PF_EffectWor
                                : "nowhere to put the world");
         return PF_Err_BAD_CALLBACK_PARAM;
     }
-    if (layer->second != RenderJob::Layer::announced) {
+    if (layer->second.state != RenderJob::Layer::State::announced) {
         callback.Misuse("check-out id " + std::to_string(checkoutId) + " was fetched before");
     }
-    layer->second = RenderJob::Layer::out;
-    *pixels = job.inputRecord;
-    if (job.inputRecord) callback.command().worlds[job.inputRecord] = job.inputFormat;
+    layer->second.state = RenderJob::Layer::State::out;
+    if (!job.inputRecord) return PF_Err_NONE;
+    *pixels = &layer->second.theirs;
+    callback.command().worlds[*pixels] = job.inputFormat;
     return PF_Err_NONE;
 }
 
@@ -87,10 +122,10 @@ PF_Err CheckinLayerPixels(PF_ProgPtr ref, std::int32_t checkoutId) {
     if (!callback || !HasJob(callback)) return PF_Err_INVALID_CALLBACK;
     auto& job = *callback.command().job;
     const auto layer = job.layers.find(checkoutId);
-    const bool out = layer != job.layers.end() && layer->second == RenderJob::Layer::out;
+    const bool out = layer != job.layers.end() && layer->second.state == RenderJob::Layer::State::out;
     if (out) {
-        layer->second = RenderJob::Layer::in;
-        callback.command().worlds.erase(job.inputRecord);
+        layer->second.state = RenderJob::Layer::State::in;
+        callback.command().worlds.erase(&layer->second.theirs);
     } else {
         callback.Misuse("check-out id " + std::to_string(checkoutId) + " is not checked out");
     }

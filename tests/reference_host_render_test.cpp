@@ -132,13 +132,48 @@ TEST_F(HostTest, CheckOutAnswersAsTheSettingsSay) {
     };
     const RenderResult result = instance.SmartRender(settings, false);
     EXPECT_EQ(result.inputRequest.rect.right, 6);
-    EXPECT_EQ(answer.result_rect.left, -2);
-    EXPECT_EQ(answer.result_rect.bottom, 7);
+    EXPECT_EQ(answer.result_rect.left, 0);
+    EXPECT_EQ(answer.result_rect.top, 3);
+    EXPECT_EQ(answer.result_rect.right, 4);
+    EXPECT_EQ(answer.result_rect.bottom, 4);
+    EXPECT_EQ(answer.max_result_rect.left, -2);
+    EXPECT_EQ(answer.max_result_rect.bottom, 7);
     EXPECT_EQ(answer.ref_width, 6);
 
     settings.checkoutResult = PF_LRect{10, 20, 30, 40};
     instance.SmartRender(settings, false);
     EXPECT_EQ(answer.result_rect.top, 20);
+    EXPECT_EQ(Misuse(), Lines{});
+}
+
+TEST_F(HostTest, TheEffectGetsThePartOfTheLayerThatItAsksFor) {
+    Instance instance(host);
+    World input({.width = 6, .height = 4});
+    RenderSettings settings{.input = &input};
+    PF_LRect asked{};
+    g_effect = [&](const Arguments& a) -> PF_Err {
+        if (a.cmd == PF_Cmd_SMART_PRE_RENDER) {
+            PF_RenderRequest request{};
+            request.rect = asked;
+            PF_CheckoutResult answer{};
+            auto& extra = *static_cast<PF_PreRenderExtra*>(a.extra);
+            return extra.cb->checkout_layer(a.in->effect_ref, 0, 0, &request, 0, 1, 25, &answer);
+        }
+        PF_EffectWorld* world = nullptr;
+        auto& extra = *static_cast<PF_SmartRenderExtra*>(a.extra);
+        extra.cb->checkout_layer_pixels(a.in->effect_ref, 0, &world);
+        EXPECT_EQ(world->width, asked.right > 0 ? 3 : 0);
+        EXPECT_EQ(world->height, asked.right > 0 ? 2 : 0);
+        if (asked.right > 0) {
+            EXPECT_EQ(world->origin_x, 3);
+            EXPECT_EQ(reinterpret_cast<std::byte*>(world->data), input.Row(2).data() + 3 * sizeof(PF_Pixel));
+        }
+        return extra.cb->checkin_layer_pixels(a.in->effect_ref, 0);
+    };
+    for (const PF_LRect& rect : {PF_LRect{3, 2, 9, 9}, {-9, -9, -1, -1}}) {
+        asked = rect;
+        instance.SmartRender(settings);
+    }
     EXPECT_EQ(Misuse(), Lines{});
 }
 

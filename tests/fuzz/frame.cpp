@@ -128,7 +128,8 @@ Frame::Frame(Bytes& input) {
         there = {world.origin_x, world.origin_y, Sum(world.origin_x, world.width),
                  Sum(world.origin_y, world.height)};
     }
-    const PF_LRect shown = Union(settings.initialResultRect, settings.checkoutResult.value_or(there));
+    if (!settings.checkoutResult) settings.checkoutResult = there;
+    const PF_LRect shown = Union(settings.initialResultRect, *settings.checkoutResult);
     scene.offsetX = shown.left;
     scene.offsetY = shown.top;
 }
