@@ -44,6 +44,14 @@ std::vector<std::string> Account::Misuse() const {
     return state_->misuse;
 }
 
+std::vector<std::string> Account::MissingSuites() const {
+    const std::lock_guard lock(state_->mutex);
+    std::vector<std::string> lines;
+    for (const auto& [name, version] : state_->missing)
+        lines.push_back("\"" + name + "\" " + std::to_string(version));
+    return lines;
+}
+
 std::vector<CallRecord> Account::Calls() const {
     const std::lock_guard lock(state_->mutex);
     return state_->calls;

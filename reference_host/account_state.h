@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <map>
 #include <mutex>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -37,6 +38,7 @@ struct Account::State {
     std::vector<CallRecord> calls;
     std::vector<std::string> misuse;
     std::map<std::pair<std::string, std::int32_t>, SuiteUse> suites;
+    std::set<std::pair<std::string, std::int32_t>> missing;
     std::multimap<const PF_ParamDef*, ParamCheckout> checkouts;  // by the effect's record
     std::multimap<const PF_EffectWorld*, World> worlds;          // made for the effect, by the effect's record
     std::vector<PF_PixelFormat> formats;                         // declared at global set-up

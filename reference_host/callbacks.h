@@ -41,6 +41,8 @@ PF_Err WorldSuiteGetPixelFormat(const PF_EffectWorld* world, PF_PixelFormat* for
 PF_Err FormatSuiteGetPixelFormat(PF_EffectWorld* world, PF_PixelFormat* format);
 PF_Err AddSupportedPixelFormat(PF_ProgPtr ref, PF_PixelFormat format);
 PF_Err ClearSupportedPixelFormats(PF_ProgPtr ref);
+// One pixel of a colour, white being 1.
+PF_Err ConvertColor(PF_PixelFormat format, float alpha, float red, float green, float blue, void* pixel);
 
 // Iteration
 PF_Err IteratePixels(PF_InData* inData, std::int32_t progressBase, std::int32_t progressFinal,

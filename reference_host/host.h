@@ -117,6 +117,8 @@ public:
     // check-out, a callback on a thread or in a command where it is not allowed, a write past a handle's end, an
     // exception that left the effect, result rectangles that break the host's rules. Sentences.
     std::vector<std::string> Misuse() const;
+    // Suites that the effect has ever asked for and that this host does not have: "PF Iterate16 Suite" 1. Sorted.
+    std::vector<std::string> MissingSuites() const;
     std::vector<CallRecord> Calls() const;  // in order; empty unless HostOptions::recordCalls
     std::int64_t Count(Call call) const;
     // Forgets calls, counts and misuse, but not what is still held.

@@ -1,3 +1,4 @@
+#include <cmath>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -16,14 +17,42 @@ PF_Err RegisterUi(PF_ProgPtr, void*) {
     return PF_Err_NONE;
 }
 
+// The suite and the block among the utilities have the same entries.
+template <class Table>
+void FillAnsi(Table& table) {
+    table.atan = std::atan;
+    table.atan2 = std::atan2;
+    table.ceil = std::ceil;
+    table.cos = std::cos;
+    table.exp = std::exp;
+    table.fabs = std::fabs;
+    table.floor = std::floor;
+    table.fmod = std::fmod;
+    table.hypot = std::hypot;
+    table.log = std::log;
+    table.log10 = std::log10;
+    table.pow = std::pow;
+    table.sin = std::sin;
+    table.sqrt = std::sqrt;
+    table.tan = std::tan;
+    table.sprintf = FormatString;
+    table.strcpy = CopyString;
+    table.asin = std::asin;
+    table.acos = std::acos;
+}
+
 const PF_ANSICallbacksSuite1& AnsiSuite() {
     static const auto suite = [] {
         PF_ANSICallbacksSuite1 table{};
-        table.sprintf = FormatString;
-        table.strcpy = CopyString;
+        FillAnsi(table);
         return table;
     }();
     return suite;
+}
+
+template <int white>
+PF_Err Opaque(PF_PixelFormat format, void* pixel) {
+    return ConvertColor(format, 1, white, white, white, pixel);
 }
 
 const PF_Iterate8Suite1& IterateSuite(bool generic) {
@@ -41,9 +70,9 @@ const PF_PixelFormatSuite1 kPixelFormatSuite{AddSupportedPixelFormat,
                                              NewWorldOfPixelFormat,
                                              DisposeWorld,
                                              FormatSuiteGetPixelFormat,
-                                             nullptr,
-                                             nullptr,
-                                             nullptr};
+                                             Opaque<0>,
+                                             Opaque<1>,
+                                             ConvertColor};
 
 struct OfferedSuite {
     const char* name;
@@ -81,6 +110,9 @@ std::int32_t AcquireSuite(const char* name, std::int32_t version, const void** s
         ++state.suites[{name, version}].acquired;
         return PF_Err_NONE;
     }
+    auto& state = callback.state();
+    const std::lock_guard lock(state.mutex);
+    state.missing.insert({name, version});
     return PF_Err_BAD_CALLBACK_PARAM;
 }
 
@@ -149,8 +181,7 @@ PF_UtilCallbacks* UtilTable() {
         callbacks.host_dispose_handle = DisposeHandle;
         callbacks.host_get_handle_size = GetHandleSize;
         callbacks.host_resize_handle = ResizeHandle;
-        callbacks.ansi.sprintf = FormatString;
-        callbacks.ansi.strcpy = CopyString;
+        FillAnsi(callbacks.ansi);
         return callbacks;
     }();
     return &table;

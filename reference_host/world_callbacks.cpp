@@ -1,6 +1,10 @@
+#include <algorithm>
+#include <array>
 #include <cstdio>
+#include <cstring>
 #include <limits>
 #include <string>
+#include <type_traits>
 
 #include "callbacks.h"
 #include "command.h"
@@ -130,6 +134,26 @@ PF_Err ClearSupportedPixelFormats(PF_ProgPtr ref) {
     auto& state = callback.state();
     const std::lock_guard lock(state.mutex);
     state.formats.clear();
+    return PF_Err_NONE;
+}
+
+PF_Err ConvertColor(PF_PixelFormat format, float alpha, float red, float green, float blue, void* pixel) {
+    const bool backwards = format == kFormatBgra8 || format == kFormatBgraFloat || format == kFormatBgraFloatLinear;
+    std::array<float, 4> channels{alpha, red, green, blue};
+    if (backwards) std::ranges::reverse(channels);
+    const auto put = [&](auto white) {
+        std::array<decltype(white), 4> values;
+        std::ranges::transform(channels, values.begin(), [white](float channel) {
+            if constexpr (std::is_floating_point_v<decltype(white)>) return channel;
+            return static_cast<decltype(white)>(std::clamp(channel, 0.0f, 1.0f) * static_cast<float>(white) + 0.5f);
+        });
+        std::memcpy(pixel, &values, sizeof values);
+    };
+    const int bytes = BytesPerPixel(format);
+    if (!pixel || bytes == 0) return PF_Err_BAD_CALLBACK_PARAM;
+    if (bytes == 4) put(std::uint8_t{255});
+    if (bytes == 8) put(std::uint16_t{32768});
+    if (bytes == 16) put(1.0f);
     return PF_Err_NONE;
 }
 

@@ -21,11 +21,27 @@ struct SPBasicSuite {
 
 // "PF ANSI Suite" 1.
 struct PF_ANSICallbacksSuite1 {
-    PF_UnusedCallback atan, atan2, ceil, cos, exp, fabs, floor, fmod, hypot, log, log10, pow, sin, sqrt, tan;
+    // As the C library's. Any thread.
+    double (*atan)(double x);
+    double (*atan2)(double y, double x);
+    double (*ceil)(double x);
+    double (*cos)(double x);
+    double (*exp)(double x);
+    double (*fabs)(double x);
+    double (*floor)(double x);
+    double (*fmod)(double x, double y);
+    double (*hypot)(double x, double y);
+    double (*log)(double x);
+    double (*log10)(double x);
+    double (*pow)(double x, double y);
+    double (*sin)(double x);
+    double (*sqrt)(double x);
+    double (*tan)(double x);
     // As the C library's, unbounded; returns the number of characters written.
     int (*sprintf)(char* buffer, const char* format, ...);
     char* (*strcpy)(char* destination, const char* source);
-    PF_UnusedCallback asin, acos;
+    double (*asin)(double x);
+    double (*acos)(double x);
 };
 
 // "PF Handle Suite" version 2 (the structure's own number stayed 1). As the handle callbacks of

@@ -1,4 +1,6 @@
 // The reference host's suites, and its text callbacks.
+#include <array>
+#include <cmath>
 #include <utility>
 #include <vector>
 
@@ -37,6 +39,49 @@ TEST_F(HostTest, SuitesAreCountedByNameAndVersion) {
     });
     EXPECT_EQ(Outstanding(), Lines{"suite \"PF World Suite\" 2: acquired 1, released 2"});
     EXPECT_EQ(Misuse(), Lines{"ReleaseSuite: PF World Suite 2 is not acquired"});
+}
+
+TEST_F(HostTest, SuitesThatThereAreNotAreNamed) {
+    Do([](const Arguments& a) {
+        const void* suite = nullptr;
+        a.in->pica_basicP->AcquireSuite("PF Iterate16 Suite", 1, &suite);
+        a.in->pica_basicP->AcquireSuite("PF World Suite", 2, &suite);
+        a.in->pica_basicP->AcquireSuite("PF Iterate16 Suite", 1, &suite);
+    });
+    host.account().Reset();
+    EXPECT_EQ(host.account().MissingSuites(), Lines{"\"PF Iterate16 Suite\" 1"});
+}
+
+TEST_F(HostTest, MathIsTheCLibrarys) {
+    Do([](const Arguments& a) {
+        const void* suite = nullptr;
+        a.in->pica_basicP->AcquireSuite("PF ANSI Suite", 1, &suite);
+        const auto& ansi = *static_cast<const PF_ANSICallbacksSuite1*>(suite);
+        EXPECT_EQ(ansi.sin(0.5), std::sin(0.5));
+        EXPECT_EQ(ansi.acos(0.5), std::acos(0.5));
+        EXPECT_EQ(a.in->utils->ansi.atan2(1, -2), std::atan2(1, -2));
+        EXPECT_EQ(a.in->utils->ansi.pow(2, 0.5), std::pow(2, 0.5));
+        a.in->pica_basicP->ReleaseSuite("PF ANSI Suite", 1);
+    });
+}
+
+TEST_F(HostTest, ColoursAreGivenInEachFormat) {
+    Do([](const Arguments& a) {
+        const void* suite = nullptr;
+        a.in->pica_basicP->AcquireSuite("PF Pixel Format Suite", 1, &suite);
+        const auto& formats = *static_cast<const PF_PixelFormatSuite1*>(suite);
+        std::uint8_t bytes[4];
+        EXPECT_EQ(formats.ConvertColorToPixelFormattedData(kFormatBgra8, 1, 0.2f, 2, -1, bytes), 0);
+        EXPECT_EQ(std::to_array(bytes), (std::array<std::uint8_t, 4>{0, 255, 51, 255}));
+        std::uint16_t words[4];
+        EXPECT_EQ(formats.GetWhiteForPixelFormat(kFormatArgb16, words), 0);
+        EXPECT_EQ(std::to_array(words), (std::array<std::uint16_t, 4>{32768, 32768, 32768, 32768}));
+        float floats[4];
+        EXPECT_EQ(formats.GetBlackForPixelFormat(kFormatBgraFloat, floats), 0);
+        EXPECT_EQ(std::to_array(floats), (std::array<float, 4>{0, 0, 0, 1}));
+        EXPECT_EQ(formats.GetBlackForPixelFormat(77, floats), PF_Err_BAD_CALLBACK_PARAM);
+        a.in->pica_basicP->ReleaseSuite("PF Pixel Format Suite", 1);
+    });
 }
 
 TEST_F(HostTest, TextCallbacksCopyAndFormat) {

@@ -215,12 +215,20 @@ void SetDefaults(refhost::Host& host, refhost::Instance& instance, int width, in
     SetEach(host, instance, [&](const PF_ParamDef& p) { return DefaultOf(p, width, height); });
 }
 
+std::string WithoutSuites(refhost::Host& host) {
+    std::string text;
+    for (const std::string& suite : host.account().MissingSuites())
+        text += (text.empty() ? "; it asked for " : ", ") + suite;
+    return text.empty() ? text : text + ", which this host does not have";
+}
+
 Scene::Scene(Context& context, refhost::HostOptions options)
     : context_(context), host(context.Load(), std::move(options)), instance(SetUp()) {
     const auto faults = std::exchange(host.options().faults, nullptr);
     const PF_Err code = instance.SequenceSetup();
     host.options().faults = faults;
-    context.Require(code == PF_Err_NONE, "sequence set-up gives code " + std::to_string(code));
+    context.Require(code == PF_Err_NONE,
+                    "sequence set-up gives code " + std::to_string(code) + WithoutSuites(host));
     SetRandomValues(context, host, instance, kWidth, kHeight);
     host.account().Reset();
 }
@@ -228,7 +236,8 @@ Scene::Scene(Context& context, refhost::HostOptions options)
 refhost::Host& Scene::SetUp() {
     const auto faults = std::exchange(host.options().faults, nullptr);
     const auto require = [this](const char* command, PF_Err code) {
-        context_.Require(code == PF_Err_NONE, std::string(command) + " gives code " + std::to_string(code));
+        context_.Require(code == PF_Err_NONE,
+                         std::string(command) + " gives code " + std::to_string(code) + WithoutSuites(host));
     };
     require("the scan", host.Scan().result);
     require("global set-up", host.GlobalSetup());
@@ -256,7 +265,7 @@ refhost::RenderResult Scene::Render(Frame& frame) {
                              std::to_string(layout.height) + " pixels, " + NameOf(layout.format);
     context_.ExpectNone(frame.Damage(), what);
     context_.ExpectNone(host.account().Misuse(), what);
-    context_.Require(code == PF_Err_NONE, what + ": code " + std::to_string(code));
+    context_.Require(code == PF_Err_NONE, what + ": code " + std::to_string(code) + WithoutSuites(host));
     return result;
 }
 

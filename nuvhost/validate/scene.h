@@ -66,6 +66,10 @@ void SetRandomValues(Context& context, refhost::Host& host, refhost::Instance& i
 // The declared defaults, which for a point are percentages of this size.
 void SetDefaults(refhost::Host& host, refhost::Instance& instance, int width, int height);
 
+// To be put behind a code that the effect gave: empty, or "; it asked for …, which this host does not have", as
+// that may be why.
+std::string WithoutSuites(refhost::Host& host);
+
 class Scene {
 public:
     static constexpr int kWidth = 21, kHeight = 13;

@@ -53,7 +53,8 @@ Crowd::Crowd(Context& context, Scene& scene, int frames, bool oneInstance, int w
         }
         of_.push_back(instances_.empty() ? &scene.instance : instances_.back().get());
         const PF_Err code = RenderForCode(i);
-        context.Require(code == PF_Err_NONE, "a frame alone gives code " + std::to_string(code));
+        context.Require(code == PF_Err_NONE,
+                        "a frame alone gives code " + std::to_string(code) + WithoutSuites(scene.host));
         alone_.push_back(frames_.back()->output.Pixels());
     }
 }
