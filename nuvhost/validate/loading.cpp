@@ -46,6 +46,7 @@ void Unloads(Context& context) {
 void ExpectNoGrowth(Context& context, const std::function<void()>& cycle) {
     for (int i = 0; i < kWarmUps; ++i)
         cycle();
+    RequireHeapCount(context);
     const std::int64_t before = HeapBytesInUse();
     for (int i = 0; i < kLoads; ++i)
         cycle();

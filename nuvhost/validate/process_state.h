@@ -4,10 +4,14 @@
 #include <cstdint>
 #include <string>
 
+#include "check.h"
+
 namespace nuvhost::validate {
 
 std::int64_t HeapBytesInUse();  // all heaps of the C runtime
-std::int64_t OpenHandles();     // file descriptors on Linux
+// Ends the check in a build whose heap is a sanitizer's, which the C runtime knows nothing of.
+void RequireHeapCount(Context& context);
+std::int64_t OpenHandles();  // file descriptors on Linux
 int ThreadCount();
 // How many threads there are beyond `before`. Threads that are just ending get two seconds for it: the system may
 // list one that has been joined.

@@ -130,6 +130,7 @@ void DoesNotGrow(Context& context) {
     constexpr std::int64_t kGrowth = 4096;
     constexpr int kWarmUp = 4 * kCycles;  // as the host remembers a few thousand handles
     std::array<std::int64_t, 2> used{};
+    RequireHeapCount(context);
     InEachHost(context, [&](Interview& host) {
         host.host.options().recordCalls = false;
         for (int i = 0; i < kWarmUp + kCycles; ++i) {

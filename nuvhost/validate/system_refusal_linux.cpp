@@ -58,6 +58,8 @@ Range RangeAround(const void* code) {
     return search.found;
 }
 
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+
 // Null when there is no memory, or is to be none for this caller.
 void* Allocate(std::size_t size, const void* caller, std::size_t alignment = 0) noexcept {
     if (g_watch.memory && g_watch.code.Holds(caller) && g_watch.Refuses()) return nullptr;
@@ -79,9 +81,14 @@ std::size_t Bytes(std::align_val_t alignment) {
 // Through a pointer: a compiler that sees the free but not the malloc takes the two for a mismatch.
 void (*const volatile g_free)(void*) = std::free;
 
+#endif
+
 }  // namespace
 
-// These stand before the system's own, for the plug-in too.
+// These stand before the system's own, for the plug-in too. Sanitizers need that place for themselves, and in their
+// builds nothing is ever asked.
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+
 extern "C" __attribute__((visibility("default"))) int pthread_create(pthread_t* thread,
                                                                      const pthread_attr_t* attributes,
                                                                      void* (*routine)(void*),
@@ -152,6 +159,8 @@ void operator delete[](void* memory, std::size_t, std::align_val_t) noexcept {
 void operator delete[](void* memory, std::align_val_t, const std::nothrow_t&) noexcept {
     g_free(memory);
 }
+
+#endif
 
 namespace nuvhost::validate {
 

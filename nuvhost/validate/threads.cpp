@@ -241,6 +241,7 @@ void OnAnyThread(Context& context) {
 // Hosts keep no threads for ever: each of these renders one frame and ends.
 void ThreadsComeAndGo(Context& context) {
     constexpr int kComing = 1000, kWarmUps = 50;
+    RequireHeapCount(context);
     auto options = context.HostOptions();
     options.iterationThreads = 1;
     options.recordCalls = false;
