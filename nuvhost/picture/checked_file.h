@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <string>
+#include <utility>
 
 namespace nuvhost {
 
@@ -22,9 +23,16 @@ public:
         return Checked(IOFile::pwrite(bytes, size, offset), size);
     }
 
-    // Whether the file could be made and has taken every byte so far.
-    bool Complete() {
-        return handle() != nullptr && std::fflush(handle()) == 0 && std::ferror(handle()) == 0 && complete_;
+    void close() override { Close(); }
+
+    bool made() const { return handle() != nullptr; }
+    // Whether the file has taken every byte, which some file systems know only now. No writer uses it any more.
+    bool Close() {
+        if (std::FILE* const file = std::exchange(m_file, nullptr)) {
+            complete_ = std::ferror(file) == 0 && complete_;
+            complete_ = std::fclose(file) == 0 && complete_;
+        }
+        return complete_;
     }
 
 private:

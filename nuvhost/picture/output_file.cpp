@@ -1,8 +1,10 @@
 #include "picture/output_file.h"
 
+#include <fcntl.h>
 #include <pthread.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
 #include <mutex>
 #include <random>
@@ -11,6 +13,7 @@
 #include <string>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 namespace nuvhost {
 namespace {
@@ -90,19 +93,35 @@ OutputFile::~OutputFile() {
     const std::lock_guard lock(TheTemporaries().mutex);
     std::error_code ignored;
     std::filesystem::remove(temporary_, ignored);
+    if (descriptor_ >= 0) ::close(descriptor_);
     TheTemporaries().files.erase(temporary_);
 }
 
 bool OutputFile::Create(const std::function<bool()>& make) {
     const std::lock_guard lock(TheTemporaries().mutex);
-    return make();
+    const bool made = make();
+    if (made) descriptor_ = ::open(temporary_.c_str(), O_WRONLY | O_CLOEXEC);
+    return made;
 }
 
 void OutputFile::Commit() {
+    const auto fail = [&](const std::string& why) {
+        throw std::runtime_error(name_.string() + ": cannot be written: " + why);
+    };
+    const auto done = [&](int result) {
+        if (result != 0) fail(std::generic_category().message(errno));
+    };
+    const bool synced = ::fsync(descriptor_) == 0 || errno == EINVAL;  // where a file system knows nothing of it
+    done(synced ? 0 : -1);
+    done(::close(std::exchange(descriptor_, -1)));
+
     const std::lock_guard lock(TheTemporaries().mutex);
     std::error_code error;
+    // A folder would be refused, a device replaced.
+    const auto there = std::filesystem::symlink_status(target_, error);
+    if (std::filesystem::exists(there) && !std::filesystem::is_regular_file(there)) fail("it is not a file");
     std::filesystem::rename(temporary_, target_, error);
-    if (error) throw std::runtime_error(name_.string() + ": cannot be written: " + error.message());
+    if (error) fail(error.message());
 }
 
 }  // namespace nuvhost

@@ -24,10 +24,13 @@ public:
     const std::filesystem::path& temporary() const { return temporary_; }
     // What makes the file is called here, so that it cannot come into being while a signal takes its like away.
     bool Create(const std::function<bool()>& make);
-    void Commit();  // throws std::runtime_error
+    // Once whoever wrote the file has closed it. It has reached the disk before it gets its name, as network file
+    // systems tell no sooner what they could not keep. Throws std::runtime_error.
+    void Commit();
 
 private:
     std::filesystem::path name_, target_, temporary_;
+    int descriptor_ = -1;  // of the temporary file, since it was made: what goes wrong from then on is told to it
 };
 
 }  // namespace nuvhost

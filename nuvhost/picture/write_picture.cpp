@@ -221,7 +221,7 @@ void WritePicture(const std::filesystem::path& file, const PictureFile& source) 
     const QuietStderr quiet;
     OutputFile output(file);
     std::optional<CheckedFile> checked;
-    const auto writer = WriterFor(file);
+    auto writer = WriterFor(file);
     const Written written(source, *writer);
 
     // The TIFF writer is not made for files that are not its own, and reports what it could not write.
@@ -229,7 +229,7 @@ void WritePicture(const std::filesystem::path& file, const PictureFile& source) 
     const bool opened = output.Create([&] {
         if (!tiff && writer->supports("ioproxy")) {
             checked.emplace(output.temporary().string());
-            if (!checked->Complete()) Fail(file, "cannot be written", std::generic_category().message(errno));
+            if (!checked->made()) Fail(file, "cannot be written", std::generic_category().message(errno));
             writer->set_ioproxy(&*checked);
         }
         return writer->open(output.temporary().string(), written.spec());
@@ -239,7 +239,8 @@ void WritePicture(const std::filesystem::path& file, const PictureFile& source) 
     // The TIFF writer's close succeeds whatever happened in it, and complains when there are no Exif data at all.
     const bool complained = !error.empty() && !error.ends_with("of the Exif data");
     if (!complete || complained) Fail(file, "cannot be written", error);
-    if (checked && !checked->Complete()) Fail(file, "cannot be written", "the disk did not take all of it");
+    writer.reset();
+    if (checked && !checked->Close()) Fail(file, "cannot be written", "the disk did not take all of it");
     output.Commit();
 }
 

@@ -72,6 +72,20 @@ full_disk() { # full_disk OUTPUT: at the start, half way and just before the end
 for output in full.png full.jpg full.tif full.exr; do
     promise "a disk too full for $output is reported" full_disk $output
 done
+# Some disks tell only at the end that they are full.
+"${CXX:-c++}" -shared -fPIC -o failing_disk.so "$(dirname "$0")/failing_disk.cpp" || exit 2
+late() { # late CALL OUTPUT
+    (export LD_PRELOAD=$PWD/failing_disk.so FAILING_CALL=$1 ASAN_OPTIONS="${ASAN_OPTIONS:-}:verify_asan_link_order=0" &&
+        refuses 1 "$2: cannot be written" render opaque.png "$2")
+}
+for output in late.png late.jpg late.exr late.ppm; do
+    promise "an error in closing $output is reported, and no file left" late fclose $output
+done
+for output in late.png late.jpg late.tif late.exr late.ppm; do
+    promise "an error in syncing $output is reported, and no file left" late fsync $output
+done
+keeps_pipe() { mkfifo pipe.json && refuses 1 pipe.json render opaque.png out.png --save-settings pipe.json && [ -p pipe.json ]; }
+promise "what is no file is not replaced by one" keeps_pipe
 no_plugin() { mkdir -p alone/bin && cp "$nuvhost" alone/bin/nuvhost &&
     (nuvhost=$PWD/alone/bin/nuvhost && refuses 1 nuv_chromaber.so render opaque.png out.png); }
 promise "the plug-in's absence beside nuvhost is named" no_plugin
