@@ -179,9 +179,15 @@ TEST(SequencePattern, APlainNameIsNone) {
 }
 
 TEST(SequencePattern, TwoPlacesAreRefused) {
-    EXPECT_THROW(SequencePattern::Parse("s#/in.#.exr"), UsageError);
     EXPECT_THROW(SequencePattern::Parse("in.#.%04d.exr"), UsageError);
     EXPECT_THROW(SequencePattern::Parse("a#@.exr"), UsageError);
+    EXPECT_THROW(SequencePattern::Parse("s#/in.#.%04d.exr"), UsageError);
+    EXPECT_THROW(SequencePattern::Parse("s#/t@/in.exr"), UsageError);
+}
+
+TEST(SequencePattern, FoldersAreTakenAsTheyAreIfTheNameHasAPlace) {
+    EXPECT_EQ(SequencePattern::Parse("s#/t@%d/in.#.exr").value().At(7), "s#/t@%d/in.0007.exr");
+    EXPECT_EQ(SequencePattern::Parse("/s@/#.exr").value().At(7), "/s@/0007.exr");
 }
 
 class Files : public testing::Test {

@@ -58,7 +58,9 @@ std::string Padded(int frame, int width) {
 
 std::optional<SequencePattern> SequencePattern::Parse(const std::filesystem::path& path) {
     const std::string text = path.string();
-    const auto place = FindPlace(text, 0);
+    const auto name = text.rfind('/') + 1;  // 0 if there is no folder
+    auto place = FindPlace(text, name);
+    if (!place) place = FindPlace(text, 0);
     if (!place) return std::nullopt;
     if (FindPlace(text, place->at + place->length)) {
         throw UsageError(text +

@@ -39,6 +39,9 @@ promise "files padded otherwise are no part of the sequence" not_padded
 folders() { fresh && mkdir f1 f2 && ppm 1 >f1/a.ppm && ppm 2 >f2/a.ppm &&
     renders "out.0001.ppm out.0002.ppm" f@/a.ppm out.#.ppm; }
 promise "the number may be part of a folder's name" folders
+literal_folders() { fresh && mkdir shot#1 take@%d && ppm 1 >shot#1/in.0001.ppm && ppm 2 >shot#1/in.0002.ppm &&
+    renders "take@%d/o.1.ppm take@%d/o.2.ppm" shot#1/in.#.ppm take@%d/o.@.ppm; }
+promise "folders are taken as they are if the file's name has the place" literal_folders
 literal_name() { fresh && ppm 7 >logo@2x.ppm && renders "small@2x.ppm" logo@2x.ppm small@2x.ppm; }
 promise "a picture whose name looks like a pattern is that picture" literal_name
 literal_flag() { fresh && ppm 7 >a.ppm && renders "b#1.ppm" a.ppm b#1.ppm --literal; }
