@@ -152,19 +152,20 @@ void PrintPlan(const FramePlan& plan) {
         std::printf("%sskipped, exists: %s\n", name(job).c_str(), job.output.c_str());
     }
     for (const auto& job : plan.jobs) {
-        std::printf("%s%s -> %s\n", name(job).c_str(), job.black ? "black" : job.input.c_str(), job.output.c_str());
+        std::printf("%s%s -> %s\n", name(job).c_str(), job.black() ? "black" : job.input.c_str(),
+                    job.output.c_str());
     }
 }
 
 // What one picture tells of all of them before they are read.
 PictureFile CheckFirst(const RenderOptions& options, const FramePlan& plan, const MovingSettings& settings) {
-    const auto first = std::find_if(plan.jobs.begin(), plan.jobs.end(), [](const auto& job) { return !job.black; });
-    PictureFile header = ReadHeader(first->input, options.frames.read);
+    const auto& first = plan.jobs.front();
+    PictureFile header = ReadHeader(first.source(), options.frames.read);
     for (const auto& key : settings.center) {
         CheckCenter(key.value, FrameOf(header));
     }
     Reduce(header, options.frames.reduction);
-    CheckChannels(first->output, header);
+    CheckChannels(first.output, header);
     return header;
 }
 
@@ -189,7 +190,8 @@ void RunFiles(const RenderOptions& options, Look& look) {
             progress.Skipped(job);
         }
         tellMissing(progress);
-        if (plan.existing.empty()) progress.Note("nothing to do: no frame lies in --clip-range");
+        if (plan.existing.empty() && plan.missing.empty())
+            progress.Note("nothing to do: no frame lies in --clip-range");
         progress.End();
         return;
     }
@@ -209,7 +211,7 @@ void RunFiles(const RenderOptions& options, Look& look) {
     tellMissing(progress);
     progress.Verbose(options.Plugin().string() + ", " + std::to_string(workers) + " frames at once, " +
                      std::to_string(static_cast<int>(header.picture.depth)) + " bits per channel");
-    RenderFrames(plan, options.frames, runner, workers, header, progress);
+    RenderFrames(plan, options.frames, runner, workers, progress);
     runner.Close();
 }
 

@@ -4,6 +4,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdint>
+#include <iterator>
 #include <map>
 #include <set>
 #include <stdexcept>
@@ -33,9 +35,30 @@ struct Name {
     fs::path At(int frame) const { return pattern ? pattern->At(frame) : plain; }
 };
 
+std::runtime_error NothingOf(const fs::path& sequence) {
+    return std::runtime_error(sequence.string() + ": no file of this sequence exists");
+}
+
+// In ascending order.
+std::vector<int> Present(const SequencePattern& sequence) {
+    auto frames = sequence.Existing();
+    std::error_code ignored;
+    std::erase_if(frames, [&](int frame) { return !fs::is_regular_file(sequence.At(frame), ignored); });
+    return frames;
+}
+
+// The earlier one of two that are as near.
+int Nearest(const std::vector<int>& frames, int frame) {
+    const auto above = std::lower_bound(frames.begin(), frames.end(), frame);
+    if (above == frames.begin()) return *above;
+    const auto below = std::prev(above);
+    if (above == frames.end()) return *below;
+    return std::int64_t{*above} - frame < std::int64_t{frame} - *below ? *above : *below;
+}
+
 std::vector<int> ChosenFrames(const PlanOptions& options, const SequencePattern* input) {
     auto frames = options.frames ? ParseFrames("--frames", *options.frames) : input->Existing();
-    if (frames.empty()) throw std::runtime_error(options.input.string() + ": no file of this sequence exists");
+    if (frames.empty()) throw NothingOf(options.input);
     if (options.clip) {
         const auto clip = ParseFrameClip("--clip-range", *options.clip);
         std::erase_if(frames, [&](int frame) { return frame < clip.first || frame > clip.last; });
@@ -104,8 +127,10 @@ FramePlan PlanFrames(const PlanOptions& options) {
     plan.numbered = options.frames || input.pattern;
     std::vector<int> frames{0};
     if (plan.numbered) frames = ChosenFrames(options, input.pattern ? &*input.pattern : nullptr);
+    std::vector<int> present;
+    if (input.pattern && options.missing != Missing::error) present = Present(*input.pattern);
     for (const int frame : frames) {
-        FrameJob job{frame, input.At(frame), output.At(frame)};
+        FrameJob job{frame, input.At(frame), output.At(frame), {}};
         if (options.skipExisting && Exists(job.output)) {
             plan.existing.push_back(std::move(job));
             continue;
@@ -113,37 +138,36 @@ FramePlan PlanFrames(const PlanOptions& options) {
         if (!Exists(job.input)) {
             plan.missing.push_back(frame);
             if (options.missing == Missing::skip) continue;
-            job.black = true;
+            if (!present.empty()) job.blackLike = input.At(Nearest(present, frame));
         }
         plan.jobs.push_back(std::move(job));
     }
 
-    const auto asked = plan.jobs.size() + (options.missing == Missing::skip ? plan.missing.size() : 0);
-    const bool none = !plan.missing.empty() && plan.missing.size() == asked;
-    const bool refused = !plan.missing.empty() && options.missing == Missing::error;
-    if (!plan.numbered && (refused || none)) throw std::runtime_error(options.input.string() + ": no such file");
-    if (refused || none) {
+    if (plan.missing.empty()) return plan;
+    if (!input.pattern) throw std::runtime_error(options.input.string() + ": no such file");
+    if (options.missing == Missing::error) {
         std::sort(plan.missing.begin(), plan.missing.end());
-        throw std::runtime_error(options.input.string() + ": " + Count(plan.missing.size(), asked) +
+        throw std::runtime_error(options.input.string() + ": " + Count(plan.missing.size(), plan.jobs.size()) +
                                  (plan.missing.size() == 1 ? " is" : " are") +
                                  " missing: " + FramesText(plan.missing));
     }
+    if (present.empty()) throw NothingOf(options.input);
     return plan;
 }
 
 void CheckOutputs(const FramePlan& plan, bool createFolder) {
     std::map<FileId, const FrameJob*> inputs;
     for (const auto& job : plan.jobs) {
-        if (const auto id = IdOf(job.input)) inputs.emplace(*id, &job);
+        if (const auto id = IdOf(job.source())) inputs.emplace(*id, &job);
     }
     std::set<FileId> outputs;
     for (const auto& job : plan.jobs) {
         CheckFormat(job.output);
         if (const auto id = IdOf(job.output)) {
             if (inputs.contains(*id)) {
-                const bool own = inputs.at(*id)->frame == job.frame;
+                const bool own = inputs.at(*id)->frame == job.frame && !job.black();
                 throw UsageError(job.output.string() + ": the output is the input file" +
-                                 (own ? "" : " " + inputs.at(*id)->input.string()));
+                                 (own ? "" : " " + inputs.at(*id)->source().string()));
             }
             if (!outputs.insert(*id).second) {
                 throw UsageError(job.output.string() + ": is another frame's output as well");

@@ -23,7 +23,10 @@ struct FrameJob {
     int frame = 0;  // 0 for a picture without a number
     std::filesystem::path input;
     std::filesystem::path output;
-    bool black = false;  // the input is missing and black takes its place
+    std::filesystem::path blackLike;  // if the input is missing and a black picture like this one takes its place
+
+    bool black() const { return !blackLike.empty(); }
+    const std::filesystem::path& source() const { return black() ? blackLike : input; }  // what is read
 };
 
 struct FramePlan {
@@ -33,8 +36,10 @@ struct FramePlan {
     std::vector<int> missing;        // left out or black
 };
 
-// Works out the frames and finds their files. Throws UsageError for names and ranges that do not fit together, and
-// std::runtime_error for missing inputs, all of them on one line.
+// Works out the frames and finds their files. What becomes of a frame does not depend on which others are asked
+// for: a black one is like the nearest of the sequence that exists. Throws UsageError for names and ranges that do
+// not fit together, and std::runtime_error for missing inputs, all of them on one line, or if nothing of the
+// sequence exists.
 FramePlan PlanFrames(const PlanOptions& options);
 
 // Throws UsageError if an output is the input of any frame or the output of another, under whatever name, or has

@@ -78,7 +78,7 @@ void Progress::Done(const FrameJob& job, const FrameTimes& times) {
         Log("frame " + std::to_string(job.frame) + ": read " + Fixed(times.read * 1000, "%.0f ms") + ", rendered " +
             Fixed(times.render * 1000, "%.0f ms") + ", wrote " + Fixed(times.write * 1000, "%.0f ms"));
     }
-    Tell(job, job.black ? "black" : "done", " -> " + job.output.string() + (job.black ? " black" : ""), "");
+    Tell(job, job.black() ? "black" : "done", " -> " + job.output.string() + (job.black() ? " black" : ""), "");
 }
 
 void Progress::Skipped(const FrameJob& job) {

@@ -27,15 +27,15 @@ private:
     std::chrono::steady_clock::time_point last_ = std::chrono::steady_clock::now();
 };
 
-FrameTimes RenderFrame(const FrameJob& job, const FrameSettings& settings, EffectRunner& runner,
-                       const PictureFile& header) {
+FrameTimes RenderFrame(const FrameJob& job, const FrameSettings& settings, EffectRunner& runner) {
     FrameTimes times;
     Stopwatch watch;
-    PictureFile file = job.black ? BlackLike(header) : ReadPicture(job.input, settings.read);
+    PictureFile file =
+        job.black() ? BlackLike(ReadHeader(job.source(), settings.read)) : ReadPicture(job.source(), settings.read);
     Reduce(file, settings.reduction);
     CheckChannels(job.output, file);
     times.read = watch.Lap();
-    if (!job.black) {
+    if (!job.black()) {
         runner.Render(file.picture, FrameOf(file), settings.effect.At(job.frame), settings.path);
         times.render = watch.Lap();
     }
@@ -47,7 +47,7 @@ FrameTimes RenderFrame(const FrameJob& job, const FrameSettings& settings, Effec
 }  // namespace
 
 void RenderFrames(const FramePlan& plan, const FrameSettings& settings, EffectRunner& runner, int threads,
-                  const PictureFile& header, Progress& progress) {
+                  Progress& progress) {
     std::atomic<std::size_t> next = 0;
     std::atomic<bool> stopped = false;
     std::mutex mutex;
@@ -67,7 +67,7 @@ void RenderFrames(const FramePlan& plan, const FrameSettings& settings, EffectRu
             if (i >= plan.jobs.size()) return;
             const auto& job = plan.jobs[i];
             try {
-                progress.Done(job, RenderFrame(job, settings, runner, header));
+                progress.Done(job, RenderFrame(job, settings, runner));
             } catch (const std::bad_alloc&) {
                 fail(job, "out of memory");
             } catch (const std::exception& error) {

@@ -21,10 +21,10 @@ struct FrameSettings {
 
 // Each of `threads` workers takes a frame through reading, rendering and writing at a time, so that files are read
 // and written while others render and no more than `threads` frames are in memory. The runner has as many
-// instances. `header` is that of an input of the plan, to make black frames like. Throws what the first frame that
+// instances. Throws what the first frame that
 // failed threw, as std::runtime_error that names the frame, once the frames under way are done; with keepGoing in
 // the end, with a list of all that failed.
 void RenderFrames(const FramePlan& plan, const FrameSettings& settings, EffectRunner& runner, int threads,
-                  const PictureFile& header, Progress& progress);
+                  Progress& progress);
 
 }  // namespace nuvhost

@@ -106,8 +106,28 @@ missing_black() {
         --missing black && like <(ppm 0) out.0002.ppm && grep -q "black instead: 2" ../stderr.txt
 }
 promise "--missing black puts black frames of the same size in their place" missing_black
-promise "frames that are all missing are refused all the same" \
-    refused 1 "7-8" in.#.ppm out.#.ppm --frames 7-8 --missing black
+skip_chunk() { fresh 0001 && renders "" in.#.ppm out.#.ppm --frames 7-9 --missing skip "$@" &&
+    is "$(cat ../stderr.txt)" "nuvhost: in.#.ppm: missing, left out: 7-$((9 - $#/2))"; }
+promise "a chunk of missing frames alone is skipped" skip_chunk
+promise "and a clipped one" skip_chunk --clip-range 1-8
+sized() { printf "P6\n$2\n255\n" && ppm "$1" | tail -c 48; }
+black_chunk() { # whatever the chunks, the same frames
+    fresh && sized 1 "2 8" >in.0001.ppm && sized 5 "8 2" >in.0005.ppm &&
+        renders "out.0003.ppm" in.#.ppm out.#.ppm --frames 3-5 --clip-range 1-3 --missing black &&
+        renders "out.0004.ppm out.0006.ppm" in.#.ppm out.#.ppm --frames 4,6 --missing black &&
+        renders "all.0001.ppm all.0002.ppm all.0003.ppm all.0004.ppm all.0005.ppm all.0006.ppm" in.#.ppm all.#.ppm \
+            --frames 1-6 --missing black && like all.0003.ppm out.0003.ppm && like all.0004.ppm out.0004.ppm &&
+        like all.0006.ppm out.0006.ppm && like <(sized 0 "2 8") out.0003.ppm && like <(sized 0 "8 2") out.0004.ppm
+}
+promise "a chunk of missing frames alone is black, each like its nearest" black_chunk
+for missing in skip black; do
+    promise "--missing $missing of a sequence without any file is refused" \
+        refused 1 "no.#.ppm: no file" no.#.ppm out.#.ppm --frames 1-2 --missing $missing
+    promise "--missing $missing of a still that is not there is refused" \
+        refused 1 "no.ppm: no such file" no.ppm out.#.ppm --frames 1-2 --missing $missing
+done
+not_onto_missing() { fresh 0001 && refuses 2 in.0001.ppm render in.#.ppm in.0001.ppm --frames 2 --missing black; }
+promise "a black frame does not replace what it is like" not_onto_missing
 promise "a wrong --missing is refused" refused 2 "grey" in.#.ppm out.#.ppm --missing grey
 
 # ---- Outputs ------------------------------------------------------------------------------------------------
