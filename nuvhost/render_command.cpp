@@ -157,16 +157,31 @@ void PrintPlan(const FramePlan& plan) {
     }
 }
 
-// What one picture tells of all of them before they are read.
-PictureFile CheckFirst(const RenderOptions& options, const FramePlan& plan, const MovingSettings& settings) {
-    const auto& first = plan.jobs.front();
-    PictureFile header = ReadHeader(first.source(), options.frames.read);
-    for (const auto& key : settings.center) {
-        CheckCenter(key.value, FrameOf(header));
+// Every input, so that nothing is rendered if one will not do. Only what is broken inside is left to its frame
+// where others are to go on. Returns the depth of the first.
+std::optional<Depth> CheckInputs(const RenderOptions& options, const FramePlan& plan,
+                                 const MovingSettings& settings) {
+    std::optional<Depth> depth;
+    const std::filesystem::path* last = nullptr;  // a still comes with every frame
+    for (const auto& job : plan.jobs) {
+        if (last && *last == job.source()) continue;
+        last = &job.source();
+        CheckReadable(job.source());
+        PictureFile header;
+        try {
+            header = ReadHeader(job.source(), options.frames.read);
+        } catch (const std::runtime_error&) {
+            if (options.frames.keepGoing && plan.numbered && !options.dryRun) continue;
+            throw;
+        }
+        for (const auto& key : settings.center) {
+            CheckCenter(key.value, FrameOf(header));
+        }
+        Reduce(header, options.frames.reduction);
+        CheckChannels(job.output, header);
+        if (!depth) depth = header.picture.depth;
     }
-    Reduce(header, options.frames.reduction);
-    CheckChannels(first.output, header);
-    return header;
+    return depth;
 }
 
 void RunFiles(const RenderOptions& options, Look& look) {
@@ -196,7 +211,7 @@ void RunFiles(const RenderOptions& options, Look& look) {
         return;
     }
     CheckOutputs(plan, options.plan.createFolder);
-    const PictureFile header = CheckFirst(options, plan, look.settings);
+    const auto depth = CheckInputs(options, plan, look.settings);
     const int workers = static_cast<int>(std::min(static_cast<std::size_t>(options.threads), plan.jobs.size()));
     ShareThreads(options.threads, workers);
     EffectRunner runner(options.Plugin(), options.Personality(), workers, look.sequenceData);
@@ -209,8 +224,8 @@ void RunFiles(const RenderOptions& options, Look& look) {
 
     Progress progress(shown, plan.jobs.size() + plan.existing.size());
     tellMissing(progress);
-    progress.Verbose(options.Plugin().string() + ", " + std::to_string(workers) + " frames at once, " +
-                     std::to_string(static_cast<int>(header.picture.depth)) + " bits per channel");
+    progress.Verbose(options.Plugin().string() + ", " + std::to_string(workers) + " frames at once" +
+                     (depth ? ", " + std::to_string(static_cast<int>(*depth)) + " bits per channel" : ""));
     RenderFrames(plan, options.frames, runner, workers, progress);
     runner.Close();
 }

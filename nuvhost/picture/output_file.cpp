@@ -40,15 +40,6 @@ std::filesystem::path TemporaryBeside(const std::filesystem::path& file) {
     return name;
 }
 
-// Follows links also where the last one leads to nothing yet.
-std::filesystem::path BehindLinks(std::filesystem::path file) {
-    constexpr int kMostLinks = 40;  // as many as the system follows
-    for (int i = 0; i < kMostLinks && std::filesystem::is_symlink(file); ++i) {
-        file = file.parent_path() / std::filesystem::read_symlink(file);
-    }
-    return std::filesystem::weakly_canonical(file);
-}
-
 [[noreturn]] void RemoveAllAndDie(int signal) {
     auto& temporaries = TheTemporaries();
     temporaries.mutex.lock();  // for good
@@ -81,6 +72,18 @@ void RemoveTemporariesOnSignal() {
         }
         RemoveAllAndDie(signal);
     }).detach();
+}
+
+std::filesystem::path BehindLinks(std::filesystem::path file) {
+    constexpr int kMostLinks = 40;  // as many as the system follows
+    std::error_code error;
+    for (int i = 0; i < kMostLinks && std::filesystem::is_symlink(file, error); ++i) {
+        const auto to = std::filesystem::read_symlink(file, error);
+        if (error) return file;
+        file = file.parent_path() / to;
+    }
+    const auto plain = std::filesystem::weakly_canonical(file, error);
+    return error ? file : plain;
 }
 
 OutputFile::OutputFile(const std::filesystem::path& target)

@@ -10,6 +10,10 @@ namespace nuvhost {
 // first; the process then dies of that signal. Called once, before anything starts threads.
 void RemoveTemporariesOnSignal();
 
+// Where the file really is or would be made: follows links also where the last one leads to nothing yet. The file's
+// name is absolute. Links that cannot be followed are left.
+std::filesystem::path BehindLinks(std::filesystem::path file);
+
 // Is written under a temporary name in the target's folder and moved over the target by Commit; until then
 // nothing is left behind, whether by an exception or by a signal. Any number at once, on any threads.
 class OutputFile {

@@ -43,6 +43,8 @@ struct ReadOptions {
     bool firstPage = false;      // whether further pictures in the file may be left out
 };
 
+// std::runtime_error if there is no file of that name, or no permission to read it.
+void CheckReadable(const std::filesystem::path& file);
 // The first picture of a file. Throws std::runtime_error for anything that cannot be read in full.
 PictureFile ReadPicture(const std::filesystem::path& file, const ReadOptions& options);
 // The same without pixels: `picture` has its size and depth only.
@@ -61,7 +63,7 @@ void Reduce(PictureFile& picture, const Reduction& reduction);
 
 // What can be known before there is a picture: UsageError if no writer takes the name or if it is a folder.
 void CheckFormat(const std::filesystem::path& output);
-// std::runtime_error if the folder cannot take the file.
+// std::runtime_error if the folder cannot take the file, or the one that links lead to.
 void CheckWritable(const std::filesystem::path& output);
 // std::runtime_error if the format has no room for the picture's channels.
 void CheckChannels(const std::filesystem::path& output, const PictureFile& picture);

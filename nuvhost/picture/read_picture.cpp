@@ -1,4 +1,5 @@
 #include <OpenImageIO/imageio.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <memory>
@@ -43,11 +44,7 @@ bool IsCmyk(const ImageSpec& spec) {
 }
 
 std::unique_ptr<ImageInput> Open(const std::filesystem::path& file, const ReadOptions& options) {
-    std::error_code ignored;
-    if (!std::filesystem::exists(file, ignored)) Fail(file, "no such file");
-    if (std::filesystem::is_directory(file, ignored)) Fail(file, "is a folder, not a picture");
-    if (!std::filesystem::is_regular_file(file, ignored)) Fail(file, "is not a file");
-
+    CheckReadable(file);
     ImageSpec asStored;
     asStored.attribute(kStraightAlpha, 1);
     auto input = ImageInput::open(file.string(), &asStored);
@@ -92,6 +89,15 @@ Window FrameOf(const PictureFile& picture) {
     if (picture.format != kWindowedFormat) return {0, 0, picture.layer.width, picture.layer.height};
     const Window display = DisplayWindow(picture.spec);
     return {display.x - picture.layer.x, display.y - picture.layer.y, display.width, display.height};
+}
+
+void CheckReadable(const std::filesystem::path& file) {
+    std::error_code ignored;
+    const auto status = std::filesystem::status(file, ignored);
+    if (!std::filesystem::exists(status)) Fail(file, "no such file");
+    if (std::filesystem::is_directory(status)) Fail(file, "is a folder, not a picture");
+    if (!std::filesystem::is_regular_file(status)) Fail(file, "is not a file");
+    if (::access(file.c_str(), R_OK) != 0) Fail(file, "no permission to read it");
 }
 
 PictureFile ReadHeader(const std::filesystem::path& file, const ReadOptions& options) {

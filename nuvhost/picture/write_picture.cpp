@@ -197,15 +197,20 @@ void CheckFormat(const std::filesystem::path& output) {
 
 void CheckWritable(const std::filesystem::path& output) {
     std::error_code error;
-    const auto folder = std::filesystem::absolute(output).parent_path();
-    if (!std::filesystem::is_directory(folder, error)) {
-        Fail(output, "no such folder", folder.string() + " (--create-dir makes it)");
+    const auto target = BehindLinks(std::filesystem::absolute(output));
+    const auto folder = target.parent_path();
+    if (::access(folder.c_str(), W_OK | X_OK) != 0 && errno != ENOENT && errno != ENOTDIR) {
+        Fail(output, "no permission to write in the folder", folder.string());
     }
-    if (::access(folder.c_str(), W_OK) != 0) Fail(output, "no permission to write in the folder");
-    const auto status = std::filesystem::status(output, error);
+    if (!std::filesystem::is_directory(folder, error)) {
+        const bool link = std::filesystem::is_symlink(output, error);
+        Fail(output, link ? "is a link to no folder" : "no such folder",
+             folder.string() + (link ? "" : " (--create-dir makes it)"));
+    }
+    const auto status = std::filesystem::symlink_status(target, error);
     if (!std::filesystem::exists(status)) return;
     if (!std::filesystem::is_regular_file(status)) Fail(output, "is not a file");
-    if (::access(output.c_str(), W_OK) != 0) Fail(output, "is write-protected");
+    if (::access(target.c_str(), W_OK) != 0) Fail(output, "is write-protected");
 }
 
 void CheckChannels(const std::filesystem::path& output, const PictureFile& picture) {

@@ -176,7 +176,8 @@ void CheckOutputs(const FramePlan& plan, bool createFolder) {
         const auto folder = FolderOf(job.output);
         if (createFolder && !Exists(folder)) {
             const auto standing = StandingFolder(folder);
-            if (!fs::is_directory(standing) || ::access(standing.c_str(), W_OK) != 0) {
+            std::error_code ignored;
+            if (!fs::is_directory(standing, ignored) || ::access(standing.c_str(), W_OK | X_OK) != 0) {
                 throw std::runtime_error(job.output.string() + ": its folder cannot be made in " +
                                          standing.string());
             }

@@ -182,6 +182,31 @@ promise "a missing plug-in is refused before anything is made" plugin_first
 dangling() { fresh 0001 && ln -s later.ppm out.0001.ppm && "$nuvhost" render in.#.ppm out.#.ppm >../stdout.txt &&
     [ -L out.0001.ppm ] && like in.0001.ppm later.ppm; }
 promise "an output that is a link to nothing yet is written through" dangling
+dead_link() { fresh 0001 0002 && ln -s nowhere/later.ppm out.0002.ppm && refuses 1 "out.0002.ppm: is a link to no folder" \
+    render in.#.ppm out.#.ppm "$@"; }
+promise "an output that is a link to no folder is refused before anything is rendered" dead_link
+promise "and with --create-dir" dead_link --create-dir
+circle() { fresh 0001 0002 && ln -s out.0002.ppm out.0002.ppm && refuses 1 "out.0002.ppm" render in.#.ppm out.#.ppm; }
+promise "a link to itself is refused" circle
+folder_frame() { fresh 0001 0002 && mkdir in.0003.ppm && refuses 1 "in.0003.ppm: is a folder" render in.#.ppm out.#.ppm "$@"; }
+promise "a folder named like a frame is refused before anything is rendered" folder_frame
+promise "and with --keep-going" folder_frame --keep-going
+promise "and by --dry-run" folder_frame --dry-run
+later_channels() { fresh && cp ../opaque.png in.0001.exr && cp ../others.exr in.0002.exr &&
+    refuses 1 "mask.id" render in.#.exr out.#.png "$@"; }
+promise "channels without room in a later frame are refused before anything is rendered" later_channels
+promise "and with --keep-going" later_channels --keep-going
+wider() { fresh 0001 && oiiotool --create 64x4 3 -o in.0002.ppm &&
+    refuses 2 "--center" render in.#.ppm out.#.ppm --center 100000%,50% "$@"; }
+promise "a centre too far out for a wider frame is refused before anything is rendered" wider
+promise "and by --dry-run" wider --dry-run
+no_header() { fresh 0001 0003 && echo nothing >in.0002.ppm && refuses 1 "in.0002.ppm" render in.#.ppm out.#.ppm "$@"; }
+promise "what is no picture is refused before anything is rendered" no_header
+promise "and by --dry-run" no_header --dry-run --keep-going
+keeps_going() { fresh 0002 0003 && echo nothing >in.0001.ppm &&
+    not renders "" in.#.ppm out.#.ppm --keep-going >/dev/null && is "$(ls out.*)" "out.0002.ppm
+out.0003.ppm"; }
+promise "but fails its frame alone with --keep-going" keeps_going
 long_names() {
     local name
     name=$(printf 'n%.0s' {1..247}).ppm && fresh && ppm 3 >"$name" && mkdir o && renders "o/$name" "$name" "o/$name"
