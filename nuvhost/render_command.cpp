@@ -144,10 +144,17 @@ void RunStream(const RenderOptions& options, Look& look) {
     runner.Close();
 }
 
+constexpr auto kNothing = "nothing to do: no frame lies in --clip-range";
+
+bool Nothing(const FramePlan& plan) {
+    return plan.jobs.empty() && plan.existing.empty() && plan.missing.empty();
+}
+
 void PrintPlan(const FramePlan& plan) {
     const auto name = [&](const FrameJob& job) {
         return plan.numbered ? "frame " + std::to_string(job.frame) + ": " : std::string();
     };
+    if (Nothing(plan)) std::puts(kNothing);
     for (const auto& job : plan.existing) {
         std::printf("%sskipped, exists: %s\n", name(job).c_str(), job.output.c_str());
     }
@@ -199,20 +206,11 @@ void RunFiles(const RenderOptions& options, Look& look) {
                       (options.plan.missing == Missing::black ? "black instead: " : "left out: ") +
                       FramesText(plan.missing));
     };
-    if (plan.jobs.empty()) {
-        Progress progress(shown, plan.existing.size());
-        for (const auto& job : plan.existing) {
-            progress.Skipped(job);
-        }
-        tellMissing(progress);
-        if (plan.existing.empty() && plan.missing.empty())
-            progress.Note("nothing to do: no frame lies in --clip-range");
-        progress.End();
-        return;
-    }
+    if (plan.jobs.empty()) CheckFormat(options.plan.output);
     CheckOutputs(plan, options.plan.createFolder);
     const auto depth = CheckInputs(options, plan, look.settings);
-    const int workers = static_cast<int>(std::min(static_cast<std::size_t>(options.threads), plan.jobs.size()));
+    const auto most = static_cast<std::size_t>(options.threads);
+    const int workers = static_cast<int>(std::clamp<std::size_t>(plan.jobs.size(), 1, most));
     ShareThreads(options.threads, workers);
     EffectRunner runner(options.Plugin(), options.Personality(), workers, look.sequenceData);
     if (options.dryRun) {
@@ -224,6 +222,7 @@ void RunFiles(const RenderOptions& options, Look& look) {
 
     Progress progress(shown, plan.jobs.size() + plan.existing.size());
     tellMissing(progress);
+    if (Nothing(plan)) progress.Note(kNothing);
     progress.Verbose(options.Plugin().string() + ", " + std::to_string(workers) + " frames at once" +
                      (depth ? ", " + std::to_string(static_cast<int>(*depth)) + " bits per channel" : ""));
     RenderFrames(plan, options.frames, runner, workers, progress);

@@ -27,6 +27,12 @@ bool Exists(const fs::path& file) {
     return fs::exists(file, ignored);
 }
 
+// Whatever else a crash or another tool left under an output's name is to be rendered.
+bool IsFinished(const fs::path& file) {
+    std::error_code error;
+    return fs::is_regular_file(file, error) && fs::file_size(file, error) > 0 && !error;
+}
+
 // A plain path stands for every frame.
 struct Name {
     fs::path plain;
@@ -131,7 +137,7 @@ FramePlan PlanFrames(const PlanOptions& options) {
     if (input.pattern && options.missing != Missing::error) present = Present(*input.pattern);
     for (const int frame : frames) {
         FrameJob job{frame, input.At(frame), output.At(frame), {}};
-        if (options.skipExisting && Exists(job.output)) {
+        if (options.skipExisting && IsFinished(job.output)) {
             plan.existing.push_back(std::move(job));
             continue;
         }

@@ -15,7 +15,7 @@ struct PlanOptions {
     std::optional<std::string> frames, clip;
     Missing missing = Missing::error;
     bool literal = false;       // names are no patterns
-    bool skipExisting = false;  // frames whose output is there are left alone
+    bool skipExisting = false;  // frames whose output is there and not empty are left alone
     bool createFolder = false;
 };
 

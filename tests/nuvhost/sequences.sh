@@ -161,6 +161,21 @@ skip_existing() {
 promise "--skip-existing leaves finished frames alone" skip_existing
 skip_all() { fresh 0001 && ppm 99 >out.0001.ppm && renders "" in.#.ppm out.#.ppm --skip-existing; }
 promise "--skip-existing with nothing left is no failure" skip_all
+skip_whole() { fresh 0001 0002 && : >out.0001.ppm && ppm 99 >out.0002.ppm && renders "" in.#.ppm out.#.ppm --skip-existing &&
+    like in.0001.ppm out.0001.ppm && like <(ppm 99) out.0002.ppm; }
+promise "--skip-existing renders what is there but empty" skip_whole
+skip_folder() { fresh 0001 && mkdir out.0001.ppm && refuses 2 "is a folder" render in.#.ppm out.#.ppm --skip-existing; }
+promise "--skip-existing takes no folder for a frame" skip_folder
+nothing_left() { fresh 0001 && ppm 99 >out.0001.ppm && "$@"; }
+nothing_checked() { refuses 1 nowhere.so render in.#.ppm out.#.ppm --skip-existing --plugin nowhere.so; }
+promise "--skip-existing with nothing left checks all the same" nothing_left nothing_checked
+nothing_saved() { renders "look.json" in.#.ppm out.#.ppm --skip-existing --save-settings look.json; }
+promise "--skip-existing with nothing left saves the settings" nothing_left nothing_saved
+nothing_dry() { renders "" in.#.ppm out.#.ppm --skip-existing --dry-run &&
+    is "$(cat ../stdout.txt)" "frame 1: skipped, exists: out.0001.ppm"; }
+promise "--dry-run with nothing left tells it as always" nothing_left nothing_dry
+promise "a format that nobody writes is refused with nothing to do" \
+    refused 2 "out.#.xyz" in.#.ppm out.#.xyz --clip-range 7-8
 skip_missing() { fresh 0001 && ppm 9 >out.0002.ppm &&
     renders "out.0001.ppm" in.#.ppm out.#.ppm --frames 1-2 --skip-existing; }
 promise "--skip-existing needs no input of a finished frame" skip_missing
