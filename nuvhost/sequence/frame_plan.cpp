@@ -11,8 +11,10 @@
 #include <stdexcept>
 #include <system_error>
 #include <utility>
+#include <variant>
 
 #include "errors.h"
+#include "picture/output_file.h"
 #include "picture/picture_file.h"
 #include "sequence/frame_range.h"
 #include "sequence/sequence_pattern.h"
@@ -98,13 +100,13 @@ std::string Count(std::size_t number, std::size_t of) {
     return std::to_string(number) + " of " + std::to_string(of) + (of == 1 ? " frame" : " frames");
 }
 
-// One file, whatever its name.
-using FileId = std::pair<dev_t, ino_t>;
+// The same for every name of one file: its number where it is there, else the path where it would be.
+using FileId = std::variant<std::pair<dev_t, ino_t>, fs::path>;
 
-std::optional<FileId> IdOf(const fs::path& file) {
+FileId IdOf(const fs::path& file) {
     struct stat status {};
-    if (::stat(file.c_str(), &status) != 0) return std::nullopt;
-    return FileId{status.st_dev, status.st_ino};
+    if (::stat(file.c_str(), &status) == 0) return std::pair(status.st_dev, status.st_ino);
+    return BehindLinks(fs::absolute(file));
 }
 
 // The folder to be, or the nearest one above it that is there.
@@ -162,23 +164,22 @@ FramePlan PlanFrames(const PlanOptions& options) {
 }
 
 void CheckOutputs(const FramePlan& plan, bool createFolder) {
-    std::map<FileId, const FrameJob*> inputs;
+    std::map<FileId, const fs::path*> inputs;
     for (const auto& job : plan.jobs) {
-        if (const auto id = IdOf(job.source())) inputs.emplace(*id, &job);
+        inputs.emplace(IdOf(job.source()), &job.source());
+        if (job.black()) inputs.emplace(IdOf(job.input), &job.input);
     }
     std::set<FileId> outputs;
     for (const auto& job : plan.jobs) {
         CheckFormat(job.output);
-        if (const auto id = IdOf(job.output)) {
-            if (inputs.contains(*id)) {
-                const bool own = inputs.at(*id)->frame == job.frame && !job.black();
-                throw UsageError(job.output.string() + ": the output is the input file" +
-                                 (own ? "" : " " + inputs.at(*id)->source().string()));
-            }
-            if (!outputs.insert(*id).second) {
-                throw UsageError(job.output.string() + ": is another frame's output as well");
-            }
+        const auto id = IdOf(job.output);
+        if (const auto input = inputs.find(id); input != inputs.end()) {
+            const bool own = *input->second == job.input;
+            throw UsageError(job.output.string() + ": the output is the input file" +
+                             (own ? "" : " " + input->second->string()));
         }
+        if (!outputs.insert(id).second)
+            throw UsageError(job.output.string() + ": is another frame's output as well");
         const auto folder = FolderOf(job.output);
         if (createFolder && !Exists(folder)) {
             const auto standing = StandingFolder(folder);

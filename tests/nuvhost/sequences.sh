@@ -143,6 +143,11 @@ promise "an output that is another frame's input is refused" other_frame
 shared_output() { fresh 0001 0002 && ppm 9 >x.ppm && ln -s x.ppm out.0001.ppm && ln -s x.ppm out.0002.ppm &&
     refuses 2 "another frame's output" render in.#.ppm out.#.ppm; }
 promise "two outputs that are one file are refused" shared_output
+shared_later() { fresh 0001 0002 && ln -s x.ppm out.0001.ppm && ln -s ./y.ppm out.0002.ppm && ln -s x.ppm y.ppm &&
+    refuses 2 "another frame's output" render in.#.ppm out.#.ppm; }
+promise "and that will be one file" shared_later
+onto_missing() { fresh 0001 && refuses 2 "in.0003.ppm" render in.#.ppm in.%04d.ppm --frames 3 --missing black; }
+promise "a black frame in the place of its input is refused" onto_missing
 promise "a missing output folder is refused" refused 1 "new/out.0001.ppm" in.#.ppm new/out.#.ppm
 promise "an output format that nobody writes is refused" refused 2 "out.0001.xyz" in.#.ppm out.#.xyz
 create_dir() { fresh 0001 0002 && renders "a/b/out.0001.ppm a/b/out.0002.ppm" in.#.ppm a/b/out.#.ppm --create-dir; }
