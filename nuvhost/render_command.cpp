@@ -150,7 +150,7 @@ bool Nothing(const FramePlan& plan) {
     return plan.jobs.empty() && plan.existing.empty() && plan.missing.empty();
 }
 
-void PrintPlan(const FramePlan& plan) {
+void PrintPlan(const FramePlan& plan, bool black) {
     const auto name = [&](const FrameJob& job) {
         return plan.numbered ? "frame " + std::to_string(job.frame) + ": " : std::string();
     };
@@ -162,6 +162,7 @@ void PrintPlan(const FramePlan& plan) {
         std::printf("%s%s -> %s\n", name(job).c_str(), job.black() ? "black" : job.input.c_str(),
                     job.output.c_str());
     }
+    if (!black && !plan.missing.empty()) std::printf("missing, left out: %s\n", FramesText(plan.missing).c_str());
 }
 
 // Every input, so that nothing is rendered if one will not do. Only what is broken inside is left to its frame
@@ -214,7 +215,7 @@ void RunFiles(const RenderOptions& options, Look& look) {
     ShareThreads(options.threads, workers);
     EffectRunner runner(options.Plugin(), options.Personality(), workers, look.sequenceData);
     if (options.dryRun) {
-        PrintPlan(plan);
+        PrintPlan(plan, options.plan.missing == Missing::black);
         return runner.Close();
     }
     if (options.plan.createFolder) CreateFolders(plan);

@@ -193,6 +193,11 @@ frame 2: black -> new/out.0002.ppm
 frame 3: in.0003.ppm -> new/out.0003.ppm" && [ ! -e new ]
 }
 promise "--dry-run tells everything and writes nothing" dry_run
+dry_skip() { fresh 0001 0003 && renders "" in.#.ppm out.#.ppm --frames 1-6 --missing skip --dry-run &&
+    is "$(cat ../stdout.txt)" "frame 1: in.0001.ppm -> out.0001.ppm
+frame 3: in.0003.ppm -> out.0003.ppm
+missing, left out: 2,4-6"; }
+promise "--dry-run tells what is left out" dry_skip
 promise "--dry-run checks all the same" refused 1 "missing: 3" in.#.ppm out.#.ppm --frames 1-3 --dry-run
 channels_first() { fresh && cp ../others.exr in.0001.exr && cp ../others.exr in.0002.exr &&
     refuses 1 "mask.id" render in.#.exr new/out.#.png --create-dir; }
