@@ -231,7 +231,7 @@ void RunFiles(const RenderOptions& options, Look& look) {
 }
 
 void Render(RenderOptions& options) {
-    RemoveTemporariesOnSignal();
+    RemoveTemporariesOnSignal(WipeBarForGood);
     auto& frames = options.frames;
     if (options.editor() && frames.read.depth.value_or(Depth::bits8) != Depth::bits8) {
         throw UsageError("--depth: the editor host hands out 8-bit pixels only");

@@ -40,12 +40,13 @@ std::filesystem::path TemporaryBeside(const std::filesystem::path& file) {
     return name;
 }
 
-[[noreturn]] void RemoveAllAndDie(int signal) {
+[[noreturn]] void RemoveAllAndDie(int signal, void (*last)()) {
     auto& temporaries = TheTemporaries();
     temporaries.mutex.lock();  // for good
     for (const auto& file : temporaries.files) {
         ::unlink(file.c_str());
     }
+    last();
     std::signal(signal, SIG_DFL);
     sigset_t set;
     sigemptyset(&set);
@@ -57,7 +58,7 @@ std::filesystem::path TemporaryBeside(const std::filesystem::path& file) {
 
 }  // namespace
 
-void RemoveTemporariesOnSignal() {
+void RemoveTemporariesOnSignal(void (*last)()) {
     sigset_t set;
     sigemptyset(&set);
     for (const int signal : {SIGHUP, SIGINT, SIGTERM}) {
@@ -66,11 +67,11 @@ void RemoveTemporariesOnSignal() {
         if (action.sa_handler != SIG_IGN) sigaddset(&set, signal);  // nohup ignores one
     }
     pthread_sigmask(SIG_BLOCK, &set, nullptr);
-    std::thread([set] {
+    std::thread([set, last] {
         int signal = 0;
         while (sigwait(&set, &signal) != 0) {
         }
-        RemoveAllAndDie(signal);
+        RemoveAllAndDie(signal, last);
     }).detach();
 }
 

@@ -7,8 +7,9 @@
 namespace nuvhost {
 
 // From now on a signal that asks the process to end (hang-up, interrupt, terminate) removes every temporary file
-// first; the process then dies of that signal. Called once, before anything starts threads.
-void RemoveTemporariesOnSignal();
+// first and calls `last`, on a thread of its own; the process then dies of that signal. Called once, before
+// anything starts threads.
+void RemoveTemporariesOnSignal(void (*last)() = [] {});
 
 // Where the file really is or would be made: follows links also where the last one leads to nothing yet. The file's
 // name is absolute. Links that cannot be followed are left.

@@ -1,5 +1,6 @@
 #include "sequence/progress.h"
 
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -22,6 +23,19 @@ void WriteWhole(int descriptor, const std::string& text) {
         if (written < 0 && errno != EINTR) return;  // nobody listens: no reason to stop rendering
         if (written > 0) at += static_cast<std::size_t>(written);
     }
+}
+
+constexpr auto kWipe = "\r\x1b[K";
+
+struct Bar {
+    std::timed_mutex mutex;  // also held while it is drawn or wiped
+    bool stands = false;
+};
+
+// There is one terminal.
+Bar& TheBar() {
+    static auto& bar = *new Bar;  // outlives the thread that waits for signals
+    return bar;
 }
 
 bool ShowsBar(const ProgressOptions& options) {
@@ -144,26 +158,42 @@ void Progress::Log(const std::string& text) {
 }
 
 void Progress::DrawBar() {
-    const double rate = static_cast<double>(told_) / std::max(Seconds(), 1e-9);
-    std::string text = Share() + "  " + Fixed(rate, "%.1f frames/s");
+    std::string text = Share();
+    if (done_ > 0) {  // what was skipped took no time
+        const double rate = static_cast<double>(done_) / std::max(Seconds(), 1e-9);
+        text += "  " + Fixed(rate, "%.1f frames/s");
+        if (total_) text += "  " + Duration(static_cast<double>(*total_ - told_) / rate) + " left";
+    }
+    winsize size{};
+    const bool known = ::ioctl(UserStderr(), TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    const std::size_t columns = known ? size.ws_col : 80;
     if (total_) {
-        const double left = static_cast<double>(*total_ - told_) / rate;
-        text += "  " + Duration(left) + " left";
-        winsize size{};
-        const bool known = ::ioctl(UserStderr(), TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-        const std::size_t columns = known ? size.ws_col : 80;
         const std::size_t cells =
             std::min<std::size_t>(40, columns > text.size() + 4 ? columns - text.size() - 4 : 0);
         const std::size_t full = cells * told_ / *total_;
         if (cells >= 5) text = "[" + std::string(full, '#') + std::string(cells - full, '.') + "] " + text;
     }
-    WriteWhole(UserStderr(), "\r\x1b[K" + text);
-    drawn_ = true;
+    text.resize(std::min(text.size(), columns));  // a second line would stay
+    auto& bar = TheBar();
+    const std::lock_guard lock(bar.mutex);
+    WriteWhole(UserStderr(), kWipe + text);
+    bar.stands = true;
 }
 
 void Progress::WipeBar() {
-    if (drawn_) WriteWhole(UserStderr(), "\r\x1b[K");
-    drawn_ = false;
+    auto& bar = TheBar();
+    const std::lock_guard lock(bar.mutex);
+    if (bar.stands) WriteWhole(UserStderr(), kWipe);
+    bar.stands = false;
+}
+
+void WipeBarForGood() {
+    auto& bar = TheBar();
+    // Whoever has it for longer waits for a terminal that somebody has stopped.
+    std::unique_lock lock(bar.mutex, std::chrono::milliseconds(100));
+    pollfd terminal{UserStderr(), POLLOUT, 0};
+    if (lock && bar.stands && ::poll(&terminal, 1, 0) == 1) WriteWhole(UserStderr(), kWipe);
+    lock.release();
 }
 
 std::string Progress::Share() const {

@@ -62,9 +62,12 @@ private:
     const bool bar_, lines_, json_;
     const Clock::time_point start_ = Clock::now();
     std::mutex mutex_;
-    bool drawn_ = false;
     std::size_t told_ = 0, done_ = 0, skipped_ = 0;
     std::vector<int> failed_;
 };
+
+// For a process about to die: no bar stays on the terminal, and none comes any more. From any thread; waits for no
+// terminal.
+void WipeBarForGood();
 
 }  // namespace nuvhost

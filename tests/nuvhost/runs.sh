@@ -4,6 +4,7 @@ source "$(dirname "$0")/tools.sh"
 
 ppm() { printf 'P6\n4 4\n255\n' && perl -e 'print chr(shift) x 48' "$1"; }
 for i in 1 2 3 4 5; do ppm $i >in.000$i.ppm; done
+{ printf 'P6\n64 64\n255\n' && head -c 12288 /dev/zero; } >big.ppm
 run() { rm -f out.*; "$nuvhost" render in.#.ppm out.#.ppm "$@" >stdout.txt 2>stderr.txt; }
 silent() { [ ! -s "$1" ] || { cat "$1"; false; }; }
 no_temporaries() { is "$(find . -name '.nuvhost*' | wc -l)" 0; }
@@ -43,6 +44,35 @@ bar() {
         not grep -q 'frame 1 ->' terminal.txt && tail -n 1 terminal.txt | grep -q '5 frames in .* frames/s'
 }
 promise "a terminal gets a bar with the rate and the time left" bar
+bar_skips() { # 400 of 402 frames are there: they are no work
+    mkdir -p skips && for ((i = 3; i <= 402; i++)); do ln -f in.0001.ppm "skips/out.$(printf %04d "$i").ppm"; done &&
+        script -qec "$nuvhost render big.ppm skips/out.#.ppm --frames 1-402 --skip-existing --threads 1" /dev/null \
+            >terminal.txt </dev/null && perl -0777 -e '$_ = <STDIN>;
+        /(\d+\/402, \d+%[^\r\n]*)/ && $1 eq "1/402, 0%" or die "     told before anything was rendered: $1\n";
+        /402\/402, 100%  ([\d.]+) frames/ && (my $bar = $1) && /2 frames in .* s, ([\d.]+) frames/ or die "     no rate\n";
+        $bar < 50 * $1 or die "     $bar frames/s in the bar, $1 in the end\n"' <terminal.txt
+}
+promise "the rate is that of the frames that were rendered" bar_skips
+narrow() {
+    rm -f out.* && script -qec "stty cols 24 && $nuvhost render in.#.ppm out.#.ppm" /dev/null >terminal.txt </dev/null &&
+        tr '\r' '\n' <terminal.txt | grep -q '5/5, 100%' && is "$(tr '\r' '\n' <terminal.txt |
+        grep -v 'frames in' | sed 's/^\x1b\[K//' | awk 'length > 24' | wc -l)" 0
+}
+promise "the bar is no wider than the terminal" narrow
+bar_dies() { # bar_dies SIGNAL
+    local i
+    rm -rf dies && mkdir dies && (
+        for ((i = 0; i < 400; i++)); do [ -s dies/out.0002.ppm ] && break || sleep 0.05; done
+        kill -"$1" "$(cat dies/pid)"
+    ) &
+    script -qec "echo \$\$ >dies/pid; exec $nuvhost render in.0001.ppm dies/out.#.ppm --frames 1-100000" /dev/null \
+        >terminal.txt </dev/null
+    wait
+    grep -q ' left' terminal.txt && is "$(tail -c 4 terminal.txt | od -An -c | tr -d ' ')" '\r033[K'
+}
+for signal in INT TERM HUP; do
+    promise "$signal leaves no bar on the terminal" bar_dies $signal
+done
 bar_and_log() {
     rm -f out.* && script -qec "$nuvhost render in.#.ppm out.#.ppm >log.txt" /dev/null >terminal.txt </dev/null &&
         is "$(grep -c '^frame [0-9] -> ' log.txt)" 5 && grep -q '5/5, 100%' terminal.txt
@@ -82,7 +112,6 @@ promise "json names what failed" spoiled json_failure
 full_disk() { (trap '' XFSZ && ulimit -f 1 && rm -f out.* && "$nuvhost" render big.ppm out.#.ppm --frames 1-3 >stdout.txt 2>stderr.txt)
     is "$?" 1 && is "$(wc -l <stderr.txt)" 1 && grep -q 'out.000[12].ppm: cannot be written' stderr.txt &&
         not grep -q '.nuvhost' stderr.txt && not ls out.* 2>/dev/null && no_temporaries; }
-{ printf 'P6\n64 64\n255\n' && head -c 12288 /dev/zero; } >big.ppm
 promise "a full disk is told of the file as it was named" full_disk
 
 # ---- Signals ------------------------------------------------------------------------------------------------
