@@ -129,11 +129,14 @@ void LeavesItLocked(PreRender& pre) {
 std::atomic<void (*)(PF_Handle)> g_dispose{nullptr};
 
 void Delete(void* data) {
-    g_dispose.load()(static_cast<PF_Handle>(data));
+    try {
+        g_dispose.load()(static_cast<PF_Handle>(data));
+    } catch (...) {  // some hosts throw, after the deed
+    }
 }
 PF_Err DeletesItsData(Command& command) {
     const PF_Err result = Effect(command);
-    if (command.cmd == PF_Cmd_SMART_PRE_RENDER && command.extra && command.inData->utils) {
+    if (command.cmd == PF_Cmd_SMART_PRE_RENDER && result == PF_Err_NONE) {
         g_dispose = command.inData->utils->host_dispose_handle;
         static_cast<PF_PreRenderExtra*>(command.extra)->output->delete_pre_render_data_func = Delete;
     }

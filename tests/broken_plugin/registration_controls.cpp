@@ -55,7 +55,7 @@ int g_kept = 0;
 
 PF_Err KeepsASuite(Registration& r) {
     const void* suite = nullptr;
-    if (r.basic && r.basic->AcquireSuite("PF ANSI Suite", 1, &suite) == 0) ++g_kept;
+    if (r.basic && r.basic->AcquireSuite("PF ANSI Suite", 1, &suite) == 0 && suite) ++g_kept;
     return Register(r);
 }
 
