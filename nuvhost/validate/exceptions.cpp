@@ -152,13 +152,18 @@ void InPlainRender(Context& context) {
 }
 
 constexpr Check kChecks[] = {
-    {"exceptions.set-up", "No callback's exception leaves global and parameter set-up.", Where::both, InSetUp},
-    {"exceptions.about", "No callback's exception leaves the about command.", Where::compositing, InAbout},
-    {"exceptions.sequence", "No callback's exception leaves a sequence command.", Where::both, InSequences},
-    {"exceptions.pre-render", "No callback's exception leaves a pre-render.", Where::compositing, InPreRender},
-    {"exceptions.smart-render", "No callback's exception leaves a smart render.", Where::compositing,
-     InSmartRender},
-    {"exceptions.plain-render", "No callback's exception leaves a plain render.", Where::both, InPlainRender},
+    {"exceptions.set-up", "Beyond the protocol: no callback's exception leaves global and parameter set-up.",
+     Where::both, InSetUp},
+    {"exceptions.about", "Beyond the protocol: no callback's exception leaves the about command.",
+     Where::compositing, InAbout},
+    {"exceptions.sequence", "Beyond the protocol: no callback's exception leaves a sequence command.", Where::both,
+     InSequences},
+    {"exceptions.pre-render", "Beyond the protocol: no callback's exception leaves a pre-render.",
+     Where::compositing, InPreRender},
+    {"exceptions.smart-render", "Beyond the protocol: no callback's exception leaves a smart render.",
+     Where::compositing, InSmartRender},
+    {"exceptions.plain-render", "Beyond the protocol: no callback's exception leaves a plain render.", Where::both,
+     InPlainRender},
 };
 
 }  // namespace

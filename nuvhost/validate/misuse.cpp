@@ -1,4 +1,5 @@
-// Hosts that do what no host should: the effect may refuse, but not fall over.
+// Hosts that do what no host should: the effect may refuse, but not fall over. No protocol asks that much of an
+// effect, and the promises say so where a host that keeps to it never gets there.
 #include <array>
 #include <limits>
 #include <optional>
@@ -264,15 +265,17 @@ constexpr Check kChecks[] = {
      ServesStrangeHosts},
     {"misuse.unknown-host-params", "A host of an unknown application id gets the same parameters.",
      Where::compositing, OffersStrangeHostsTheSame},
-    {"misuse.no-out-data", "A set-up or set-down command without a record for the answer does no harm.",
-     Where::both, LivesWithoutOutData},
+    {"misuse.no-out-data",
+     "Beyond the protocol: a set-up or set-down command without a record for the answer does no harm.", Where::both,
+     LivesWithoutOutData},
     {"misuse.no-suites", "A host without suites can set the effect and its instances up and down.", Where::both,
      LivesWithoutSuites},
-    {"misuse.no-extra", "A smart command without its record is refused.", Where::compositing,
+    {"misuse.no-extra", "Beyond the protocol: a smart command without its record is refused.", Where::compositing,
      RefusesSmartRenderWithoutRecord},
-    {"misuse.empty-extra", "A smart command whose record holds null pointers is refused.", Where::compositing,
-     RefusesSmartRenderWithEmptyRecord},
-    {"misuse.no-params", "A plain render without parameters is refused.", Where::both, RefusesRenderWithoutParams},
+    {"misuse.empty-extra", "Beyond the protocol: a smart command whose record holds null pointers is refused.",
+     Where::compositing, RefusesSmartRenderWithEmptyRecord},
+    {"misuse.no-params", "Beyond the protocol: a plain render without parameters is refused.", Where::both,
+     RefusesRenderWithoutParams},
     {"misuse.no-input", "A frame without an input world does no harm.", Where::both,
      LivesWithout<&Frame::withInput>},
     {"misuse.no-output", "A frame without an output world does no harm.", Where::both,

@@ -65,7 +65,8 @@ void TakesShortData(Context& context) {
 
 void TakesForeignData(Context& context) {
     constexpr std::string_view kText = "sequence data of another effect; ";
-    InEachHost(context, [&](Interview& host) {
+    WithBlock(context, [&](Interview& host, PF_Handle) {
+        host.host.account().Reclaim();
         for (const std::size_t size : {5u, 64u, 300u, 65536u}) {
             Bytes bytes;
             for (std::size_t i = 0; i < size; ++i)
@@ -76,11 +77,8 @@ void TakesForeignData(Context& context) {
 }
 
 void TakesGarbage(Context& context) {
-    InEachHost(context, [&](Interview& host) {
-        PF_Handle block = nullptr;
-        host.Send(PF_Cmd_SEQUENCE_SETUP, &block);
+    WithBlock(context, [&](Interview& host, PF_Handle block) {
         Bytes bytes = Saved(host, block);
-        if (bytes.empty()) bytes.resize(64);
         for (int i = 0; i < 50; ++i) {
             for (std::byte& byte : bytes)
                 byte = static_cast<std::byte>(context.random()());
