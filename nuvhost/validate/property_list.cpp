@@ -98,6 +98,12 @@ struct PropertyList {
         const std::size_t length = std::min<std::size_t>(data[0], data.size() - 1);
         return {data.begin() + 1, data.begin() + 1 + static_cast<std::ptrdiff_t>(length)};
     }
+    // A string up to its zero.
+    std::string EntryPoint() const {
+        const auto found = properties.find("8664");
+        if (found == properties.end()) return "";
+        return {found->second.begin(), std::ranges::find(found->second, 0)};
+    }
 };
 
 PropertyList Read(Context& context) {
@@ -133,6 +139,12 @@ void AgreesWithRegistration(Context& context) {
         "the version of the effect interface differs");
 }
 
+void AgreesOnTheEntryPoint(Context& context) {
+    const std::string listed = Read(context).EntryPoint();
+    const std::string registered = refhost::Host(context.Load(), context.HostOptions()).Scan().entryPoint;
+    context.Expect(listed == registered, "8664 is \"" + listed + "\", registered is \"" + registered + "\"");
+}
+
 void AgreesWithGlobalSetup(Context& context) {
     const PropertyList list = Read(context);
     refhost::Host host(context.Load(), context.HostOptions());
@@ -152,6 +164,8 @@ constexpr Check kChecks[] = {
      Where::compositing, IsWellFormed},
     {"property-list.registration", "The property list and the registration name the same effect.",
      Where::compositing, AgreesWithRegistration},
+    {"property-list.entry-point", "The property list and the registration name the same entry point.",
+     Where::compositing, AgreesOnTheEntryPoint},
     {"property-list.global-setup", "The property list has the version and the flags of global set-up.",
      Where::compositing, AgreesWithGlobalSetup},
 };

@@ -9,6 +9,12 @@ PF_Err RegistersAnotherName(Registration& r) {
     return Register(r);
 }
 
+// One that there is.
+PF_Err RegistersAnotherEntryPoint(Registration& r) {
+    r.entryPoint = "PluginDataEntryFunction";
+    return Register(r);
+}
+
 PF_Err ReportsAnotherVersion(Command& command) {
     const PF_Err result = Effect(command);
     if (command.cmd == PF_Cmd_GLOBAL_SETUP) command.outData->my_version += 1;
@@ -23,6 +29,9 @@ constexpr Control kControls[] = {
     {.check = "property-list.registration",
      .fault = "registers another name",
      .registration = RegistersAnotherName},
+    {.check = "property-list.entry-point",
+     .fault = "registers another entry point",
+     .registration = RegistersAnotherEntryPoint},
     {.check = "property-list.global-setup",
      .fault = "reports another version at global set-up",
      .command = ReportsAnotherVersion},
