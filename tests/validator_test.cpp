@@ -65,7 +65,12 @@ std::vector<const Check*> ChecksFor(const broken::Control& control, const Argume
     return checks;
 }
 
-Ids FailingOn(const broken::Control& control, const std::vector<const Check*>& checks, const Arguments& arguments) {
+struct Seen {
+    Ids failing;
+    std::string lacking;  // why the control's own check does not apply
+};
+
+Seen Try(const broken::Control& control, const std::vector<const Check*>& checks, const Arguments& arguments) {
     RunOptions run;
     run.plugin = arguments.broken;
     if (!control.file.empty())
@@ -74,12 +79,13 @@ Ids FailingOn(const broken::Control& control, const std::vector<const Check*>& c
     run.checks = checks;
     run.timeout = std::chrono::seconds(10);
     ChooseFault(std::string(control.check));
-    Ids failing;
+    Seen seen;
     for (const Result& result : Run(run)) {
-        if (result.status == Status::failed) failing.insert(std::string(result.check->id));
+        if (result.status == Status::failed) seen.failing.insert(std::string(result.check->id));
+        if (result.check->id == control.check) seen.lacking = result.outcome.notApplicable;
     }
     ChooseFault("");
-    return failing;
+    return seen;
 }
 
 Ids Expected(const broken::Control& control, const std::vector<const Check*>& checks,
@@ -100,7 +106,12 @@ Ids Expected(const broken::Control& control, const std::vector<const Check*>& ch
 
 void TryControl(const broken::Control& control, const Arguments& arguments, const Deviations& deviations) {
     const auto checks = ChecksFor(control, arguments);
-    const Ids failing = FailingOn(control, checks, arguments);
+    const auto [failing, lacking] = Try(control, checks, arguments);
+    if (!control.needs.empty() && !lacking.empty()) {
+        std::printf("skip %s needs %s: %s\n", std::string(control.check).c_str(),
+                    std::string(control.needs).c_str(), lacking.c_str());
+        return;
+    }
     const Ids expected = Expected(control, checks, deviations);
     std::string text = std::string(control.check) + ": " + std::string(control.fault);
     if (failing != expected) text += "\n     failing: " + Joined(failing) + "\n     expected: " + Joined(expected);
@@ -115,8 +126,13 @@ void TryTrueEffect(const Arguments& arguments, const Deviations& deviations) {
     for (const Check& check : AllChecks()) {
         if (MatchesGlob(check.id, arguments.glob)) run.checks.push_back(&check);
     }
+    Ids needy;  // checks that may not apply
+    for (const broken::Control& control : broken::AllControls()) {
+        if (!control.needs.empty()) needy.insert(std::string(control.check));
+    }
     for (const Result& result : Run(run)) {
-        const bool good = result.status == Status::passed || result.status == Status::deviates;
+        const bool lacks = result.status == Status::notApplicable && needy.contains(std::string(result.check->id));
+        const bool good = result.status == Status::passed || result.status == Status::deviates || lacks;
         std::string text = std::string(result.check->id) + " (" + std::string(NameOf(result.personality)) +
                            ") on the effect itself: " + std::string(NameOf(result.status));
         if (!good) {

@@ -2,9 +2,12 @@
 
 #include <immintrin.h>
 
+#include <algorithm>
+#include <bit>
 #include <chrono>
 #include <clocale>
 #include <filesystem>
+#include <fstream>
 #include <iterator>
 #include <thread>
 
@@ -86,6 +89,19 @@ std::int64_t OpenHandles() {
     return open;
 }
 
+std::int64_t MemoryAvailable() {
+    MEMORYSTATUSEX status{};
+    status.dwLength = sizeof status;
+    GlobalMemoryStatusEx(&status);
+    return static_cast<std::int64_t>(std::min(status.ullAvailPhys, status.ullAvailPageFile));
+}
+
+int ProcessorCount() {
+    DWORD_PTR mask = 0, system = 0;
+    GetProcessAffinityMask(GetCurrentProcess(), &mask, &system);
+    return std::popcount(mask);
+}
+
 int ThreadCount() {
     const HANDLE snapshot = CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0);
     THREADENTRY32 entry{};
@@ -144,6 +160,22 @@ std::int64_t OpenHandles() {
     return EntriesOf("/proc/self/fd");
 }
 
+std::int64_t MemoryAvailable() {
+    std::ifstream file("/proc/meminfo");
+    std::string key;
+    for (std::int64_t kib = 0; file >> key >> kib; file.ignore(80, '\n')) {
+        if (key == "MemAvailable:") return kib * 1024;
+    }
+    return 0;
+}
+
+int ProcessorCount() {
+    cpu_set_t processors;
+    CPU_ZERO(&processors);
+    ::sched_getaffinity(0, sizeof processors, &processors);
+    return CPU_COUNT(&processors);
+}
+
 int ThreadCount() {
     return static_cast<int>(EntriesOf("/proc/self/task"));
 }
@@ -155,10 +187,10 @@ std::string ThreadName() {
 }
 
 std::string ThreadPriority() {
+    // Of the system: the C library's own notes do not hear of every change.
     sched_param param{};
-    int policy = 0;
-    ::pthread_getschedparam(::pthread_self(), &policy, &param);
-    return std::to_string(policy) + ":" + std::to_string(param.sched_priority) + ":" +
+    ::sched_getparam(0, &param);
+    return std::to_string(::sched_getscheduler(0)) + ":" + std::to_string(param.sched_priority) + ":" +
            std::to_string(::getpriority(PRIO_PROCESS, 0));
 }
 

@@ -11,7 +11,9 @@ namespace nuvhost::validate {
 std::int64_t HeapBytesInUse();  // all heaps of the C runtime
 // Ends the check in a build whose heap is a sanitizer's, which the C runtime knows nothing of.
 void RequireHeapCount(Context& context);
-std::int64_t OpenHandles();  // file descriptors on Linux
+std::int64_t OpenHandles();      // file descriptors on Linux
+std::int64_t MemoryAvailable();  // bytes that the machine can give before it has to swap
+int ProcessorCount();            // those that this process may run on
 int ThreadCount();
 // How many threads there are beyond `before`. Threads that are just ending get two seconds for it: the system may
 // list one that has been joined.

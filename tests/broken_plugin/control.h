@@ -42,6 +42,8 @@ struct Control {
     void (*load)() = nullptr;                           // when the library is loaded, before anything else
     // The file itself is broken: another library of this name (no extension) beside the broken plug-in is meant.
     std::string_view file = "";
+    // What a machine may lack; the check then does not apply, on the effect itself neither.
+    std::string_view needs = "";
     // The effect itself has the habit, and this is the effect without it: the check must hold.
     bool mends = false;
 };
