@@ -19,10 +19,17 @@ struct PreRender {
     const PF_LRect& Request() const { return extra.input->output_request.rect; }
 };
 
+// Not of a record that holds nothing.
+bool IsPreRender(const Command& command) {
+    if (command.cmd != PF_Cmd_SMART_PRE_RENDER || !command.extra) return false;
+    const auto& extra = *static_cast<const PF_PreRenderExtra*>(command.extra);
+    return extra.input && extra.output && extra.cb;
+}
+
 // The hook of a fault in the pre-render of a layer of this size.
 template <int width, int height, void (*fault)(PreRender&)>
 PF_Err After(Command& command) {
-    if (command.cmd != PF_Cmd_SMART_PRE_RENDER || !command.extra) return Effect(command);
+    if (!IsPreRender(command)) return Effect(command);
     auto& extra = *static_cast<PF_PreRenderExtra*>(command.extra);
     PreRender pre{command, extra, *extra.output, extra.output->result_rect};
     pre.result = Effect(command);
@@ -71,7 +78,7 @@ PF_Err Checkout(PF_ProgPtr ref, std::int32_t index, std::int32_t id, const PF_Re
 template <int width, int height, void (*change)(PF_RenderRequest&)>
 PF_Err Asking(Command& command) {
     const bool here = command.inData && command.inData->width == width && command.inData->height == height;
-    if (command.cmd != PF_Cmd_SMART_PRE_RENDER || !command.extra || !here) return Effect(command);
+    if (!here || !IsPreRender(command)) return Effect(command);
     PF_PreRenderExtra extra = *static_cast<PF_PreRenderExtra*>(command.extra);
     PF_PreRenderCallbacks callbacks = *extra.cb;
     g_theirs = extra.cb;
