@@ -73,7 +73,7 @@ for output in full.png full.jpg full.tif full.exr; do
     promise "a disk too full for $output is reported" full_disk $output
 done
 # Some disks tell only at the end that they are full.
-"${CXX:-c++}" -shared -fPIC -o failing_disk.so "$(dirname "$0")/failing_disk.cpp" || exit 2
+"${CXX:-c++}" -shared -fPIC -o failing_disk.so "$tests/failing_disk.cpp" || exit 2
 late() { # late CALL OUTPUT
     (export LD_PRELOAD=$PWD/failing_disk.so FAILING_CALL=$1 ASAN_OPTIONS="${ASAN_OPTIONS:-}:verify_asan_link_order=0" &&
         refuses 1 "$2: cannot be written" render opaque.png "$2")

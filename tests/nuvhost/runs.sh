@@ -5,6 +5,7 @@ source "$(dirname "$0")/tools.sh"
 ppm() { printf 'P6\n4 4\n255\n' && perl -e 'print chr(shift) x 48' "$1"; }
 for i in 1 2 3 4 5; do ppm $i >in.000$i.ppm; done
 { printf 'P6\n64 64\n255\n' && head -c 12288 /dev/zero; } >big.ppm
+{ printf 'P6\n500 500\n255\n' && head -c 750000 /dev/urandom; } >large.ppm
 run() { rm -f out.*; "$nuvhost" render in.#.ppm out.#.ppm "$@" >stdout.txt 2>stderr.txt; }
 silent() { [ ! -s "$1" ] || { cat "$1"; false; }; }
 no_temporaries() { is "$(find . -name '.nuvhost*' | wc -l)" 0; }
@@ -61,11 +62,12 @@ narrow() {
 promise "the bar is no wider than the terminal" narrow
 bar_dies() { # bar_dies SIGNAL
     local i
-    rm -rf dies && mkdir dies && (
+    rm -rf dies && mkdir dies || return
+    (
         for ((i = 0; i < 400; i++)); do [ -s dies/out.0002.ppm ] && break || sleep 0.05; done
         kill -"$1" "$(cat dies/pid)"
     ) &
-    script -qec "echo \$\$ >dies/pid; exec $nuvhost render in.0001.ppm dies/out.#.ppm --frames 1-100000" /dev/null \
+    script -qec "echo \$\$ >dies/pid; exec $nuvhost render in.0001.ppm dies/out.#.ppm --frames 1-3000" /dev/null \
         >terminal.txt </dev/null
     wait
     grep -q ' left' terminal.txt && is "$(tail -c 4 terminal.txt | od -An -c | tr -d ' ')" '\r033[K'
@@ -93,6 +95,19 @@ same_threads() {
 }
 promise "any number of threads gives the same pictures" same_threads
 
+# ---- Memory -------------------------------------------------------------------------------------------------
+
+peak() { # peak FRAMES: kilobytes
+    ASAN_OPTIONS="${ASAN_OPTIONS:-}:quarantine_size_mb=1" command time -f %M -o peak.txt "$nuvhost" render large.ppm \
+        memory.#.ppm --frames "1-$1" --depth 32 --amount 5 --threads 2 -q && cat peak.txt
+}
+bounded() { # two frames of 4 megabytes are under way
+    local short long
+    short=$(peak 4) && long=$(peak 80) && rm memory.* && [ "$long" -lt $((short + 2 * 4000)) ] ||
+        { echo "     4 frames: $short kB, 80 frames: $long kB"; false; }
+}
+promise "a long sequence takes no more memory than a short one" bounded
+
 # ---- Failures -----------------------------------------------------------------------------------------------
 
 spoiled() { head -c 30 in.0002.ppm >spoiled && cp spoiled in.0002.ppm && "$@"; local code=$?; ppm 2 >in.0002.ppm; return $code; }
@@ -116,8 +131,6 @@ promise "a full disk is told of the file as it was named" full_disk
 
 # ---- Signals ------------------------------------------------------------------------------------------------
 
-# Enough work for a signal to come in the middle of it.
-{ printf 'P6\n500 500\n255\n' && head -c 750000 /dev/urandom; } >large.ppm
 ended() { # ended SIGNAL CODE: no half file under any name
     local pid code i
     mkdir -p "$1"
@@ -136,6 +149,20 @@ ended() { # ended SIGNAL CODE: no half file under any name
 }
 promise "an interrupt ends with 130 and leaves no temporary file" ended INT 130
 promise "a request to end ends with 143 and leaves no temporary file" ended TERM 143
+promise "a hang-up ends with 129 and leaves no temporary file" ended HUP 129
+hung_up() { # as nohup has it
+    local pid i
+    mkdir -p nohup
+    (trap '' HUP && exec "$nuvhost" render large.ppm nohup/out.#.ppm --frames 1-40 >stdout.txt 2>stderr.txt) &
+    pid=$!
+    for ((i = 0; i < 400; i++)); do
+        [ -s nohup/out.0002.ppm ] && break
+        sleep 0.05
+    done
+    kill -HUP "$pid"
+    wait "$pid" && silent stderr.txt && is "$(ls nohup | wc -l)" 40
+}
+promise "a hang-up that is ignored stops nothing" hung_up
 killed() { # what a kill leaves is a temporary file, never half of a frame
     local pid i
     mkdir -p kill

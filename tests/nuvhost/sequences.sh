@@ -238,4 +238,62 @@ long_names() {
 }
 promise "names as long as the system allows are written" long_names
 
+
+# ---- Odd names ----------------------------------------------------------------------------------------------
+
+odd() { # odd NAME: in the names of folders and files, of a sequence and of one picture
+    fresh && mkdir "$1" "$1 out" && ppm 1 >"$1/$1.0001.ppm" && ppm 2 >"$1/$1.0002.ppm" &&
+        "$nuvhost" render "$1/$1.#.ppm" "$1 out/$1.@.ppm" --threads 1 >../stdout.txt 2>../stderr.txt &&
+        like "$1/$1.0001.ppm" "$1 out/$1.1.ppm" && like "$1/$1.0002.ppm" "$1 out/$1.2.ppm" &&
+        grep -qaF "frame 2 -> $1 out/$1.2.ppm (2/2, 100%)" ../stdout.txt && [ ! -s ../stderr.txt ] &&
+        "$nuvhost" render "$1/$1.0002.ppm" "$1.ppm" && like "$1/$1.0002.ppm" "$1.ppm" &&
+        "$nuvhost" render "$1.ppm" "$1 too.ppm" && like "$1.ppm" "$1 too.ppm" &&
+        "$nuvhost" render "$1/$1.#.ppm" "$1 out/$1.#.ppm" --dry-run >../stdout.txt &&
+        grep -qaF "frame 1: $1/$1.0001.ppm -> $1 out/$1.0001.ppm" ../stdout.txt &&
+        is "$("$nuvhost" render "$1/none.#.ppm" "$1.#.ppm" 2>&1)" "nuvhost: $1/none.#.ppm: no file of this sequence exists"
+}
+promise "names may hold spaces" odd " two  words "
+promise "names may hold bytes that are no text" odd $'caf\xe9\xff'
+promise "names may hold percent signs" odd "50% of %s%n 100%"
+promise "names may hold quotes and begin with a minus sign" odd "./-a'b\"c\\"
+raw_json() { fresh && ppm 1 >$'\xe9.0001.ppm' && renders $'out.\xe9.0001.ppm' $'\xe9.#.ppm' $'out.\xe9.#.ppm' --progress json &&
+    perl -MJSON::PP -e 'decode_json($_) for <STDIN>' <../stdout.txt; }
+promise "--progress json is json whatever the names" raw_json
+
+# ---- An ordinary user -------------------------------------------------------------------------------------------
+
+# Nothing is forbidden to root.
+if [ "$(id -u)" = 0 ]; then
+    chmod 755 .
+    user="setpriv --reuid=65534 --regid=65534 --clear-groups"
+    printf '#!/bin/sh\nexec %s "%s" "$@"\n' "$user" "$nuvhost" >as_user && chmod 755 as_user
+else
+    user=
+    ln -s "$nuvhost" as_user
+fi
+as_user() { nuvhost=$(realpath -s as_user) && fresh 0001 0002 && chmod 777 . && mkdir -m 555 closed && "$@"; }
+user_can() { renders "out.0001.ppm out.0002.ppm" in.#.ppm out.#.ppm; }
+closed_folder() { refuses 1 "closed/out.0001.ppm: no permission" render in.#.ppm closed/out.#.ppm; }
+closed_parent() { refuses 1 "cannot be made in" render in.#.ppm closed/new/out.#.ppm --create-dir; }
+closed_input() { chmod 0 in.0002.ppm && refuses 1 "in.0002.ppm: no permission" render in.#.ppm out.#.ppm "$@"; }
+closed_output() { ppm 9 >out.0002.ppm && chmod 444 out.0002.ppm &&
+    refuses 1 "out.0002.ppm: is write-protected" render in.#.ppm out.#.ppm && like <(ppm 9) out.0002.ppm; }
+closed_link() { ln -s closed/x.ppm out.0002.ppm &&
+    refuses 1 "out.0002.ppm: no permission" render in.#.ppm out.#.ppm "$@"; }
+hidden_link() { mkdir -p hidden/a && ln -s "$PWD/hidden/a/x.ppm" out.0002.ppm && chmod 0 hidden &&
+    refuses 1 "out.0002.ppm" render in.#.ppm out.#.ppm; local code=$?; chmod 755 hidden; return $code; }
+if $user test -x "$nuvhost" -a -x . 2>/dev/null; then
+    promise "an ordinary user renders" as_user user_can
+    promise "a folder without permission is refused" as_user closed_folder
+    promise "and for folders to be made in it" as_user closed_parent
+    promise "a frame without permission is refused before anything is rendered" as_user closed_input
+    promise "and with --keep-going" as_user closed_input --keep-going
+    promise "a write-protected output is refused before anything is rendered" as_user closed_output
+    promise "a link into a folder without permission is refused before anything is rendered" as_user closed_link
+    promise "and with --create-dir" as_user closed_link --create-dir
+    promise "a link through a folder without permission is refused" as_user hidden_link
+else
+    echo "skip an ordinary user cannot reach $nuvhost or $PWD"
+fi
+
 summary

@@ -3,6 +3,7 @@
 set -u
 source "$(dirname "${BASH_SOURCE[0]}")/../promise.sh"
 nuvhost=$(realpath "$1")
+tests=$(dirname "$(realpath "${BASH_SOURCE[0]}")")
 rm -rf "$2" && mkdir -p "$2" && cd "$2" || exit 2
 command -v oiiotool >/dev/null || { echo "$0: oiiotool is not installed" >&2; exit 2; }
 
