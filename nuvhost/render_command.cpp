@@ -103,6 +103,22 @@ void ShareThreads(int threads, int workers) {
     OIIO::attribute("exr_threads", workers > 1 ? -1 : threads);
 }
 
+void CheckSave(const RenderOptions& options, std::vector<std::filesystem::path> taken) {
+    if (!options.saveSettings) return;
+    taken.push_back(options.Plugin());
+    CheckSaving(*options.saveSettings, taken, options.plan.createFolder);
+}
+
+std::vector<std::filesystem::path> FilesOf(const FramePlan& plan) {
+    std::vector<std::filesystem::path> files;
+    for (const auto* jobs : {&plan.jobs, &plan.existing}) {
+        for (const auto& job : *jobs) {
+            files.insert(files.end(), {job.input, job.output});
+        }
+    }
+    return files;
+}
+
 void Save(const RenderOptions& options, Look& look, const EffectRunner& runner) {
     if (!options.saveSettings) return;
     look.sequenceData = runner.SequenceData();
@@ -135,6 +151,7 @@ void RunStream(const RenderOptions& options, Look& look) {
                              " is a terminal; a stream comes from one program and goes to another");
         }
     }
+    CheckSave(options, {"/dev/stdin", "/dev/stdout"});  // the files that these lead to
     EffectRunner runner(options.Plugin(), options.Personality(), options.threads, look.sequenceData);
     Save(options, look, runner);
     auto shown = options.Progress();
@@ -210,6 +227,7 @@ void RunFiles(const RenderOptions& options, Look& look) {
     if (plan.jobs.empty()) CheckFormat(options.plan.output);
     CheckOutputs(plan, options.plan.createFolder);
     const auto depth = CheckInputs(options, plan, look.settings);
+    CheckSave(options, FilesOf(plan));
     const auto most = static_cast<std::size_t>(options.threads);
     const int workers = static_cast<int>(std::clamp<std::size_t>(plan.jobs.size(), 1, most));
     ShareThreads(options.threads, workers);

@@ -1,15 +1,21 @@
 #include "effect/look.h"
 
+#include <unistd.h>
+
+#include <algorithm>
 #include <charconv>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
+#include <system_error>
 
 #include "errors.h"
 #include "picture/output_file.h"
 
 namespace nuvhost {
 namespace {
+
+namespace fs = std::filesystem;
 
 // Keeps the order in which keys are written.
 using Json = nlohmann::ordered_json;
@@ -118,6 +124,25 @@ void Load(const std::filesystem::path& file, Look& look) {
     }
 }
 
+// The file that a name leads to or would: links are followed also where the last one leads to nothing yet.
+fs::path RealName(const fs::path& name) {
+    constexpr int kMostLinks = 40;  // as many as the system follows
+    std::error_code ignored;
+    fs::path file = fs::absolute(name, ignored);
+    for (int i = 0; i < kMostLinks && fs::is_symlink(file, ignored); ++i) {
+        file = file.parent_path() / fs::read_symlink(file, ignored);
+    }
+    return fs::weakly_canonical(file, ignored);
+}
+
+fs::path FolderOf(const fs::path& file) {
+    return fs::absolute(file).lexically_normal().parent_path();
+}
+
+bool LiesIn(const fs::path& file, const fs::path& folder) {
+    return std::mismatch(folder.begin(), folder.end(), file.begin(), file.end()).first == folder.end();
+}
+
 }  // namespace
 
 Look MakeLook(const std::optional<std::filesystem::path>& file, const ParameterTexts& commandLine) {
@@ -129,6 +154,34 @@ Look MakeLook(const std::optional<std::filesystem::path>& file, const ParameterT
         kTable[i].parse(look.settings, kTable[i].option, *commandLine[i]);
     }
     return look;
+}
+
+void CheckSaving(const fs::path& file, const std::vector<fs::path>& taken, bool foldersCome) {
+    const auto refuse = [&](const std::string& why) {
+        throw UsageError("--save-settings: \"" + file.string() + "\" " + why);
+    };
+    if (!file.has_filename() || file == "-") refuse("is not the name of a file");
+    std::error_code failure;
+    const auto status = fs::status(file, failure);
+    if (status.type() == fs::file_type::none) refuse("cannot be written: " + failure.message());
+    if (fs::is_directory(status)) refuse("is a folder");
+    if (fs::exists(status) && !fs::is_regular_file(status)) refuse("is not an ordinary file");
+
+    const fs::path name = RealName(file);
+    for (const auto& other : taken) {
+        if (fs::equivalent(file, other, failure) || name == RealName(other)) {
+            refuse("is a file that this run reads or writes: " + other.string());
+        }
+    }
+
+    const fs::path folder = FolderOf(file);
+    if (!fs::is_directory(folder, failure)) {
+        const auto below = [&](const fs::path& other) { return LiesIn(FolderOf(other), folder); };
+        if (foldersCome && std::any_of(taken.begin(), taken.end(), below)) return;
+        refuse("cannot be written: no such folder");
+    }
+    if (::access(folder.c_str(), W_OK | X_OK) != 0) refuse("cannot be written: no permission in its folder");
+    if (fs::exists(status) && ::access(file.c_str(), W_OK) != 0) refuse("is write-protected");
 }
 
 void SaveLook(const std::filesystem::path& file, const Look& look) {

@@ -30,6 +30,11 @@ struct Look {
 // key.
 Look MakeLook(const std::optional<std::filesystem::path>& file, const ParameterTexts& commandLine);
 
+// What can be known of it before: UsageError if it is no name of a file, if it is one of `taken` under whatever
+// name, or if it cannot be written there. `foldersCome`: those of `taken` are made before it is.
+void CheckSaving(const std::filesystem::path& file, const std::vector<std::filesystem::path>& taken,
+                 bool foldersCome);
+
 // Throws std::runtime_error.
 void SaveLook(const std::filesystem::path& file, const Look& look);
 

@@ -83,7 +83,57 @@ promise "sequence data that is not hexadecimal is refused" bad '{"sequence_data"
 promise "settings that are not there are refused" \
     refuses 1 "none.json" render opaque.ppm o.ppm --settings none.json
 promise "a folder as settings is refused" refuses 1 "/" render opaque.ppm o.ppm --settings /
-promise "settings that cannot be saved are told" \
-    refuses 1 "nowhere/look.json" render opaque.ppm o.ppm --save-settings nowhere/look.json
+
+# ---- What settings are not saved as ---------------------------------------------------------------------------
+
+# unsaved FILE: refused before anything is done, also in a dry run.
+unsaved() {
+    refuses 2 "--save-settings: \"$1\"" render opaque.ppm new/o.ppm --create-dir --save-settings "$1" "${@:2}" &&
+        refuses 2 "--save-settings: \"$1\"" render opaque.ppm new/o.ppm --create-dir --save-settings "$1" --dry-run "${@:2}"
+}
+cp "$(dirname "$nuvhost")/nuv_chromaber.so" own.so
+ln opaque.ppm hard.ppm
+ln -s opaque.ppm soft.ppm
+ln -s new/o.ppm leads_to_output
+ln -s loop loop
+mkfifo pipe
+mkdir folder shut
+chmod a-w shut
+: >folder/protected.json
+chmod a-w folder/protected.json
+promise "settings over the input are refused" unsaved ./opaque.ppm
+promise "also by another name of the file" unsaved hard.ppm
+promise "also by a link" unsaved soft.ppm
+promise "settings over the output that will be are refused" unsaved ./new/../new/o.ppm
+promise "also by a link" unsaved leads_to_output
+promise "settings over the plug-in are refused" unsaved own.so --plugin ./own.so
+promise "settings over any frame are refused" refuses 2 "o.0002.ppm" \
+    render opaque.ppm o.#.ppm --frames 1-3 --save-settings o.0002.ppm
+skipped() { cp opaque.ppm s.0001.ppm && refuses 2 "s.0001.ppm" \
+    render opaque.ppm s.#.ppm --frames 1-3 --skip-existing --save-settings s.0001.ppm; }
+promise "also one that is skipped" skipped
+promise "settings into a pipe are refused" unsaved pipe
+promise "settings over a folder are refused" unsaved folder
+promise "settings without a file's name are refused" unsaved folder/
+promise "settings with an empty name are refused" unsaved ""
+promise "settings to standard output are refused" unsaved -
+promise "settings over a circle of links are refused" unsaved loop
+promise "settings under a name that is too long are refused" unsaved "$(printf '%300s' | tr ' ' a)"
+promise "settings in a folder that is not there are refused" unsaved nowhere/look.json
+protected() { # protected FILE REASON
+    bound bash -c '"$tool" render opaque.ppm o.ppm --dry-run --save-settings '"$1" >stdout.txt 2>stderr.txt
+    is "$? $(wc -l <stderr.txt)" "2 1" && grep -qF -- "--save-settings: \"$1\" $2" stderr.txt || { cat stderr.txt; false; }
+}
+promise "settings in a folder without permission are refused" protected shut/look.json "cannot be written"
+promise "settings over a protected file are refused" protected folder/protected.json "is write-protected"
+stream_onto() { head -c 16 opaque.ppm >in.raw && "$nuvhost" render - - --size 2x2 --pixel rgba8 --save-settings "$1" \
+    <in.raw >out.raw 2>stderr.txt; is "$? $(stat -c %s in.raw out.raw | tr '\n' ' ')" "2 16 0 "; }
+promise "settings over the file that a stream comes from are refused" stream_onto in.raw
+promise "settings over the file that a stream goes to are refused" stream_onto out.raw
+beside() { one made/o.ppm --create-dir --save-settings made/look.json && [ -s made/look.json ]; }
+promise "settings go into a folder that is made for the output" beside
+again() { one a.ppm --amount 7 --save-settings mine.json && one a.ppm --mode blue-yellow --settings mine.json \
+    --save-settings mine.json && grep -q '"7"' mine.json && grep -q blue-yellow mine.json; }
+promise "settings may be saved over those that were loaded" again
 
 summary

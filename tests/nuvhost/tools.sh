@@ -57,6 +57,21 @@ refuses() {
         { cat stderr.txt; false; }
 }
 
+# bound COMMAND…: by a user whom permissions bind, in a folder of his own with all that lies here, and there is `$tool`.
+bound() {
+    local place code user=()
+    place=$(mktemp -d) && cp -a . "$place" && cp "$nuvhost" "$(dirname "$nuvhost")/nuv_chromaber.so" "$place" || return
+    chmod 755 "$place"
+    if [ "$(id -u)" = 0 ]; then
+        chown -Rh 65534:65534 "$place"
+        user=(setpriv --reuid=65534 --regid=65534 --clear-groups)
+    fi
+    (cd "$place" && tool=$place/nuvhost "${user[@]}" "$@")
+    code=$?
+    chmod -R u+rwx "$place" && rm -rf "$place"
+    return $code
+}
+
 # ---- Pictures -----------------------------------------------------------------------------------------------
 
 # How oiiotool makes each. Alpha is from 1/255 upwards everywhere: colour under no alpha at all is the effect's to
