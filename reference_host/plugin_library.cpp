@@ -2,7 +2,8 @@
 
 #include <stdexcept>
 #include <string>
-#include <system_error>
+
+#include "reference_host/binary_file.h"
 
 #ifdef _WIN32
 #ifndef WIN32_LEAN_AND_MEAN
@@ -67,8 +68,7 @@ Function Entry(void* module, const char* name, const std::filesystem::path& file
 }  // namespace
 
 PluginLibrary::PluginLibrary(const std::filesystem::path& file) {
-    std::error_code failure;
-    if (!std::filesystem::is_regular_file(file, failure)) throw std::runtime_error(Utf8(file) + ": no such file");
+    if (const auto why = WhyNotLoadable(file); !why.empty()) throw std::runtime_error(Utf8(file) + ": " + why);
     // A bare name would be searched for in the system's folders.
     module_ = Load(std::filesystem::absolute(file));
     effectMain = Entry<EffectMainType>(module_.get(), "EffectMain", file);

@@ -11,8 +11,8 @@ namespace refhost {
 // A loaded plug-in: `.so` on Linux, `.aex` on Windows. Unloaded when the last copy goes.
 class PluginLibrary {
 public:
-    // Throws std::runtime_error with one line that names the file and what is wrong with it: not found, not
-    // loadable, or without one of the two entry points.
+    // Throws std::runtime_error with one line that names the file and what is wrong with it: not found, cut off,
+    // not loadable, or without one of the two entry points.
     explicit PluginLibrary(const std::filesystem::path& file);
     // An effect that is linked into the program.
     PluginLibrary(EffectMainType main, PluginDataEntryFunctionType dataEntry)

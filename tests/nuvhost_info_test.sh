@@ -96,7 +96,7 @@ echo "no library" >text.so
 promise "no effect at all is a wrong command line" refuses 2 "PLUGIN"
 promise "two effects are" refuses 2 "text.so" "$ours" text.so
 promise "a missing file is named" refuses 1 "nowhere.so" nowhere.so
-promise "a folder is named" refuses 1 "no such file" .
+promise "a folder is named" refuses 1 ".: is a folder" .
 promise "a file that is no library is named" refuses 1 "text.so" text.so
 library=$(ldd "$nuvhost" | sed -n 's/.*libstdc++[^ ]* => \([^ ]*\).*/\1/p')
 promise "a library that is no effect is named" refuses 1 "no entry point EffectMain" "$library"

@@ -33,6 +33,9 @@ void ReportCrashesOf(const std::filesystem::path& plugin) {
     for (const int signal : {SIGSEGV, SIGILL, SIGFPE, SIGABRT}) {
         std::signal(signal, ReportCrash);
     }
+#ifdef SIGBUS
+    std::signal(SIGBUS, ReportCrash);
+#endif
 }
 
 void Info(const InfoOptions& options) {

@@ -58,6 +58,21 @@ promise "a folder as output is refused" refuses 2 "folder.png" render opaque.png
 promise "the input as output is refused" refuses 2 "opaque.png" render opaque.png ./opaque.png
 promise "channels that the format cannot hold are refused" refuses 1 "mask.id" render others.exr out.png
 promise "a missing plug-in is refused" refuses 1 "nowhere.so" render opaque.png out.png --plugin nowhere.so
+cut_off() { # at several places; whatever follows the last of what is loaded does not matter
+    local so bytes
+    so=$(dirname "$nuvhost")/nuv_chromaber.so
+    for bytes in 40 200 4096 60000; do
+        head -c $bytes "$so" >cut.so && refuses 1 "cut.so: is cut off" render opaque.png out.png --plugin cut.so &&
+            refuses 1 "cut.so: is cut off" sheet opaque.png out.png --plugin cut.so &&
+            refuses 1 "cut.so: is cut off" info cut.so || return
+    done
+}
+promise "a plug-in that is cut off is refused" cut_off
+printf 'MZ and more' >windows.aex
+promise "a plug-in for Windows is refused" refuses 1 "windows.aex: is a Windows program" \
+    render opaque.png out.png --plugin windows.aex
+promise "a folder as plug-in is refused" refuses 1 "folder.png: is a folder" render opaque.png out.png --plugin folder.png
+promise "a plug-in without a name is refused" refuses 2 '--plugin: ""' render opaque.png out.png --plugin ""
 promise "a file that is no plug-in is refused" refuses 1 "text.so" render opaque.png out.png --plugin text.so
 
 # A limit on the size of files stands for a full disk.
