@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -18,24 +19,47 @@ std::string_view LastPart(std::string_view name) {
     return name.substr(name.rfind('.') + 1);
 }
 
-int Find(const ImageSpec& spec, std::string_view letter, std::string_view word) {
+// And what LastPart leaves out, with the dot.
+std::string_view LayerOf(std::string_view name) {
+    return name.substr(0, name.size() - LastPart(name).size());
+}
+
+// In one layer, or in any.
+int Find(const ImageSpec& spec, std::optional<std::string_view> layer, std::string_view letter,
+         std::string_view word) {
     for (int i = 0; i < spec.nchannels; ++i) {
-        const auto name = LastPart(spec.channelnames[static_cast<std::size_t>(i)]);
-        if (OIIO::Strutil::iequals(name, letter) || OIIO::Strutil::iequals(name, word)) return i;
+        const std::string_view name = spec.channelnames[static_cast<std::size_t>(i)];
+        const auto last = LastPart(name);
+        const bool called = OIIO::Strutil::iequals(last, letter) || OIIO::Strutil::iequals(last, word);
+        if (called && (!layer || LayerOf(name) == *layer)) return i;
     }
     return -1;
+}
+
+// Those of one layer: of the one without a name, or of the first that has any. -1 for each that it lacks.
+std::array<int, 3> FindColors(const ImageSpec& spec) {
+    std::vector<std::string_view> layers{""};
+    for (const auto& name : spec.channelnames) {
+        layers.push_back(LayerOf(name));
+    }
+    std::array<int, 3> colors{};
+    for (const auto layer : layers) {
+        colors = {Find(spec, layer, "R", "red"), Find(spec, layer, "G", "green"), Find(spec, layer, "B", "blue")};
+        if (std::count(colors.begin(), colors.end(), -1) < 3) break;
+    }
+    return colors;
 }
 
 template <typename Channel>
 void Gather(const std::vector<std::byte>& from, std::size_t stride, const Channels& channels, Channel full,
             std::vector<std::byte>& to) {
     const std::array places{channels.color[0], channels.color[1], channels.color[2], channels.alpha};
-    std::array<Channel, 4> pixel;
+    std::array<Channel, 4> pixel{};
     pixel[3] = full;
-    const std::size_t used = channels.alpha >= 0 ? 4 : 3;
     const std::byte* source = from.data();
     for (std::size_t at = 0; at < to.size(); at += sizeof pixel, source += stride) {
-        for (std::size_t i = 0; i < used; ++i) {
+        for (std::size_t i = 0; i < places.size(); ++i) {
+            if (places[i] < 0) continue;
             std::memcpy(&pixel[i], source + static_cast<std::size_t>(places[i]) * sizeof(Channel), sizeof(Channel));
         }
         std::memcpy(to.data() + at, pixel.data(), sizeof pixel);
@@ -47,10 +71,10 @@ void Gather(const std::vector<std::byte>& from, std::size_t stride, const Channe
 Channels Locate(const OIIO::ImageSpec& spec) {
     Channels channels;
     const bool marked = spec.alpha_channel >= 0 && spec.alpha_channel < spec.nchannels;
-    channels.alpha = marked ? spec.alpha_channel : Find(spec, "A", "alpha");
+    channels.alpha = marked ? spec.alpha_channel : Find(spec, {}, "A", "alpha");
 
-    channels.color = {Find(spec, "R", "red"), Find(spec, "G", "green"), Find(spec, "B", "blue")};
-    if (std::count(channels.color.begin(), channels.color.end(), -1) > 0) {
+    channels.color = FindColors(spec);
+    if (std::count(channels.color.begin(), channels.color.end(), -1) == 3) {
         std::vector<int> places;
         for (int i = 0; i < spec.nchannels; ++i) {
             if (i != channels.alpha) places.push_back(i);
@@ -79,8 +103,10 @@ ImageSpec Arranged(const ImageSpec& file, const Channels& channels) {
     };
     const auto nameOf = [&](int channel) { return file.channelnames[static_cast<std::size_t>(channel)]; };
 
+    const int any = *std::max_element(channels.color.begin(), channels.color.end());
     for (std::size_t i = 0; i < 3; ++i) {
-        add(channels.color[i], channels.grey() ? kNames[i] : nameOf(channels.color[i]));
+        const bool lacks = channels.color[i] < 0;
+        add(lacks ? any : channels.color[i], lacks || channels.grey() ? kNames[i] : nameOf(channels.color[i]));
     }
     if (channels.alpha >= 0) {
         spec.alpha_channel = 3;

@@ -3,6 +3,7 @@
 
 #include <OpenImageIO/imageio.h>
 
+#include <array>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -30,6 +31,9 @@ struct PictureFile {
     std::vector<std::byte> others;  // the channels after alpha, of the data window, in the types that spec names
     std::string format;             // the name of the file's format
     std::optional<OIIO::TypeDesc> fileType;  // in which all channels are to be written; none: as spec names them
+
+    // Of R, G and B: those that the file lacks beside others. They are 0, and left out where channels go by names.
+    std::array<bool, 3> lacking{};
 
     bool hasAlpha() const { return spec.alpha_channel >= 0; }
 };

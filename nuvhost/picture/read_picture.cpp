@@ -65,6 +65,9 @@ PictureFile Described(const ImageInput& input, const Channels& channels, const R
     const auto& spec = input.spec();
     PictureFile result;
     result.spec = Arranged(spec, channels);
+    for (std::size_t i = 0; i < channels.color.size(); ++i) {
+        result.lacking[i] = channels.color[i] < 0;
+    }
     result.format = input.format_name();
     result.layer = DataWindow(spec);
     if (result.format == kWindowedFormat) result.layer = Union(result.layer, DisplayWindow(spec));

@@ -30,18 +30,19 @@ std::unique_ptr<ImageOutput> WriterFor(const std::filesystem::path& file) {
     return writer;
 }
 
+void Remove(ImageSpec& spec, int channel) {
+    spec.channelnames.erase(spec.channelnames.begin() + channel);
+    if (!spec.channelformats.empty()) spec.channelformats.erase(spec.channelformats.begin() + channel);
+    --spec.nchannels;
+    for (int* place : {&spec.alpha_channel, &spec.z_channel}) {
+        if (*place == channel) *place = -1;
+        if (*place > channel) --*place;
+    }
+}
+
 // The ImageSpec in words that the format knows, so that no writer converts anything on its own.
 ImageSpec Fitted(ImageSpec spec, const ImageOutput& writer, bool straight) {
     if (!writer.supports("tiles")) spec.tile_width = spec.tile_height = spec.tile_depth = 0;
-    if (spec.alpha_channel >= 0 && !writer.supports("alpha")) {
-        spec.channelnames.erase(spec.channelnames.begin() + spec.alpha_channel);
-        if (!spec.channelformats.empty()) {
-            spec.channelformats.erase(spec.channelformats.begin() + spec.alpha_channel);
-        }
-        --spec.nchannels;
-        if (spec.z_channel > spec.alpha_channel) --spec.z_channel;
-        spec.alpha_channel = -1;
-    }
     if (!spec.channelformats.empty() && !writer.supports("channelformats")) {
         spec.format = TypeDesc::basetype_merge(spec.channelformats[0], spec.channelformats[1]);
         for (const auto& type : spec.channelformats) {
@@ -58,9 +59,11 @@ ImageSpec Fitted(ImageSpec spec, const ImageOutput& writer, bool straight) {
     return spec;
 }
 
-// Whole pixels in the writer's own types, channel by channel: the way to write channels of several types.
+// Whole pixels in the writer's own types, channel by channel: the way to write channels of several types. Of colour
+// and alpha those that are kept.
 std::vector<std::byte> Assembled(const Picture& picture, const std::vector<std::byte>& others,
-                                 const PictureFile& source, const ImageSpec& written) {
+                                 const PictureFile& source, const std::vector<int>& kept,
+                                 const ImageSpec& written) {
     const auto pixelBytes = static_cast<OIIO::stride_t>(written.pixel_bytes(true));
     std::vector<std::byte> pixels(picture.pixelCount() * written.pixel_bytes(true));
     const auto put = [&](int channel, const std::byte* from, const TypeDesc& type, std::size_t step) {
@@ -69,17 +72,17 @@ std::vector<std::byte> Assembled(const Picture& picture, const std::vector<std::
                             pixels.data() + written.pixel_bytes(0, channel, true), written.channelformat(channel),
                             pixelBytes, OIIO::AutoStride, OIIO::AutoStride);
     };
-    const int main = written.alpha_channel >= 0 ? 4 : 3;
     const auto type = TypeOf(picture.depth);
-    for (int i = 0; i < main; ++i) {
-        put(i, picture.pixels.data() + static_cast<std::size_t>(i) * type.size(), type, picture.bytesPerPixel());
+    int to = 0;
+    for (const int i : kept) {
+        put(to++, picture.pixels.data() + static_cast<std::size_t>(i) * type.size(), type, picture.bytesPerPixel());
     }
 
     const int firstOther = source.hasAlpha() ? 4 : 3;
     const std::size_t otherBytes = source.spec.pixel_bytes(firstOther, source.spec.nchannels, true);
     const std::byte* from = others.data();
     for (int i = firstOther; i < source.spec.nchannels; ++i) {
-        put(main + i - firstOther, from, source.spec.channelformat(i), otherBytes);
+        put(to++, from, source.spec.channelformat(i), otherBytes);
         from += source.spec.channelformat(i).size();
     }
     return pixels;
@@ -98,17 +101,20 @@ public:
             spec_.channelformats.clear();
             spec_.erase_attribute("oiio:BitsPerSample");
         }
+        ChooseChannels(writer);
         spec_ = Fitted(spec_, writer, straight);
     }
 
     const ImageSpec& spec() const { return spec_; }
 
     bool Write(ImageOutput& writer) const {
-        if (others_->empty()) {
+        const bool leading = kept_.back() == static_cast<int>(kept_.size()) - 1;
+        if (others_->empty() && leading) {
             return writer.write_image(TypeOf(picture_->depth), picture_->pixels.data(),
                                       static_cast<OIIO::stride_t>(picture_->bytesPerPixel()));
         }
-        return writer.write_image(TypeDesc::UNKNOWN, Assembled(*picture_, *others_, source_, writer.spec()).data());
+        return writer.write_image(TypeDesc::UNKNOWN,
+                                  Assembled(*picture_, *others_, source_, kept_, writer.spec()).data());
     }
 
 private:
@@ -136,6 +142,19 @@ private:
             Replace(Converted(*picture_, straight ? Unassociate : Associate));
         }
         return straight;
+    }
+
+    void ChooseChannels(const ImageOutput& writer) {
+        const auto lacks = [&](int i) {
+            return i < 3 && source_.lacking[static_cast<std::size_t>(i)] && writer.supports("channelformats");
+        };
+        for (int i = source_.hasAlpha() ? 3 : 2; i >= 0; --i) {
+            if (lacks(i) || (i == 3 && !writer.supports("alpha"))) {
+                Remove(spec_, i);
+            } else {
+                kept_.insert(kept_.begin(), i);
+            }
+        }
     }
 
     void TurnUpright() {
@@ -174,6 +193,7 @@ private:
     const std::vector<std::byte>* others_;
     Picture ownPicture_;
     std::vector<std::byte> ownOthers_;
+    std::vector<int> kept_;  // of the picture's channels
     ImageSpec spec_;
 };
 

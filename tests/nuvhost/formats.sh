@@ -73,6 +73,22 @@ keeps_others() {
 }
 promise "channels beside colour and alpha are copied as they are" keeps_others
 
+# lacks CHANNELS OUTPUT_CHANNELS: rendered as with what is missing at 0, and written as it came.
+lacks() {
+    oiiotool --create 64x48 $(tr ',' '\n' <<<"$1" | wc -l) --chnames "$1" $noise:min=0.1:max=1 -d half -o lacks.exr &&
+        oiiotool lacks.exr --ch "$2" -d half -o filled.exr && render lacks.exr lacks_out.exr --amount 20 &&
+        render filled.exr filled_out.exr --amount 20 && oiiotool filled_out.exr --ch "$1" -d half -o expected.exr &&
+        is "$(attribute lacks_out.exr 'channel list')" "${1//,/, }" && same_pixels expected.exr lacks_out.exr &&
+        not same_pixels lacks.exr lacks_out.exr >/dev/null && render lacks.exr lacks.tif --channels color &&
+        render filled.exr filled.tif --channels color && same_pixels filled.tif lacks.tif
+}
+promise "red and green without blue" lacks R,G R,G,B=0
+promise "green alone" lacks G R=0,G,B=0
+promise "blue with alpha" lacks B,A R=0,G=0,B,A
+promise "red and blue beside another channel" lacks R,B,mask.id R,G=0,B,mask.id
+promise "a layer without red" lacks beauty.G,beauty.B,beauty.A beauty.R=0,beauty.G,beauty.B,beauty.A
+promise "what the picture lacks is not taken from a layer" lacks R,G,beauty.B R,G,B=0,beauty.B
+
 mixed_types() {
     oiiotool opaque.exr --create 64x48 1 --chnames id --fill:color=0.75 64x48 --chappend \
         -d R=half -d G=half -d B=half -d id=float -o mixed.exr && render mixed.exr mixed_out.exr &&
