@@ -6,6 +6,7 @@
 #include <charconv>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <set>
 #include <stdexcept>
 #include <system_error>
 
@@ -52,14 +53,38 @@ Json ReadJson(const std::filesystem::path& file) {
     if (!stream || std::filesystem::is_directory(file)) {
         throw std::runtime_error(file.string() + ": the settings cannot be read");
     }
+    const auto key = [](const std::vector<std::string>& keys) {
+        std::string text;
+        for (const auto& name : keys)
+            text += (text.empty() ? "" : ".") + name;
+        return text;
+    };
+    // The keys of every object around the place where the parser is, and their names from the top to there.
+    std::vector<std::set<std::string>> known;
+    std::vector<std::string> path;
+    const auto refuseTwice = [&](int depth, Json::parse_event_t event, Json& parsed) {
+        const auto level = static_cast<std::size_t>(depth);
+        if (event == Json::parse_event_t::object_start) {
+            known.resize(level);
+            known.emplace_back();
+        }
+        if (event == Json::parse_event_t::key) {
+            path.resize(level);
+            path.back() = parsed.get<std::string>();
+            if (!known[level - 1].insert(path.back()).second) Reject(file, key(path) + ": is there twice");
+        }
+        return true;
+    };
     try {
-        Json json = Json::parse(stream);
+        Json json = Json::parse(stream, refuseTwice);
         if (!json.is_object()) Reject(file, "is not an object of settings");
         return json;
     } catch (const Json::parse_error& error) {
         const std::string text = error.what();  // "[…] parse error at line 3, column 5: …"
         const auto at = text.find("at line");
         Reject(file, "is not JSON" + (at == text.npos ? "" : ", " + text.substr(at, text.find(':', at) - at)));
+    } catch (const Json::out_of_range&) {
+        Reject(file, key(path) + ": holds a number that is too large");
     }
 }
 
@@ -104,6 +129,9 @@ void LoadParameters(const std::filesystem::path& file, const Json& parameters, L
         for (const auto& [name, ignored] : entry.items()) {
             if (name != "name" && name != "value") Reject(file, key + "." + name + ": is not known");
         }
+        if (entry.contains("name") && entry["name"] != kTable[i].name) {
+            Reject(file, key + ".name: is not \"" + kTable[i].name + "\", as the parameter of this id is called");
+        }
         look.texts[i] = TextOf(file, key + ".value", entry["value"]);
         kTable[i].parse(look.settings, file.string() + ": " + key + ".value", *look.texts[i]);
     }
@@ -117,7 +145,8 @@ void Load(const std::filesystem::path& file, Look& look) {
         } else if (key == "parameters") {
             LoadParameters(file, value, look);
         } else if (key == "sequence_data") {
-            look.sequenceData = FromHex(file, key, TextOf(file, key, value));
+            if (!value.is_string()) Reject(file, key + ": is not text");
+            look.sequenceData = FromHex(file, key, value.get<std::string>());
         } else {
             Reject(file, key + ": is not known");
         }

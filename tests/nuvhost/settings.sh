@@ -78,6 +78,17 @@ promise "a parameter that is no object is refused" bad '{"parameters": {"5": 3}}
 promise "parameters that are no object are refused" bad '{"parameters": 3}' "parameters"
 promise "a value of no meaning is refused" bad '{"parameters": {"5": {"value": [1]}}}' "parameters.5.value"
 promise "a value out of range is refused" bad '{"parameters": {"5": {"value": 101}}}' 'parameters.5.value: "101"'
+promise "a number beyond all numbers is refused" bad '{"parameters": {"5": {"value": 1e400}}}' "parameters.5.value: "
+promise "a key that is there twice is refused" bad '{"parameters": {}, "effect": "nuv_chromaber", "parameters": {}}' \
+    "parameters: is there twice"
+promise "a parameter that is there twice is refused" \
+    bad '{"parameters": {"5": {"value": 1}, "3": {"value": "red-cyan"}, "5": {"value": 2}}}' "parameters.5: is there twice"
+promise "two values of a parameter are refused" bad '{"parameters": {"5": {"value": 1, "name": "Amount", "value": 2}}}' \
+    "parameters.5.value: is there twice"
+promise "a name that is another parameter's is refused" bad '{"parameters": {"5": {"name": "Mode", "value": 1}}}' \
+    "parameters.5.name"
+promise "a name that is no text is refused" bad '{"parameters": {"5": {"name": 5, "value": 1}}}' "parameters.5.name"
+promise "sequence data that is no text is refused" bad '{"sequence_data": 12}' "sequence_data"
 promise "a wrong word is refused" bad '{"parameters": {"3": {"value": "pink"}}}' 'parameters.3.value: "pink"'
 promise "sequence data that is not hexadecimal is refused" bad '{"sequence_data": "0g"}' "sequence_data"
 promise "settings that are not there are refused" \
