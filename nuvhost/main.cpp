@@ -8,6 +8,9 @@
 #include <string>
 
 #include "commands.h"
+#ifndef _WIN32
+#include "descriptors.h"
+#endif
 #include "errors.h"
 
 namespace {
@@ -52,6 +55,9 @@ int Run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+#ifndef _WIN32
+    nuvhost::HoldStandardDescriptors();
+#endif
     try {
         const int code = Run(argc, argv);
         const bool told = std::cout.flush() && std::fflush(stdout) == 0;

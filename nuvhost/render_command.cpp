@@ -11,6 +11,7 @@
 #include <thread>
 
 #include "commands.h"
+#include "descriptors.h"
 #include "effect/effect_runner.h"
 #include "effect/look.h"
 #include "effect_options.h"
@@ -145,6 +146,8 @@ void RunStream(const RenderOptions& options, Look& look) {
     for (const auto& key : look.settings.center) {
         CheckCenter(key.value, {0, 0, settings.size.width, settings.size.height});
     }
+    if (!Readable(STDIN_FILENO)) throw UsageError("standard input is not open for reading");
+    if (!Writable(STDOUT_FILENO)) throw UsageError("standard output is not open for writing");
     for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO}) {
         if (::isatty(descriptor) == 1) {
             throw UsageError(std::string(descriptor == STDIN_FILENO ? "standard input" : "standard output") +

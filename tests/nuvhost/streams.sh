@@ -75,6 +75,29 @@ full() { raw rgba | stream --pixel rgba8 -q 2>stderr.txt >/dev/full; is "$? $(wc
     grep -q 'standard output cannot be written' stderr.txt; }
 promise "a full disk is told" full
 
+# ---- Without standard input, output or error ---------------------------------------------------------------
+
+no_input() { stream --pixel rgba8 <&- >out.raw 2>stderr.txt
+    is "$? $(<stderr.txt)" "2 nuvhost: standard input is not open for reading"; }
+promise "a stream from a closed input is refused" no_input
+no_output() { raw rgba >in.raw && stream --pixel rgba8 <in.raw >&- 2>stderr.txt
+    is "$? $(<stderr.txt)" "2 nuvhost: standard output is not open for writing"; }
+promise "a stream to a closed output is refused" no_output
+no_error() { raw rgba >in.raw && stream --pixel rgba8 "$@" <in.raw >out.raw 2>&- && cmp in.raw out.raw; }
+promise "a closed standard error harms no stream" no_error
+promise "nor does its progress" no_error --progress json
+no_error_files() { ff -i clip.mkv -frames:v 1 -pix_fmt rgb24 f.png && "$nuvhost" render f.png g.png --progress json 2>&- >out.txt &&
+    same_pixels f.png g.png && is "$(wc -l <out.txt)" 3 && "$nuvhost" render f.png g.png <&- >&- 2>&- && same_pixels f.png g.png; }
+promise "nor pictures" no_error_files
+no_help() { "$nuvhost" --help >&- 2>stderr.txt; is "$? $(<stderr.txt)" "1 nuvhost: standard output cannot be written"; }
+promise "--help to a closed output fails" no_help
+json_lines() {
+    raw rgba | stream --pixel rgba8 --progress json 2>stderr.txt >out.raw && perl -MJSON::PP -e '
+        my @events = map { decode_json($_) } <STDIN>;
+        die unless @events == 14 && $events[1]{frame} == 0 && $events[13]{rendered} == 12' <stderr.txt
+}
+promise "--progress json of a stream is on standard error" json_lines
+
 wrong() { refuses 2 "$1" render "${@:2}" </dev/null; }
 promise "a stream without size is refused" wrong "--size" - - --pixel rgba8
 promise "a stream without a kind of pixels is refused" wrong "--pixel" - - --size 64x48
