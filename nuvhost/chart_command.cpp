@@ -5,6 +5,7 @@
 #include "commands.h"
 #include "drawing/chart.h"
 #include "effect/settings.h"
+#include "effect_options.h"
 #include "picture/output_file.h"
 #include "picture/picture_file.h"
 
@@ -35,6 +36,7 @@ void AddChartCommand(CLI::App& program) {
     auto& command = *program.add_subcommand("chart", "Draw a lens chart to try the effect on");
     command.add_option("OUT", options->output, "Picture to write; the extension chooses the format")
         ->required()
+        ->check(FileName())
         ->type_name("");
     command
         .add_option_function<std::string>(

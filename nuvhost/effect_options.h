@@ -17,6 +17,11 @@ inline CLI::Option* AddTextOption(CLI::App& command, const std::string& name, co
     return command.add_option_function<std::string>(name, take, help)->type_name(type);
 }
 
+// For options that take the name of a file.
+inline CLI::Validator FileName() {
+    return {[](const std::string& text) { return text.empty() ? "\"\" is not the name of a file" : ""; }, ""};
+}
+
 inline constexpr auto kCenterHelp =
     "Centre of the enlargement in pixels or percent, also mixed; may lie outside. The effect mirrors Y: at the top "
     "it enlarges about the bottom edge (default: 50%,50%)";
@@ -43,6 +48,7 @@ inline CLI::Option* AddPluginOption(CLI::App& command, std::filesystem::path& pl
     return command
         .add_option("--plugin", plugin,
                     "The effect's binary (default: nuv_chromaber.so beside nuvhost or one folder up)")
+        ->check(FileName())
         ->type_name("PATH");
 }
 

@@ -12,6 +12,7 @@
 #include "descriptors.h"
 #endif
 #include "errors.h"
+#include "one_line.h"
 
 namespace {
 
@@ -20,7 +21,7 @@ constexpr int kFailure = 1;
 constexpr int kUsage = 2;
 
 int Report(const char* text, int exitCode) {
-    std::fprintf(stderr, "nuvhost: %s\n", text);
+    std::fprintf(stderr, "nuvhost: %s\n", nuvhost::OneLine(text).c_str());
     return exitCode;
 }
 

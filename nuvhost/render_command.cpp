@@ -16,6 +16,7 @@
 #include "effect/look.h"
 #include "effect_options.h"
 #include "errors.h"
+#include "one_line.h"
 #include "picture/output_file.h"
 #include "picture/picture_file.h"
 #include "sequence/frame_plan.h"
@@ -176,11 +177,11 @@ void PrintPlan(const FramePlan& plan, bool black) {
     };
     if (Nothing(plan)) std::puts(kNothing);
     for (const auto& job : plan.existing) {
-        std::printf("%sskipped, exists: %s\n", name(job).c_str(), job.output.c_str());
+        std::printf("%sskipped, exists: %s\n", name(job).c_str(), OneLine(job.output.string()).c_str());
     }
     for (const auto& job : plan.jobs) {
-        std::printf("%s%s -> %s\n", name(job).c_str(), job.black() ? "black" : job.input.c_str(),
-                    job.output.c_str());
+        std::printf("%s%s -> %s\n", name(job).c_str(), job.black() ? "black" : OneLine(job.input.string()).c_str(),
+                    OneLine(job.output.string()).c_str());
     }
     if (!black && !plan.missing.empty()) std::printf("missing, left out: %s\n", FramesText(plan.missing).c_str());
 }
@@ -285,9 +286,11 @@ void AddParameters(CLI::App& command, RenderOptions& options) {
         "Everything, or by alpha only the fringes, or all but the fringes (default: final)");
     add(0, "--center", "X,Y", kCenterHelp);
     command.add_option("--settings", options.settings, "Read the parameters from a file; options overrule it")
+        ->check(FileName())
         ->type_name("FILE")
         ->group(kEffectGroup);
     command.add_option("--save-settings", options.saveSettings, "Write the parameters of this run to a file")
+        ->check(FileName())
         ->type_name("FILE")
         ->group(kEffectGroup);
     AddTextOption(command, "--depth", Joined(kDepths, "|"),
@@ -362,10 +365,12 @@ void AddRenderCommand(CLI::App& program) {
         .add_option("IN", options->plan.input,
                     "Picture to read (PNG, JPEG, TIFF, OpenEXR and others), or a pattern")
         ->required()
+        ->check(FileName())
         ->type_name("");
     command
         .add_option("OUT", options->plan.output, "Picture to write, or a pattern; the extension names the format")
         ->required()
+        ->check(FileName())
         ->type_name("");
     AddParameters(command, *options);
     AddFileOptions(command, *options);

@@ -38,9 +38,10 @@ void AddSheetCommand(CLI::App& program) {
     auto& settings = options->settings;
     auto& command =
         *program.add_subcommand("sheet", "Render every mode and scaling, both ways, on one labelled page");
-    command.add_option("IN", options->input, "Picture to read")->required()->type_name("");
+    command.add_option("IN", options->input, "Picture to read")->required()->check(FileName())->type_name("");
     command.add_option("OUT", options->output, "Picture to write; the extension chooses the format")
         ->required()
+        ->check(FileName())
         ->type_name("");
     AddAmountOption(command, settings.amount,
                     "Strength; every tile comes with it and with its negative (default: 1.5)");

@@ -9,6 +9,8 @@
 
 #include "commands.h"
 #include "describe.h"
+#include "effect_options.h"
+#include "one_line.h"
 
 namespace nuvhost {
 namespace {
@@ -29,7 +31,7 @@ void ReportCrash(int) {
 
 // Effects of all kinds are asked here, also those that want more of their host than the reference host has.
 void ReportCrashesOf(const std::filesystem::path& plugin) {
-    g_crashed = "nuvhost: " + plugin.string() + ": the effect crashed\n";
+    g_crashed = "nuvhost: " + OneLine(plugin.string()) + ": the effect crashed\n";
     for (const int signal : {SIGSEGV, SIGILL, SIGFPE, SIGABRT}) {
         std::signal(signal, ReportCrash);
     }
@@ -55,6 +57,7 @@ void AddInfoCommand(CLI::App& program) {
     auto& command = *program.add_subcommand("info", "Tell what an effect's binary says of itself");
     command.add_option("PLUGIN", options->plugin, "The effect's binary, this one's or another's")
         ->required()
+        ->check(FileName())
         ->type_name("");
     command.add_flag("--json", options->json, "As JSON, for programs");
     command.callback([options] { Info(*options); });

@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <memory>
 #include <string>
 #include <system_error>
@@ -48,7 +49,11 @@ std::unique_ptr<ImageInput> Open(const std::filesystem::path& file, const ReadOp
     ImageSpec asStored;
     asStored.attribute(kStraightAlpha, 1);
     auto input = ImageInput::open(file.string(), &asStored);
-    if (!input) Fail(file, "cannot be read", OIIO::geterror());
+    if (!input) {
+        const std::string error = OIIO::geterror();
+        if (error.find("Is it a file format") != error.npos) Fail(file, "is no picture that can be read");
+        Fail(file, "cannot be read", error);
+    }
     const auto& spec = input->spec();
     if (spec.deep) Fail(file, "deep pictures are not supported");
     if (spec.depth > 1) Fail(file, "volumes are not supported");
@@ -77,13 +82,13 @@ PictureFile Described(const ImageInput& input, const Channels& channels, const R
     return result;
 }
 
-// A layer far larger than the file's pixels, as a broken header might ask for, is none that a host would have.
+// The hosts' coordinates end there. A broken header might ask for more than there is memory.
 void CheckLayer(const std::filesystem::path& file, const PictureFile& picture) {
     constexpr int kMostSide = 32767;
-    const bool padded = picture.layer != DataWindow(picture.spec);
-    if (padded && std::max(picture.layer.width, picture.layer.height) > kMostSide) {
-        Fail(file, "its data and display windows are too far apart");
-    }
+    const auto [x, y, width, height] = picture.layer;
+    if (std::max(width, height) <= kMostSide) return;
+    if (picture.layer != DataWindow(picture.spec)) Fail(file, "its data and display windows are too far apart");
+    Fail(file, std::to_string(width) + " x " + std::to_string(height) + " pixels are too large for a layer");
 }
 
 }  // namespace
@@ -95,12 +100,13 @@ Window FrameOf(const PictureFile& picture) {
 }
 
 void CheckReadable(const std::filesystem::path& file) {
-    std::error_code ignored;
-    const auto status = std::filesystem::status(file, ignored);
-    if (!std::filesystem::exists(status)) Fail(file, "no such file");
+    std::error_code failure;
+    const auto status = std::filesystem::status(file, failure);
+    if (status.type() == std::filesystem::file_type::not_found) Fail(file, "no such file");
+    if (status.type() == std::filesystem::file_type::none) Fail(file, "cannot be read", failure.message());
     if (std::filesystem::is_directory(status)) Fail(file, "is a folder, not a picture");
     if (!std::filesystem::is_regular_file(status)) Fail(file, "is not a file");
-    if (::access(file.c_str(), R_OK) != 0) Fail(file, "no permission to read it");
+    if (::access(file.c_str(), R_OK) != 0) Fail(file, "cannot be read", std::generic_category().message(errno));
 }
 
 PictureFile ReadHeader(const std::filesystem::path& file, const ReadOptions& options) {

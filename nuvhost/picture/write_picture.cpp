@@ -228,6 +228,7 @@ void CheckWritable(const std::filesystem::path& output) {
              folder.string() + (link ? "" : " (--create-dir makes it)"));
     }
     const auto status = std::filesystem::symlink_status(target, error);
+    if (status.type() == std::filesystem::file_type::none) Fail(output, "cannot be written", error.message());
     if (!std::filesystem::exists(status)) return;
     if (!std::filesystem::is_regular_file(status)) Fail(output, "is not a file");
     if (::access(target.c_str(), W_OK) != 0) Fail(output, "is write-protected");

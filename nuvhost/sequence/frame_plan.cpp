@@ -35,6 +35,14 @@ bool IsFinished(const fs::path& file) {
     return fs::is_regular_file(file, error) && fs::file_size(file, error) > 0 && !error;
 }
 
+// The same of an input, which may be there without anybody being let near it.
+bool InputExists(const fs::path& file) {
+    std::error_code failure;
+    const bool exists = fs::exists(file, failure);
+    if (failure) throw std::runtime_error(file.string() + ": cannot be read: " + failure.message());
+    return exists;
+}
+
 // A plain path stands for every frame.
 struct Name {
     fs::path plain;
@@ -143,7 +151,7 @@ FramePlan PlanFrames(const PlanOptions& options) {
             plan.existing.push_back(std::move(job));
             continue;
         }
-        if (!Exists(job.input)) {
+        if (!InputExists(job.input)) {
             plan.missing.push_back(frame);
             if (options.missing == Missing::skip) continue;
             if (!present.empty()) job.blackLike = input.At(Nearest(present, frame));

@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <nlohmann/json.hpp>
 
+#include "one_line.h"
 #include "picture/quiet.h"
 
 namespace nuvhost {
@@ -144,7 +145,7 @@ void Progress::Tell(const FrameJob& job, const char* status, const std::string& 
         if (total_) event.update({{"total", *total_}, {"percent", 100 * told_ / *total_}});
         Line(Dump(event));
     }
-    if (lines_) Line("frame " + std::to_string(job.frame) + line + " (" + Share() + ")\n");
+    if (lines_) Line("frame " + std::to_string(job.frame) + OneLine(line) + " (" + Share() + ")\n");
     if (bar_) DrawBar();
 }
 
@@ -154,7 +155,7 @@ void Progress::Line(const std::string& text) {
 
 void Progress::Log(const std::string& text) {
     WipeBar();
-    WriteWhole(UserStderr(), "nuvhost: " + text + "\n");
+    WriteWhole(UserStderr(), "nuvhost: " + OneLine(text) + "\n");
 }
 
 void Progress::DrawBar() {

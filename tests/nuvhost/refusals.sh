@@ -75,6 +75,49 @@ promise "a folder as plug-in is refused" refuses 1 "folder.png: is a folder" ren
 promise "a plug-in without a name is refused" refuses 2 '--plugin: ""' render opaque.png out.png --plugin ""
 promise "a file that is no plug-in is refused" refuses 1 "text.so" render opaque.png out.png --plugin text.so
 
+# ---- Names and values of all kinds --------------------------------------------------------------------------
+
+# first CODE TEXT ARGUMENTS…: refused with a line that starts so.
+first() { refuses "$@" && [[ $(<stderr.txt) == "nuvhost: $2"* ]] || { cat stderr.txt; false; }; }
+long=$(printf '%300s' | tr ' ' a).png
+ln -s circle.png circle.png
+printf 'P6\n2000000000 2000000000\n255\n' >huge.ppm
+cp opaque.png $'two\nlines.png'
+promise "an input without a name is refused" first 2 'IN: ""' render "" out.png
+promise "an output without a name is refused" first 2 'OUT: ""' render opaque.png ""
+promise "settings without a name are refused" first 2 '--settings: ""' render opaque.png out.png --settings ""
+promise "a sheet of nothing is refused" first 2 'IN: ""' sheet "" out.png
+promise "a chart without a name is refused" first 2 'OUT: ""' chart ""
+promise "an effect without a name is refused" first 2 'PLUGIN: ""' info ""
+promise "an input with too long a name is refused" first 1 "$long: cannot be read: File name too long" \
+    render "$long" out.png
+promise "an output with too long a name is refused" first 1 "$long: cannot be written: File name too long" \
+    render opaque.png "$long"
+promise "an input in a circle of links is refused" first 1 "circle.png: cannot be read: Too many levels" \
+    render circle.png out.png
+promise "an output in a circle of links is refused" first 1 "circle.png: cannot be written: Too many levels" \
+    render opaque.png circle.png
+promise "a picture too large for a layer is refused" \
+    first 1 "huge.ppm: 2000000000 x 2000000000 pixels are too large for a layer" render huge.ppm out.png
+promise "what is no picture is called so" first 1 "text.png: is no picture that can be read" render text.png out.png
+promise "a name of two lines is told on one" first 1 'none\nwhere.png: no such file' render $'none\nwhere.png' out.png
+promise "no control sequence reaches the terminal" first 2 '--amount: "\x1b[31m\xc2\x9b7\x7f"' \
+    render opaque.png out.png --amount $'\e[31m\xc2\x9b7\x7f'
+plan() { "$nuvhost" render $'two\nlines.png' out.png --dry-run >stdout.txt && is "$(<stdout.txt)" 'two\nlines.png -> out.png'; }
+promise "nor breaks a line of a dry run" plan
+mkdir closed
+cp opaque.png closed/in.png
+cp opaque.png closed.png
+chmod 0 closed closed.png
+unreadable() { # unreadable TEXT INPUT
+    bound bash -c '"$tool" render '"$2"' out.png' >stdout.txt 2>stderr.txt
+    is "$? $(<stderr.txt)" "1 nuvhost: $1"
+}
+promise "an input that nobody may read is told" unreadable "closed.png: cannot be read: Permission denied" closed.png
+promise "so is one in a folder that is closed" \
+    unreadable "closed/in.png: cannot be read: Permission denied" closed/in.png
+chmod 755 closed
+
 # A limit on the size of files stands for a full disk.
 full_disk() { # full_disk OUTPUT: at the start, half way and just before the end
     local size

@@ -275,7 +275,7 @@ as_user() { nuvhost=$(realpath -s as_user) && fresh 0001 0002 && chmod 777 . && 
 user_can() { renders "out.0001.ppm out.0002.ppm" in.#.ppm out.#.ppm; }
 closed_folder() { refuses 1 "closed/out.0001.ppm: no permission" render in.#.ppm closed/out.#.ppm; }
 closed_parent() { refuses 1 "cannot be made in" render in.#.ppm closed/new/out.#.ppm --create-dir; }
-closed_input() { chmod 0 in.0002.ppm && refuses 1 "in.0002.ppm: no permission" render in.#.ppm out.#.ppm "$@"; }
+closed_input() { chmod 0 in.0002.ppm && refuses 1 "in.0002.ppm: cannot be read: Permission denied" render in.#.ppm out.#.ppm "$@"; }
 closed_output() { ppm 9 >out.0002.ppm && chmod 444 out.0002.ppm &&
     refuses 1 "out.0002.ppm: is write-protected" render in.#.ppm out.#.ppm && like <(ppm 9) out.0002.ppm; }
 closed_link() { ln -s closed/x.ppm out.0002.ppm &&
