@@ -66,6 +66,9 @@ loses colour where alpha is 0; opaque pixels keep every bit. --alpha as-is hands
 
 Of OpenEXR files with a display window of their own the effect gets the whole frame, and the data window is written.
 
+Metadata are kept as far as the output's format holds them and the picture library writes them there: it leaves IPTC
+captions and credits out of TIFF.
+
 Exit codes: 0 done, 1 a frame or file failed, 2 wrong usage, 130 and 143 ended by a signal (no temporary file stays).)";
 
 struct RenderOptions {
