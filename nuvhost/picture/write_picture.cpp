@@ -227,7 +227,7 @@ void CheckWritable(const std::filesystem::path& output) {
         Fail(output, link ? "is a link to no folder" : "no such folder",
              folder.string() + (link ? "" : " (--create-dir makes it)"));
     }
-    const auto status = std::filesystem::symlink_status(target, error);
+    const auto status = std::filesystem::status(output, error);
     if (status.type() == std::filesystem::file_type::none) Fail(output, "cannot be written", error.message());
     if (!std::filesystem::exists(status)) return;
     if (!std::filesystem::is_regular_file(status)) Fail(output, "is not a file");
