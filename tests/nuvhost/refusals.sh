@@ -99,9 +99,9 @@ promise "an output in a circle of links is refused" first 1 "circle.png: cannot 
     render opaque.png circle.png
 promise "a picture too large for a layer is refused" \
     first 1 "huge.ppm: 2000000000 x 2000000000 pixels are too large for a layer" render huge.ppm out.png
-promise "what is no picture is called so" first 1 "text.png: is no picture that can be read" render text.png out.png
+promise "what is no picture is called so" first 1 "text.so: is no picture that can be read" render text.so out.png
 promise "a name of two lines is told on one" first 1 'none\nwhere.png: no such file' render $'none\nwhere.png' out.png
-promise "no control sequence reaches the terminal" first 2 '--amount: "\x1b[31m\xc2\x9b7\x7f"' \
+promise "no control sequence reaches the terminal" first 2 '--amount: "\x1b[31m\x9b7\x7f"' \
     render opaque.png out.png --amount $'\e[31m\xc2\x9b7\x7f'
 plan() { "$nuvhost" render $'two\nlines.png' out.png --dry-run >stdout.txt && is "$(<stdout.txt)" 'two\nlines.png -> out.png'; }
 promise "nor breaks a line of a dry run" plan
