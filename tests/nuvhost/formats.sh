@@ -76,8 +76,8 @@ promise "channels beside colour and alpha are copied as they are" keeps_others
 # lacks CHANNELS OUTPUT_CHANNELS: rendered as with what is missing at 0, and written as it came.
 lacks() {
     oiiotool --create 64x48 $(tr ',' '\n' <<<"$1" | wc -l) --chnames "$1" $noise:min=0.1:max=1 -d half -o lacks.exr &&
-        oiiotool lacks.exr --ch "$2" -d half -o filled.exr && render lacks.exr lacks_out.exr --amount 20 &&
-        render filled.exr filled_out.exr --amount 20 && oiiotool filled_out.exr --ch "$1" -d half -o expected.exr &&
+        oiiotool lacks.exr --ch "$2" -d half -o filled.exr && render lacks.exr lacks_out.exr --amount -20 &&
+        render filled.exr filled_out.exr --amount -20 && oiiotool filled_out.exr --ch "$1" -d half -o expected.exr &&
         is "$(attribute lacks_out.exr 'channel list')" "${1//,/, }" && same_pixels expected.exr lacks_out.exr &&
         not same_pixels lacks.exr lacks_out.exr >/dev/null && render lacks.exr lacks.tif --channels color &&
         render filled.exr filled.tif --channels color && same_pixels filled.tif lacks.tif
