@@ -2,10 +2,12 @@
 #include <CLI/CLI.hpp>
 
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
 #include <iostream>
 #include <new>
 #include <string>
+#include <system_error>
 
 #include "commands.h"
 #ifndef _WIN32
@@ -23,6 +25,12 @@ constexpr int kUsage = 2;
 int Report(const char* text, int exitCode) {
     std::fprintf(stderr, "nuvhost: %s\n", nuvhost::OneLine(text).c_str());
     return exitCode;
+}
+
+int ReportSystem(const std::system_error& error) {
+    const bool thread = error.code() == std::errc::resource_unavailable_try_again;
+    const std::string text = error.what();
+    return Report((thread ? "no further thread can be started: " + text : text).c_str(), kFailure);
 }
 
 int Run(int argc, char** argv) {
@@ -53,6 +61,31 @@ int Run(int argc, char** argv) {
     return 0;
 }
 
+#ifdef __linux__
+
+// The picture library's own libraries start threads while they are loaded, and where no more are allowed the
+// process would be aborted before main: so what is told then is set down before even they are initialised.
+[[noreturn]] void ReportTermination() {
+    try {
+        if (const auto failure = std::current_exception()) std::rethrow_exception(failure);
+        Report("ended for an unknown reason", kFailure);
+    } catch (const std::system_error& error) {
+        ReportSystem(error);
+    } catch (const std::exception& error) {
+        Report(error.what(), kFailure);
+    } catch (...) {
+        Report("unknown failure", kFailure);
+    }
+    std::_Exit(kFailure);
+}
+
+void TellOfTermination() {
+    std::set_terminate(ReportTermination);
+}
+[[gnu::section(".preinit_array"), gnu::used]] void (*const g_first)() = TellOfTermination;
+
+#endif
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -69,6 +102,8 @@ int main(int argc, char** argv) {
         return Report(error.what(), kUsage);
     } catch (const std::bad_alloc&) {
         return Report("out of memory", kFailure);
+    } catch (const std::system_error& error) {
+        return ReportSystem(error);
     } catch (const std::exception& error) {
         return Report(error.what(), kFailure);
     } catch (...) {

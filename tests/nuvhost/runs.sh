@@ -108,6 +108,13 @@ bounded() { # 120 more frames of 4 megabytes each: half of them kept would be to
 }
 promise "a long sequence takes no more memory than a short one" bounded
 
+few_threads() { # few_threads NUMBER: of processes and threads that the system allows
+    bound bash -c "ulimit -u $1"' && exec "$tool" render in.#.ppm out.#.ppm --threads 4' >stdout.txt 2>stderr.txt
+    is "$? $(wc -l <stderr.txt)" "1 1" && grep -q "^nuvhost: .*Resource temporarily unavailable$" stderr.txt || { cat stderr.txt; false; }
+}
+promise "without leave to start a thread it ends with one line" few_threads 1
+promise "also when there are some" few_threads 5
+
 # ---- Failures -----------------------------------------------------------------------------------------------
 
 spoiled() { head -c 30 in.0002.ppm >spoiled && cp spoiled in.0002.ppm && "$@"; local code=$?; ppm 2 >in.0002.ppm; return $code; }
