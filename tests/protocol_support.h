@@ -176,6 +176,8 @@ public:
         UseFormat(editor ? kFormatBgra8 : kFormatArgb8);
         settings.input = &input;
         settings.output = &output;
+        // All of the layer, whatever part is asked for.
+        settings.checkoutResult = PF_LRect{1, 1, 1 + kWidth, 1 + kHeight};
         settings.currentTime = 7;
         settings.timeStep = 2;
         settings.timeScale = 30;

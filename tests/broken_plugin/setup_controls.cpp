@@ -87,9 +87,13 @@ PF_Err LocksItsGlobalData(Command& c) {
     const PF_Handle data = c.inData->global_data;
     if (c.cmd == kGlobal) {
         MakeGlobalData(c);
-        utils.host_lock_handle(c.outData->global_data);
+        *static_cast<bool*>(utils.host_lock_handle(c.outData->global_data)) = true;
     }
-    if ((c.cmd == kParams || c.cmd == PF_Cmd_GLOBAL_SETDOWN) && data != nullptr) utils.host_unlock_handle(data);
+    if ((c.cmd == kParams || c.cmd == PF_Cmd_GLOBAL_SETDOWN) && data != nullptr) {
+        bool& locked = *static_cast<bool*>(*data);
+        if (locked) utils.host_unlock_handle(data);
+        locked = false;
+    }
     if (c.cmd == PF_Cmd_GLOBAL_SETDOWN && data != nullptr) {
         utils.host_dispose_handle(data);
         c.inData->global_data = nullptr;

@@ -142,7 +142,7 @@ done
 for output in late.png late.jpg late.tif late.exr late.ppm; do
     promise "an error in syncing $output is reported, and no file left" late fsync $output
 done
-keeps_pipe() { mkfifo pipe.json && refuses 1 pipe.json render opaque.png out.png --save-settings pipe.json && [ -p pipe.json ]; }
+keeps_pipe() { mkfifo pipe.json && refuses 2 pipe.json render opaque.png out.png --save-settings pipe.json && [ -p pipe.json ]; }
 promise "what is no file is not replaced by one" keeps_pipe
 no_plugin() { mkdir -p alone/bin && cp "$nuvhost" alone/bin/nuvhost &&
     (nuvhost=$PWD/alone/bin/nuvhost && refuses 1 nuv_chromaber.so render opaque.png out.png); }
