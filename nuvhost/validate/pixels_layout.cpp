@@ -135,11 +135,12 @@ std::byte* CutOut(refhost::World& world, const WorldLayout& inner) {
 void InputMayBeCutOut(Context& context) {
     Scene scene(context);
     for (const PF_PixelFormat format : scene.formats()) {
-        const WorldLayout inner = Scene::Layout(format, 26, 6);
+        const WorldLayout inner = Scene::Layout(format, 36, 6);
         Frame cut(Around(inner), inner);
         const std::byte* const data = CutOut(cut.input, inner);
         Frame whole(inner);
-        whole.UseInput(Packed(data, cut.input.effectWorld()->rowbytes, 26 * refhost::BytesPerPixel(format), 6));
+        whole.UseInput(Packed(data, cut.input.effectWorld()->rowbytes, inner.width * refhost::BytesPerPixel(format),
+                              inner.height));
         ExpectSame(context, scene.Picture(cut), scene.Picture(whole), inner,
                    "with an input cut out of a larger one");
     }
@@ -166,13 +167,14 @@ void ExpectPoisonAround(Context& context, const refhost::World& world) {
 void OutputMayBeCutOut(Context& context) {
     Scene scene(context);
     for (const PF_PixelFormat format : scene.formats()) {
-        const WorldLayout inner = Scene::Layout(format, 26, 7);
+        const WorldLayout inner = Scene::Layout(format, 36, 7);
         Frame whole(inner);
         Frame cut(inner, Around(inner));
         const std::byte* const data = CutOut(cut.output, inner);
         scene.Render(cut);
         ExpectPoisonAround(context, cut.output);
-        const auto got = Packed(data, cut.output.effectWorld()->rowbytes, 26 * refhost::BytesPerPixel(format), 7);
+        const auto got = Packed(data, cut.output.effectWorld()->rowbytes,
+                                inner.width * refhost::BytesPerPixel(format), inner.height);
         ExpectSame(context, got, scene.Picture(whole), inner, "with an output cut out of a larger one");
     }
 }
@@ -184,9 +186,9 @@ template <int field, int height>
 void RendersField(Context& context) {
     Scene scene(context);
     for (const PF_PixelFormat format : scene.formats()) {
-        const WorldLayout layout = Scene::Layout(format, 27, height);
-        const WorldLayout both = Scene::Layout(format, 27, 2 * height);
-        const int rowBytes = 27 * refhost::BytesPerPixel(format);
+        const WorldLayout layout = Scene::Layout(format, 37, height);
+        const WorldLayout both = Scene::Layout(format, 37, 2 * height);
+        const int rowBytes = layout.width * refhost::BytesPerPixel(format);
         Frame packed(layout), frame(both);
         for (refhost::World* world : {&frame.input, &frame.output}) {
             PF_EffectWorld& record = *world->effectWorld();

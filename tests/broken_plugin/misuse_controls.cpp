@@ -1,4 +1,5 @@
 #include <atomic>
+#include <utility>
 #include <cstdlib>
 
 #include "newer_host.h"
@@ -87,11 +88,15 @@ PF_Err NeedsGlobalSetup(Command& c) {
     return Effect(c);
 }
 
+// Of sessions with one instance that renders nothing: others are begun anew after a refusal.
 PF_Err IsSetUpTwiceAtMost(Command& c) {
-    static int ends = 0;
-    const bool old = c.inData != nullptr && !InNewerHost(c);
-    if (old && c.cmd == PF_Cmd_SEQUENCE_SETUP && ends >= 2) return PF_Err_INTERNAL_STRUCT_DAMAGED;
-    ends += old && c.cmd == PF_Cmd_GLOBAL_SETDOWN;
+    static int ends = 0, instances = 0;
+    static bool rendered = false;
+    if (c.inData == nullptr || InNewerHost(c)) return Effect(c);
+    rendered = rendered || c.cmd == PF_Cmd_RENDER || c.cmd == PF_Cmd_SMART_PRE_RENDER;
+    if (c.cmd == PF_Cmd_SEQUENCE_SETUP && ends >= 2 && !rendered) return PF_Err_INTERNAL_STRUCT_DAMAGED;
+    instances += c.cmd == PF_Cmd_SEQUENCE_SETUP;
+    if (c.cmd == PF_Cmd_GLOBAL_SETDOWN) ends += std::exchange(instances, 0) == 1;
     return Effect(c);
 }
 
