@@ -1,5 +1,7 @@
 #include "sequence/render_frames.h"
 
+#include <malloc.h>
+
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -48,6 +50,10 @@ FrameTimes RenderFrame(const FrameJob& job, const FrameSettings& settings, Effec
 
 void RenderFrames(const FramePlan& plan, const FrameSettings& settings, EffectRunner& runner, int threads,
                   Progress& progress) {
+    // Left to itself the allocator comes to keep what pictures leave free, in pieces that the next ones do not fit.
+    constexpr int kMapped = 1 << 20;
+    ::mallopt(M_MMAP_THRESHOLD, kMapped);
+
     std::atomic<std::size_t> next = 0;
     std::atomic<bool> stopped = false;
     std::mutex mutex;

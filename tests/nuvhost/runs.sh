@@ -101,10 +101,10 @@ peak() { # peak FRAMES: kilobytes
     ASAN_OPTIONS="${ASAN_OPTIONS:-}:quarantine_size_mb=1" command time -f %M -o peak.txt "$nuvhost" render large.ppm \
         memory.#.ppm --frames "1-$1" --depth 32 --amount 5 --threads 2 -q && cat peak.txt
 }
-bounded() { # 120 more frames of 4 megabytes each: half of them kept would be too much, the allocator keeps some
+bounded() { # 40 more frames of 4 megabytes each
     local short long
-    short=$(peak 40) && long=$(peak 160) && rm memory.* && [ "$long" -lt $((short + 60 * 4000)) ] ||
-        { echo "     40 frames: $short kB, 160 frames: $long kB"; false; }
+    short=$(peak 10) && long=$(peak 50) && rm memory.* && [ "$long" -lt $((short + 5 * 4000)) ] ||
+        { echo "     10 frames: $short kB, 50 frames: $long kB"; false; }
 }
 promise "a long sequence takes no more memory than a short one" bounded
 
