@@ -1,7 +1,7 @@
 // Every check of nuvhost validate against the plug-in with the one fault that it has to find.
-//   validator_test PLUGIN BROKEN_PLUGIN NUVHOST [--own | --full] [--check GLOB] [--part I/N]
+//   validator_test PLUGIN BROKEN_PLUGIN NUVHOST [--own | --full] [--check GLOB] [--share I/N]
 // Each control is tried with the checks of its own family; with --own only with the check that it is for, with
-// --full with all but the slow ones. --part takes every N-th control, from the I-th on (0 …), and leaves the rest
+// --full with all but the slow ones. --share takes every N-th control, from the I-th on (0 …), and leaves the rest
 // out.
 #include <algorithm>
 #include <cstdio>
@@ -24,7 +24,7 @@ struct Arguments {
     std::filesystem::path plugin, broken, nuvhost;
     bool own = false, full = false;
     std::string glob = "*";
-    std::size_t part = 0, parts = 1;
+    std::size_t share = 0, shares = 1;
 };
 
 int g_passed = 0, g_failed = 0;
@@ -172,10 +172,10 @@ Arguments Parse(int argc, char** argv) {
             arguments.full = true;
         } else if (words[i] == "--check" && i + 1 < words.size()) {
             arguments.glob = words[++i];
-        } else if (words[i] == "--part" && i + 1 < words.size()) {
-            const std::string& part = words[++i];
-            arguments.part = std::stoul(part);
-            arguments.parts = std::stoul(part.substr(part.find('/') + 1));
+        } else if (words[i] == "--share" && i + 1 < words.size()) {
+            const std::string& text = words[++i];
+            arguments.share = std::stoul(text);
+            arguments.shares = std::stoul(text.substr(text.find('/') + 1));
         } else {
             throw std::invalid_argument(words[i] + ": unknown option");
         }
@@ -190,14 +190,14 @@ int main(int argc, char** argv) {
         const Arguments arguments = Parse(argc, argv);
         const Deviations deviations = ReadDeviations(DeviationsBeside(arguments.plugin));
         ChooseFault("");
-        if (arguments.part == 0) {
+        if (arguments.share == 0) {
             CompareTables(deviations);
             TryTrueEffect(arguments, deviations);
         }
         std::size_t number = 0;
         for (const broken::Control& control : broken::AllControls()) {
             if (!MatchesGlob(control.check, arguments.glob)) continue;
-            if (number++ % arguments.parts == arguments.part) TryControl(control, arguments, deviations);
+            if (number++ % arguments.shares == arguments.share) TryControl(control, arguments, deviations);
         }
     } catch (const std::exception& error) {
         std::fprintf(stderr, "validator_test: %s\n", error.what());

@@ -10,25 +10,13 @@ namespace nuvhost::validate {
 namespace {
 
 constexpr std::span<const Check> (*kFamilies[])() = {
-    LoadingChecks,
-    RegistrationChecks,
-    SetupChecks,
-    SetupParamsChecks,
-    AboutChecks,
-    SequenceChecks,
-    SequenceDataChecks,
-    PrerenderChecks,
-    RenderChecks,
-    LayoutChecks,
-    PixelsChecks,
-    ThreadsChecks,
-    FaultsChecks,
-    SetUpFaultsChecks,
+    LoadingChecks,      RegistrationChecks, SetupChecks,     SetupParamsChecks, AboutChecks,
+    SequenceChecks,     SequenceDataChecks, PrerenderChecks, RenderChecks,      LayoutChecks,
+    PixelsChecks,       ThreadsChecks,      FaultsChecks,    SetUpFaultsChecks,
 #if defined(__linux__)
     SystemFaultsChecks,
 #endif
-    MisuseChecks,
-    ExceptionsChecks,
+    MisuseChecks,       ExceptionsChecks,
 #if defined(_WIN32)
     PropertyListChecks,
 #endif
@@ -36,12 +24,8 @@ constexpr std::span<const Check> (*kFamilies[])() = {
 
 // A check that is compiled for one system alone stands here as well: a deviation file may name it on both.
 constexpr std::string_view kOnLinuxAlone[] = {
-    "faults.session-thread",
-    "faults.session-memory",
-    "faults.smart-thread",
-    "faults.smart-memory",
-    "faults.plain-thread",
-    "faults.plain-memory",
+    "faults.session-thread", "faults.session-memory", "faults.smart-thread",
+    "faults.smart-memory",   "faults.plain-thread",   "faults.plain-memory",
 };
 constexpr std::string_view kOnWindowsAlone[] = {
     "property-list.once",

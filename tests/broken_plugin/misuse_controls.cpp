@@ -1,6 +1,6 @@
 #include <atomic>
-#include <utility>
 #include <cstdlib>
+#include <utility>
 
 #include "newer_host.h"
 #include "pf_smart_render.h"
