@@ -14,15 +14,6 @@ __m256i LoadBits(const void* from) {
     return _mm256_loadu_si256(static_cast<const __m256i*>(from));
 }
 
-const std::byte* PixelOf(const SourcePixels& source, std::int32_t column, std::int32_t row) {
-    return source.first + std::ptrdiff_t{source.rowBytes} * row + std::ptrdiff_t{column} * source.pixelBytes;
-}
-
-// Eight neighbours at `pixels`, reordered.
-__m256i Pick(const std::byte* pixels, __m256i order) {
-    return _mm256_permutevar8x32_epi32(LoadBits(pixels), order);
-}
-
 void LineOfBytes(const SourcePixels& source, const std::byte* line, const std::int32_t* columns, int count,
                  std::byte* samples) {
     const std::ptrdiff_t ahead = std::ptrdiff_t{source.rowBytes} * kRowsAhead;
@@ -32,7 +23,8 @@ void LineOfBytes(const SourcePixels& source, const std::byte* line, const std::i
         const std::int32_t start = columns[i] < last ? columns[i] : last;
         const std::byte* const pixels = line + std::ptrdiff_t{start} * 4;
         const __m256i order = _mm256_sub_epi32(LoadBits(columns + i), _mm256_set1_epi32(start));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(samples + i * 4), Pick(pixels, order));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(samples + i * 4),
+                            _mm256_permutevar8x32_epi32(LoadBits(pixels), order));
         if (i % 16 == 0) Prefetch(pixels + ahead);
     }
 }
@@ -56,82 +48,91 @@ void LineOfFloats(const SourcePixels& source, const std::byte* line, const std::
     }
 }
 
+// The distances of sixteen pixels, x and those after it, from the centre's column.
+__m512 DistancesFrom(const MagnifiedRow& row, std::int32_t x) {
+    const __m512i first = _mm512_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
+    return _mm512_sub_ps(_mm512_cvtepi32_ps(_mm512_add_epi32(_mm512_set1_epi32(x), first)), _mm512_set1_ps(row.cx));
+}
+
+// k at these distances.
+template <bool kCubic>
+__m512 Enlargement(const MagnifiedRow& row, __m512 dx) {
+    const __m512 r = _mm512_sqrt_ps(_mm512_add_ps(_mm512_mul_ps(dx, dx), _mm512_set1_ps(row.dy2)));
+    const __m512 t = _mm512_div_ps(r, _mm512_set1_ps(row.R));
+    const __m512 ta = _mm512_mul_ps(t, _mm512_set1_ps(row.amount));
+    const __m512 s = kCubic ? _mm512_mul_ps(ta, t) : ta;
+    return _mm512_add_ps(_mm512_set1_ps(1.0f), _mm512_mul_ps(s, _mm512_set1_ps(row.percent)));
+}
+
+__m512 Inverse(__m512 k) {
+    return _mm512_div_ps(_mm512_set1_ps(1.0f), k);
+}
+
+// Columns or rows of the source. An offset of zero, as of every layer in one piece, would leave them as they are.
+__m512i PlacesAt(__m512 inv, __m512 distance, float centre, float offset) {
+    const __m512i whole = _mm512_cvttps_epi32(_mm512_add_ps(_mm512_mul_ps(inv, distance), _mm512_set1_ps(centre)));
+    if (offset == 0) return whole;
+    return _mm512_cvttps_epi32(_mm512_sub_ps(_mm512_cvtepi32_ps(whole), _mm512_set1_ps(offset)));
+}
+__m512i ColumnsAt(const MagnifiedRow& row, __m512 inv, __m512 dx) {
+    return PlacesAt(inv, dx, row.cx, row.offsetX);
+}
+__m512i RowsAt(const MagnifiedRow& row, __m512 inv) {
+    return PlacesAt(inv, _mm512_set1_ps(row.dy), row.cyE, row.offsetY);
+}
+
+// Roots and quotients are begun one and two steps ahead, and go on while samples are fetched: with all of a step's
+// work in a row, the processor would not look far enough ahead to find the next one's.
+template <bool kCubic>
+void CurveOfBytes(const SourcePixels& source, const MagnifiedRow& along, std::int32_t x, int count,
+                  std::byte* samples) {
+    const MagnifiedRow row = along;  // a copy, which stores to `samples` cannot change
+    const __m512i width = _mm512_set1_epi32(source.width);
+    const __m512i height = _mm512_set1_epi32(source.height);
+    const __m512i rowBytes = _mm512_set1_epi32(source.rowBytes);
+    const std::byte* const first = source.first;
+    // A number, as what lies outside of the source is no address.
+    const std::intptr_t ahead =
+        reinterpret_cast<std::intptr_t>(first) + std::ptrdiff_t{source.rowBytes} * kRowsAhead;
+    __m512 dx = DistancesFrom(row, x);
+    __m512 dx16 = DistancesFrom(row, x + 16);
+    __m512 inv = Inverse(Enlargement<kCubic>(row, dx));
+    __m512 k16 = Enlargement<kCubic>(row, dx16);
+    for (int i = 0; i < count; i += 16) {
+        const __m512 inv16 = Inverse(k16);
+        const __m512 dx32 = DistancesFrom(row, x + i + 32);
+        k16 = Enlargement<kCubic>(row, dx32);
+
+        const __m512i columns = ColumnsAt(row, inv, dx);
+        const __m512i rows = RowsAt(row, inv);
+        const __mmask16 inside = _mm512_cmplt_epu32_mask(columns, width) & _mm512_cmplt_epu32_mask(rows, height);
+        const __m512i at = _mm512_add_epi32(_mm512_mullo_epi32(rows, rowBytes), _mm512_slli_epi32(columns, 2));
+        const __m512i pixels = _mm512_mask_i32gather_epi32(_mm512_setzero_si512(), inside, at, first, 1);
+        _mm512_storeu_si512(samples + std::ptrdiff_t{i} * 4, pixels);
+        Prefetch(reinterpret_cast<const std::byte*>(ahead + _mm_cvtsi128_si32(_mm512_castsi512_si128(at))));
+
+        inv = inv16;
+        dx = dx16;
+        dx16 = dx32;
+    }
+}
+
 // Where a run reads its enlarged samples: columns and rows of the source, or beyond.
 struct Places {
-    std::int32_t columns[kRunPixels], rows[kRunPixels];
+    std::int32_t columns[kFloatRunPixels], rows[kFloatRunPixels];
 };
 
-// In two passes: the processor looks only so far ahead, and one long chain of roots and quotients would have it
-// wait for each.
+// In two passes: one long chain of roots and quotients would have the processor wait for each.
 template <bool kCubic>
 inline void Locate(const MagnifiedRow& row, std::int32_t x, int count, Places& places) {
-    static_assert(kRunPixels % 16 == 0);
-    const __m512 cx = _mm512_set1_ps(row.cx);
-    const auto dxOf = [&](int i) {
-        const __m512i first = _mm512_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
-        return _mm512_sub_ps(_mm512_cvtepi32_ps(_mm512_add_epi32(_mm512_set1_epi32(x + i), first)), cx);
-    };
-    float factors[kRunPixels];
+    static_assert(kByteRunPixels % 16 == 0 && kFloatRunPixels % 16 == 0);
+    float k[kFloatRunPixels];
+    for (int i = 0; i < count; i += 16)
+        _mm512_storeu_ps(k + i, Enlargement<kCubic>(row, DistancesFrom(row, x + i)));
     for (int i = 0; i < count; i += 16) {
-        const __m512 dx = dxOf(i);
-        const __m512 r = _mm512_sqrt_ps(_mm512_add_ps(_mm512_mul_ps(dx, dx), _mm512_set1_ps(row.dy2)));
-        const __m512 t = _mm512_div_ps(r, _mm512_set1_ps(row.R));
-        const __m512 ta = _mm512_mul_ps(t, _mm512_set1_ps(row.amount));
-        const __m512 s = kCubic ? _mm512_mul_ps(ta, t) : ta;
-        const __m512 k = _mm512_add_ps(_mm512_set1_ps(1.0f), _mm512_mul_ps(s, _mm512_set1_ps(row.percent)));
-        _mm512_storeu_ps(factors + i, k);
-    }
-    for (int i = 0; i < count; i += 16) {
-        const __m512 inv = _mm512_div_ps(_mm512_set1_ps(1.0f), _mm512_loadu_ps(factors + i));
-        const auto place = [&](__m512 distance, __m512 centre, float offset) {
-            const __m512i whole = _mm512_cvttps_epi32(_mm512_add_ps(_mm512_mul_ps(inv, distance), centre));
-            return _mm512_cvttps_epi32(_mm512_sub_ps(_mm512_cvtepi32_ps(whole), _mm512_set1_ps(offset)));
-        };
-        _mm512_storeu_si512(places.columns + i, place(dxOf(i), cx, row.offsetX));
-        _mm512_storeu_si512(places.rows + i, place(_mm512_set1_ps(row.dy), _mm512_set1_ps(row.cyE), row.offsetY));
-    }
-}
-
-bool IsInside(std::int32_t value, std::int32_t limit) {
-    return value >= 0 && value < limit;
-}
-
-// Eight places are mostly among eight neighbours of one row or of two: then each row is read once.
-template <bool kCubic>
-void CurveOfBytes(const SourcePixels& from, const MagnifiedRow& along, std::int32_t x, int count,
-                  std::byte* samples) {
-    const SourcePixels source = from;  // copies, which stores to `samples` cannot change
-    Places places;
-    Locate<kCubic>(along, x, count, places);
-    for (int i = 0; i < count; i += 8, samples += 32) {
-        const __m256i columns = LoadBits(places.columns + i);
-        const __m256i rows = LoadBits(places.rows + i);
-        const std::int32_t column = _mm_cvtsi128_si32(_mm256_castsi256_si128(columns));
-        const std::int32_t start = column < source.width - 8 ? column : source.width - 8;
-        const std::int32_t row0 = _mm_cvtsi128_si32(_mm256_castsi256_si128(rows));
-        const std::int32_t row7 = _mm256_extract_epi32(rows, 7);
-        const __m256i order = _mm256_sub_epi32(columns, _mm256_set1_epi32(start));
-        const __mmask8 inRow0 = _mm256_cmpeq_epi32_mask(rows, _mm256_set1_epi32(row0));
-        const __mmask8 inRow7 = _mm256_cmpeq_epi32_mask(rows, _mm256_set1_epi32(row7));
-        const __mmask8 inReach = _mm256_cmplt_epu32_mask(order, _mm256_set1_epi32(8));
-        if (start >= 0 && IsInside(row0, source.height) && IsInside(row7, source.height) &&
-            ((inRow0 | inRow7) & inReach) == 0xFF) {
-            const std::byte* const pixels = PixelOf(source, start, row0);
-            const __m256i of7 = Pick(PixelOf(source, start, row7), order);
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(samples),
-                                _mm256_mask_permutexvar_epi32(of7, inRow0, order, LoadBits(pixels)));
-            if (i % 16 == 0) Prefetch(pixels + std::ptrdiff_t{source.rowBytes} * kRowsAhead);
-        } else {
-            std::int32_t column8[8], row8[8], sample8[8];
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(column8), columns);
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(row8), rows);
-            for (int j = 0; j < 8; ++j) {
-                const bool inside = IsInside(column8[j], source.width) && IsInside(row8[j], source.height);
-                sample8[j] = inside ? _mm_cvtsi128_si32(_mm_loadu_si32(PixelOf(source, column8[j], row8[j]))) : 0;
-            }
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(samples),
-                                _mm256_loadu_si256(reinterpret_cast<const __m256i*>(sample8)));
-        }
+        const __m512 inv = Inverse(_mm512_loadu_ps(k + i));
+        _mm512_storeu_si512(places.columns + i, ColumnsAt(row, inv, DistancesFrom(row, x + i)));
+        _mm512_storeu_si512(places.rows + i, RowsAt(row, inv));
     }
 }
 

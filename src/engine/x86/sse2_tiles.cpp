@@ -53,7 +53,7 @@ bool IsInside(std::int32_t value, std::int32_t limit) {
 
 // Where a run reads its enlarged samples: columns and rows of the source, or beyond.
 struct Places {
-    std::int32_t columns[kRunPixels], rows[kRunPixels];
+    std::int32_t columns[kByteRunPixels], rows[kByteRunPixels];
 };
 
 template <bool kCubic>

@@ -1,27 +1,30 @@
-// The innermost steps of the vector row workers, as one table per instruction set. They work on runs of a few dozen
-// pixels of one row, short enough to stay in the first-level cache. Plain pointers and numbers only: this is all
-// that a file compiled for a wider instruction set gets to see.
+// The innermost steps of the vector row workers, as one table per instruction set. They work on runs of pixels of
+// one row, short enough to stay in the first-level cache. Plain pointers and numbers only: this is all that a file
+// compiled for a wider instruction set gets to see.
 #pragma once
 
 #include "engine/row_kernels.h"
 
 namespace nuv {
 
-// Kernels take their pixels in steps of so many; the count that they get is a multiple of it, and at most a run.
+// Kernels take their pixels in steps of so many; the count that they get is a multiple of it, and at most a run of
+// the source's depth. Runs of bytes hold a whole tile's row. Floats move four times as much: in shorter runs, the
+// processor computes the next one while the stores of the last one are still on their way.
 inline constexpr int kTileStep = 8;
-inline constexpr int kRunPixels = 64;
+inline constexpr int kByteRunPixels = 272;
+inline constexpr int kFloatRunPixels = 64;
 
 struct SourcePixels {
     const std::byte* first;
-    std::int32_t width;  // 0 and more
-    std::int32_t height, rowBytes, pixelBytes;
+    std::int32_t width, height;  // 0 and more
+    std::int32_t rowBytes, pixelBytes;
 };
 
 // Source rows by which the samples' prefetching is ahead: an output row reads at most one row further down than the
 // one above it.
 inline constexpr int kRowsAhead = 2;
 
-// Samplers bring the samples of a run together, as neighbours, into `samples`.
+// Samplers bring the samples of a run together, as neighbours, into `samples`, which has room for a whole run.
 
 // From one source row of at least a step's pixels: `line` is its first one, and `columns` are inside of it, none
 // more than 7 apart from the 7th before, and ascending.
@@ -37,7 +40,7 @@ struct MagnifiedRow {
 };
 
 // From wherever the pixels x, x + 1, … of the output row read their enlarged samples; outside of the source is
-// transparent black.
+// transparent black. All of the source lies less than 2^31 bytes from its first pixel, but see kSse2Tiles.
 using SampleCurve = void (*)(const SourcePixels& source, const MagnifiedRow& row, std::int32_t x, int count,
                              std::byte* samples);
 
@@ -70,7 +73,7 @@ struct TileKernels {
     Composers streamed;  // stores bypass the cache, without a fence; the result is aligned to a cache line
 };
 
-extern const TileKernels kSse2Tiles;
+extern const TileKernels kSse2Tiles;  // whose samplers take sources of any size
 extern const TileKernels kAvx2Tiles;
 extern const TileKernels kAvx512Tiles;
 

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 #include "engine/row_geometry.h"
 #include "engine/x86/tile_kernels.h"
@@ -18,11 +19,18 @@ namespace {
 // Rows are worked through in columns of tiles, from top to bottom, so that the tile below finds most of what it
 // reads in the cache, and few pages are in use at a time.
 constexpr int kTilePixels = 256;
-static_assert(kTilePixels % kTileStep == 0 && kRunPixels % kTileStep == 0);
 
 // In a streaming row a tile begins and ends on a step's boundary of the result's addresses, so that no cache line
 // is split between two tiles. It may have to reach so far into the next one.
 constexpr int kMostPixels = kTilePixels + kTileStep;
+static_assert(kTilePixels % kTileStep == 0 && kByteRunPixels >= kMostPixels);
+
+// Whether all distances within the source fit 32 bits.
+bool IsNear(const SourcePixels& source) {
+    const std::int64_t row = source.rowBytes;
+    return (row < 0 ? -row : row) * source.height + std::int64_t{source.pixelBytes} * source.width <
+           std::numeric_limits<std::int32_t>::max();
+}
 
 // Where the columns of a tile read in a source row, if that does not depend on the output's row: always for the
 // direct sample, and for the enlarged one as long as k is the same everywhere.
@@ -38,7 +46,7 @@ public:
         : stream_(stream),
           job_(job),
           frame_(GeometryOf(job)),
-          samplers_(pixelBytes_ == 4 ? kernels.bytes : kernels.floats) {
+          samplers_(SamplersOf(pixelBytes_ == 4 && !IsNear(source_) ? kSse2Tiles : kernels)) {
         const MagnifiedChannels magnified = ChannelsOf(job.mode, job.amount);
         for (std::size_t i = 0; i < 3; ++i)
             masks_.channel[i] = magnified.channel[i] ? ~std::uint32_t{0} : 0;
@@ -62,6 +70,10 @@ public:
     }
 
 private:
+    const Samplers& SamplersOf(const TileKernels& kernels) const {
+        return pixelBytes_ == 4 ? kernels.bytes : kernels.floats;
+    }
+
     std::byte* ResultRow(std::int32_t y) const {
         return job_.output.pixels + std::ptrdiff_t{job_.output.rowBytes} * y;
     }
@@ -121,8 +133,8 @@ private:
 
         if (begin < body) ComposeFew(begin, body - begin, row);
         const ComposePixels compose = stream ? composeStreamed_ : composeCached_;
-        for (std::int32_t x = body; x < tail; x += kRunPixels) {
-            const int count = std::min(kRunPixels, tail - x);
+        for (std::int32_t x = body; x < tail; x += runPixels_) {
+            const int count = std::min(runPixels_, tail - x);
             const std::byte* const magnified = Magnified(x, count);
             const std::byte* const direct = Direct(x, count);
             // The row below is read next.
@@ -161,6 +173,8 @@ private:
         return magnifiedRun_;
     }
 
+    static constexpr std::size_t kRunBytes = std::max(kByteRunPixels * 4, kFloatRunPixels * 16);
+
     // So many pixels in whole steps.
     static constexpr int Steps(int count) { return (count + kTileStep - 1) / kTileStep * kTileStep; }
 
@@ -189,8 +203,9 @@ private:
     const RenderData& job_;
     const FrameGeometry frame_;
     const int pixelBytes_ = job_.input.bitsPerChannel == 8 ? 4 : 16;
+    const int runPixels_ = pixelBytes_ == 4 ? kByteRunPixels : kFloatRunPixels;
     // Hosts may claim any width. Samplers count columns back from it, which must not pass the least integer.
-    const SourcePixels source_{job_.input.pixels, std::max(job_.input.width, 0), job_.input.height,
+    const SourcePixels source_{job_.input.pixels, std::max(job_.input.width, 0), std::max(job_.input.height, 0),
                                job_.input.rowBytes, pixelBytes_};
     const bool linear_ = job_.scaling != 1 && job_.scaling != 2;
     const float percent_ = job_.amount >= 0.0f ? 0.02f : -0.02f;
@@ -210,8 +225,8 @@ private:
     const std::byte* magnifiedLine_ = nullptr;  // for linear alone
     MagnifiedRow magnifiedRow_{frame_.cx, frame_.cyE, frame_.R,           job_.amount,       percent_,
                                0,         0,          job_.sourceOffsetX, job_.sourceOffsetY};
-    alignas(64) std::byte directRun_[kRunPixels * 16];
-    alignas(64) std::byte magnifiedRun_[kRunPixels * 16];
+    alignas(64) std::byte directRun_[kRunBytes];
+    alignas(64) std::byte magnifiedRun_[kRunBytes];
 };
 
 }  // namespace
