@@ -21,8 +21,15 @@ bool Asked(std::string_view for_) {
     return value && for_ == value;
 }
 
+#ifdef __GNUC__
+__attribute__((no_sanitize("undefined")))  // which would tell of it before it happens
+#endif
+void Crash() {
+    *static_cast<volatile int*>(nullptr) = 1;
+}
+
 PF_Err GlobalSetup(const PF_InData& in, PF_OutData& out) {
-    if (Asked("crashes")) *static_cast<volatile int*>(nullptr) = 1;
+    if (Asked("crashes")) Crash();
     if (Asked("throws")) throw std::runtime_error("no");
     if (Asked("refuses everybody")) return PF_Err_OUT_OF_MEMORY;
     if (Asked("refuses the editor") && in.appl_id == kAppIdEditor) return PF_Err_INTERNAL_STRUCT_DAMAGED;

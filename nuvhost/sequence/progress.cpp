@@ -190,8 +190,9 @@ void Progress::WipeBar() {
 
 void WipeBarForGood() {
     auto& bar = TheBar();
-    // Whoever has it for longer waits for a terminal that somebody has stopped.
-    std::unique_lock lock(bar.mutex, std::chrono::milliseconds(100));
+    // Whoever has it for longer waits for a terminal that somebody has stopped. Of waiting by the steady clock the race
+    // detector would know nothing.
+    std::unique_lock lock(bar.mutex, std::chrono::system_clock::now() + std::chrono::milliseconds(100));
     pollfd terminal{UserStderr(), POLLOUT, 0};
     if (lock && bar.stands && ::poll(&terminal, 1, 0) == 1) WriteWhole(UserStderr(), kWipe);
     lock.release();
