@@ -279,11 +279,18 @@ struct RowsAbove {
     int input = 0, output = 0;
 };
 
-// Such a distance for either picture of a job: it takes most buffers past 2^31 bytes, and every row in it is still
-// an exact float. Only as long as the centre is among the rows, no row is read from above them.
+// Such a distance for either picture of a job: past 2^31 bytes, or about the 2^31 and 2^32 bytes where distances of
+// 32 bits end. Every row in it is still an exact float. Only as long as the centre is among the rows, no row is
+// read from above them.
 RowsAbove MoveDown(Random& random, nuv::RenderData& job) {
+    constexpr int kMostRows = 1 << 23;
     const auto rows = [&] { return random.OneIn(3) ? 0 : (1 << 22) + random.Below(1 << 20); };
-    const RowsAbove above{rows(), rows()};
+    RowsAbove above{rows(), rows()};
+    const std::int64_t stride = std::abs(std::int64_t{job.input.rowBytes});
+    const std::int64_t edge = stride == 0 ? kMostRows : (std::int64_t{1} << random.Of({31, 32})) / stride;
+    if (edge < kMostRows && random.OneIn(2)) {
+        above.input = static_cast<int>(std::max<std::int64_t>(edge + random.Between(-30, 30), 0));
+    }
     job.sourceOffsetY = static_cast<float>(above.output - above.input);
     job.downsampleY = 1.0f;
     job.centerY = random.Between(0, job.output.height);

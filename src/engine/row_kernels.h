@@ -35,8 +35,8 @@ struct RowKernels {
 // The plain formulas, one pixel after the other. They define the result; any other table gives the same bytes.
 extern const RowKernels kScalarKernels;
 
-// For every x86-64 processor, for those with AVX2, and for those with AVX-512 as of the generation that no longer
-// slows down for it. The streaming ones bypass the cache with what they write.
+// For every x86-64 processor, for those with AVX2, and for those where AVX-512 pays (cpu_kernels.cpp). The
+// streaming ones bypass the cache with what they write.
 extern const RowKernels kSse2Kernels;
 extern const RowKernels kSse2StreamingKernels;
 extern const RowKernels kAvx2Kernels;

@@ -73,7 +73,8 @@ __m256 Inverse(__m256 k) {
     return _mm256_div_ps(_mm256_set1_ps(1.0f), k);
 }
 
-// Columns or rows of the source. An offset of zero, as of every layer in one piece, would leave them as they are.
+// Columns or rows of the source. Without an offset the second conversion would change nothing: float holds every
+// truncated float exactly, the least integer too.
 __m256i PlacesAt(__m256 inv, __m256 distance, float centre, float offset) {
     const __m256i whole = _mm256_cvttps_epi32(_mm256_add_ps(_mm256_mul_ps(inv, distance), _mm256_set1_ps(centre)));
     if (offset == 0) return whole;
@@ -91,8 +92,8 @@ bool IsInside(std::int32_t value, std::int32_t limit) {
 }
 
 // The pixels of eight places, outside of the source transparent. Mostly they are among eight neighbours of one row
-// or of two: then each row is read once.
-__m256i PixelsAt(const SourcePixels& source, __m256i columns, __m256i rows) {
+// or of two: then each row is read once. Not inlined, it would take places and pixels through memory.
+[[gnu::always_inline]] inline __m256i PixelsAt(const SourcePixels& source, __m256i columns, __m256i rows) {
     const std::int32_t column = _mm_cvtsi128_si32(_mm256_castsi256_si128(columns));
     const std::int32_t start = column < source.width - 8 ? column : source.width - 8;
     const std::int32_t row0 = _mm_cvtsi128_si32(_mm256_castsi256_si128(rows));
@@ -135,12 +136,13 @@ void CurveOfBytes(const SourcePixels& from, const MagnifiedRow& along, std::int3
     for (int i = 0; i < count; i += 8) {
         const __m256 inv8 = Inverse(k8);
         const __m256 dx16 = DistancesFrom(row, x + i + 16);
-        k8 = Enlargement<kCubic>(row, dx16);
+        const __m256 k16 = Enlargement<kCubic>(row, dx16);
 
         const __m256i pixels = PixelsAt(source, ColumnsAt(row, inv, dx), RowsAt(row, inv));
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(samples + std::ptrdiff_t{i} * 4), pixels);
 
         inv = inv8;
+        k8 = k16;
         dx = dx8;
         dx8 = dx16;
     }
@@ -330,6 +332,7 @@ constexpr Composers kComposers = {
 }  // namespace
 
 const TileKernels kAvx2Tiles = {
+    .nearBytesOnly = false,
     .bytes = {LineOfBytes, CurveOfBytes<false>, CurveOfBytes<true>},
     .floats = {LineOfFloats, CurveOfFloats<false>, CurveOfFloats<true>},
     .cached = kComposers<false>,

@@ -68,7 +68,8 @@ __m512 Inverse(__m512 k) {
     return _mm512_div_ps(_mm512_set1_ps(1.0f), k);
 }
 
-// Columns or rows of the source. An offset of zero, as of every layer in one piece, would leave them as they are.
+// Columns or rows of the source. Without an offset the second conversion would change nothing: float holds every
+// truncated float exactly, the least integer too.
 __m512i PlacesAt(__m512 inv, __m512 distance, float centre, float offset) {
     const __m512i whole = _mm512_cvttps_epi32(_mm512_add_ps(_mm512_mul_ps(inv, distance), _mm512_set1_ps(centre)));
     if (offset == 0) return whole;
@@ -91,9 +92,10 @@ void CurveOfBytes(const SourcePixels& source, const MagnifiedRow& along, std::in
     const __m512i height = _mm512_set1_epi32(source.height);
     const __m512i rowBytes = _mm512_set1_epi32(source.rowBytes);
     const std::byte* const first = source.first;
-    // A number, as what lies outside of the source is no address.
-    const std::intptr_t ahead =
+    // A number: the source may have no memory, and the first place may lie outside of it.
+    const std::intptr_t below =
         reinterpret_cast<std::intptr_t>(first) + std::ptrdiff_t{source.rowBytes} * kRowsAhead;
+    static_assert(kByteRunPixels % 16 == 0);
     __m512 dx = DistancesFrom(row, x);
     __m512 dx16 = DistancesFrom(row, x + 16);
     __m512 inv = Inverse(Enlargement<kCubic>(row, dx));
@@ -101,7 +103,7 @@ void CurveOfBytes(const SourcePixels& source, const MagnifiedRow& along, std::in
     for (int i = 0; i < count; i += 16) {
         const __m512 inv16 = Inverse(k16);
         const __m512 dx32 = DistancesFrom(row, x + i + 32);
-        k16 = Enlargement<kCubic>(row, dx32);
+        const __m512 k32 = Enlargement<kCubic>(row, dx32);
 
         const __m512i columns = ColumnsAt(row, inv, dx);
         const __m512i rows = RowsAt(row, inv);
@@ -109,9 +111,10 @@ void CurveOfBytes(const SourcePixels& source, const MagnifiedRow& along, std::in
         const __m512i at = _mm512_add_epi32(_mm512_mullo_epi32(rows, rowBytes), _mm512_slli_epi32(columns, 2));
         const __m512i pixels = _mm512_mask_i32gather_epi32(_mm512_setzero_si512(), inside, at, first, 1);
         _mm512_storeu_si512(samples + std::ptrdiff_t{i} * 4, pixels);
-        Prefetch(reinterpret_cast<const std::byte*>(ahead + _mm_cvtsi128_si32(_mm512_castsi512_si128(at))));
+        Prefetch(reinterpret_cast<const std::byte*>(below + _mm_cvtsi128_si32(_mm512_castsi512_si128(at))));
 
         inv = inv16;
+        k16 = k32;
         dx = dx16;
         dx16 = dx32;
     }
@@ -125,7 +128,7 @@ struct Places {
 // In two passes: one long chain of roots and quotients would have the processor wait for each.
 template <bool kCubic>
 inline void Locate(const MagnifiedRow& row, std::int32_t x, int count, Places& places) {
-    static_assert(kByteRunPixels % 16 == 0 && kFloatRunPixels % 16 == 0);
+    static_assert(kFloatRunPixels % 16 == 0);
     float k[kFloatRunPixels];
     for (int i = 0; i < count; i += 16)
         _mm512_storeu_ps(k + i, Enlargement<kCubic>(row, DistancesFrom(row, x + i)));
@@ -294,6 +297,7 @@ constexpr Composers kComposers = {
 }  // namespace
 
 const TileKernels kAvx512Tiles = {
+    .nearBytesOnly = true,
     .bytes = {LineOfBytes, CurveOfBytes<false>, CurveOfBytes<true>},
     .floats = {LineOfFloats, CurveOfFloats<false>, CurveOfFloats<true>},
     .cached = kComposers<false>,

@@ -249,6 +249,7 @@ constexpr Composers kComposers = {
 }  // namespace
 
 const TileKernels kSse2Tiles = {
+    .nearBytesOnly = false,
     .bytes = {LineOfBytes, CurveOfBytes<false>, CurveOfBytes<true>},
     .floats = {LineOfFloats, CurveOfFloats<false>, CurveOfFloats<true>},
     .cached = kComposers<false>,

@@ -8,10 +8,10 @@
 namespace nuv {
 
 // Kernels take their pixels in steps of so many; the count that they get is a multiple of it, and at most a run of
-// the source's depth. Runs of bytes hold a whole tile's row. Floats move four times as much: in shorter runs, the
+// the source's depth. Runs of bytes are as wide as a tile. Floats move four times as much: in shorter runs, the
 // processor computes the next one while the stores of the last one are still on their way.
 inline constexpr int kTileStep = 8;
-inline constexpr int kByteRunPixels = 272;
+inline constexpr int kByteRunPixels = 256;
 inline constexpr int kFloatRunPixels = 64;
 
 struct SourcePixels {
@@ -24,7 +24,8 @@ struct SourcePixels {
 // one above it.
 inline constexpr int kRowsAhead = 2;
 
-// Samplers bring the samples of a run together, as neighbours, into `samples`, which has room for a whole run.
+// Samplers bring the samples of a run together, as neighbours, into `samples`, which has room for a whole
+// run: more of it than `count` pixels may be written.
 
 // From one source row of at least a step's pixels: `line` is its first one, and `columns` are inside of it, none
 // more than 7 apart from the 7th before, and ascending.
@@ -40,7 +41,7 @@ struct MagnifiedRow {
 };
 
 // From wherever the pixels x, x + 1, … of the output row read their enlarged samples; outside of the source is
-// transparent black. All of the source lies less than 2^31 bytes from its first pixel, but see kSse2Tiles.
+// transparent black.
 using SampleCurve = void (*)(const SourcePixels& source, const MagnifiedRow& row, std::int32_t x, int count,
                              std::byte* samples);
 
@@ -68,12 +69,13 @@ struct Composers {
 };
 
 struct TileKernels {
+    bool nearBytesOnly;  // along curves, for sources of bytes that lie less than 2^31 bytes from their first pixel
     Samplers bytes, floats;
     Composers cached;
     Composers streamed;  // stores bypass the cache, without a fence; the result is aligned to a cache line
 };
 
-extern const TileKernels kSse2Tiles;  // whose samplers take sources of any size
+extern const TileKernels kSse2Tiles;
 extern const TileKernels kAvx2Tiles;
 extern const TileKernels kAvx512Tiles;
 

@@ -1,4 +1,4 @@
-// The row worker of the vector tables: the formulas of scalar_row_worker.cpp, taken apart into passes over short
+// The row worker of the vector tables: the formulas of scalar_row_worker.cpp, taken apart into passes over
 // runs of pixels.
 //
 // Both samples of a run are first brought into a row of neighbours: the direct ones usually are neighbours already
@@ -23,9 +23,9 @@ constexpr int kTilePixels = 256;
 // In a streaming row a tile begins and ends on a step's boundary of the result's addresses, so that no cache line
 // is split between two tiles. It may have to reach so far into the next one.
 constexpr int kMostPixels = kTilePixels + kTileStep;
-static_assert(kTilePixels % kTileStep == 0 && kByteRunPixels >= kMostPixels);
+static_assert(kTilePixels % kTileStep == 0);
 
-// Whether all distances within the source fit 32 bits.
+// Whether all distances within the source fit signed 32 bits.
 bool IsNear(const SourcePixels& source) {
     const std::int64_t row = source.rowBytes;
     return (row < 0 ? -row : row) * source.height + std::int64_t{source.pixelBytes} * source.width <
@@ -46,7 +46,8 @@ public:
         : stream_(stream),
           job_(job),
           frame_(GeometryOf(job)),
-          samplers_(SamplersOf(pixelBytes_ == 4 && !IsNear(source_) ? kSse2Tiles : kernels)) {
+          samplers_(
+              SamplersOf(kernels.nearBytesOnly && pixelBytes_ == 4 && !IsNear(source_) ? kSse2Tiles : kernels)) {
         const MagnifiedChannels magnified = ChannelsOf(job.mode, job.amount);
         for (std::size_t i = 0; i < 3; ++i)
             masks_.channel[i] = magnified.channel[i] ? ~std::uint32_t{0} : 0;
