@@ -9,6 +9,7 @@
 #include <cmath>
 #include <cstdio>
 #include <nlohmann/json.hpp>
+#include <thread>
 
 #include "one_line.h"
 #include "picture/quiet.h"
@@ -29,7 +30,7 @@ void WriteWhole(int descriptor, const std::string& text) {
 constexpr auto kWipe = "\r\x1b[K";
 
 struct Bar {
-    std::timed_mutex mutex;  // also held while it is drawn or wiped
+    std::mutex mutex;  // also held while it is drawn or wiped
     bool stands = false;
 };
 
@@ -190,9 +191,12 @@ void Progress::WipeBar() {
 
 void WipeBarForGood() {
     auto& bar = TheBar();
-    // Whoever has it for longer waits for a terminal that somebody has stopped. Of waiting by the steady clock the race
-    // detector would know nothing.
-    std::unique_lock lock(bar.mutex, std::chrono::system_clock::now() + std::chrono::milliseconds(100));
+    // Whoever has it for a tenth of a second waits for a terminal that somebody has stopped.
+    std::unique_lock lock(bar.mutex, std::try_to_lock);
+    for (int i = 0; i < 10 && !lock; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+        lock.try_lock();
+    }
     pollfd terminal{UserStderr(), POLLOUT, 0};
     if (lock && bar.stands && ::poll(&terminal, 1, 0) == 1) WriteWhole(UserStderr(), kWipe);
     lock.release();
