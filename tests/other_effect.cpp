@@ -25,7 +25,8 @@ bool Asked(std::string_view for_) {
 __attribute__((no_sanitize("undefined")))  // which would tell of it before it happens
 #endif
 void Crash() {
-    *static_cast<volatile int*>(nullptr) = 1;
+    static volatile int* volatile nowhere = nullptr;
+    *nowhere = 1;
 }
 
 PF_Err GlobalSetup(const PF_InData& in, PF_OutData& out) {
