@@ -53,11 +53,12 @@ void FillFrame(RenderData& job, const PF_InData& inData) {
     job.timeSeconds = static_cast<double>(inData.current_time) / static_cast<double>(inData.time_scale);
 }
 
-// Null for a format that the engine does not know. The editing host's own suite has the last word there.
+// Null for a format that the engine does not know. The editing host's own suite, without which nothing is rendered
+// there, has the last word.
 const FormatConversions* ConversionsOf(PF_EffectWorld* world, const Holdings& held, bool editor) {
     PF_PixelFormat format = 0;
     held.worlds->PF_GetPixelFormat(world, &format);
-    if (editor && held.formats) held.formats->GetPixelFormat(world, &format);
+    if (editor) held.formats->GetPixelFormat(world, &format);
     return FindConversions(format);
 }
 

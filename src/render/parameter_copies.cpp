@@ -57,7 +57,6 @@ void ParameterCopies::Fill(RenderData& job) const {
 PF_Err ParameterCopies::CheckIn(PF_Err result) {
     for (auto& held : copies_) {
         const auto copy = std::move(held);
-        if (copy == nullptr) continue;
         const PF_Err error = inData_->inter.checkin_param(inData_->effect_ref, copy.get());
         if (result == PF_Err_NONE) result = error;
     }
