@@ -3,7 +3,7 @@
 set(instrumentation_address
   -fsanitize=address,undefined,float-cast-overflow -fno-sanitize-recover=all -fno-omit-frame-pointer)
 set(instrumentation_thread -fsanitize=thread -fno-omit-frame-pointer)
-set(instrumentation_coverage -fprofile-instr-generate -fcoverage-mapping -fprofile-update=atomic)
+set(instrumentation_coverage -fprofile-instr-generate -fcoverage-mapping -fprofile-update=atomic -DNUV_COVERAGE)
 
 if(NUV_INSTRUMENTATION)
   if(NOT DEFINED instrumentation_${NUV_INSTRUMENTATION})

@@ -28,8 +28,8 @@
 namespace nuvhost::validate {
 
 void RequireHeapCount([[maybe_unused]] Context& context) {
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    context.NotApplicable("this program is built with a sanitizer, whose heap is not counted");
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(NUV_COVERAGE)
+    context.NotApplicable("this program is built with instruments, whose heap is not counted");
 #endif
 }
 
