@@ -53,119 +53,85 @@ void LineOfFloats(const SourcePixels& source, const std::byte* line, const std::
     }
 }
 
-// The distances of eight pixels, x and those after it, from the centre's column.
-__m256 DistancesFrom(const MagnifiedRow& row, std::int32_t x) {
-    const __m256i xs = _mm256_add_epi32(_mm256_set1_epi32(x), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7));
-    return _mm256_sub_ps(_mm256_cvtepi32_ps(xs), _mm256_set1_ps(row.cx));
-}
+// Where a run reads its enlarged samples: columns and rows of the source, or beyond.
+struct Places {
+    std::int32_t columns[kRunPixels], rows[kRunPixels];
+};
 
-// k at these distances.
+// In two passes: the processor looks only so far ahead, and one long chain of roots and quotients would have it
+// wait for each.
 template <bool kCubic>
-__m256 Enlargement(const MagnifiedRow& row, __m256 dx) {
-    const __m256 r = _mm256_sqrt_ps(_mm256_add_ps(_mm256_mul_ps(dx, dx), _mm256_set1_ps(row.dy2)));
-    const __m256 t = _mm256_div_ps(r, _mm256_set1_ps(row.R));
-    const __m256 ta = _mm256_mul_ps(t, _mm256_set1_ps(row.amount));
-    const __m256 s = kCubic ? _mm256_mul_ps(ta, t) : ta;
-    return _mm256_add_ps(_mm256_set1_ps(1.0f), _mm256_mul_ps(s, _mm256_set1_ps(row.percent)));
-}
-
-__m256 Inverse(__m256 k) {
-    return _mm256_div_ps(_mm256_set1_ps(1.0f), k);
-}
-
-// Columns or rows of the source. Without an offset the second conversion would change nothing: float holds every
-// truncated float exactly, the least integer too.
-__m256i PlacesAt(__m256 inv, __m256 distance, float centre, float offset) {
-    const __m256i whole = _mm256_cvttps_epi32(_mm256_add_ps(_mm256_mul_ps(inv, distance), _mm256_set1_ps(centre)));
-    if (offset == 0) return whole;
-    return _mm256_cvttps_epi32(_mm256_sub_ps(_mm256_cvtepi32_ps(whole), _mm256_set1_ps(offset)));
-}
-__m256i ColumnsAt(const MagnifiedRow& row, __m256 inv, __m256 dx) {
-    return PlacesAt(inv, dx, row.cx, row.offsetX);
-}
-__m256i RowsAt(const MagnifiedRow& row, __m256 inv) {
-    return PlacesAt(inv, _mm256_set1_ps(row.dy), row.cyE, row.offsetY);
+inline void Locate(const MagnifiedRow& row, std::int32_t x, int count, Places& places) {
+    const __m256 cx = _mm256_set1_ps(row.cx);
+    const auto dxOf = [&](int i) {
+        const __m256i xs = _mm256_add_epi32(_mm256_set1_epi32(x + i), _mm256_setr_epi32(0, 1, 2, 3, 4, 5, 6, 7));
+        return _mm256_sub_ps(_mm256_cvtepi32_ps(xs), cx);
+    };
+    float factors[kRunPixels];
+    for (int i = 0; i < count; i += 8) {
+        const __m256 dx = dxOf(i);
+        const __m256 r = _mm256_sqrt_ps(_mm256_add_ps(_mm256_mul_ps(dx, dx), _mm256_set1_ps(row.dy2)));
+        const __m256 t = _mm256_div_ps(r, _mm256_set1_ps(row.R));
+        const __m256 ta = _mm256_mul_ps(t, _mm256_set1_ps(row.amount));
+        const __m256 s = kCubic ? _mm256_mul_ps(ta, t) : ta;
+        const __m256 k = _mm256_add_ps(_mm256_set1_ps(1.0f), _mm256_mul_ps(s, _mm256_set1_ps(row.percent)));
+        _mm256_storeu_ps(factors + i, k);
+    }
+    for (int i = 0; i < count; i += 8) {
+        const __m256 inv = _mm256_div_ps(_mm256_set1_ps(1.0f), _mm256_loadu_ps(factors + i));
+        const auto place = [&](__m256 distance, __m256 centre, float offset, std::int32_t* to) {
+            const __m256i whole = _mm256_cvttps_epi32(_mm256_add_ps(_mm256_mul_ps(inv, distance), centre));
+            const __m256i found =
+                _mm256_cvttps_epi32(_mm256_sub_ps(_mm256_cvtepi32_ps(whole), _mm256_set1_ps(offset)));
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), found);
+        };
+        place(dxOf(i), cx, row.offsetX, places.columns + i);
+        place(_mm256_set1_ps(row.dy), _mm256_set1_ps(row.cyE), row.offsetY, places.rows + i);
+    }
 }
 
 bool IsInside(std::int32_t value, std::int32_t limit) {
     return value >= 0 && value < limit;
 }
 
-// The pixels of eight places, outside of the source transparent. Mostly they are among eight neighbours of one row
-// or of two: then each row is read once. Not inlined, it would take places and pixels through memory.
-[[gnu::always_inline]] inline __m256i PixelsAt(const SourcePixels& source, __m256i columns, __m256i rows) {
-    const std::int32_t column = _mm_cvtsi128_si32(_mm256_castsi256_si128(columns));
-    const std::int32_t start = column < source.width - 8 ? column : source.width - 8;
-    const std::int32_t row0 = _mm_cvtsi128_si32(_mm256_castsi256_si128(rows));
-    const std::int32_t row7 = _mm256_extract_epi32(rows, 7);
-    const __m256i order = _mm256_sub_epi32(columns, _mm256_set1_epi32(start));
-    const __m256i inRow0 = _mm256_cmpeq_epi32(rows, _mm256_set1_epi32(row0));
-    const __m256i inRow7 = _mm256_cmpeq_epi32(rows, _mm256_set1_epi32(row7));
-    const __m256i stray =
-        _mm256_or_si256(_mm256_andnot_si256(_mm256_or_si256(inRow0, inRow7), _mm256_set1_epi32(-1)),
-                        _mm256_and_si256(order, _mm256_set1_epi32(~7)));
-    if (start >= 0 && IsInside(row0, source.height) && IsInside(row7, source.height) &&
-        _mm256_testz_si256(stray, stray)) {
-        const std::byte* const pixels = PixelOf(source, start, row0);
-        const __m256i of0 = Pick(pixels, order);
-        const __m256i of7 = Pick(PixelOf(source, start, row7), order);
-        Prefetch(pixels + std::ptrdiff_t{source.rowBytes} * kRowsAhead);
-        return _mm256_blendv_epi8(of7, of0, inRow0);
-    }
-    std::int32_t column8[8], row8[8], sample8[8];
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(column8), columns);
-    _mm256_storeu_si256(reinterpret_cast<__m256i*>(row8), rows);
-    for (int j = 0; j < 8; ++j) {
-        const bool inside = IsInside(column8[j], source.width) && IsInside(row8[j], source.height);
-        sample8[j] = inside ? _mm_cvtsi128_si32(_mm_loadu_si32(PixelOf(source, column8[j], row8[j]))) : 0;
-    }
-    return LoadBits(sample8);
-}
-
-// Roots and quotients are begun one and two steps ahead, and go on while samples are fetched: with all of a step's
-// work in a row, the processor would not look far enough ahead to find the next one's.
+// Eight places are mostly among eight neighbours of one row or of two: then each row is read once.
 template <bool kCubic>
 void CurveOfBytes(const SourcePixels& from, const MagnifiedRow& along, std::int32_t x, int count,
                   std::byte* samples) {
     const SourcePixels source = from;  // copies, which stores to `samples` cannot change
-    const MagnifiedRow row = along;
-    __m256 dx = DistancesFrom(row, x);
-    __m256 dx8 = DistancesFrom(row, x + 8);
-    __m256 inv = Inverse(Enlargement<kCubic>(row, dx));
-    __m256 k8 = Enlargement<kCubic>(row, dx8);
-    for (int i = 0; i < count; i += 8) {
-        const __m256 inv8 = Inverse(k8);
-        const __m256 dx16 = DistancesFrom(row, x + i + 16);
-        const __m256 k16 = Enlargement<kCubic>(row, dx16);
-
-        const __m256i pixels = PixelsAt(source, ColumnsAt(row, inv, dx), RowsAt(row, inv));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(samples + std::ptrdiff_t{i} * 4), pixels);
-
-        inv = inv8;
-        k8 = k16;
-        dx = dx8;
-        dx8 = dx16;
-    }
-}
-
-// Where a run reads its enlarged samples: columns and rows of the source, or beyond.
-struct Places {
-    std::int32_t columns[kFloatRunPixels], rows[kFloatRunPixels];
-};
-
-// In two passes: one long chain of roots and quotients would have the processor wait for each.
-template <bool kCubic>
-inline void Locate(const MagnifiedRow& row, std::int32_t x, int count, Places& places) {
-    const auto store = [](std::int32_t* to, __m256i eight) {
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), eight);
-    };
-    float k[kFloatRunPixels];
-    for (int i = 0; i < count; i += 8)
-        _mm256_storeu_ps(k + i, Enlargement<kCubic>(row, DistancesFrom(row, x + i)));
-    for (int i = 0; i < count; i += 8) {
-        const __m256 inv = Inverse(_mm256_loadu_ps(k + i));
-        store(places.columns + i, ColumnsAt(row, inv, DistancesFrom(row, x + i)));
-        store(places.rows + i, RowsAt(row, inv));
+    Places places;
+    Locate<kCubic>(along, x, count, places);
+    for (int i = 0; i < count; i += 8, samples += 32) {
+        const __m256i columns = LoadBits(places.columns + i);
+        const __m256i rows = LoadBits(places.rows + i);
+        const std::int32_t column = _mm_cvtsi128_si32(_mm256_castsi256_si128(columns));
+        const std::int32_t start = column < source.width - 8 ? column : source.width - 8;
+        const std::int32_t row0 = _mm_cvtsi128_si32(_mm256_castsi256_si128(rows));
+        const std::int32_t row7 = _mm256_extract_epi32(rows, 7);
+        const __m256i order = _mm256_sub_epi32(columns, _mm256_set1_epi32(start));
+        const __m256i inRow0 = _mm256_cmpeq_epi32(rows, _mm256_set1_epi32(row0));
+        const __m256i inRow7 = _mm256_cmpeq_epi32(rows, _mm256_set1_epi32(row7));
+        const __m256i stray =
+            _mm256_or_si256(_mm256_andnot_si256(_mm256_or_si256(inRow0, inRow7), _mm256_set1_epi32(-1)),
+                            _mm256_and_si256(order, _mm256_set1_epi32(~7)));
+        if (start >= 0 && IsInside(row0, source.height) && IsInside(row7, source.height) &&
+            _mm256_testz_si256(stray, stray)) {
+            const std::byte* const pixels = PixelOf(source, start, row0);
+            const __m256i of0 = Pick(pixels, order);
+            const __m256i of7 = Pick(PixelOf(source, start, row7), order);
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(samples), _mm256_blendv_epi8(of7, of0, inRow0));
+            if (i % 16 == 0) Prefetch(pixels + std::ptrdiff_t{source.rowBytes} * kRowsAhead);
+        } else {
+            std::int32_t column8[8], row8[8], sample8[8];
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(column8), columns);
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(row8), rows);
+            for (int j = 0; j < 8; ++j) {
+                const bool inside = IsInside(column8[j], source.width) && IsInside(row8[j], source.height);
+                sample8[j] = inside ? _mm_cvtsi128_si32(_mm_loadu_si32(PixelOf(source, column8[j], row8[j]))) : 0;
+            }
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(samples),
+                                _mm256_loadu_si256(reinterpret_cast<const __m256i*>(sample8)));
+        }
     }
 }
 
@@ -332,9 +298,8 @@ constexpr Composers kComposers = {
 }  // namespace
 
 const TileKernels kAvx2Tiles = {
-    .nearBytesOnly = false,
-    .bytes = {LineOfBytes, CurveOfBytes<false>, CurveOfBytes<true>},
-    .floats = {LineOfFloats, CurveOfFloats<false>, CurveOfFloats<true>},
+    .bytes = {kRunPixels, false, LineOfBytes, CurveOfBytes<false>, CurveOfBytes<true>},
+    .floats = {kRunPixels, false, LineOfFloats, CurveOfFloats<false>, CurveOfFloats<true>},
     .cached = kComposers<false>,
     .streamed = kComposers<true>,
 };

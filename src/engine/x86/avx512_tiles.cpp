@@ -95,7 +95,7 @@ void CurveOfBytes(const SourcePixels& source, const MagnifiedRow& along, std::in
     // A number: the source may have no memory, and the first place may lie outside of it.
     const std::intptr_t below =
         reinterpret_cast<std::intptr_t>(first) + std::ptrdiff_t{source.rowBytes} * kRowsAhead;
-    static_assert(kByteRunPixels % 16 == 0);
+    static_assert(kLongRunPixels % 16 == 0);
     __m512 dx = DistancesFrom(row, x);
     __m512 dx16 = DistancesFrom(row, x + 16);
     __m512 inv = Inverse(Enlargement<kCubic>(row, dx));
@@ -122,14 +122,14 @@ void CurveOfBytes(const SourcePixels& source, const MagnifiedRow& along, std::in
 
 // Where a run reads its enlarged samples: columns and rows of the source, or beyond.
 struct Places {
-    std::int32_t columns[kFloatRunPixels], rows[kFloatRunPixels];
+    std::int32_t columns[kRunPixels], rows[kRunPixels];
 };
 
 // In two passes: one long chain of roots and quotients would have the processor wait for each.
 template <bool kCubic>
 inline void Locate(const MagnifiedRow& row, std::int32_t x, int count, Places& places) {
-    static_assert(kFloatRunPixels % 16 == 0);
-    float k[kFloatRunPixels];
+    static_assert(kRunPixels % 16 == 0);
+    float k[kRunPixels];
     for (int i = 0; i < count; i += 16)
         _mm512_storeu_ps(k + i, Enlargement<kCubic>(row, DistancesFrom(row, x + i)));
     for (int i = 0; i < count; i += 16) {
@@ -297,9 +297,8 @@ constexpr Composers kComposers = {
 }  // namespace
 
 const TileKernels kAvx512Tiles = {
-    .nearBytesOnly = true,
-    .bytes = {LineOfBytes, CurveOfBytes<false>, CurveOfBytes<true>},
-    .floats = {LineOfFloats, CurveOfFloats<false>, CurveOfFloats<true>},
+    .bytes = {kLongRunPixels, true, LineOfBytes, CurveOfBytes<false>, CurveOfBytes<true>},
+    .floats = {kRunPixels, false, LineOfFloats, CurveOfFloats<false>, CurveOfFloats<true>},
     .cached = kComposers<false>,
     .streamed = kComposers<true>,
 };

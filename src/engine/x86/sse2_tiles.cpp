@@ -53,7 +53,7 @@ bool IsInside(std::int32_t value, std::int32_t limit) {
 
 // Where a run reads its enlarged samples: columns and rows of the source, or beyond.
 struct Places {
-    std::int32_t columns[kByteRunPixels], rows[kByteRunPixels];
+    std::int32_t columns[kRunPixels], rows[kRunPixels];
 };
 
 template <bool kCubic>
@@ -249,9 +249,8 @@ constexpr Composers kComposers = {
 }  // namespace
 
 const TileKernels kSse2Tiles = {
-    .nearBytesOnly = false,
-    .bytes = {LineOfBytes, CurveOfBytes<false>, CurveOfBytes<true>},
-    .floats = {LineOfFloats, CurveOfFloats<false>, CurveOfFloats<true>},
+    .bytes = {kRunPixels, false, LineOfBytes, CurveOfBytes<false>, CurveOfBytes<true>},
+    .floats = {kRunPixels, false, LineOfFloats, CurveOfFloats<false>, CurveOfFloats<true>},
     .cached = kComposers<false>,
     .streamed = kComposers<true>,
 };

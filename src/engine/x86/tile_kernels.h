@@ -7,12 +7,13 @@
 
 namespace nuv {
 
-// Kernels take their pixels in steps of so many; the count that they get is a multiple of it, and at most a run of
-// the source's depth. Runs of bytes are as wide as a tile. Floats move four times as much: in shorter runs, the
-// processor computes the next one while the stores of the last one are still on their way.
+// Kernels take their pixels in steps of so many; the count that they get is a multiple of it, and at most a run. In
+// short runs the processor computes the next one while the stores of the last one are still on their way. Long
+// runs, as wide as a tile, are for samplers of bytes that overlap the arithmetic of one step with the samples of
+// another.
 inline constexpr int kTileStep = 8;
-inline constexpr int kByteRunPixels = 256;
-inline constexpr int kFloatRunPixels = 64;
+inline constexpr int kRunPixels = 64;
+inline constexpr int kLongRunPixels = 256;
 
 struct SourcePixels {
     const std::byte* first;
@@ -47,6 +48,8 @@ using SampleCurve = void (*)(const SourcePixels& source, const MagnifiedRow& row
 
 // For sources of bytes and of floats.
 struct Samplers {
+    int runPixels;  // their longest run
+    bool nearOnly;  // `square` and `cubic` take only sources that lie within 2^31 bytes from their first pixel on
     SampleLine line;
     SampleCurve square, cubic;
 };
@@ -69,7 +72,6 @@ struct Composers {
 };
 
 struct TileKernels {
-    bool nearBytesOnly;  // along curves, for sources of bytes that lie less than 2^31 bytes from their first pixel
     Samplers bytes, floats;
     Composers cached;
     Composers streamed;  // stores bypass the cache, without a fence; the result is aligned to a cache line

@@ -43,11 +43,7 @@ struct ColumnMap {
 class TiledWorker {
 public:
     TiledWorker(const TileKernels& kernels, bool stream, const RenderData& job)
-        : stream_(stream),
-          job_(job),
-          frame_(GeometryOf(job)),
-          samplers_(
-              SamplersOf(kernels.nearBytesOnly && pixelBytes_ == 4 && !IsNear(source_) ? kSse2Tiles : kernels)) {
+        : stream_(stream), job_(job), frame_(GeometryOf(job)), samplers_(SamplersFor(kernels)) {
         const MagnifiedChannels magnified = ChannelsOf(job.mode, job.amount);
         for (std::size_t i = 0; i < 3; ++i)
             masks_.channel[i] = magnified.channel[i] ? ~std::uint32_t{0} : 0;
@@ -71,8 +67,9 @@ public:
     }
 
 private:
-    const Samplers& SamplersOf(const TileKernels& kernels) const {
-        return pixelBytes_ == 4 ? kernels.bytes : kernels.floats;
+    const Samplers& SamplersFor(const TileKernels& kernels) const {
+        const Samplers& samplers = pixelBytes_ == 4 ? kernels.bytes : kernels.floats;
+        return samplers.nearOnly && !IsNear(source_) ? SamplersFor(kSse2Tiles) : samplers;
     }
 
     std::byte* ResultRow(std::int32_t y) const {
@@ -134,8 +131,8 @@ private:
 
         if (begin < body) ComposeFew(begin, body - begin, row);
         const ComposePixels compose = stream ? composeStreamed_ : composeCached_;
-        for (std::int32_t x = body; x < tail; x += runPixels_) {
-            const int count = std::min(runPixels_, tail - x);
+        for (std::int32_t x = body; x < tail; x += samplers_.runPixels) {
+            const int count = std::min(samplers_.runPixels, tail - x);
             const std::byte* const magnified = Magnified(x, count);
             const std::byte* const direct = Direct(x, count);
             // The row below is read next.
@@ -174,7 +171,7 @@ private:
         return magnifiedRun_;
     }
 
-    static constexpr std::size_t kRunBytes = std::max(kByteRunPixels * 4, kFloatRunPixels * 16);
+    static constexpr std::size_t kRunBytes = std::max(kLongRunPixels * 4, kRunPixels * 16);
 
     // So many pixels in whole steps.
     static constexpr int Steps(int count) { return (count + kTileStep - 1) / kTileStep * kTileStep; }
@@ -204,7 +201,6 @@ private:
     const RenderData& job_;
     const FrameGeometry frame_;
     const int pixelBytes_ = job_.input.bitsPerChannel == 8 ? 4 : 16;
-    const int runPixels_ = pixelBytes_ == 4 ? kByteRunPixels : kFloatRunPixels;
     // Hosts may claim any width. Samplers count columns back from it, which must not pass the least integer.
     const SourcePixels source_{job_.input.pixels, std::max(job_.input.width, 0), std::max(job_.input.height, 0),
                                job_.input.rowBytes, pixelBytes_};
