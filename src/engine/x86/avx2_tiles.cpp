@@ -298,8 +298,8 @@ constexpr Composers kComposers = {
 }  // namespace
 
 const TileKernels kAvx2Tiles = {
-    .bytes = {kRunPixels, false, LineOfBytes, CurveOfBytes<false>, CurveOfBytes<true>},
-    .floats = {kRunPixels, false, LineOfFloats, CurveOfFloats<false>, CurveOfFloats<true>},
+    .bytes = {LineOfBytes, CurveOfBytes<false>, CurveOfBytes<true>, kRunPixels, false},
+    .floats = {LineOfFloats, CurveOfFloats<false>, CurveOfFloats<true>, kRunPixels, false},
     .cached = kComposers<false>,
     .streamed = kComposers<true>,
 };

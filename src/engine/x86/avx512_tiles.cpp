@@ -297,8 +297,8 @@ constexpr Composers kComposers = {
 }  // namespace
 
 const TileKernels kAvx512Tiles = {
-    .bytes = {kLongRunPixels, true, LineOfBytes, CurveOfBytes<false>, CurveOfBytes<true>},
-    .floats = {kRunPixels, false, LineOfFloats, CurveOfFloats<false>, CurveOfFloats<true>},
+    .bytes = {LineOfBytes, CurveOfBytes<false>, CurveOfBytes<true>, kLongRunPixels, true},
+    .floats = {LineOfFloats, CurveOfFloats<false>, CurveOfFloats<true>, kRunPixels, false},
     .cached = kComposers<false>,
     .streamed = kComposers<true>,
 };

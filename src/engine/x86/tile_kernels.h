@@ -48,10 +48,10 @@ using SampleCurve = void (*)(const SourcePixels& source, const MagnifiedRow& row
 
 // For sources of bytes and of floats.
 struct Samplers {
-    int runPixels;  // their longest run
-    bool nearOnly;  // `square` and `cubic` take only sources that lie within 2^31 bytes from their first pixel on
     SampleLine line;
     SampleCurve square, cubic;
+    int curveRunPixels;  // the longest run of `square` and `cubic`
+    bool nearOnly;       // they take only sources that lie within 2^31 bytes from their first pixel on
 };
 
 // All bits set for a channel (R, G, B) that comes from the enlarged sample, else none; none for alpha.

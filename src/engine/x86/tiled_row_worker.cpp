@@ -131,8 +131,8 @@ private:
 
         if (begin < body) ComposeFew(begin, body - begin, row);
         const ComposePixels compose = stream ? composeStreamed_ : composeCached_;
-        for (std::int32_t x = body; x < tail; x += samplers_.runPixels) {
-            const int count = std::min(samplers_.runPixels, tail - x);
+        for (std::int32_t x = body; x < tail; x += runPixels_) {
+            const int count = std::min(runPixels_, tail - x);
             const std::byte* const magnified = Magnified(x, count);
             const std::byte* const direct = Direct(x, count);
             // The row below is read next.
@@ -208,6 +208,7 @@ private:
     const float percent_ = job_.amount >= 0.0f ? 0.02f : -0.02f;
     const float inv_ = 1.0f / (1.0f + job_.amount * percent_);  // for linear alone
     const Samplers& samplers_;
+    const int runPixels_ = linear_ ? kRunPixels : samplers_.curveRunPixels;
     ComposePixels composeCached_, composeStreamed_;
     ChannelMasks masks_{};
 
