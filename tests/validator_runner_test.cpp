@@ -9,6 +9,7 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <random>
 #include <stdexcept>
 
 #include "nuvhost/errors.h"
@@ -198,10 +199,25 @@ TEST(Validator, TellsOfADeviationTheReasonAndOnRequestTheLines) {
     EXPECT_NE(Junit(std::vector{result}, "/a/b.so").find("first&#10;second"), std::string::npos);
 }
 
+// A list of deviations with this text, while it lives. Others may be testing on the same machine.
+class ListOfDeviations {
+public:
+    explicit ListOfDeviations(const std::string& text) { std::ofstream(file_) << text; }
+    ~ListOfDeviations() { std::filesystem::remove(file_); }
+    ListOfDeviations(const ListOfDeviations&) = delete;
+    ListOfDeviations& operator=(const ListOfDeviations&) = delete;
+
+    const std::filesystem::path& file() const { return file_; }
+
+private:
+    const std::filesystem::path file_ =
+        std::filesystem::path(testing::TempDir()) / (std::to_string(std::random_device()()) + ".deviations.json");
+};
+
 // "" if the file is accepted.
 std::string RefusalOf(const std::string& text) {
-    const auto file = std::filesystem::path(testing::TempDir()) / "a.deviations.json";
-    std::ofstream(file) << text;
+    const ListOfDeviations list(text);
+    const std::filesystem::path& file = list.file();
     try {
         ReadDeviations(file);
     } catch (const nuvhost::UsageError& error) {
@@ -235,9 +251,8 @@ TEST(Validator, SaysWhatIsWrongWithAListOfDeviations) {
 }
 
 TEST(Validator, AcceptsAndLeavesOutDeviationsOfTheOtherSystem) {
-    const auto file = std::filesystem::path(testing::TempDir()) / "a.deviations.json";
-    std::ofstream(file) << R"({"property-list.once": {"reason": "r", "compositing": ["*"]}})";
-    EXPECT_TRUE(ReadDeviations(file).empty());
+    const ListOfDeviations list(R"({"property-list.once": {"reason": "r", "compositing": ["*"]}})");
+    EXPECT_TRUE(ReadDeviations(list.file()).empty());
     EXPECT_NE(RefusalOf(R"({"property-list.once": {"reason": "r"}})"), "");
 }
 
