@@ -6,7 +6,10 @@ set -uo pipefail
 nuvhost=$1 effect=$2
 left_out=pixels.past-2-gib  # the detector keeps several times the memory that it watches
 
-list=$("$nuvhost" validate --list) && grep -q "^$left_out " <<<"$list" || { echo "no list of checks, or not $left_out in it"; exit 1; }
+list=$("$nuvhost" validate --list) && grep -q "^$left_out " <<<"$list" || {
+  echo "no list of checks, or not $left_out in it"
+  exit 1
+}
 passed=0 failed=0
 for check in $(awk '$1 ~ /[.]/ { print $1 }' <<<"$list"); do
   [[ $check != "$left_out" ]] || continue

@@ -24,7 +24,8 @@ public:
     // count from 0 in the job, so one that the host left at 0 becomes -1.
     void Fill(RenderData& job) const;
 
-    // Checks all in, in order, and frees them; once at most. Returns `result`, or the first error if `result` is PF_Err_NONE.
+    // Checks all in, in order, and frees them; once at most. Returns `result`, or the first error if `result` is
+    // PF_Err_NONE.
     PF_Err CheckIn(PF_Err result);
 
 private:

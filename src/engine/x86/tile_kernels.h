@@ -25,8 +25,8 @@ struct SourcePixels {
 // one above it.
 inline constexpr int kRowsAhead = 2;
 
-// Samplers bring the samples of a run together, as neighbours, into `samples`, which has room for a whole
-// run: more of it than `count` pixels may be written.
+// Samplers bring the samples of a run together, as neighbours, into `samples`, which has room for a whole run: more
+// of it than `count` pixels may be written.
 
 // From one source row of at least a step's pixels: `line` is its first one, and `columns` are inside of it, none
 // more than 7 apart from the 7th before, and ascending.

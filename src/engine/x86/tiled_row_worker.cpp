@@ -1,5 +1,5 @@
-// The row worker of the vector tables: the formulas of scalar_row_worker.cpp, taken apart into passes over
-// runs of pixels.
+// The row worker of the vector tables: the formulas of scalar_row_worker.cpp, taken apart into passes over runs
+// of pixels.
 //
 // Both samples of a run are first brought into a row of neighbours: the direct ones usually are neighbours already
 // and are read in place, the enlarged ones are sampled. Then both are put together in one sweep. Runs are so short
@@ -18,12 +18,12 @@ namespace {
 
 // Rows are worked through in columns of tiles, from top to bottom, so that the tile below finds most of what it
 // reads in the cache, and few pages are in use at a time.
-constexpr int kTilePixels = 256;
+constexpr int kTilePixels = kLongRunPixels;
+static_assert(kTilePixels % kTileStep == 0 && kRunPixels % kTileStep == 0);
 
 // In a streaming row a tile begins and ends on a step's boundary of the result's addresses, so that no cache line
 // is split between two tiles. It may have to reach so far into the next one.
 constexpr int kMostPixels = kTilePixels + kTileStep;
-static_assert(kTilePixels % kTileStep == 0);
 
 // Whether all distances within the source fit signed 32 bits.
 bool IsNear(const SourcePixels& source) {
