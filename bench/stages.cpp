@@ -1,6 +1,6 @@
 #include "stages.h"
 
-#include "engine/cpu_kernels.h"
+#include "engine/kernels/cpu_kernels.h"
 #include "engine/worker_threads.h"
 #include "two_threads.h"
 

@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "engine/row_kernels.h"
+#include "engine/kernels/row_kernels.h"
 #include "frames.h"
 
 namespace bench {

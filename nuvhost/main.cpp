@@ -9,12 +9,12 @@
 #include <string>
 #include <system_error>
 
-#include "commands.h"
+#include "commands/commands.h"
 #ifndef _WIN32
-#include "descriptors.h"
+#include "console/descriptors.h"
 #endif
-#include "errors.h"
-#include "one_line.h"
+#include "console/errors.h"
+#include "console/one_line.h"
 
 namespace {
 

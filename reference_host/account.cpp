@@ -1,6 +1,6 @@
 #include <algorithm>
 
-#include "account_state.h"
+#include "reference_host/internal/account_state.h"
 
 namespace refhost {
 

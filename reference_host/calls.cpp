@@ -1,4 +1,4 @@
-#include "calls.h"
+#include "reference_host/calls.h"
 
 #include <array>
 

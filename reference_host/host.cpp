@@ -2,8 +2,8 @@
 #include <string>
 #include <utility>
 
-#include "callbacks.h"
-#include "host_impl.h"
+#include "reference_host/callbacks/callbacks.h"
+#include "reference_host/internal/host_impl.h"
 
 namespace refhost {
 namespace {

@@ -20,8 +20,8 @@
 
 #include "pf_data.h"
 #include "pf_smart_render.h"
-#include "plugin_library.h"
-#include "world.h"
+#include "reference_host/plugin_library.h"
+#include "reference_host/world.h"
 
 namespace refhost {
 

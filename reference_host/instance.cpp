@@ -4,8 +4,8 @@
 #include <stdexcept>
 #include <string>
 
-#include "callbacks.h"
-#include "host_impl.h"
+#include "reference_host/callbacks/callbacks.h"
+#include "reference_host/internal/host_impl.h"
 
 namespace refhost {
 namespace {

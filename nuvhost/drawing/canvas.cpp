@@ -1,11 +1,11 @@
-#include "canvas.h"
+#include "drawing/canvas.h"
 
 #include <OpenImageIO/imagebufalgo.h>
 
 #include <algorithm>
 #include <cmath>
 
-#include "font.h"
+#include "drawing/font.h"
 
 namespace nuvhost {
 namespace {

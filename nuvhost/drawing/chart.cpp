@@ -1,11 +1,11 @@
-#include "chart.h"
+#include "drawing/chart.h"
 
 #include <algorithm>
 #include <cmath>
 #include <numbers>
 #include <string>
 
-#include "canvas.h"
+#include "drawing/canvas.h"
 
 namespace nuvhost {
 namespace {

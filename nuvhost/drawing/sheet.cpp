@@ -1,4 +1,4 @@
-#include "sheet.h"
+#include "drawing/sheet.h"
 
 #include <OpenImageIO/color.h>
 #include <OpenImageIO/imagebufalgo.h>
@@ -10,7 +10,7 @@
 #include <iterator>
 #include <stdexcept>
 
-#include "font.h"
+#include "drawing/font.h"
 
 namespace nuvhost {
 namespace {

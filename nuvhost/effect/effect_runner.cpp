@@ -1,4 +1,4 @@
-#include "effect_runner.h"
+#include "effect/effect_runner.h"
 
 #include <algorithm>
 #include <array>
@@ -11,7 +11,7 @@
 #include <string>
 #include <thread>
 
-#include "errors.h"
+#include "console/errors.h"
 
 namespace nuvhost {
 namespace {

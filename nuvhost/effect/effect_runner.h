@@ -9,7 +9,7 @@
 #include "picture/picture.h"
 #include "picture/window.h"
 #include "reference_host/host.h"
-#include "settings.h"
+#include "effect/settings.h"
 
 namespace nuvhost {
 

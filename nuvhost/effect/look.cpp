@@ -10,7 +10,7 @@
 #include <stdexcept>
 #include <system_error>
 
-#include "errors.h"
+#include "console/errors.h"
 #include "picture/output_file.h"
 
 namespace nuvhost {

@@ -1,4 +1,4 @@
-#include "settings.h"
+#include "effect/settings.h"
 
 #include <algorithm>
 #include <charconv>
@@ -6,7 +6,7 @@
 #include <iterator>
 #include <optional>
 
-#include "errors.h"
+#include "console/errors.h"
 
 namespace nuvhost {
 namespace {

@@ -1,4 +1,4 @@
-#include "describe.h"
+#include "info/describe.h"
 
 #include <array>
 #include <charconv>
@@ -6,7 +6,7 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "names.h"
+#include "info/names.h"
 #include "reference_host/host.h"
 
 namespace nuvhost {

@@ -1,4 +1,4 @@
-#include "names.h"
+#include "info/names.h"
 
 #include <algorithm>
 #include <array>

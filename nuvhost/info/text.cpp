@@ -4,8 +4,8 @@
 #include <sstream>
 #include <vector>
 
-#include "describe.h"
-#include "names.h"
+#include "info/describe.h"
+#include "info/names.h"
 
 namespace nuvhost {
 namespace {

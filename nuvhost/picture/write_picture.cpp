@@ -8,7 +8,7 @@
 #include <system_error>
 #include <utility>
 
-#include "errors.h"
+#include "console/errors.h"
 #include "picture/alpha.h"
 #include "picture/checked_file.h"
 #include "picture/output_file.h"

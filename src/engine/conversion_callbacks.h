@@ -2,7 +2,7 @@
 #pragma once
 
 #include "engine/plain_floats.h"
-#include "engine/row_kernels.h"
+#include "engine/kernels/row_kernels.h"
 #include "pf_data.h"
 
 namespace nuv {

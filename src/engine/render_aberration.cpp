@@ -5,7 +5,7 @@
 #include <limits>
 
 #include "engine/conversion_callbacks.h"
-#include "engine/cpu_kernels.h"
+#include "engine/kernels/cpu_kernels.h"
 #include "engine/host_buffer.h"
 #include "engine/plain_floats.h"
 #include "engine/worker_threads.h"

@@ -1,7 +1,7 @@
 // The driver: one frame from the source layer to the output world.
 #pragma once
 
-#include "engine/render_data.h"
+#include "engine/kernels/render_data.h"
 #include "pf_data.h"
 
 namespace nuv {

@@ -7,7 +7,7 @@
 #include <cstddef>
 
 #include "engine/plain_floats.h"
-#include "engine/row_kernels.h"
+#include "engine/kernels/row_kernels.h"
 #include "engine/worker_thread.h"
 
 namespace nuv {

@@ -4,7 +4,7 @@
 #include <array>
 #include <memory>
 
-#include "engine/render_data.h"
+#include "engine/kernels/render_data.h"
 #include "params/params.h"
 
 namespace nuv {

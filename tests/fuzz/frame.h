@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "bytes.h"
-#include "support.h"
+#include "support/support.h"
 
 namespace fuzz {
 

@@ -3,7 +3,7 @@
 #include <atomic>
 #include <cstdint>
 
-#include "engine/cpu_kernels.h"
+#include "engine/kernels/cpu_kernels.h"
 
 #if defined(__linux__)
 #include <dlfcn.h>

@@ -1,7 +1,7 @@
 # What the tests of the command line tool share. Each is called as TEST NUVHOST FOLDER, empties the folder and works in
 # it. Sourced.
 set -u
-source "$(dirname "${BASH_SOURCE[0]}")/../promise.sh"
+source "$(dirname "${BASH_SOURCE[0]}")/../support/promise.sh"
 nuvhost=$(realpath "$1")
 tests=$(dirname "$(realpath "${BASH_SOURCE[0]}")")
 rm -rf "$2" && mkdir -p "$2" && cd "$2" || exit 2

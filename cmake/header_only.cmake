@@ -1,0 +1,16 @@
+# What nuvhost and the validator use of libraries that are headers alone.
+if(CMAKE_CROSSCOMPILING)
+  # Header-only libraries of the build machine, without the rest of its headers.
+  foreach(library IN ITEMS CLI nlohmann)
+    find_path(${library}_folder NAMES ${library} PATHS /usr/include NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH REQUIRED)
+    file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/header_only)
+    file(CREATE_LINK ${${library}_folder}/${library} ${CMAKE_BINARY_DIR}/header_only/${library} SYMBOLIC)
+  endforeach()
+  add_library(CLI11::CLI11 INTERFACE IMPORTED GLOBAL)
+  target_include_directories(CLI11::CLI11 SYSTEM INTERFACE ${CMAKE_BINARY_DIR}/header_only)
+  add_library(nlohmann_json::nlohmann_json INTERFACE IMPORTED GLOBAL)
+  target_include_directories(nlohmann_json::nlohmann_json SYSTEM INTERFACE ${CMAKE_BINARY_DIR}/header_only)
+else()
+  find_package(CLI11 2.1 REQUIRED)
+  find_package(nlohmann_json 3.11 REQUIRED)
+endif()

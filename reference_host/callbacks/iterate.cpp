@@ -1,0 +1,155 @@
+#include <algorithm>
+#include <atomic>
+#include <numeric>
+#include <string>
+
+#include "reference_host/callbacks/callbacks.h"
+#include "reference_host/internal/host_impl.h"
+
+namespace refhost {
+namespace {
+
+// Calls the effect's function for row `row`, on thread `thread` of the iteration.
+using RowWork = std::function<PF_Err(std::int32_t thread, std::int32_t row)>;
+
+// The order of rows: every number below `count` once.
+class RowOrder {
+public:
+    RowOrder(std::uint32_t seed, std::int32_t count) : count_(count) {
+        if (seed == 0) return;
+        const std::uint64_t mixed = seed * std::uint64_t{0x9E3779B97F4A7C15};
+        offset_ = static_cast<std::int64_t>((mixed >> 33) % static_cast<std::uint64_t>(count));
+        step_ = 1 + static_cast<std::int64_t>((mixed & 0x7FFFFFFF) % static_cast<std::uint64_t>(count));
+        while (std::gcd(step_, count_) != 1)
+            ++step_;
+    }
+
+    std::int32_t operator[](std::int64_t slot) const {
+        return static_cast<std::int32_t>((slot * step_ + offset_) % count_);
+    }
+
+private:
+    std::int64_t count_;
+    std::int64_t offset_ = 0;
+    std::int64_t step_ = 1;
+};
+
+// One iteration under way, shared by its threads.
+class Iteration {
+public:
+    Iteration(Command& command, std::int32_t rows, const RowWork& work)
+        : command_(command), rows_(rows), work_(work), order_(command.host.options.rowOrder, rows) {}
+
+    PF_Err Run() {
+        const auto threads =
+            static_cast<int>(std::clamp<std::int64_t>(command_.host.options.iterationThreads, 1, rows_));
+        command_.host.team.Run(threads, [this](int thread) {
+            if (thread == 0) return TakeRows(0);  // stands on the command's thread already
+            const IterationScope scope(command_);
+            TakeRows(thread);
+        });
+        return result_;
+    }
+
+private:
+    void TakeRows(int thread) {
+        std::int64_t untold = 0;
+        // The first slot is the command's thread's own: it calls the effect at least once, however fast the others.
+        for (std::int64_t slot = thread == 0 ? 0 : next_++; slot < rows_; slot = next_++) {
+            const std::int32_t row = order_[slot];
+            std::optional<PF_Err> stop;
+            try {
+                if (command_.traced)
+                    stop = Callback(Call::row).Fate([row] { return std::to_string(row); });
+                else
+                    ++untold;
+                if (!stop) {
+                    const PF_Err code = work_(thread, row);
+                    if (code != PF_Err_NONE) stop = code;
+                }
+            } catch (...) {
+                command_.state->AddMisuse("an exception left the effect's function in row " + std::to_string(row));
+                stop = -1;
+            }
+            if (stop) {
+                Stop(*stop);
+                break;
+            }
+        }
+        auto& count = command_.state->counts[static_cast<std::size_t>(Call::row)];
+        if (untold > 0) count.fetch_add(untold, std::memory_order_relaxed);
+    }
+
+    void Stop(PF_Err code) {
+        if (!stopped_.exchange(true)) result_ = code;
+        next_ = rows_;
+    }
+
+    Command& command_;
+    const std::int64_t rows_;
+    const RowWork& work_;
+    const RowOrder order_;
+    alignas(64) std::atomic<std::int64_t> next_{1};  // away from what the threads only read
+    std::atomic<bool> stopped_{false};
+    PF_Err result_ = PF_Err_NONE;  // written by the thread that stops first
+};
+
+PF_Err RunRows(Command& command, std::int32_t rows, const RowWork& work) {
+    return rows < 1 ? PF_Err_NONE : Iteration(command, rows, work).Run();
+}
+
+PF_Pixel* PixelOf(const PF_EffectWorld* world, std::int32_t x, std::int32_t y) {
+    if (!world) return nullptr;
+    return reinterpret_cast<PF_Pixel*>(reinterpret_cast<std::byte*>(world->data) +
+                                       std::ptrdiff_t{world->rowbytes} * y) +
+           x;
+}
+
+PF_Rect Intersection(const PF_Rect& a, const PF_Rect& b) {
+    return {std::max(a.left, b.left), std::max(a.top, b.top), std::min(a.right, b.right),
+            std::min(a.bottom, b.bottom)};
+}
+
+}  // namespace
+
+PF_Err IterateRows(std::int32_t iterations, void* refcon, PF_IterateRowFunc rowFunction) {
+    const Callback callback(Call::iterateGeneric);
+    if (const auto fate = callback.Fate([&] { return std::to_string(iterations); })) return *fate;
+    if (!rowFunction) {
+        callback.Misuse("no function to call");
+        return PF_Err_BAD_CALLBACK_PARAM;
+    }
+    return RunRows(callback.command(), iterations, [=](std::int32_t thread, std::int32_t row) {
+        return rowFunction(refcon, thread, row, iterations);
+    });
+}
+
+PF_Err IteratePixels(PF_InData* inData, std::int32_t, std::int32_t, PF_EffectWorld* source, const PF_Rect* area,
+                     void* refcon, PF_IteratePixel8Func pixelFunction, PF_EffectWorld* destination) {
+    const Callback callback = inData ? Callback(Call::iterate, inData->effect_ref) : Callback(Call::iterate);
+    // Without a source there are only output pixels, and the other way round.
+    const PF_EffectWorld* either = source ? source : destination;
+    PF_Rect pixels{};
+    if (either) pixels = {0, 0, either->width, either->height};
+    if (source && destination) {
+        pixels = Intersection(pixels, {0, 0, destination->width, destination->height});
+    }
+    if (area) pixels = Intersection(pixels, *area);
+    const std::int32_t rows = std::max(pixels.bottom - pixels.top, 0);
+
+    if (const auto fate = callback.Fate([&] { return std::to_string(rows); })) return *fate;
+    if (!inData || !pixelFunction || !either) {
+        callback.Misuse("no record, no function to call, or no world");
+        return PF_Err_BAD_CALLBACK_PARAM;
+    }
+    return RunRows(callback.command(), rows, [=](std::int32_t, std::int32_t row) {
+        const std::int32_t y = pixels.top + row;
+        for (std::int32_t x = pixels.left; x < pixels.right; ++x) {
+            const PF_Err code = pixelFunction(refcon, x, y, PixelOf(source, x, y), PixelOf(destination, x, y));
+            if (code != PF_Err_NONE) return code;
+        }
+        return PF_Err_NONE;
+    });
+}
+
+}  // namespace refhost

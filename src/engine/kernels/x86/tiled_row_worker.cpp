@@ -1,0 +1,251 @@
+// The row worker of the vector tables: the formulas of scalar_row_worker.cpp, taken apart into passes over runs
+// of pixels.
+//
+// Both samples of a run are first brought into a row of neighbours: the direct ones usually are neighbours already
+// and are read in place, the enlarged ones are sampled. Then both are put together in one sweep. Runs are so short
+// that the arithmetic of one goes on while the stores of the one before are still on their way to memory.
+#include <emmintrin.h>
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+#include "engine/kernels/row_geometry.h"
+#include "engine/kernels/x86/tile_kernels.h"
+
+namespace nuv {
+namespace {
+
+// Rows are worked through in columns of tiles, from top to bottom, so that the tile below finds most of what it
+// reads in the cache, and few pages are in use at a time.
+constexpr int kTilePixels = kLongRunPixels;
+static_assert(kTilePixels % kTileStep == 0 && kRunPixels % kTileStep == 0);
+
+// In a streaming row a tile begins and ends on a step's boundary of the result's addresses, so that no cache line
+// is split between two tiles. It may have to reach so far into the next one.
+constexpr int kMostPixels = kTilePixels + kTileStep;
+
+// Whether all distances within the source fit signed 32 bits.
+bool IsNear(const SourcePixels& source) {
+    const std::int64_t row = source.rowBytes;
+    return (row < 0 ? -row : row) * source.height + std::int64_t{source.pixelBytes} * source.width <
+           std::numeric_limits<std::int32_t>::max();
+}
+
+// Where the columns of a tile read in a source row, if that does not depend on the output's row: always for the
+// direct sample, and for the enlarged one as long as k is the same everywhere.
+struct ColumnMap {
+    bool contiguous;                               // all inside, and neighbours
+    bool close;                                    // all inside, and as SampleLine wants them
+    std::int32_t column[kMostPixels + kTileStep];  // -1: outside. Beyond the tile the last one is repeated
+};
+
+class TiledWorker {
+public:
+    TiledWorker(const TileKernels& kernels, bool stream, const RenderData& job)
+        : stream_(stream), job_(job), frame_(GeometryOf(job)), samplers_(SamplersFor(kernels)) {
+        const MagnifiedChannels magnified = ChannelsOf(job.mode, job.amount);
+        for (std::size_t i = 0; i < 3; ++i)
+            masks_.channel[i] = magnified.channel[i] ? ~std::uint32_t{0} : 0;
+        const int show = job.show > 0 && job.show < kShowCount ? job.show : 0;
+        const auto composer = [&](const Composers& composers) {
+            return pixelBytes_ == 4 ? composers.bytes[show] : composers.floats[show];
+        };
+        composeCached_ = composer(kernels.cached);
+        composeStreamed_ = composer(kernels.streamed);
+    }
+
+    void Render(std::int32_t firstRow, std::int32_t endRow) {
+        for (std::int32_t x = 0; x < frame_.columns && firstRow < endRow; x += kTilePixels) {
+            StartColumn(x, std::min(kMostPixels, frame_.columns - x));
+            for (std::int32_t y = firstRow; y < endRow; ++y)
+                RenderTile(y);
+        }
+        for (std::int32_t y = firstRow; y < endRow; ++y)
+            ClearBeyond(frame_, job_.output, ResultRow(y));
+        if (stream_) _mm_sfence();
+    }
+
+private:
+    const Samplers& SamplersFor(const TileKernels& kernels) const {
+        const Samplers& samplers = pixelBytes_ == 4 ? kernels.bytes : kernels.floats;
+        return samplers.nearOnly && !IsNear(source_) ? SamplersFor(kSse2Tiles) : samplers;
+    }
+
+    std::byte* ResultRow(std::int32_t y) const {
+        return job_.output.pixels + std::ptrdiff_t{job_.output.rowBytes} * y;
+    }
+
+    // Null outside of the source.
+    const std::byte* SourceLine(std::int32_t row) const {
+        if (row < 0 || row >= source_.height) return nullptr;
+        return source_.first + std::ptrdiff_t{source_.rowBytes} * row;
+    }
+
+    void StartColumn(std::int32_t x, int count) {
+        x_ = x;
+        count_ = count;
+        FillMap(directColumns_, [this](float fx) { return Truncate(fx - job_.sourceOffsetX); });
+        if (!linear_) return;
+        FillMap(magnifiedColumns_, [this](float fx) {
+            const float zx = static_cast<float>(Truncate(inv_ * (fx - frame_.cx) + frame_.cx));
+            return Truncate(zx - job_.sourceOffsetX);
+        });
+    }
+
+    template <class ColumnOf>
+    void FillMap(ColumnMap& map, ColumnOf columnOf) const {
+        map.contiguous = true;
+        map.close = source_.width >= kTileStep;
+        std::int32_t* const column = map.column;
+        for (int i = 0; i < count_; ++i) {
+            const std::int32_t at = columnOf(static_cast<float>(x_ + i));
+            const bool inside = at >= 0 && at < source_.width;
+            column[i] = inside ? at : -1;
+            map.contiguous = map.contiguous && inside && at == column[0] + i;
+            map.close = map.close && inside && at >= column[std::max(i - 1, 0)] &&
+                        at - column[std::max(i - (kTileStep - 1), 0)] < kTileStep;
+        }
+        std::fill_n(column + count_, kTileStep, column[count_ - 1]);
+    }
+
+    void RenderTile(std::int32_t y) {
+        const float fy = static_cast<float>(y);
+        const float dy = fy - frame_.cyE;
+        directLine_ = SourceLine(Truncate(fy - job_.sourceOffsetY));
+        if (linear_) {
+            const float zy = static_cast<float>(Truncate(inv_ * dy + frame_.cyE));
+            magnifiedLine_ = SourceLine(Truncate(zy - job_.sourceOffsetY));
+        } else {
+            magnifiedRow_.dy = dy;
+            magnifiedRow_.dy2 = dy * dy;
+        }
+
+        std::byte* const row = ResultRow(y);
+        const bool stream = stream_ && reinterpret_cast<std::uintptr_t>(row) % 16 == 0;
+        const auto boundary = [&](std::int32_t x) { return stream ? StepBoundary(x, row) : x; };
+        const std::int32_t begin = x_ == 0 ? 0 : boundary(x_);
+        const std::int32_t end = std::min(boundary(std::min(x_ + kTilePixels, frame_.columns)), frame_.columns);
+        const std::int32_t body = std::min(boundary(begin), end);
+        const std::int32_t tail = body + (end - body) / kTileStep * kTileStep;
+
+        if (begin < body) ComposeFew(begin, body - begin, row);
+        const ComposePixels compose = stream ? composeStreamed_ : composeCached_;
+        for (std::int32_t x = body; x < tail; x += runPixels_) {
+            const int count = std::min(runPixels_, tail - x);
+            const std::byte* const magnified = Magnified(x, count);
+            const std::byte* const direct = Direct(x, count);
+            // The row below is read next.
+            const std::byte* const next = direct == directRun_ ? direct : direct + source_.rowBytes;
+            compose(direct, magnified, next, row + std::ptrdiff_t{x} * 16, count, masks_);
+        }
+        if (tail < end) ComposeFew(tail, end - tail, row);
+    }
+
+    // Fewer pixels than a step take a detour, so that nothing beyond the row is touched.
+    void ComposeFew(std::int32_t x, int count, std::byte* row) {
+        std::byte magnified[kTileStep * 16]{};
+        std::byte direct[kTileStep * 16]{};
+        std::byte result[kTileStep * 16];
+        std::memcpy(magnified, Magnified(x, count), static_cast<std::size_t>(count * pixelBytes_));
+        std::memcpy(direct, Direct(x, count), static_cast<std::size_t>(count * pixelBytes_));
+        composeCached_(direct, magnified, direct, result, kTileStep, masks_);
+        std::memcpy(row + std::ptrdiff_t{x} * 16, result, static_cast<std::size_t>(count * 16));
+    }
+
+    // The first column from `x` on where a step of streaming stores may begin in this row of the result.
+    std::int32_t StepBoundary(std::int32_t x, const std::byte* row) const {
+        constexpr std::uintptr_t kStepBytes = kTileStep * 16;
+        const std::uintptr_t beyond = reinterpret_cast<std::uintptr_t>(row + std::ptrdiff_t{x} * 16) % kStepBytes;
+        return std::min(x + static_cast<std::int32_t>((kStepBytes - beyond) % kStepBytes / 16), frame_.columns);
+    }
+
+    const std::byte* Direct(std::int32_t x, int count) {
+        return OfLine(directLine_, directColumns_, x, count, directRun_);
+    }
+
+    const std::byte* Magnified(std::int32_t x, int count) {
+        if (linear_) return OfLine(magnifiedLine_, magnifiedColumns_, x, count, magnifiedRun_);
+        (job_.scaling == 1 ? samplers_.square : samplers_.cubic)(source_, magnifiedRow_, x, Steps(count),
+                                                                 magnifiedRun_);
+        return magnifiedRun_;
+    }
+
+    static constexpr std::size_t kRunBytes = std::max(kLongRunPixels * 4, kRunPixels * 16);
+
+    // So many pixels in whole steps.
+    static constexpr int Steps(int count) { return (count + kTileStep - 1) / kTileStep * kTileStep; }
+
+    // The samples of a line, in place or brought into `run`.
+    const std::byte* OfLine(const std::byte* line, const ColumnMap& map, std::int32_t x, int count,
+                            std::byte* run) const {
+        const std::int32_t* const column = map.column + (x - x_);
+        if (line == nullptr) {
+            std::memset(run, 0, static_cast<std::size_t>(count * pixelBytes_));
+        } else if (map.contiguous) {
+            return line + std::ptrdiff_t{column[0]} * pixelBytes_;
+        } else if (map.close) {
+            samplers_.line(source_, line, column, Steps(count), run);
+        } else {
+            for (int i = 0; i < count; ++i) {
+                static constexpr std::byte kTransparent[16]{};
+                std::memcpy(run + i * pixelBytes_,
+                            column[i] < 0 ? kTransparent : line + std::ptrdiff_t{column[i]} * pixelBytes_,
+                            static_cast<std::size_t>(pixelBytes_));
+            }
+        }
+        return run;
+    }
+
+    const bool stream_;
+    const RenderData& job_;
+    const FrameGeometry frame_;
+    const int pixelBytes_ = job_.input.bitsPerChannel == 8 ? 4 : 16;
+    // Hosts may claim any width. Samplers count columns back from it, which must not pass the least integer.
+    const SourcePixels source_{job_.input.pixels, std::max(job_.input.width, 0), std::max(job_.input.height, 0),
+                               job_.input.rowBytes, pixelBytes_};
+    const bool linear_ = job_.scaling != 1 && job_.scaling != 2;
+    const float percent_ = job_.amount >= 0.0f ? 0.02f : -0.02f;
+    const float inv_ = 1.0f / (1.0f + job_.amount * percent_);  // for linear alone
+    const Samplers& samplers_;
+    const int runPixels_ = linear_ ? kRunPixels : samplers_.curveRunPixels;
+    ComposePixels composeCached_, composeStreamed_;
+    ChannelMasks masks_{};
+
+    // The column of tiles in work.
+    std::int32_t x_ = 0;
+    int count_ = 0;
+    ColumnMap directColumns_;
+    ColumnMap magnifiedColumns_;
+
+    // The row in work.
+    const std::byte* directLine_ = nullptr;
+    const std::byte* magnifiedLine_ = nullptr;  // for linear alone
+    MagnifiedRow magnifiedRow_{frame_.cx, frame_.cyE, frame_.R,           job_.amount,       percent_,
+                               0,         0,          job_.sourceOffsetX, job_.sourceOffsetY};
+    alignas(64) std::byte directRun_[kRunBytes];
+    alignas(64) std::byte magnifiedRun_[kRunBytes];
+};
+
+}  // namespace
+
+void RenderRowsSse2(const RenderData& job, std::int32_t firstRow, std::int32_t endRow) {
+    TiledWorker(kSse2Tiles, false, job).Render(firstRow, endRow);
+}
+void RenderRowsSse2Streaming(const RenderData& job, std::int32_t firstRow, std::int32_t endRow) {
+    TiledWorker(kSse2Tiles, true, job).Render(firstRow, endRow);
+}
+void RenderRowsAvx2(const RenderData& job, std::int32_t firstRow, std::int32_t endRow) {
+    TiledWorker(kAvx2Tiles, false, job).Render(firstRow, endRow);
+}
+void RenderRowsAvx2Streaming(const RenderData& job, std::int32_t firstRow, std::int32_t endRow) {
+    TiledWorker(kAvx2Tiles, true, job).Render(firstRow, endRow);
+}
+void RenderRowsAvx512(const RenderData& job, std::int32_t firstRow, std::int32_t endRow) {
+    TiledWorker(kAvx512Tiles, false, job).Render(firstRow, endRow);
+}
+void RenderRowsAvx512Streaming(const RenderData& job, std::int32_t firstRow, std::int32_t endRow) {
+    TiledWorker(kAvx512Tiles, true, job).Render(firstRow, endRow);
+}
+
+}  // namespace nuv

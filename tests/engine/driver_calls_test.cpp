@@ -1,0 +1,96 @@
+// Every call that the render driver makes, in order, and what a failure of each leaves behind: where the host is
+// not the compositing one with an iteration over rows.
+#include "support/call_script.h"
+#include "support/protocol_support.h"
+
+namespace {
+
+using namespace protocol;
+
+// The editing host has a second opinion on pixel formats, which counts.
+Script EditorsCalls(bool deep = false) {
+    const Script bothOpinions = {
+        {"GetPixelFormat PF World Suite", PF_Err_NONE, kAsClean},
+        {"GetPixelFormat PF Pixel Format Suite", PF_Err_NONE, kAsClean},
+    };
+    DriverCalls driver;
+    driver.deep = deep;
+    driver.suites[0] = {"AcquireSuite PF Pixel Format Suite 1", PF_Err_NONE, kUntouched, kWorldSuiteKept,
+                        kUnlockedNothing};
+    driver.sourceFormat = bothOpinions;
+    driver.outputFormat = bothOpinions;
+    return PlainRenderCalls(driver);
+}
+
+// A host whose iteration suite goes by pixels only: one pixel of a scratch column stands for a row, and nobody
+// asks for an abort in between, as the host does it itself.
+Script PixelIterationsCalls(bool deep = false) {
+    DriverCalls driver;
+    driver.deep = deep;
+    // Without the second one rows go on the command's thread.
+    driver.suites.push_back({"AcquireSuite PF Iterate8 Suite 1", PF_Err_NONE, kAsClean});
+    driver.sourcePass = {
+        {"new_world 1 x 3", kFault, kUntouched}, {"iterate 3", kFault, kUntouched},
+        {"row 0", kFault, kUntouched},           {"row 1", kFault, kUntouched},
+        {"row 2", kFault, kUntouched},           {"dispose_world 1 x 3", PF_Err_NONE, kAsClean},
+    };
+    driver.outputPass = {
+        {"new_world 1 x 3", kFault, kUntouched}, {"iterate 3", kFault, kUntouched},
+        {"row 0", kFault, kUntouched},           {"row 1", kFault, TopRows(1)},
+        {"row 2", kFault, TopRows(2)},           {"dispose_world 1 x 3", PF_Err_NONE, kAsClean},
+    };
+    driver.releases.push_back({"ReleaseSuite PF Iterate8 Suite 1", PF_Err_NONE, kAsClean});
+    return PlainRenderCalls(driver);
+}
+
+refhost::HostOptions PixelIteration() {
+    auto options = InOrder();
+    options.genericIteration = false;
+    return options;
+}
+
+TEST(DriverInTheEditor, CallsTheHostInOrder) {
+    Scene scene(InOrder(refhost::Personality::editor));
+    ExpectOrder(scene, Way::plain, EditorsCalls());
+}
+
+TEST(DriverInTheEditor, KeepsItsPromisesWhicheverCallFails) {
+    Scene scene(InOrder(refhost::Personality::editor));
+    ExpectEveryFailure(scene, Way::plain, EditorsCalls());
+}
+
+// The effect does not ask for these, but there are hosts that send what they have.
+TEST(DriverInTheEditor, KeepsItsPromisesInFloatToo) {
+    for (const PF_PixelFormat format : {kFormatBgraFloat, kFormatBgraFloatLinear}) {
+        Scene scene(InOrder(refhost::Personality::editor));
+        scene.UseFormat(format);
+        ExpectOrder(scene, Way::plain, EditorsCalls(true));
+        ExpectEveryFailure(scene, Way::plain, EditorsCalls(true));
+    }
+}
+
+TEST(DriverWithPixelIteration, CallsTheHostInOrder) {
+    Scene scene(PixelIteration());
+    ExpectOrder(scene, Way::plain, PixelIterationsCalls());
+}
+
+TEST(DriverWithPixelIteration, KeepsItsPromisesWhicheverCallFails) {
+    Scene scene(PixelIteration());
+    ExpectEveryFailure(scene, Way::plain, PixelIterationsCalls());
+}
+
+TEST(DriverWithPixelIteration, KeepsItsPromisesInMoreBitsToo) {
+    for (const PF_PixelFormat format : {kFormatArgb16, kFormatArgbFloat}) {
+        Scene scene(PixelIteration());
+        scene.UseFormat(format);
+        ExpectOrder(scene, Way::plain, PixelIterationsCalls(true));
+        ExpectEveryFailure(scene, Way::plain, PixelIterationsCalls(true));
+    }
+}
+
+TEST(DriverWithPixelIteration, RendersAsWithRowIteration) {
+    Scene pixels(PixelIteration()), rows;
+    EXPECT_EQ(pixels.CleanPicture(Way::smart), rows.CleanPicture(Way::smart));
+}
+
+}  // namespace

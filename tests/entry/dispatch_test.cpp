@@ -1,0 +1,261 @@
+// Registration, and the way of a command through the dispatcher.
+#include <array>
+#include <limits>
+#include <new>
+#include <stdexcept>
+
+#include "pf_smart_render.h"
+#include "support/protocol_support.h"
+
+namespace {
+
+using namespace protocol;
+
+// ---- Registration ---------------------------------------------------------------------------------------------
+
+struct Reported {
+    int calls = 0;
+    PF_PluginDataPtr inPtr = nullptr;
+    std::string name, matchName, category, entryPoint;
+    std::int32_t kind = 0, apiMajor = 0, apiMinor = 0, reserved = 0;
+    PF_Err answer = PF_Err_NONE;
+};
+Reported reported;
+
+std::string Text(const std::uint8_t* bytes) {
+    return reinterpret_cast<const char*>(bytes);
+}
+
+PF_Err Report(PF_PluginDataPtr inPtr, const std::uint8_t* name, const std::uint8_t* matchName,
+              const std::uint8_t* category, const std::uint8_t* entryPoint, std::int32_t kind,
+              std::int32_t apiMajor, std::int32_t apiMinor, std::int32_t reserved) {
+    reported = {reported.calls + 1, inPtr,    Text(name), Text(matchName), Text(category), Text(entryPoint), kind,
+                apiMajor,           apiMinor, reserved,   reported.answer};
+    return reported.answer;
+}
+
+// The host's further arguments would crash whoever looked into them.
+PF_Err Register(PF_PluginDataPtr inPtr) {
+    reported.calls = 0;
+    return Binary().pluginDataEntryFunction(inPtr, Report, reinterpret_cast<SPBasicSuite*>(1),
+                                            reinterpret_cast<const char*>(1), reinterpret_cast<const char*>(1));
+}
+
+TEST(Registration, ReportsNineValuesInOneCall) {
+    reported = {};
+    const auto inPtr = reinterpret_cast<PF_PluginDataPtr>(std::uintptr_t{0x1234});
+    EXPECT_EQ(Register(inPtr), PF_Err_NONE);
+    EXPECT_EQ(reported.calls, 1);
+    EXPECT_EQ(reported.inPtr, inPtr);
+    EXPECT_EQ(reported.name, "NUV Chromatic Aberration");
+    EXPECT_EQ(reported.matchName, "nuv_chromaber");
+    EXPECT_EQ(reported.category, "NUV");
+    EXPECT_EQ(reported.entryPoint, "EffectMain");
+    EXPECT_EQ(reported.kind, 0x65464B54);
+    EXPECT_EQ(reported.apiMajor, 13);
+    EXPECT_EQ(reported.apiMinor, 27);
+    EXPECT_EQ(reported.reserved, 8);
+}
+
+TEST(Registration, ReturnsTheCallbacksResultUnchanged) {
+    for (const PF_Err answer : {0, 4, 516, -7, std::numeric_limits<PF_Err>::min()}) {
+        reported = {};
+        reported.answer = answer;
+        EXPECT_EQ(Register(nullptr), answer);
+        EXPECT_EQ(reported.calls, 1);
+    }
+}
+
+TEST(Registration, ReportsTheSameAtEveryScan) {
+    refhost::Host host(Binary(), InOrder());
+    for (int scan = 0; scan < 2; ++scan) {
+        const auto registration = host.Scan();
+        EXPECT_EQ(registration.result, PF_Err_NONE);
+        EXPECT_EQ(registration.calls, 1);
+        EXPECT_EQ(registration.name, "NUV Chromatic Aberration");
+        EXPECT_EQ(registration.kind, 0x65464B54);
+        EXPECT_EQ(registration.reserved, 8);
+    }
+    EXPECT_EQ(CallsOf(host.account()), Lines());
+}
+
+// ---- Commands without a handler ---------------------------------------------------------------------------------
+
+struct NamedCommand {
+    PF_Cmd cmd;
+    const char* name;
+};
+
+class UnhandledCommand : public testing::TestWithParam<NamedCommand> {};
+
+TEST_P(UnhandledCommand, YieldsZeroAndLeavesOutDataUnchanged) {
+    PF_OutData outData = PoisonedOutData();
+    const auto before = BytesOf(outData);
+    EXPECT_EQ(Binary().effectMain(GetParam().cmd, nullptr, &outData, nullptr, nullptr, nullptr), PF_Err_NONE);
+    EXPECT_EQ(BytesOf(outData), before);
+}
+
+TEST_P(UnhandledCommand, YieldsZeroWithoutAnyArgument) {
+    EXPECT_EQ(Binary().effectMain(GetParam().cmd, nullptr, nullptr, nullptr, nullptr, nullptr), PF_Err_NONE);
+}
+
+TEST_P(UnhandledCommand, HasNoEffect) {
+    refhost::Host host(Binary(), InOrder());
+    host.SetUp();
+    host.account().Reset();
+
+    PF_InData inData = host.InData();
+    inData.sequence_data = host.NewHandle(8);
+    PF_OutData outData = PoisonedOutData();
+    PF_ParamDef param{};
+    PF_ParamDef* params[nuv::PARAM_COUNT] = {&param, &param, &param, &param, &param, &param};
+    refhost::World output({.width = 3, .height = 2});
+    std::array<std::byte, 64> extra{};
+    const auto inBefore = BytesOf(inData);
+    const auto outBefore = BytesOf(outData);
+    const auto pixelsBefore = output.Pixels();
+
+    EXPECT_EQ(host.Send(GetParam().cmd, &inData, &outData, params, output.effectWorld(), extra.data()),
+              PF_Err_NONE);
+    EXPECT_EQ(CallsOf(host.account()), Lines());
+    EXPECT_EQ(BytesOf(inData), inBefore);
+    EXPECT_EQ(BytesOf(outData), outBefore);
+    EXPECT_EQ(output.Pixels(), pixelsBefore);
+    EXPECT_EQ(BytesOf(extra), std::vector<std::byte>(extra.size()));
+    EXPECT_EQ(BytesOf(param), std::vector<std::byte>(sizeof param));
+    EXPECT_EQ(host.HandleSize(inData.sequence_data), 8u);
+    EXPECT_EQ(host.account().Misuse(), Lines());
+    host.DisposeHandle(inData.sequence_data);
+}
+
+INSTANTIATE_TEST_SUITE_P(Commands, UnhandledCommand,
+                         testing::Values(NamedCommand{2, "Number2"}, NamedCommand{3, "GlobalSetdown"},
+                                         NamedCommand{7, "SequenceFlatten"}, NamedCommand{9, "DoDialog"},
+                                         NamedCommand{10, "FrameSetup"}, NamedCommand{12, "FrameSetdown"},
+                                         NamedCommand{13, "UserChangedParam"}, NamedCommand{14, "UpdateParamsUi"},
+                                         NamedCommand{15, "Event"}, NamedCommand{16, "GetExternalDependencies"},
+                                         NamedCommand{17, "CompletelyGeneral"},
+                                         NamedCommand{18, "QueryDynamicFlags"}, NamedCommand{19, "AudioRender"},
+                                         NamedCommand{20, "AudioSetup"}, NamedCommand{21, "AudioSetdown"},
+                                         NamedCommand{22, "ArbitraryCallback"}, NamedCommand{25, "Number25"},
+                                         NamedCommand{28, "GetFlattenedSequenceData"}, NamedCommand{29, "Number29"},
+                                         NamedCommand{31, "Number31"}, NamedCommand{32, "Number32"},
+                                         NamedCommand{33, "Number33"}, NamedCommand{100, "Number100"},
+                                         NamedCommand{-1, "MinusOne"},
+                                         NamedCommand{std::numeric_limits<PF_Cmd>::max(), "Greatest"},
+                                         NamedCommand{std::numeric_limits<PF_Cmd>::min(), "MostNegative"}),
+                         [](const auto& instance) { return instance.param.name; });
+
+// ---- Commands with one ------------------------------------------------------------------------------------------
+
+class HandledCommand : public testing::TestWithParam<NamedCommand> {};
+
+TEST_P(HandledCommand, AnswersAHostThatLeavesOutItsArgumentsWithACode) {
+    EXPECT_EQ(Binary().effectMain(GetParam().cmd, nullptr, nullptr, nullptr, nullptr, nullptr),
+              PF_Err_BAD_CALLBACK_PARAM);
+}
+
+INSTANTIATE_TEST_SUITE_P(Commands, HandledCommand,
+                         testing::Values(NamedCommand{0, "About"}, NamedCommand{1, "GlobalSetup"},
+                                         NamedCommand{4, "ParamsSetup"}, NamedCommand{5, "SequenceSetup"},
+                                         NamedCommand{6, "SequenceResetup"}, NamedCommand{8, "SequenceSetdown"},
+                                         NamedCommand{11, "Render"}, NamedCommand{23, "SmartPreRender"},
+                                         NamedCommand{24, "SmartRender"}),
+                         [](const auto& instance) { return instance.param.name; });
+
+// The utilities: a render goes on as if the driver had thrown.
+TEST(Dispatch, AnswersAHostThatLeavesOutItsUtilitiesWithACode) {
+    PF_Handle data = nullptr;
+    for (const auto& [cmd, code] :
+         {std::pair{PF_Cmd_PARAMS_SETUP, PF_Err_BAD_CALLBACK_PARAM},
+          std::pair{PF_Cmd_SEQUENCE_SETUP, PF_Err_BAD_CALLBACK_PARAM},
+          std::pair{PF_Cmd_SEQUENCE_RESETUP, PF_Err_BAD_CALLBACK_PARAM},
+          std::pair{PF_Cmd_SEQUENCE_SETDOWN, PF_Err_BAD_CALLBACK_PARAM}, std::pair{PF_Cmd_RENDER, PF_Err_NONE}}) {
+        SCOPED_TRACE(cmd);
+        Scene scene(InOrder(), Between::Put(Binary()));
+        Between::change = [&](PF_Cmd, PF_InData& inData, void*) { inData.utils = nullptr; };
+        PF_InData inData = scene.host.InData();
+        if (cmd == PF_Cmd_SEQUENCE_SETDOWN) inData.sequence_data = reinterpret_cast<PF_Handle>(&data);
+        PF_OutData outData{};
+        if (cmd == PF_Cmd_RENDER) {
+            EXPECT_EQ(scene.Render(Way::plain), code);
+            EXPECT_TRUE(scene.OutputUntouched());
+        } else {
+            EXPECT_EQ(scene.host.Send(cmd, &inData, &outData), code);
+        }
+        EXPECT_EQ(scene.Outstanding(), Lines());
+        Between::change = nullptr;
+    }
+}
+
+TEST(Dispatch, ReturnsAHandlersOwnCodeAsItStands) {
+    for (const PF_Err code : {1, 4, 516, -12345, std::numeric_limits<PF_Err>::min()}) {
+        refhost::Host host(Binary(), InOrder());
+        host.options().faults = Fail("add_param 1", code);
+        EXPECT_EQ(host.ParamsSetup(), code);
+    }
+}
+
+// Sends a parameter set-up whose first add_param throws.
+template <auto thrower>
+PF_Err SendThrowing(PF_OutData& outData) {
+    static PF_UtilCallbacks utils{};
+    utils.ansi.strcpy = std::strcpy;
+    PF_InData inData{};
+    inData.utils = &utils;
+    inData.inter.add_param = [](PF_ProgPtr, std::int32_t, PF_ParamDef*) -> PF_Err { return thrower(); };
+    return nuv::Dispatch(PF_Cmd_PARAMS_SETUP, &inData, &outData, nullptr, nullptr, nullptr);
+}
+
+template <auto thrower>
+void ExpectCode(PF_Err code) {
+    PF_OutData outData = PoisonedOutData();
+    const auto before = BytesOf(outData);
+    EXPECT_EQ(SendThrowing<thrower>(outData), code);
+    EXPECT_EQ(BytesOf(outData), before) << "the guard writes no message";
+}
+
+TEST(Dispatch, ReturnsAThrownIntAsTheCode) {
+    ExpectCode<[]() -> PF_Err { throw 516; }>(516);
+    ExpectCode<[]() -> PF_Err { throw -1; }>(-1);
+    ExpectCode<[]() -> PF_Err { throw std::numeric_limits<int>::min(); }>(std::numeric_limits<int>::min());
+    ExpectCode<[]() -> PF_Err { throw 0; }>(0);
+}
+
+TEST(Dispatch, TurnsAFailedAllocationInto512) {
+    ExpectCode<[]() -> PF_Err { throw std::bad_alloc(); }>(512);
+}
+
+TEST(Dispatch, TurnsEveryOtherExceptionInto512) {
+    ExpectCode<[]() -> PF_Err { throw std::runtime_error("host"); }>(512);
+    ExpectCode<[]() -> PF_Err { throw "host"; }>(512);
+    ExpectCode<[]() -> PF_Err { throw 516u; }>(512);
+    ExpectCode<[]() -> PF_Err { throw 516L; }>(512);
+    ExpectCode<[]() -> PF_Err { throw '!'; }>(512);
+}
+
+TEST(Dispatch, MakesASuiteThatTheHostDoesNotHaveCode516) {
+    refhost::Host host(Binary(), InOrder());
+    host.options().faults = Fail("AcquireSuite PF ANSI Suite 1");
+    EXPECT_EQ(host.About(), 516);
+}
+
+// A second command arrives while the first is still inside one of its callbacks.
+TEST(Dispatch, IsReentrant) {
+    refhost::Host host(Binary(), InOrder());
+    PF_OutData inner{};
+    PF_Err innerCode = -1;
+    host.options().faults = [&](const refhost::CallRecord& call) -> std::optional<PF_Err> {
+        if (Line(call) == "add_param 2") {
+            PF_InData inData = host.InData();
+            innerCode = host.Send(PF_Cmd_ABOUT, &inData, &inner);
+        }
+        return std::nullopt;
+    };
+    EXPECT_EQ(host.ParamsSetup(), PF_Err_NONE);
+    EXPECT_EQ(host.parameters().size(), 5u);
+    EXPECT_EQ(innerCode, PF_Err_NONE);
+    EXPECT_STREQ(inner.return_msg, "NUV Chromatic Aberration, v2.0");
+}
+
+}  // namespace

@@ -1,0 +1,149 @@
+// Threads and mutex as the operating system sees them: how many threads, all joined, and what happens when the
+// system refuses one, or the mutex.
+#if defined(__linux__)
+
+#include <dlfcn.h>
+#include <pthread.h>
+
+#include <atomic>
+#include <cerrno>
+
+#include "support/protocol_support.h"
+#include "render/render_mutex.h"
+
+namespace {
+
+struct Threads {
+    std::atomic<bool> watched{false};
+    std::atomic<int> failAt{0};  // number of the creation that fails, from 1; 0: none
+    std::atomic<int> asked{0}, started{0}, ended{0}, joined{0};
+
+    void Watch(int fail) {
+        failAt = fail;
+        asked = started = ended = joined = 0;
+        watched = true;
+    }
+};
+Threads threads;
+
+std::atomic<pthread_mutex_t*> refused{nullptr};  // the mutex that cannot be locked
+
+struct Start {
+    void* (*routine)(void*);
+    void* argument;
+};
+
+void* Run(void* memory) {
+    const Start start = *static_cast<Start*>(memory);
+    delete static_cast<Start*>(memory);
+    void* const result = start.routine(start.argument);
+    ++threads.ended;
+    return result;
+}
+
+template <class Function>
+Function Next(const char* name) {
+    return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
+}
+
+}  // namespace
+
+// These stand before the system's own, for the plug-in too.
+extern "C" __attribute__((visibility("default"))) int pthread_create(pthread_t* thread,
+                                                                     const pthread_attr_t* attributes,
+                                                                     void* (*routine)(void*),
+                                                                     void* argument) noexcept {
+    static const auto create =
+        Next<int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*)>("pthread_create");
+    if (!threads.watched) return create(thread, attributes, routine, argument);
+    if (++threads.asked == threads.failAt) return EAGAIN;
+    ++threads.started;
+    return create(thread, attributes, Run, new Start{routine, argument});
+}
+
+extern "C" __attribute__((visibility("default"))) int pthread_join(pthread_t thread, void** result) {
+    static const auto join = Next<int (*)(pthread_t, void**)>("pthread_join");
+    if (threads.watched) ++threads.joined;
+    return join(thread, result);
+}
+
+extern "C" __attribute__((visibility("default"))) int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept {
+    static const auto lock = Next<int (*)(pthread_mutex_t*)>("pthread_mutex_lock");
+    return mutex == refused.load() ? EINVAL : lock(mutex);
+}
+
+namespace {
+
+using namespace protocol;
+
+class WorkerThreads : public testing::TestWithParam<Way> {
+protected:
+    PF_Err Render(int failAt) {
+        threads.Watch(failAt);
+        const PF_Err code = scene.Render(GetParam());
+        threads.watched = false;
+        return code;
+    }
+
+    Scene scene;
+};
+
+INSTANTIATE_TEST_SUITE_P(Both, WorkerThreads, testing::Values(Way::smart, Way::plain),
+                         [](const auto& instance) { return instance.param == Way::smart ? "Smart" : "Plain"; });
+
+TEST_P(WorkerThreads, AreSixteenWhateverTheHeightAndAllAreJoined) {
+    for (const int height : {0, 1, 3, 16, 100}) {
+        scene.output = refhost::World({.format = kFormatArgb8, .width = 2, .height = height});
+        EXPECT_EQ(Render(0), PF_Err_NONE);
+        EXPECT_EQ(threads.started, 16);
+        EXPECT_EQ(threads.ended, 16);
+        EXPECT_EQ(threads.joined, 16);
+    }
+}
+
+TEST_P(WorkerThreads, AreNotStartedAfterAnAbort) {
+    scene.host.options().faults = Fail("abort");
+    EXPECT_EQ(Render(0), kFault);
+    EXPECT_EQ(threads.asked, 0);
+}
+
+TEST_P(WorkerThreads, AreJoinedAndTheFrameIsGivenUpWhenOneCannotBeStarted) {
+    const auto clean = scene.CleanPicture(GetParam());
+    for (int failing = 1; failing <= 16; ++failing) {
+        SCOPED_TRACE(failing);
+        EXPECT_EQ(Render(failing), PF_Err_NONE) << "the exception is dropped";
+        EXPECT_TRUE(scene.OutputUntouched());
+        EXPECT_EQ(threads.asked, failing) << "no thread is tried after that one";
+        EXPECT_EQ(threads.started, failing - 1);
+        EXPECT_EQ(threads.ended, failing - 1);
+        EXPECT_EQ(threads.joined, failing - 1);
+        EXPECT_EQ(scene.Outstanding(), Lines());
+        EXPECT_EQ(scene.Misuse(), Lines());
+
+        EXPECT_EQ(Render(0), PF_Err_NONE);
+        EXPECT_EQ(scene.output.Pixels(), clean);
+    }
+}
+
+class RenderMutex : public testing::TestWithParam<Way> {};
+
+INSTANTIATE_TEST_SUITE_P(Both, RenderMutex, testing::Values(Way::smart, Way::plain),
+                         [](const auto& instance) { return instance.param == Way::smart ? "Smart" : "Plain"; });
+
+TEST_P(RenderMutex, ThatCannotBeLockedMakesTheRender512AndAllIsGivenBack) {
+    Scene scene(InOrder(), Linked());
+    const auto clean = scene.CleanPicture(GetParam());
+    refused = nuv::g_renderMutex.native_handle();
+    const PF_Err code = scene.Render(GetParam());
+    refused = nullptr;
+    EXPECT_EQ(code, 512);
+    EXPECT_TRUE(scene.OutputUntouched());
+    EXPECT_EQ(scene.host.account().Count(refhost::Call::checkinParam), 5);
+    EXPECT_EQ(scene.Outstanding(), Lines());
+    EXPECT_EQ(scene.Misuse(), Lines());
+    EXPECT_EQ(scene.CleanPicture(GetParam()), clean);
+}
+
+}  // namespace
+
+#endif

@@ -1,0 +1,103 @@
+// The parameters' values in the job.
+#include <array>
+#include <limits>
+
+#include "support/protocol_support.h"
+#include "render/parameter_copies.h"
+
+namespace {
+
+using namespace protocol;
+
+class Job : public testing::Test {
+protected:
+    Job() {
+        values_ = {};
+        inData.inter.checkout_param = [](PF_ProgPtr, std::int32_t index, std::int32_t, std::int32_t, std::uint32_t,
+                                         PF_ParamDef* param) -> PF_Err {
+            *param = values_[static_cast<std::size_t>(index)];
+            return PF_Err_NONE;
+        };
+        inData.inter.checkin_param = [](PF_ProgPtr, PF_ParamDef*) -> PF_Err { return PF_Err_NONE; };
+    }
+
+    PF_ParamDefUnion& Value(std::int32_t index) { return values_[static_cast<std::size_t>(index)].u; }
+
+    nuv::RenderData Filled() {
+        const nuv::ParameterCopies copies(&inData);
+        nuv::RenderData job;
+        copies.Fill(job);
+        return job;
+    }
+
+    PF_InData inData{};
+
+private:
+    static inline std::array<PF_ParamDef, nuv::PARAM_COUNT> values_{};
+};
+
+TEST_F(Job, HasTheCentersHighHalves) {
+    constexpr auto kMost = std::numeric_limits<PF_Fixed>::max();
+    constexpr auto kLeast = std::numeric_limits<PF_Fixed>::min();
+    const std::pair<PF_Fixed, std::int32_t> table[] = {
+        {0, 0},
+        {65535, 0},
+        {65536, 1},
+        {-1, -1},
+        {-65536, -1},
+        {-65537, -2},
+        {Fixed(-0.5), -1},
+        {Fixed(100.75), 100},
+        {Fixed(-100.75), -101},
+        {kMost, 32767},
+        {kLeast, -32768},
+    };
+    for (const auto& [fixed, whole] : table) {
+        Value(nuv::PARAM_FRAME_CENTER).td.x_value = fixed;
+        Value(nuv::PARAM_FRAME_CENTER).td.y_value = ~fixed;
+        const auto job = Filled();
+        EXPECT_EQ(job.centerX, whole) << fixed;
+        EXPECT_EQ(job.centerY, ~whole) << ~fixed;
+    }
+}
+
+TEST_F(Job, HasACenterOfMinusAHalfAtMinusOneAndOneOf100AndThreeQuartersAt100) {
+    Value(nuv::PARAM_FRAME_CENTER).td.x_value = Fixed(-0.5);
+    Value(nuv::PARAM_FRAME_CENTER).td.y_value = Fixed(100.75);
+    EXPECT_EQ(Filled().centerX, -1);
+    EXPECT_EQ(Filled().centerY, 100);
+}
+
+TEST_F(Job, CountsMenusFromZeroSoThatZeroBecomesMinusOne) {
+    EXPECT_EQ(Filled().mode, -1);
+    EXPECT_EQ(Filled().scaling, -1);
+    EXPECT_EQ(Filled().show, -1);
+    Value(nuv::PARAM_MODE).pd.value = 1;
+    Value(nuv::PARAM_SCALING).pd.value = 2;
+    Value(nuv::PARAM_SHOW).pd.value = 5;
+    EXPECT_EQ(Filled().mode, 0);
+    EXPECT_EQ(Filled().scaling, 1);
+    EXPECT_EQ(Filled().show, 4);
+    Value(nuv::PARAM_MODE).pd.value = std::numeric_limits<std::int32_t>::min();
+    EXPECT_EQ(Filled().mode, std::numeric_limits<std::int32_t>::max());
+}
+
+TEST_F(Job, NarrowsTheAmountToAFloat) {
+    for (const double amount : {0.0, -100.0, 12.34, 1.0 / 3, 1e-50}) {
+        Value(nuv::PARAM_AMOUNT).fs_d.value = amount;
+        EXPECT_EQ(Filled().amount, static_cast<float>(amount));
+    }
+}
+
+TEST_F(Job, StartsAtZeroWithEightBitBuffers) {
+    const nuv::RenderData job;
+    EXPECT_EQ(job.sourceOffsetX, 0.0f);
+    EXPECT_EQ(job.sourceOffsetY, 0.0f);
+    EXPECT_EQ(job.sourceWorld, nullptr);
+    EXPECT_EQ(job.input.bitsPerChannel, 8);
+    EXPECT_EQ(job.output.bitsPerChannel, 8);
+    EXPECT_EQ(job.input.pixels, nullptr);
+    EXPECT_EQ(job.output.pixels, nullptr);
+}
+
+}  // namespace

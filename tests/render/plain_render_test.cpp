@@ -1,0 +1,75 @@
+// What is the plain render's own.
+#include <array>
+
+#include "support/call_script.h"
+#include "support/protocol_support.h"
+
+namespace {
+
+using namespace protocol;
+
+TEST(PlainRender, CallsTheHostInOrder) {
+    Scene scene;
+    ExpectOrder(scene, Way::plain, PlainRenderCalls());
+}
+
+TEST(PlainRender, KeepsItsPromisesWhicheverCallFails) {
+    Scene scene;
+    ExpectEveryFailure(scene, Way::plain, PlainRenderCalls());
+}
+
+TEST(PlainRender, KeepsItsPromisesInMoreBitsToo) {
+    for (const PF_PixelFormat format : {kFormatArgb16, kFormatArgbFloat}) {
+        Scene scene;
+        scene.UseFormat(format);
+        DriverCalls driver;
+        driver.deep = true;
+        ExpectOrder(scene, Way::plain, PlainRenderCalls(driver));
+        ExpectEveryFailure(scene, Way::plain, PlainRenderCalls(driver));
+    }
+}
+
+TEST(PlainRender, NeverHasAnOffsetWhateverTheLayersPosition) {
+    Scene scene;
+    const auto picture = scene.CleanPicture(Way::plain);
+    const auto pixels = scene.input.Pixels();
+    for (const auto& [x, y] : {std::pair(0, 0), std::pair(3, -2), std::pair(-100, 50)}) {
+        auto layout = scene.input.layout();
+        layout.originX = x;
+        layout.originY = y;
+        scene.input = refhost::World(layout);
+        scene.input.SetPixels(pixels);
+        EXPECT_EQ(scene.CleanPicture(Way::plain), picture);
+    }
+}
+
+TEST(PlainRender, NeverReadsTheArraysValues) {
+    Scene scene;
+    const auto picture = scene.CleanPicture(Way::plain);  // with null entries
+    std::array<PF_ParamDef, 5> values;
+    std::memset(values.data(), 0x77, sizeof values);
+    const auto before = BytesOf(values);
+    for (auto& value : values)
+        scene.settings.plainParams.push_back(&value);
+    EXPECT_EQ(scene.CleanPicture(Way::plain), picture);
+    EXPECT_EQ(BytesOf(values), before);
+}
+
+TEST(PlainRender, IsSilentWithoutABasicSuite) {
+    Scene scene(InOrder(), Between::Put(Binary()));
+    Between::change = [](PF_Cmd, PF_InData& inData, void*) { inData.pica_basicP = nullptr; };
+    EXPECT_EQ(scene.Render(Way::plain), PF_Err_NONE);
+    EXPECT_TRUE(scene.OutputUntouched());
+    EXPECT_EQ(scene.Calls(), (Lines{"checkout_param 1", "checkout_param 2", "checkout_param 3", "checkout_param 4",
+                                    "checkout_param 5", "checkin_param 1", "checkin_param 2", "checkin_param 3",
+                                    "checkin_param 4", "checkin_param 5"}));
+    Between::change = nullptr;
+}
+
+TEST(PlainRender, RendersWhatASmartRenderWithoutOffsetRenders) {
+    Scene scene;
+    scene.settings.checkoutResult = PF_LRect{0, 0, 6, 3};
+    EXPECT_EQ(scene.CleanPicture(Way::plain), scene.CleanPicture(Way::smart));
+}
+
+}  // namespace

@@ -1,0 +1,39 @@
+// A render, smart or plain, whose record the test may change before the effect sees it.
+#pragma once
+
+#include "support/protocol_support.h"
+
+namespace protocol {
+
+// What smart and plain render promise alike.
+class Render : public testing::TestWithParam<Way> {
+protected:
+    PF_Err Go() { return scene.Render(GetParam()); }
+    std::vector<std::byte> Clean() { return scene.CleanPicture(GetParam()); }
+    PF_Cmd Command() const { return GetParam() == Way::smart ? PF_Cmd_SMART_RENDER : PF_Cmd_RENDER; }
+
+    void BeforeTheEffect(std::function<void(PF_InData&)> alter) {
+        Between::change = [cmd = Command(), alter](PF_Cmd sent, PF_InData& inData, void*) {
+            if (sent == cmd) alter(inData);
+        };
+    }
+
+    // The check-ins among the calls.
+    Lines Checkins() {
+        Lines checkins = scene.Calls();
+        std::erase_if(checkins, [](const std::string& line) { return !line.starts_with("checkin_param"); });
+        return checkins;
+    }
+
+    void ExpectAllCheckedIn() {
+        EXPECT_EQ(Checkins(), (Lines{"checkin_param 1", "checkin_param 2", "checkin_param 3", "checkin_param 4",
+                                     "checkin_param 5"}));
+        EXPECT_EQ(scene.Outstanding(), Lines());
+    }
+
+    ~Render() override { Between::change = nullptr; }
+
+    Scene scene{InOrder(), Between::Put(Binary())};
+};
+
+}  // namespace protocol

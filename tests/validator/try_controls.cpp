@@ -1,0 +1,212 @@
+// Every check of nuvhost validate against the plug-in with the one fault that it has to find.
+//   validator_test PLUGIN BROKEN_PLUGIN NUVHOST [--own | --full] [--check GLOB] [--share I/N]
+// Each control is tried with the checks of its own family; with --own only with the check that it is for, with
+// --full with all but the slow ones. --share takes every N-th control, from the I-th on (0 …), and leaves the rest
+// out.
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "control.h"
+#include "validator/registry.h"
+#include "validator/run/runner.h"
+
+namespace {
+
+using namespace nuvhost::validate;
+using Ids = std::set<std::string>;
+
+struct Arguments {
+    std::filesystem::path plugin, broken, nuvhost;
+    bool own = false, full = false;
+    std::string glob = "*";
+    std::size_t share = 0, shares = 1;
+};
+
+int g_passed = 0, g_failed = 0;
+
+void Judge(bool holds, const std::string& text) {
+    (holds ? g_passed : g_failed) += 1;
+    std::printf("%s %s\n", holds ? "ok  " : "FAIL", text.c_str());
+    std::fflush(stdout);
+}
+
+std::string FamilyOf(std::string_view id) {
+    return std::string(id.substr(0, id.find('.')));
+}
+
+std::string Joined(const Ids& ids) {
+    std::string text;
+    for (const std::string& id : ids)
+        text += (text.empty() ? "" : ", ") + id;
+    return text.empty() ? "none" : text;
+}
+
+void ChooseFault(const std::string& id) {
+#if defined(_WIN32)
+    _putenv_s("NUV_BROKEN", id.c_str());
+#else
+    ::setenv("NUV_BROKEN", id.c_str(), 1);  // NOLINT(concurrency-mt-unsafe): this program has one thread
+#endif
+}
+
+std::vector<const Check*> ChecksFor(const broken::Control& control, const Arguments& arguments) {
+    std::vector<const Check*> checks;
+    for (const Check& check : AllChecks()) {
+        const bool itself = check.id == control.check;
+        const bool family = FamilyOf(check.id) == FamilyOf(control.check);
+        const bool other = !arguments.own && (family || arguments.full) && check.kind != Kind::slow;
+        if (itself || other) checks.push_back(&check);
+    }
+    return checks;
+}
+
+// Where nothing is to fail: thousands of threads take their time under Wine, and on a busy machine.
+constexpr std::chrono::seconds kEnough{120};
+
+struct Seen {
+    Ids failing;
+    std::string lacking;  // why the control's own check does not apply
+};
+
+Seen Try(const broken::Control& control, const std::vector<const Check*>& checks, const Arguments& arguments) {
+    RunOptions run;
+    run.plugin = arguments.broken;
+    if (!control.file.empty())
+        run.plugin.replace_filename(control.file).replace_extension(arguments.broken.extension());
+    run.nuvhost = arguments.nuvhost;
+    run.checks = checks;
+    run.timeout = control.mends ? kEnough : std::chrono::seconds(10);  // some faults hang
+    ChooseFault(std::string(control.check));
+    Seen seen;
+    for (const Result& result : Run(run)) {
+        if (result.status == Status::failed) seen.failing.insert(std::string(result.check->id));
+        if (result.check->id == control.check) seen.lacking = result.outcome.notApplicable;
+    }
+    ChooseFault("");
+    return seen;
+}
+
+Ids Expected(const broken::Control& control, const std::vector<const Check*>& checks,
+             const Deviations& deviations) {
+    const Check* const own = FindCheck(control.check);
+    if (own != nullptr && own->kind == Kind::gate) return {std::string(control.check)};  // nothing else is then run
+    Ids expected;
+    for (const Check* check : checks) {
+        if (deviations.contains(check->id)) expected.insert(std::string(check->id));
+    }
+    if (control.mends) {
+        expected.erase(std::string(control.check));
+    } else {
+        expected.insert(std::string(control.check));
+    }
+    return expected;
+}
+
+void TryControl(const broken::Control& control, const Arguments& arguments, const Deviations& deviations) {
+    const auto checks = ChecksFor(control, arguments);
+    const auto [failing, lacking] = Try(control, checks, arguments);
+    if (!control.needs.empty() && !lacking.empty()) {
+        std::printf("skip %s needs %s: %s\n", std::string(control.check).c_str(),
+                    std::string(control.needs).c_str(), lacking.c_str());
+        return;
+    }
+    const Ids expected = Expected(control, checks, deviations);
+    std::string text = std::string(control.check) + ": " + std::string(control.fault);
+    if (failing != expected) text += "\n     failing: " + Joined(failing) + "\n     expected: " + Joined(expected);
+    Judge(failing == expected, text);
+}
+
+void TryTrueEffect(const Arguments& arguments, const Deviations& deviations) {
+    RunOptions run;
+    run.plugin = arguments.plugin;
+    run.nuvhost = arguments.nuvhost;
+    run.deviations = deviations;
+    run.timeout = kEnough;
+    for (const Check& check : AllChecks()) {
+        if (MatchesGlob(check.id, arguments.glob)) run.checks.push_back(&check);
+    }
+    Ids needy;  // checks that may not apply
+    for (const broken::Control& control : broken::AllControls()) {
+        if (!control.needs.empty()) needy.insert(std::string(control.check));
+    }
+    for (const Result& result : Run(run)) {
+        const bool lacks = result.status == Status::notApplicable && needy.contains(std::string(result.check->id));
+        const bool good = result.status == Status::passed || result.status == Status::deviates || lacks;
+        std::string text = std::string(result.check->id) + " (" + std::string(NameOf(result.personality)) +
+                           ") on the effect itself: " + std::string(NameOf(result.status));
+        if (!good) {
+            text += " " + result.outcome.notApplicable;
+            for (const std::string& failure : result.outcome.failures)
+                text += "\n     " + failure;
+        }
+        Judge(good, text);
+    }
+}
+
+void CompareTables(const Deviations& deviations) {
+    Ids checks, controls;
+    for (const Check& check : AllChecks())
+        checks.insert(std::string(check.id));
+    bool once = true;
+    for (const broken::Control& control : broken::AllControls()) {
+        once = controls.insert(std::string(control.check)).second && once;
+        Judge(control.mends == deviations.contains(control.check),
+              std::string(control.check) + ": the control mends exactly what deviates");
+    }
+    Ids missing;
+    std::ranges::set_symmetric_difference(checks, controls, std::inserter(missing, missing.end()));
+    Judge(once && missing.empty(), std::to_string(checks.size()) + " checks, " + std::to_string(controls.size()) +
+                                       " controls; on one side only: " + Joined(missing));
+}
+
+Arguments Parse(int argc, char** argv) {
+    std::vector<std::string> words(argv + 1, argv + argc);
+    if (words.size() < 3) throw std::invalid_argument("PLUGIN, BROKEN_PLUGIN and NUVHOST are needed");
+    const auto path = [](const std::string& word) { return std::filesystem::absolute(word).make_preferred(); };
+    Arguments arguments{path(words[0]), path(words[1]), path(words[2])};
+    for (std::size_t i = 3; i < words.size(); ++i) {
+        if (words[i] == "--own") {
+            arguments.own = true;
+        } else if (words[i] == "--full") {
+            arguments.full = true;
+        } else if (words[i] == "--check" && i + 1 < words.size()) {
+            arguments.glob = words[++i];
+        } else if (words[i] == "--share" && i + 1 < words.size()) {
+            const std::string& text = words[++i];
+            arguments.share = std::stoul(text);
+            arguments.shares = std::stoul(text.substr(text.find('/') + 1));
+        } else {
+            throw std::invalid_argument(words[i] + ": unknown option");
+        }
+    }
+    return arguments;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    try {
+        const Arguments arguments = Parse(argc, argv);
+        const Deviations deviations = ReadDeviations(DeviationsBeside(arguments.plugin));
+        ChooseFault("");
+        if (arguments.share == 0) {
+            CompareTables(deviations);
+            TryTrueEffect(arguments, deviations);
+        }
+        std::size_t number = 0;
+        for (const broken::Control& control : broken::AllControls()) {
+            if (!MatchesGlob(control.check, arguments.glob)) continue;
+            if (number++ % arguments.shares == arguments.share) TryControl(control, arguments, deviations);
+        }
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "validator_test: %s\n", error.what());
+        return 2;
+    }
+    std::printf("%d passed, %d failed\n", g_passed, g_failed);
+    return g_failed == 0 ? 0 : 1;
+}

@@ -1,0 +1,62 @@
+// What the effect leaves behind in a host that unloads it.
+#if defined(_WIN32)
+
+#include <windows.h>
+
+#include <functional>
+#include <stdexcept>
+#include <vector>
+
+#include "support/process_usage.h"
+#include "support/protocol_support.h"
+
+namespace {
+
+using namespace protocol;
+using support::Usage;
+
+// Has the effect loaded, used and unloaded, again and again.
+Usage Growth(const std::function<void(const refhost::PluginLibrary&)>& use) {
+    constexpr int kUnmeasured = 10, kTimes = 100;
+    Usage before;
+    for (int i = 0; i < kUnmeasured + kTimes; ++i) {
+        if (i == kUnmeasured) before = support::UsageNow();
+        use(refhost::PluginLibrary(NUV_PLUGIN_PATH));
+        EXPECT_EQ(GetModuleHandleW(L"nuv_chromaber.aex"), nullptr);
+    }
+    const Usage after = support::UsageNow();
+    return {after.heapBytes - before.heapBytes, after.handles - before.handles};
+}
+
+void ExpectNoGrowth(const std::function<void(const refhost::PluginLibrary&)>& use) {
+    const Usage growth = Growth(use);
+    EXPECT_LE(growth.handles, 0);
+    EXPECT_LT(growth.heapBytes, 100 * 8) << "less than any allocation for every time";
+}
+
+TEST(Unloading, LeavesNothing) {
+    ExpectNoGrowth([](const refhost::PluginLibrary&) {});
+}
+
+TEST(Unloading, LeavesNothingAfterAFrameAndAnException) {
+    ExpectNoGrowth([](const refhost::PluginLibrary& library) {
+        Scene scene(InOrder(), library);
+        EXPECT_EQ(scene.Render(Way::smart), PF_Err_NONE);
+        scene.host.options().faults = Fail("AcquireSuite PF ANSI Suite 1");
+        EXPECT_EQ(scene.host.About(), PF_Err_BAD_CALLBACK_PARAM);
+    });
+}
+
+TEST(Loading, FailsWhereNoThreadLocalSlotIsLeft) {
+    std::vector<DWORD> slots;
+    for (DWORD slot = TlsAlloc(); slot != TLS_OUT_OF_INDEXES; slot = TlsAlloc())
+        slots.push_back(slot);
+    EXPECT_THROW(refhost::PluginLibrary(NUV_PLUGIN_PATH), std::runtime_error);
+    for (const DWORD slot : slots)
+        TlsFree(slot);
+    EXPECT_NO_THROW(refhost::PluginLibrary(NUV_PLUGIN_PATH));
+}
+
+}  // namespace
+
+#endif

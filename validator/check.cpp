@@ -1,0 +1,65 @@
+#include "validator/check.h"
+
+#include <exception>
+#include <utility>
+
+namespace nuvhost::validate {
+namespace {
+
+struct Ended {};  // the check has reported why
+
+}  // namespace
+
+refhost::HostOptions Context::HostOptions() const {
+    refhost::HostOptions options;
+    options.personality = personality();
+    options.recordCalls = true;
+    return options;
+}
+
+void Context::Send(Event event, const std::string& text) {
+    const std::lock_guard lock(mutex_);
+    sink_(event, text);
+}
+
+void Context::Fail(std::string what) {
+    Send(Event::failure, what);
+}
+
+bool Context::Expect(bool holds, std::string what) {
+    if (!holds) Fail(std::move(what));
+    return holds;
+}
+
+void Context::Require(bool holds, std::string what) {
+    if (!Expect(holds, std::move(what))) throw Ended{};
+}
+
+void Context::ExpectNone(const std::vector<std::string>& lines, std::string_view about) {
+    for (const std::string& line : lines)
+        Fail(std::string(about) + ": " + line);
+}
+
+void Context::NotApplicable(std::string why) {
+    Send(Event::notApplicable, why);
+    throw Ended{};
+}
+
+void Context::AddPoints(std::int64_t points) {
+    Send(Event::points, std::to_string(points));
+}
+
+void RunCheck(const Job& job, const EventSink& sink) {
+    Context context(job, sink);
+    try {
+        job.check->run(context);
+    } catch (const Ended&) {
+    } catch (const std::exception& error) {
+        context.Fail(error.what());
+    } catch (...) {
+        context.Fail("an exception of unknown type left the check");
+    }
+    sink(Event::done, "");
+}
+
+}  // namespace nuvhost::validate

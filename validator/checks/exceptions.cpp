@@ -1,0 +1,175 @@
+// Host callbacks that throw, each in turn: an exception may reach the effect, but not the host again.
+#include <iterator>
+#include <new>
+#include <optional>
+#include <stdexcept>
+
+#include "validator/kit/interview.h"
+#include "validator/registry.h"
+#include "validator/kit/scene.h"
+
+namespace nuvhost::validate {
+namespace {
+
+constexpr int kThrown = 4711;
+
+using Thrower = void (*)();
+constexpr Thrower kThrowers[] = {
+    [] { throw int{kThrown}; },
+    [] { throw std::bad_alloc(); },
+    [] { throw std::runtime_error("a callback's exception"); },
+};
+
+class Throwing {
+public:
+    Throwing(Context& context, refhost::Host& host) : context_(context), host_(host) {}
+    Throwing(const Throwing&) = delete;
+    Throwing& operator=(const Throwing&) = delete;
+
+    // Runs the commands once to count the callbacks, then lets each of them throw, in each of the ways, but not the
+    // first ones. `prepare` runs before each time, with callbacks that work.
+    template <typename Prepare, typename Commands>
+    void AtEach(Prepare prepare, Commands commands, std::int64_t first = 0) {
+        const auto run = [&] {
+            prepare();
+            return Run(commands);
+        };
+        const std::int64_t calls = run();
+        if (calls <= first) context_.NotApplicable("the effect makes no callback there");
+        for (const Thrower thrower : kThrowers) {
+            thrower_ = thrower;
+            for (throwAt_ = first; throwAt_ < calls; ++throwAt_) {
+                run();
+                for (const std::string& line : host_.account().Misuse()) {
+                    const bool about = line.starts_with("an exception left the effect in ");
+                    context_.Expect(!about, "callback " + std::to_string(throwAt_) + ": " + line);
+                }
+                host_.account().Reclaim();
+            }
+        }
+        throwAt_ = -1;
+        context_.AddPoints((calls - first) * static_cast<std::int64_t>(std::size(kThrowers)));
+    }
+
+    // The callbacks that the commands make.
+    template <typename Commands>
+    std::int64_t Run(Commands commands) {
+        host_.account().Reset();
+        seen_ = 0;
+        host_.options().faults = [this](const refhost::CallRecord&) -> std::optional<PF_Err> {
+            if (seen_++ == throwAt_) thrower_();
+            return std::nullopt;
+        };
+        commands();
+        host_.options().faults = nullptr;
+        return seen_;
+    }
+
+private:
+    Context& context_;
+    refhost::Host& host_;
+    std::int64_t seen_ = 0, throwAt_ = -1;
+    Thrower thrower_ = nullptr;
+};
+
+void InSetUp(Context& context) {
+    Interview interview(context);
+    Throwing(context, interview.host)
+        .AtEach([] {},
+                [&] {
+                    interview.Send(PF_Cmd_GLOBAL_SETUP);
+                    interview.Send(PF_Cmd_PARAMS_SETUP);
+                });
+}
+
+void InAbout(Context& context) {
+    Interview interview(context);
+    interview.SetUp();
+    Throwing(context, interview.host).AtEach([] {}, [&] { interview.Send(PF_Cmd_ABOUT); });
+}
+
+void InSequences(Context& context) {
+    Interview interview(context);
+    interview.SetUp();
+    PF_Handle foreign = nullptr;
+    const auto prepare = [&] { foreign = interview.host.NewHandle(8); };
+    Throwing(context, interview.host).AtEach(prepare, [&] {
+        PF_Handle fresh = nullptr, loaded = nullptr;
+        interview.Send(PF_Cmd_SEQUENCE_SETUP, &fresh);
+        interview.Send(PF_Cmd_SEQUENCE_RESETUP, &loaded);
+        interview.Send(PF_Cmd_SEQUENCE_SETUP, &foreign);
+        for (PF_Handle* const each : {&fresh, &loaded, &foreign})
+            interview.Send(PF_Cmd_SEQUENCE_SETDOWN, each);
+    });
+}
+
+// One small frame, on one thread.
+class Render {
+public:
+    Render(Context& context, Way way)
+        : scene_(context, OneThread(context)), frame_(Scene::Layout(scene_.formats().front(), 4, 3)), way_(way) {
+        if (way == Way::smart && scene_.way() != Way::smart) context.NotApplicable("there is no smart render");
+    }
+
+    refhost::Host& host() { return scene_.host; }
+    auto Prepare() {
+        return [this] { frame_.Poison(); };
+    }
+    auto PreRender() {
+        return [this] { frame_.Render(scene_.host, scene_.instance, way_, false); };
+    }
+    auto All() {
+        return [this] { frame_.Render(scene_.host, scene_.instance, way_); };
+    }
+
+private:
+    static refhost::HostOptions OneThread(Context& context) {
+        auto options = context.HostOptions();
+        options.iterationThreads = 1;
+        return options;
+    }
+
+    Scene scene_;
+    Frame frame_;
+    Way way_;
+};
+
+void InPreRender(Context& context) {
+    Render render(context, Way::smart);
+    Throwing(context, render.host()).AtEach(render.Prepare(), render.PreRender());
+}
+
+void InSmartRender(Context& context) {
+    Render render(context, Way::smart);
+    Throwing throwing(context, render.host());
+    const std::int64_t ofPreRender = throwing.Run(render.PreRender());
+    throwing.AtEach(render.Prepare(), render.All(), ofPreRender);
+}
+
+void InPlainRender(Context& context) {
+    Render render(context, Way::plain);
+    Throwing(context, render.host()).AtEach(render.Prepare(), render.All());
+}
+
+constexpr Check kChecks[] = {
+    {"exceptions.set-up", "Beyond the protocol: no callback's exception leaves global and parameter set-up.",
+     Where::both, InSetUp},
+    {"exceptions.about", "Beyond the protocol: no callback's exception leaves the about command.",
+     Where::compositing, InAbout},
+    {"exceptions.sequence", "Beyond the protocol: no callback's exception leaves a sequence command.", Where::both,
+     InSequences},
+    {"exceptions.pre-render", "Beyond the protocol: no callback's exception leaves a pre-render.",
+     Where::compositing, InPreRender},
+    {"exceptions.smart-render", "Beyond the protocol: no callback's exception leaves a smart render.",
+     Where::compositing, InSmartRender},
+    {"exceptions.plain-render", "Beyond the protocol: no callback's exception leaves a plain render.", Where::both,
+     InPlainRender},
+};
+
+}  // namespace
+
+std::span<const Check> ExceptionsChecks() {
+    return kChecks;
+}
+
+}  // namespace nuvhost::validate

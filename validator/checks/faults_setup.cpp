@@ -1,0 +1,94 @@
+// The host's callbacks fail while it sets the effect and its instances up.
+#include <algorithm>
+
+#include "validator/kit/fault_session.h"
+#include "reference_host/calls.h"
+#include "validator/registry.h"
+
+namespace nuvhost::validate {
+namespace {
+
+using namespace faults;
+using refhost::Call;
+
+constexpr char kNoSuchCall[] = "the effect makes no such call in set-up";
+
+using SessionLook = Lines (*)(const SessionOutcome& outcome, const SessionOutcome& clean);
+
+Lines SurvivesLook(const SessionOutcome& outcome, const SessionOutcome&) {
+    Lines lines = outcome.frames;
+    for (const std::string& line : outcome.kept)
+        lines.push_back("kept: " + line);
+    for (const std::string& line : outcome.misuse)
+        lines.push_back("misuse: " + line);
+    return lines;
+}
+
+Lines FailsLook(const SessionOutcome& outcome, const SessionOutcome& clean) {
+    Lines lines = SurvivesLook(outcome, clean);
+    if (!outcome.Failed()) lines.push_back("every command succeeds");
+    return lines;
+}
+
+Lines DataLook(const SessionOutcome& outcome, const SessionOutcome& clean) {
+    Lines lines;
+    for (std::size_t i = 0; i < std::min(outcome.sent.size(), clean.sent.size()); ++i) {
+        const Sent& sent = outcome.sent[i];
+        if (clean.sent[i].data && !sent.data && sent.code == PF_Err_NONE)
+            lines.push_back(sent.command + " succeeds and leaves no data");
+    }
+    return lines;
+}
+
+template <typename Wanted>
+void TryEachInSetUp(Context& context, PF_Err code, SessionLook look, Wanted wanted) {
+    SessionBench bench(context);
+    Trial trial(context);
+    for (const refhost::CallRecord& call : bench.calls()) {
+        if (!wanted(call.call)) continue;
+        bool came = false;
+        Lines lines = look(bench.Run(OneFault{call, code, &came}), bench.clean());
+        const Lines next = bench.NextIsRight();
+        if (!came) continue;
+        lines.insert(lines.end(), next.begin(), next.end());
+        trial.Add(lines, What(call, code));
+    }
+    trial.End(kNoSuchCall);
+}
+
+template <SessionLook look, PF_Err code, Call... calls>
+void Each(Context& context) {
+    TryEachInSetUp(context, code, look, [](Call call) { return (... || (call == calls)); });
+}
+
+template <Call... others>
+void EachBut(Context& context) {
+    TryEachInSetUp(context, kRefused, SurvivesLook, [](Call call) { return (... && (call != others)); });
+}
+
+constexpr Check kChecks[] = {
+    {"faults.setup-suite-refused", "Each set-up command survives each suite that the host refuses.", Where::both,
+     Each<SurvivesLook, kRefused, Call::acquireSuite>},
+    {"faults.setup-suite-null",
+     "Each set-up command survives each suite that the host answers with a null pointer.", Where::both,
+     Each<SurvivesLook, PF_Err_NONE, Call::acquireSuite>},
+    {"faults.setup-parameter", "Parameter set-up fails when the host refuses a parameter.", Where::both,
+     Each<FailsLook, kRefused, Call::addParam>},
+    {"faults.setup-handle", "Each set-up command survives each handle that the host refuses or cannot lock.",
+     Where::both, Each<SurvivesLook, kRefused, Call::newHandle, Call::lockHandle>},
+    {"faults.setup-handle-told", "A set-up command that gets no memory for its data does not succeed.", Where::both,
+     Each<DataLook, kRefused, Call::newHandle, Call::lockHandle>},
+    {"faults.setup-formats", "Global set-up survives each pixel format that the host refuses.", Where::editing,
+     Each<SurvivesLook, kRefused, Call::clearPixelFormats, Call::addPixelFormat>},
+    {"faults.setup-other", "Each set-up command survives the failure of any other callback.", Where::both,
+     EachBut<Call::acquireSuite, Call::addParam, Call::newHandle, Call::lockHandle, Call::clearPixelFormats,
+             Call::addPixelFormat>},
+};
+
+}  // namespace
+
+std::span<const Check> SetUpFaultsChecks() {
+    return kChecks;
+}
+
+}  // namespace nuvhost::validate

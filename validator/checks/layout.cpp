@@ -1,0 +1,314 @@
+// Pixels in memory: where rows may lie, and what around them is not the effect's.
+//
+// Each check renders at a size of its own, by which its control knows it.
+#include <cstring>
+#include <vector>
+
+#include "platform/mapped_memory.h"
+#include "validator/registry.h"
+#include "validator/kit/scene.h"
+
+namespace nuvhost::validate {
+namespace {
+
+using refhost::WorldLayout;
+
+std::vector<std::byte> Packed(const std::byte* data, std::ptrdiff_t stride, int rowBytes, int height) {
+    std::vector<std::byte> pixels(static_cast<std::size_t>(rowBytes) * static_cast<std::size_t>(height));
+    for (int y = 0; y < height; ++y)
+        std::memcpy(&pixels[static_cast<std::size_t>(rowBytes) * static_cast<std::size_t>(y)], data + stride * y,
+                    static_cast<std::size_t>(rowBytes));
+    return pixels;
+}
+
+// ---- Where rows may lie ---------------------------------------------------------------------------------------
+
+// Otherwise a world starts at a multiple of 64 bytes, and its rows follow each other, the top one first.
+struct Rows {
+    int padding = 0;       // channels between rows
+    int misalignment = 0;  // channels
+    bool bottomUp = false;
+};
+
+WorldLayout LaidOut(PF_PixelFormat format, int width, int height, const Rows& rows) {
+    WorldLayout layout = Scene::Layout(format, width, height);
+    const int channel = refhost::BytesPerPixel(format) / 4;
+    layout.padding = rows.padding * channel;
+    layout.misalignment = rows.misalignment * channel;
+    layout.bottomUp = rows.bottomUp;
+    return layout;
+}
+
+template <int width, int height, Rows in, Rows out>
+void IsSamePicture(Context& context) {
+    Scene scene(context);
+    for (const PF_PixelFormat format : scene.formats()) {
+        Frame usual(Scene::Layout(format, width, height));
+        Frame other(LaidOut(format, width, height, in), LaidOut(format, width, height, out));
+        ExpectSame(context, scene.Picture(other), scene.Picture(usual), usual.output.layout(),
+                   "laid out like this");
+    }
+}
+
+// ---- What is not the effect's ---------------------------------------------------------------------------------
+
+// Scene::Render reports the bytes; this gives it rows with something between them.
+void PaddingIsUntouched(Context& context) {
+    Scene scene(context);
+    for (const PF_PixelFormat format : scene.formats()) {
+        Frame frame(LaidOut(format, 25, 6, {.padding = 4}), LaidOut(format, 25, 6, {.padding = 20}));
+        scene.Picture(frame);
+    }
+}
+
+void PaddingIsNotRead(Context& context) {
+    Scene scene(context);
+    for (const PF_PixelFormat format : scene.formats()) {
+        const WorldLayout layout = LaidOut(format, 25, 7, {.padding = 8});
+        Frame frame(layout);
+        const auto expected = scene.Picture(frame);
+        Frame other(layout);
+        other.input = refhost::World(layout, 0x3C);
+        other.input.SetPixels(frame.input.Pixels());
+        ExpectSame(context, scene.Picture(other), expected, layout, "with other bytes between the input's rows");
+    }
+}
+
+// Puts a world's pixels between pages that end the process: up against the one before, or the one behind.
+class BetweenPages {
+public:
+    BetweenPages(refhost::World& world, bool atEnd) : world_(world), memory_(Bytes(world)) {
+        const auto pixels = world.Pixels();
+        data_ = atEnd ? memory_.end() - pixels.size() : memory_.begin();
+        std::memcpy(data_, pixels.data(), pixels.size());
+        world.effectWorld()->data = reinterpret_cast<PF_Pixel*>(data_);
+    }
+
+    std::vector<std::byte> Pixels() const { return {data_, data_ + Bytes(world_)}; }
+
+private:
+    static std::size_t Bytes(const refhost::World& world) {
+        const auto& layout = world.layout();
+        return static_cast<std::size_t>(layout.width) * static_cast<std::size_t>(layout.height) *
+               static_cast<std::size_t>(refhost::BytesPerPixel(layout.format));
+    }
+
+    refhost::World& world_;
+    MappedMemory memory_;
+    std::byte* data_;
+};
+
+template <int width, int height, bool input, bool atEnd>
+void StaysBetweenPages(Context& context) {
+    Scene scene(context);
+    for (const PF_PixelFormat format : scene.formats()) {
+        Frame frame(Scene::Layout(format, width, height));
+        const auto expected = scene.Picture(frame);
+        frame.Poison();
+        const BetweenPages pages(input ? frame.input : frame.output, atEnd);
+        scene.Render(frame);
+        ExpectSame(context, input ? frame.output.Pixels() : pages.Pixels(), expected, frame.output.layout(),
+                   "beside memory that is not there");
+    }
+}
+
+// ---- Worlds cut out of larger ones ----------------------------------------------------------------------------
+
+constexpr int kLeft = 3, kTop = 2, kRight = 5, kBottom = 4;  // what is around the rectangle
+
+WorldLayout Around(const WorldLayout& inner) {
+    return Scene::Layout(inner.format, inner.width + kLeft + kRight, inner.height + kTop + kBottom);
+}
+
+// Makes the world's record that of the rectangle, and gives the address of its first pixel.
+std::byte* CutOut(refhost::World& world, const WorldLayout& inner) {
+    PF_EffectWorld& record = *world.effectWorld();
+    std::byte* const data = reinterpret_cast<std::byte*>(record.data) + kTop * record.rowbytes +
+                            kLeft * refhost::BytesPerPixel(inner.format);
+    record.data = reinterpret_cast<PF_Pixel*>(data);
+    record.width = inner.width;
+    record.height = inner.height;
+    record.extent_hint = {0, 0, inner.width, inner.height};
+    return data;
+}
+
+void InputMayBeCutOut(Context& context) {
+    Scene scene(context);
+    for (const PF_PixelFormat format : scene.formats()) {
+        const WorldLayout inner = Scene::Layout(format, 36, 6);
+        Frame cut(Around(inner), inner);
+        const std::byte* const data = CutOut(cut.input, inner);
+        Frame whole(inner);
+        whole.UseInput(Packed(data, cut.input.effectWorld()->rowbytes, inner.width * refhost::BytesPerPixel(format),
+                              inner.height));
+        ExpectSame(context, scene.Picture(cut), scene.Picture(whole), inner,
+                   "with an input cut out of a larger one");
+    }
+}
+
+// The larger world has every pixel as it was but for the rectangle's.
+void ExpectPoisonAround(Context& context, const refhost::World& world) {
+    const auto& layout = world.layout();
+    const int bytes = refhost::BytesPerPixel(layout.format);
+    for (int y = 0; y < layout.height; ++y) {
+        const auto row = world.Row(y);
+        const bool crossed = y >= kTop && y < layout.height - kBottom;
+        for (int at = 0; at < layout.width * bytes; ++at) {
+            const bool inside = crossed && at / bytes >= kLeft && at / bytes < layout.width - kRight;
+            if (!inside && row[static_cast<std::size_t>(at)] != std::byte{refhost::World::kPoison}) {
+                context.Require(false, NameOf(layout.format) + ": pixel " + std::to_string(at / bytes - kLeft) +
+                                           ", " + std::to_string(y - kTop) +
+                                           ", outside of the output, was written");
+            }
+        }
+    }
+}
+
+void OutputMayBeCutOut(Context& context) {
+    Scene scene(context);
+    for (const PF_PixelFormat format : scene.formats()) {
+        const WorldLayout inner = Scene::Layout(format, 36, 7);
+        Frame whole(inner);
+        Frame cut(inner, Around(inner));
+        const std::byte* const data = CutOut(cut.output, inner);
+        scene.Render(cut);
+        ExpectPoisonAround(context, cut.output);
+        const auto got = Packed(data, cut.output.effectWorld()->rowbytes,
+                                inner.width * refhost::BytesPerPixel(format), inner.height);
+        ExpectSame(context, got, scene.Picture(whole), inner, "with an output cut out of a larger one");
+    }
+}
+
+// ---- Fields ---------------------------------------------------------------------------------------------------
+
+// Worlds of every second row of a frame.
+template <int field, int height>
+void RendersField(Context& context) {
+    Scene scene(context);
+    for (const PF_PixelFormat format : scene.formats()) {
+        const WorldLayout layout = Scene::Layout(format, 37, height);
+        const WorldLayout both = Scene::Layout(format, 37, 2 * height);
+        const int rowBytes = layout.width * refhost::BytesPerPixel(format);
+        Frame packed(layout), frame(both);
+        for (refhost::World* world : {&frame.input, &frame.output}) {
+            PF_EffectWorld& record = *world->effectWorld();
+            record.data = reinterpret_cast<PF_Pixel*>(world->Row(field - 1).data());
+            record.rowbytes *= 2;
+            record.height = height;
+            record.extent_hint.bottom = height;
+        }
+        const auto* const data = reinterpret_cast<const std::byte*>(frame.input.effectWorld()->data);
+        packed.UseInput(Packed(data, 2 * rowBytes, rowBytes, height));
+        packed.settings.field = frame.settings.field = field;
+        scene.Render(frame);
+        const auto expected = scene.Picture(packed);
+        for (int y = 0; y < height; ++y) {
+            const auto own = frame.output.Row(2 * y + field - 1), other = frame.output.Row(2 * y + 2 - field);
+            const std::vector<std::byte> got(own.begin(), own.end());
+            const auto from = expected.begin() + std::ptrdiff_t{y} * rowBytes;
+            ExpectSame(context, got, {from, from + rowBytes}, layout, "row " + std::to_string(y) + " of the field");
+            const std::vector<std::byte> untouched(own.size(), std::byte{refhost::World::kPoison});
+            ExpectSame(context, {other.begin(), other.end()}, untouched, layout,
+                       "row " + std::to_string(y) + " of the other field");
+        }
+    }
+}
+
+// ---- Rows further apart than 32-bit arithmetic reaches --------------------------------------------------------
+
+constexpr int kFarWidth = 9, kFarStride = 3'200'000;  // 700 rows take 2.24 GB
+
+// Spreads a world's rows, and gives them back in its place at the end.
+class Spread {
+public:
+    explicit Spread(refhost::World& world) : world_(world), memory_(Bytes(world)) {
+        for (int y = 0; y < world.layout().height; ++y)
+            std::memcpy(Row(y), world.Row(y).data(), world.Row(y).size());
+        world.effectWorld()->data = reinterpret_cast<PF_Pixel*>(memory_.begin());
+        world.effectWorld()->rowbytes = kFarStride;
+    }
+
+    std::vector<std::byte> Pixels() const {
+        return Packed(memory_.begin(), kFarStride, static_cast<int>(world_.Row(0).size()), world_.layout().height);
+    }
+
+private:
+    static std::size_t Bytes(const refhost::World& world) {
+        return std::size_t{kFarStride} * static_cast<std::size_t>(world.layout().height);
+    }
+    std::byte* Row(int y) const { return memory_.begin() + std::ptrdiff_t{kFarStride} * y; }
+
+    refhost::World& world_;
+    MappedMemory memory_;
+};
+
+template <bool input, int height>
+void RowsMayBeFarApart(Context& context) {
+    Scene scene(context);
+    const PF_PixelFormat format = scene.formats().back();
+    Frame frame(Scene::Layout(format, kFarWidth, height));
+    const auto expected = scene.Picture(frame);
+    frame.Poison();
+    const Spread rows(input ? frame.input : frame.output);
+    scene.Render(frame);
+    ExpectSame(context, input ? frame.output.Pixels() : rows.Pixels(), expected, frame.output.layout(),
+               "with the last row 2 GB behind the first");
+}
+
+constexpr Rows kUsual{}, kPadded{.padding = 16}, kBottomUp{.bottomUp = true};
+constexpr Rows kByPixel{.misalignment = 4}, kByChannel{.misalignment = 1}, kOddStride{.padding = 1};
+
+constexpr Check kChecks[] = {
+    {"layout.input-padded", "Input rows may lie further apart than output rows.", Where::both,
+     IsSamePicture<20, 5, kPadded, kUsual>},
+    {"layout.output-padded", "Output rows may lie further apart than input rows.", Where::both,
+     IsSamePicture<20, 6, kUsual, kPadded>},
+    {"layout.input-bottom-up", "The input may be stored bottom row first.", Where::both,
+     IsSamePicture<20, 7, kBottomUp, kUsual>},
+    {"layout.output-bottom-up", "The output may be stored bottom row first.", Where::both,
+     IsSamePicture<20, 8, kUsual, kBottomUp>},
+    {"layout.both-bottom-up", "Input and output may both be stored bottom row first.", Where::both,
+     IsSamePicture<20, 9, kBottomUp, kBottomUp>},
+    {"layout.input-at-any-pixel", "The input may start at any pixel's address, not at multiples of 16 bytes alone.",
+     Where::both, IsSamePicture<21, 5, kByPixel, kUsual>},
+    {"layout.output-at-any-pixel",
+     "The output may start at any pixel's address, not at multiples of 16 bytes alone.", Where::both,
+     IsSamePicture<21, 6, kUsual, kByPixel>},
+    {"layout.input-at-any-channel", "The input may start at any channel's address, an odd one in 8 bits.",
+     Where::both, IsSamePicture<21, 7, kByChannel, kUsual>},
+    {"layout.output-at-any-channel", "The output may start at any channel's address, an odd one in 8 bits.",
+     Where::both, IsSamePicture<21, 8, kUsual, kByChannel>},
+    {"layout.input-odd-stride", "The distance of input rows need not be a multiple of a pixel.", Where::both,
+     IsSamePicture<22, 5, kOddStride, kUsual>},
+    {"layout.output-odd-stride", "The distance of output rows need not be a multiple of a pixel.", Where::both,
+     IsSamePicture<22, 6, kUsual, kOddStride>},
+    {"layout.padding-untouched", "Bytes between rows are not written.", Where::both, PaddingIsUntouched},
+    {"layout.padding-unread", "Bytes between the input's rows make no difference.", Where::both, PaddingIsNotRead},
+    {"layout.input-begin", "Nothing before the input's first byte is touched.", Where::both,
+     StaysBetweenPages<23, 5, true, false>},
+    {"layout.input-end", "Nothing behind the input's last byte is touched.", Where::both,
+     StaysBetweenPages<23, 6, true, true>},
+    {"layout.output-begin", "Nothing before the output's first byte is touched.", Where::both,
+     StaysBetweenPages<23, 7, false, false>},
+    {"layout.output-end", "Nothing behind the output's last byte is touched.", Where::both,
+     StaysBetweenPages<23, 8, false, true>},
+    {"layout.input-cut-out", "The input may be a rectangle of a larger world.", Where::both, InputMayBeCutOut},
+    {"layout.output-cut-out", "The output may be a rectangle of a larger world, the rest of which is left alone.",
+     Where::both, OutputMayBeCutOut},
+    {"layout.upper-field", "The upper field's rows are rendered in their places, the others left alone.",
+     Where::both, RendersField<1, 6>},
+    {"layout.lower-field", "The lower field's rows are rendered in their places, the others left alone.",
+     Where::both, RendersField<2, 7>},
+    {"layout.input-past-2-gib", "The input's rows may lie more than 2 GiB apart.", Where::both,
+     RowsMayBeFarApart<true, 700>},
+    {"layout.output-past-2-gib", "The output's rows may lie more than 2 GiB apart.", Where::both,
+     RowsMayBeFarApart<false, 701>},
+};
+
+}  // namespace
+
+std::span<const Check> LayoutChecks() {
+    return kChecks;
+}
+
+}  // namespace nuvhost::validate

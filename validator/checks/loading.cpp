@@ -1,0 +1,145 @@
+// The file and the loader: what a host meets before it asks the effect for anything.
+#include <algorithm>
+#include <chrono>
+#include <functional>
+
+#include "platform/module.h"
+#include "platform/process_state.h"
+#include "validator/registry.h"
+
+namespace nuvhost::validate {
+namespace {
+
+constexpr int kLoads = 100;
+constexpr int kWarmUps = 20;            // in which the loader and the C library fill their own caches
+constexpr std::int64_t kGrowth = 4096;  // bytes; less than one block of 64 bytes in each load
+constexpr std::chrono::milliseconds kLoadTime{100};
+
+void Loads(Context& context) {
+    const Module module(context.plugin());
+}
+
+void ExportsEntryPoints(Context& context) {
+    const Module module(context.plugin());
+    for (const char* name : {"EffectMain", "PluginDataEntryFunction"})
+        context.Expect(module.Find(name) != nullptr, std::string(name) + " is not exported");
+}
+
+// The fastest of a few, since a busy machine is not the effect's fault.
+void LoadsQuickly(Context& context) {
+    using Clock = std::chrono::steady_clock;
+    auto fastest = Clock::duration::max();
+    for (int i = 0; i < 5; ++i) {
+        const auto start = Clock::now();
+        const Module module(context.plugin());
+        fastest = std::min(fastest, Clock::now() - start);
+    }
+    const auto time = std::chrono::duration_cast<std::chrono::milliseconds>(fastest);
+    context.Expect(time < kLoadTime, "the fastest of five loads took " + std::to_string(time.count()) + " ms");
+}
+
+void Unloads(Context& context) {
+    { const Module module(context.plugin()); }
+    context.Expect(!Module::IsLoaded(context.plugin()), "the file is still loaded after it was unloaded");
+}
+
+void ExpectNoGrowth(Context& context, const std::function<void()>& cycle) {
+    for (int i = 0; i < kWarmUps; ++i)
+        cycle();
+    RequireHeapCount(context);
+    const std::int64_t before = HeapBytesInUse();
+    for (int i = 0; i < kLoads; ++i)
+        cycle();
+    const std::int64_t grown = HeapBytesInUse() - before;
+    context.Expect(grown < kGrowth, "after " + std::to_string(kLoads) + " times the heap holds " +
+                                        std::to_string(grown) + " bytes more");
+}
+
+void DoesNotGrow(Context& context) {
+    ExpectNoGrowth(context, [&] { const Module module(context.plugin()); });
+}
+
+void DoesNotGrowInUse(Context& context) {
+    const auto library = context.Load();
+    ExpectNoGrowth(context, [&] {
+        refhost::Host host(library, context.HostOptions());
+        host.SetUp();
+        host.GlobalSetdown();
+    });
+}
+
+// ---- What loading leaves as it was -----------------------------------------------------------------
+
+void StartsNoThread(Context& context) {
+    const int before = ThreadCount();
+    const Module module(context.plugin());
+    const int threads = ThreadCount() - before;
+    context.Expect(threads == 0, "loading starts " + std::to_string(threads) + " threads");
+}
+
+void LeavesNoHandles(Context& context) {
+    { const Module warmUp(context.plugin()); }
+    const std::int64_t before = OpenHandles();
+    for (int i = 0; i < 5; ++i)
+        const Module module(context.plugin());
+    const std::int64_t left = OpenHandles() - before;
+    context.Expect(left == 0,
+                   "after loading and unloading five times " + std::to_string(left) + " more handles are open");
+}
+
+void KeepsFloatState(Context& context) {
+    const std::string before = FloatState();
+    const Module module(context.plugin());
+    context.Expect(FloatState() == before, "loading changes the floating-point settings of the host's thread");
+}
+
+void KeepsLocale(Context& context) {
+    const std::string before = LocaleName();
+    const Module module(context.plugin());
+    context.Expect(LocaleName() == before, "the locale was " + before + " and is now " + LocaleName());
+}
+
+void KeepsWorkingFolder(Context& context) {
+    const std::string before = WorkingFolder();
+    const Module module(context.plugin());
+    context.Expect(WorkingFolder() == before, "the working folder is now " + WorkingFolder());
+}
+
+void KeepsCrashHandlers(Context& context) {
+    const std::string before = CrashHandlers();
+    const Module module(context.plugin());
+    context.Expect(CrashHandlers() == before, "loading takes the host's crash handlers away");
+}
+
+constexpr Check kChecks[] = {
+    {"loading.loads", "The file loads with every import resolved: no runtime or other library is missing.",
+     Where::compositing, Loads, Kind::gate},
+    {"loading.exports", "The file exports EffectMain and PluginDataEntryFunction.", Where::compositing,
+     ExportsEntryPoints, Kind::gate},
+    {"loading.time", "Loading takes less than 100 ms once the file is in the system's cache.", Where::compositing,
+     LoadsQuickly},
+    {"loading.unloads", "The file can be unloaded: nothing in it keeps it in the process.", Where::compositing,
+     Unloads},
+    {"loading.no-growth", "Loading and unloading 100 times leaves the heap as it was.", Where::compositing,
+     DoesNotGrow},
+    {"loading.no-growth-in-use", "Scanning, setting up and setting down 100 times leaves the heap as it was.",
+     Where::both, DoesNotGrowInUse},
+    {"loading.no-thread", "Loading starts no thread.", Where::compositing, StartsNoThread},
+    {"loading.no-handle-left", "Loading and unloading leaves no handle or file open.", Where::compositing,
+     LeavesNoHandles},
+    {"loading.float-state", "Loading leaves rounding, flushing and trapping of floating-point numbers alone.",
+     Where::compositing, KeepsFloatState},
+    {"loading.locale", "Loading leaves the process's locale alone.", Where::compositing, KeepsLocale},
+    {"loading.working-folder", "Loading leaves the process's working folder alone.", Where::compositing,
+     KeepsWorkingFolder},
+    {"loading.crash-handlers", "Loading leaves the host's crash handlers in place.", Where::compositing,
+     KeepsCrashHandlers},
+};
+
+}  // namespace
+
+std::span<const Check> LoadingChecks() {
+    return kChecks;
+}
+
+}  // namespace nuvhost::validate

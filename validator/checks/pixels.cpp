@@ -1,0 +1,304 @@
+// Pixels: each depth, every size, and the numbers that occur in them.
+//
+// Each check renders at a size of its own, by which its control knows it.
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <vector>
+
+#include "platform/mapped_memory.h"
+#include "platform/process_state.h"
+#include "validator/registry.h"
+#include "validator/kit/scene.h"
+
+namespace nuvhost::validate {
+namespace {
+
+using refhost::WorldLayout;
+
+// One poison shows through wherever nothing was written, the other where it happens to be the right answer.
+void ExpectWritten(Context& context, Scene& scene, Frame& frame) {
+    const auto first = scene.Picture(frame, 0xA5);
+    ExpectSame(context, scene.Picture(frame, 0x5A), first, frame.output.layout(), "what was in the output shows");
+}
+
+PF_PixelFormat FormatOf(Context& context, const Scene& scene, int bytesPerPixel) {
+    for (const PF_PixelFormat format : scene.formats()) {
+        if (refhost::BytesPerPixel(format) == bytesPerPixel) return format;
+    }
+    context.NotApplicable("the effect does not declare this depth");
+}
+
+template <typename Channel>
+std::vector<Channel> ChannelsOf(const std::vector<std::byte>& pixels) {
+    std::vector<Channel> channels(pixels.size() / sizeof(Channel));
+    std::memcpy(channels.data(), pixels.data(), channels.size() * sizeof(Channel));
+    return channels;
+}
+
+// ---- Depths ---------------------------------------------------------------------------------------------------
+
+template <int bytesPerPixel, int width, int height>
+void IsWritten(Context& context) {
+    Scene scene(context);
+    const PF_PixelFormat format = FormatOf(context, scene, bytesPerPixel);
+    Frame frame(Scene::Layout(format, width, height));
+    ExpectWritten(context, scene, frame);
+}
+
+void StaysBelowWhite16(Context& context) {
+    Scene scene(context);
+    Frame frame(Scene::Layout(FormatOf(context, scene, 8), 18, 7));
+    for (const std::uint16_t channel : ChannelsOf<std::uint16_t>(scene.Picture(frame)))
+        context.Require(channel <= 32768,
+                        "a channel is " + std::to_string(channel) + ", above white, which is 32768");
+}
+
+void StaysFinite(Context& context) {
+    Scene scene(context);
+    Frame frame(Scene::Layout(FormatOf(context, scene, 16), 18, 8));
+    for (const float channel : ChannelsOf<float>(scene.Picture(frame)))
+        context.Require(std::isfinite(channel), "a channel is not finite though all of the input is");
+}
+
+// The average of each channel, white being 1.
+std::array<double, 4> Averages(const std::vector<std::byte>& pixels, int bytesPerPixel) {
+    std::array<double, 4> sums{};
+    const std::size_t channel = static_cast<std::size_t>(bytesPerPixel) / 4, channels = pixels.size() / channel;
+    for (std::size_t i = 0; i < channels; ++i) {
+        const std::byte* const from = &pixels[i * channel];
+        if (bytesPerPixel == 4) sums[i % 4] += std::to_integer<int>(*from) / 255.0;
+        if (bytesPerPixel == 8) {
+            std::uint16_t value;
+            std::memcpy(&value, from, sizeof value);
+            sums[i % 4] += value / 32768.0;
+        }
+        if (bytesPerPixel == 16) {
+            float value;
+            std::memcpy(&value, from, sizeof value);
+            sums[i % 4] += static_cast<double>(value);
+        }
+    }
+    for (double& sum : sums)
+        sum = sum * 4 / static_cast<double>(channels);
+    return sums;
+}
+
+void DepthsAgree(Context& context) {
+    constexpr double kTolerance = 0.02;
+    Scene scene(context);
+    if (scene.formats().size() < 2) context.NotApplicable("the effect declares one depth only");
+    std::array<double, 4> first{};
+    for (const PF_PixelFormat format : scene.formats()) {
+        Frame frame(Scene::Layout(format, 40, 30));
+        const auto averages = Averages(scene.Picture(frame), refhost::BytesPerPixel(format));
+        if (format == scene.formats().front()) first = averages;
+        for (std::size_t i = 0; i < 4; ++i) {
+            context.Expect(std::abs(averages[i] - first[i]) <= kTolerance,
+                           NameOf(format) + ": channel " + std::to_string(i) + " is " +
+                               std::to_string(averages[i]) + " on average, not " + std::to_string(first[i]) +
+                               " as in " + NameOf(scene.formats().front()));
+        }
+    }
+}
+
+// ---- Float values ---------------------------------------------------------------------------------------------
+
+// In every channel, each in a pixel of its own, in an ordinary picture. Any result will do that the effect gives
+// twice; what is asked is that it comes, and that nothing beside it is hurt.
+template <int height>
+void ExpectRenders(Context& context, const std::vector<float>& values) {
+    Scene scene(context);
+    Frame frame(Scene::Layout(FormatOf(context, scene, 16), 19, height));
+    auto pixels = frame.input.Pixels();
+    std::size_t at = 0;
+    for (const float value : values) {
+        for (std::size_t channel = 0; channel < 4; ++channel, at += 3)
+            std::memcpy(&pixels[at % (pixels.size() / 16) * 16 + channel * 4], &value, sizeof value);
+    }
+    frame.UseInput(pixels);
+    const auto first = scene.Picture(frame);
+    ExpectSame(context, scene.Picture(frame), first, frame.output.layout(), "the second render differs");
+}
+
+using Limits = std::numeric_limits<float>;
+
+void TakesBelowZero(Context& context) {
+    ExpectRenders<5>(context, {-0.0f, -0.001f, -1.0f, -70000.0f, Limits::lowest()});
+}
+
+void TakesAboveOne(Context& context) {
+    ExpectRenders<6>(context, {1.0000001f, 2.0f, 70000.0f, 3e9f, 2e19f, Limits::max()});
+}
+
+void TakesInfinite(Context& context) {
+    ExpectRenders<7>(context, {Limits::infinity(), -Limits::infinity()});
+}
+
+void TakesNotANumber(Context& context) {
+    ExpectRenders<8>(context, {Limits::quiet_NaN(), -Limits::quiet_NaN()});
+}
+
+void TakesSignalling(Context& context) {
+    ExpectRenders<9>(context, {Limits::signaling_NaN()});
+}
+
+void TakesDenormal(Context& context) {
+    ExpectRenders<10>(context, {Limits::denorm_min(), -Limits::denorm_min(), 1e-40f, Limits::min() / 2});
+}
+
+// ---- Sizes ----------------------------------------------------------------------------------------------------
+
+// Tens of thousands of rows would be as many records of calls.
+refhost::HostOptions WithoutRecords(const Context& context) {
+    auto options = context.HostOptions();
+    options.recordCalls = false;
+    return options;
+}
+
+template <int width, int height>
+void HasSize(Context& context) {
+    Scene scene(context, WithoutRecords(context));
+    for (const PF_PixelFormat format : scene.formats()) {
+        Frame frame(Scene::Layout(format, width, height));
+        ExpectWritten(context, scene, frame);
+    }
+}
+
+void HasEverySmallSize(Context& context) {
+    Scene scene(context, WithoutRecords(context));
+    for (const PF_PixelFormat format : scene.formats()) {
+        for (int size = 1; size <= 34; ++size) {
+            Frame frame(Scene::Layout(format, size, 1 + size * 7 % 18));
+            ExpectWritten(context, scene, frame);
+        }
+    }
+}
+
+template <int inWidth, int inHeight, int outWidth, int outHeight>
+void HasSizes(Context& context) {
+    Scene scene(context);
+    for (const PF_PixelFormat format : scene.formats()) {
+        Frame frame(Scene::Layout(format, inWidth, inHeight), Scene::Layout(format, outWidth, outHeight));
+        ExpectWritten(context, scene, frame);
+    }
+}
+
+// A frame 30,000 pixels wide, whose first and last rows hold a picture and all between them is empty, since pages
+// that nobody writes take no memory.
+class WideFrame {
+public:
+    static constexpr int kWidth = 30000;
+
+    WideFrame(PF_PixelFormat format, int height)
+        : format_(format), height_(height), input_(Bytes()), output_(Bytes()) {
+        refhost::World picture(Scene::Layout(format, kWidth, 8));
+        Paint(picture, 1);
+        const auto pixels = picture.Pixels();
+        std::memcpy(input_.begin(), pixels.data(), pixels.size());
+        std::memcpy(input_.begin() + Bytes() - pixels.size(), pixels.data(), pixels.size());
+    }
+
+    // With the parameters at their defaults. Gives the first and the last row.
+    std::array<std::vector<std::byte>, 2> Render(Scene& scene, int poison) {
+        const std::size_t last = Bytes() - RowBytes();
+        for (const std::size_t at : {std::size_t{0}, last})
+            std::memset(output_.begin() + at, poison, RowBytes());
+        SetDefaults(scene.host, scene.instance, kWidth, height_);
+        Frame frame(Scene::Layout(format_, 0, 0));
+        Place(frame.input, input_);
+        Place(frame.output, output_);
+        scene.Render(frame);
+        const auto row = [&](std::size_t at) {
+            return std::vector<std::byte>(output_.begin() + at, output_.begin() + at + RowBytes());
+        };
+        return {row(0), row(last)};
+    }
+
+private:
+    std::size_t RowBytes() const {
+        return static_cast<std::size_t>(kWidth) * static_cast<std::size_t>(refhost::BytesPerPixel(format_));
+    }
+    std::size_t Bytes() const { return RowBytes() * static_cast<std::size_t>(height_); }
+
+    void Place(refhost::World& world, const MappedMemory& memory) const {
+        PF_EffectWorld& record = *world.effectWorld();
+        record.data = reinterpret_cast<PF_Pixel*>(memory.begin());
+        record.rowbytes = static_cast<std::int32_t>(RowBytes());
+        record.width = kWidth;
+        record.height = height_;
+        record.extent_hint = {0, 0, kWidth, height_};
+    }
+
+    PF_PixelFormat format_;
+    int height_;
+    MappedMemory input_, output_;
+};
+
+// Worlds of 2.16 GB each. An effect that draws the ends of two small frames alike, whatever lies between them, has
+// to draw those of the large one so as well; of any other effect it is only asked that it writes them.
+void HasHugeFrame(Context& context) {
+    constexpr std::int64_t kWorld = 2'160'000'000,
+                           kNeeded = 4 * kWorld;  // an effect may keep two copies of its own
+    if (MemoryAvailable() < kNeeded) {
+        context.NotApplicable("less than " + std::to_string(kNeeded >> 20) + " MiB of memory are available");
+    }
+    Scene scene(context, WithoutRecords(context));
+    const PF_PixelFormat format = scene.formats().back();
+    const auto small = WideFrame(format, 40).Render(scene, 0x5A);
+    const bool alike = WideFrame(format, 64).Render(scene, 0x5A) == small;
+    const auto height = static_cast<int>(kWorld / WideFrame::kWidth / refhost::BytesPerPixel(format));
+    const auto huge = WideFrame(format, height).Render(scene, 0xA5);
+    for (const std::size_t end : {0u, 1u}) {
+        const std::string row = end == 0 ? "the first row" : "the last row";
+        const std::vector<std::byte> untouched(huge[end].size(), std::byte{0xA5});
+        context.Expect(huge[end] != untouched, row + " was not written");
+        if (alike) {
+            ExpectSame(context, huge[end], small[end], Scene::Layout(format, WideFrame::kWidth, height),
+                       row + " is not that of a small frame");
+        }
+    }
+    context.AddPoints(alike ? 2 : 0);
+}
+
+constexpr Check kChecks[] = {
+    {"pixels.written-8-bit", "In 8 bits every output pixel is written, whatever was there before.", Where::both,
+     IsWritten<4, 17, 5>},
+    {"pixels.written-16-bit", "In 16 bits every output pixel is written, whatever was there before.",
+     Where::compositing, IsWritten<8, 17, 6>},
+    {"pixels.written-float", "In 32-bit float every output pixel is written, whatever was there before.",
+     Where::compositing, IsWritten<16, 17, 7>},
+    {"pixels.white-16-bit", "In 16 bits no output channel exceeds white, which is 32768.", Where::compositing,
+     StaysBelowWhite16},
+    {"pixels.finite", "A float picture of ordinary values gives finite values.", Where::compositing, StaysFinite},
+    {"pixels.depths-agree", "The same picture has the same average colour in every depth, to 2 per cent.",
+     Where::compositing, DepthsAgree},
+    {"pixels.below-zero", "Float values below 0 are rendered.", Where::compositing, TakesBelowZero},
+    {"pixels.above-one", "Float values above 1, to the largest, are rendered.", Where::compositing, TakesAboveOne},
+    {"pixels.infinite", "Infinite float values are rendered.", Where::compositing, TakesInfinite},
+    {"pixels.not-a-number", "Float values that are not a number are rendered.", Where::compositing,
+     TakesNotANumber},
+    {"pixels.signalling", "Float values that signal when they are used are rendered.", Where::compositing,
+     TakesSignalling},
+    {"pixels.denormal", "Denormal float values are rendered.", Where::compositing, TakesDenormal},
+    {"pixels.one-pixel", "A layer of one pixel is rendered.", Where::both, HasSize<1, 1>},
+    {"pixels.one-row", "A layer of one row is rendered.", Where::both, HasSize<47, 1>},
+    {"pixels.one-column", "A layer of one column is rendered.", Where::both, HasSize<1, 47>},
+    {"pixels.small-sizes", "Every width from 1 to 34 pixels is rendered to the last column.", Where::both,
+     HasEverySmallSize, Kind::slow},
+    {"pixels.long-row", "A layer of 30,000 x 1 pixels is rendered.", Where::both, HasSize<30000, 1>},
+    {"pixels.long-column", "A layer of 1 x 30,000 pixels is rendered.", Where::both, HasSize<1, 30000>},
+    {"pixels.larger-input", "The input may be larger than the output.", Where::both, HasSizes<31, 23, 16, 10>},
+    {"pixels.larger-output", "The output may be larger than the input.", Where::both, HasSizes<15, 10, 33, 24>},
+    {"pixels.past-2-gib", "A frame whose worlds pass 2 GiB is rendered to its ends.", Where::compositing,
+     HasHugeFrame, Kind::slow},
+};
+
+}  // namespace
+
+std::span<const Check> PixelsChecks() {
+    return kChecks;
+}
+
+}  // namespace nuvhost::validate

@@ -1,0 +1,350 @@
+// Pre-render: what the effect answers, and what it leaves to the render.
+#include <atomic>
+#include <climits>
+#include <cstdint>
+#include <cstring>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "validator/registry.h"
+#include "validator/kit/scene.h"
+
+namespace nuvhost::validate {
+namespace {
+
+bool IsEmpty(const PF_LRect& r) {
+    return r.left >= r.right || r.top >= r.bottom;
+}
+
+bool Inside(const PF_LRect& inner, const PF_LRect& outer) {
+    return IsEmpty(inner) || (inner.left >= outer.left && inner.top >= outer.top && inner.right <= outer.right &&
+                              inner.bottom <= outer.bottom);
+}
+
+bool Same(const PF_LRect& a, const PF_LRect& b) {
+    return std::memcmp(&a, &b, sizeof a) == 0;
+}
+
+std::string Text(const PF_LRect& r) {
+    return "(" + std::to_string(r.left) + ", " + std::to_string(r.top) + ", " + std::to_string(r.right) + ", " +
+           std::to_string(r.bottom) + ")";
+}
+
+// A scene of an effect that has pre-render, and one frame of it. Each check has a size of its own, by which its
+// control knows it.
+struct Smart {
+    Smart(Context& theContext, int width, int height)
+        : context(theContext), scene(theContext), frame(Scene::Layout(scene.formats().front(), width, height)) {
+        if (scene.way() != Way::smart) context.NotApplicable("the effect declares no smart render");
+    }
+
+    // Pre-render alone; a code ends the check.
+    refhost::RenderResult PreRender() {
+        scene.host.account().Reset();
+        auto result = frame.Render(scene.host, scene.instance, Way::smart, false);
+        context.Require(result.preRender == PF_Err_NONE, "code " + std::to_string(result.preRender));
+        return result;
+    }
+
+    std::int64_t Calls(refhost::Call call) { return scene.host.account().Count(call); }
+
+    Context& context;
+    Scene scene;
+    Frame frame;
+};
+
+const PF_LRect kRequests[] = {{0, 0, 8, 8}, {3, 2, 9, 6}, {-5, -5, 4, 3}, {10, 8, 60, 50}, {-100, -100, 200, 200}};
+
+// ---- Rectangles -----------------------------------------------------------------------------------------------
+
+void ResultIsInMaximum(Context& context) {
+    Smart smart(context, 20, 10);
+    for (const PF_LRect& request : kRequests) {
+        smart.frame.settings.request = request;
+        const auto out = smart.PreRender().preRenderOutput;
+        context.Expect(Inside(out.result_rect, out.max_result_rect),
+                       "for " + Text(request) + " the result is " + Text(out.result_rect) +
+                           ", outside of the maximum " + Text(out.max_result_rect));
+    }
+}
+
+void ResultIsInRequest(Context& context) {
+    Smart smart(context, 20, 11);
+    for (const PF_LRect& request : kRequests) {
+        smart.frame.settings.request = request;
+        const auto out = smart.PreRender().preRenderOutput;
+        const bool announced = (out.flags & PF_RenderOutputFlag_RETURNS_EXTRA_PIXELS) != 0;
+        context.Expect(announced || Inside(out.result_rect, request), "for " + Text(request) + " the result is " +
+                                                                          Text(out.result_rect) +
+                                                                          ", and extra pixels are not announced");
+    }
+}
+
+void MaximumIsFixed(Context& context) {
+    Smart smart(context, 20, 12);
+    smart.frame.settings.request = kRequests[0];
+    const PF_LRect first = smart.PreRender().preRenderOutput.max_result_rect;
+    for (const PF_LRect& request : kRequests) {
+        smart.frame.settings.request = request;
+        const PF_LRect maximum = smart.PreRender().preRenderOutput.max_result_rect;
+        context.Expect(Same(maximum, first),
+                       "for " + Text(request) + " the maximum is " + Text(maximum) + ", not " + Text(first));
+    }
+}
+
+void IgnoresOldRectangles(Context& context) {
+    Smart smart(context, 20, 13);
+    const auto first = smart.PreRender().preRenderOutput;
+    smart.frame.settings.initialResultRect = {-50, -60, 70, 80};
+    const auto second = smart.PreRender().preRenderOutput;
+    context.Expect(
+        Same(second.result_rect, first.result_rect) && Same(second.max_result_rect, first.max_result_rect),
+        "rectangles that were in the record before make a difference");
+}
+
+bool IsOrdered(const PF_LRect& r) {
+    return r.left <= r.right && r.top <= r.bottom;
+}
+
+void TakesFarRequests(Context& context) {
+    Smart smart(context, 20, 14);
+    const PF_LRect far[] = {{INT_MIN, INT_MIN, INT_MAX, INT_MAX}, {INT_MAX - 1, INT_MAX - 1, INT_MAX, INT_MAX}};
+    for (const PF_LRect& request : far) {
+        smart.frame.settings.request = request;
+        const auto out = smart.PreRender().preRenderOutput;
+        context.Expect(IsOrdered(out.result_rect) && IsOrdered(out.max_result_rect),
+                       "for " + Text(request) + " the rectangles are " + Text(out.result_rect) + " and " +
+                           Text(out.max_result_rect));
+    }
+}
+
+void TakesEmptyRequest(Context& context) {
+    Smart smart(context, 20, 15);
+    smart.frame.withOutput = false;  // an empty request stays empty without an output
+    const auto out = smart.PreRender().preRenderOutput;
+    context.Expect(IsOrdered(out.result_rect) && IsOrdered(out.max_result_rect),
+                   "the rectangles are " + Text(out.result_rect) + " and " + Text(out.max_result_rect));
+}
+
+void TakesEmptyLayer(Context& context) {
+    Smart smart(context, 20, 16);
+    smart.frame.withInput = false;
+    smart.frame.settings.layerWidth = 20;
+    smart.frame.settings.layerHeight = 16;
+    smart.frame.settings.checkoutResult = PF_LRect{};
+    const auto out = smart.PreRender().preRenderOutput;
+    context.Expect(IsOrdered(out.result_rect) && IsOrdered(out.max_result_rect),
+                   "the rectangles are " + Text(out.result_rect) + " and " + Text(out.max_result_rect));
+}
+
+void IsRepeatable(Context& context) {
+    Smart smart(context, 20, 17);
+    const auto first = smart.PreRender();
+    const auto second = smart.PreRender();
+    context.Expect(Same(first.preRenderOutput.result_rect, second.preRenderOutput.result_rect) &&
+                       Same(first.preRenderOutput.max_result_rect, second.preRenderOutput.max_result_rect) &&
+                       first.preRenderOutput.flags == second.preRenderOutput.flags &&
+                       Same(first.inputRequest.rect, second.inputRequest.rect),
+                   "the second pre-render of the same frame answers something else");
+}
+
+// ---- What is asked of the input -------------------------------------------------------------------------------
+
+refhost::RenderResult AsksForInput(Smart& smart) {
+    auto result = smart.PreRender();
+    if (smart.Calls(refhost::Call::checkoutLayer) == 0) smart.context.NotApplicable("the effect reads no layer");
+    return result;
+}
+
+void PassesField(Context& context) {
+    Smart smart(context, 21, 10);
+    for (const std::int32_t field : {0, 1, 2}) {
+        smart.frame.settings.field = field;
+        const std::int32_t asked = AsksForInput(smart).inputRequest.field;
+        context.Expect(asked == field,
+                       "field " + std::to_string(asked) + " of the input for field " + std::to_string(field));
+    }
+}
+
+void PassesChannels(Context& context) {
+    Smart smart(context, 21, 11);
+    for (const std::int32_t mask : {1, 2, 6, 15}) {
+        smart.frame.settings.channelMask = mask;
+        const std::int32_t asked = AsksForInput(smart).inputRequest.channel_mask;
+        context.Expect((asked & mask) == mask,
+                       "channels " + std::to_string(asked) + " of the input for channels " + std::to_string(mask));
+    }
+}
+
+void PassesColourOfClear(Context& context) {
+    Smart smart(context, 21, 12);
+    smart.frame.settings.preserveRgbOfZeroAlpha = true;
+    context.Expect(AsksForInput(smart).inputRequest.preserve_rgb_of_zero_alpha != 0,
+                   "the host wants colour under zero alpha, and the input is asked for without");
+}
+
+void NamesEachCheckoutOnce(Context& context) {
+    Smart smart(context, 21, 14);
+    smart.PreRender();
+    context.ExpectNone(smart.scene.host.account().Misuse(), "misuse");
+}
+
+// ---- What it leaves -------------------------------------------------------------------------------------------
+
+void TouchesNoPixel(Context& context) {
+    Smart smart(context, 22, 10);
+    const auto rendered = smart.scene.Picture(smart.frame);
+    smart.PreRender();
+    context.ExpectNone(smart.frame.Damage(), "damage");
+    context.Expect(smart.frame.output.Pixels() == rendered, "pre-render writes the output");
+    context.Expect(
+        smart.Calls(refhost::Call::checkoutLayerPixels) == 0 && smart.Calls(refhost::Call::checkoutOutput) == 0,
+        "pre-render asks for pixels");
+}
+
+void ChecksParametersIn(Context& context) {
+    Smart smart(context, 22, 11);
+    smart.PreRender();
+    context.Expect(smart.Calls(refhost::Call::checkoutParam) == smart.Calls(refhost::Call::checkinParam),
+                   "of the parameters " + std::to_string(smart.Calls(refhost::Call::checkoutParam)) +
+                       " were checked out and " + std::to_string(smart.Calls(refhost::Call::checkinParam)) + " in");
+}
+
+void ReleasesSuites(Context& context) {
+    Smart smart(context, 22, 12);
+    smart.PreRender();
+    for (const std::string& line : smart.scene.host.account().Outstanding())
+        context.Expect(!line.starts_with("suite"), "kept: " + line);
+}
+
+void LeavesNothingLocked(Context& context) {
+    Smart smart(context, 22, 13);
+    smart.PreRender();
+    context.ExpectNone(smart.scene.host.account().Misuse(), "misuse");
+}
+
+void HasDeleteFunction(Context& context) {
+    Smart smart(context, 22, 14);
+    const auto out = smart.PreRender().preRenderOutput;
+    context.Expect(!out.pre_render_data || out.delete_pre_render_data_func,
+                   "pre-render leaves data and no function that deletes them");
+}
+
+void NeedsNoRender(Context& context) {
+    Smart smart(context, 22, 15);
+    for (int i = 0; i < 50; ++i)
+        smart.PreRender();
+    for (const std::string& line : smart.scene.host.account().Outstanding())
+        context.Expect(!line.starts_with("handle") && !line.starts_with("world"), "kept: " + line);
+}
+
+void SaysNothing(Context& context) {
+    Smart smart(context, 22, 16);
+    const auto out = smart.PreRender().outData;
+    context.Expect(out.return_msg[0] == '\0' &&
+                       (static_cast<std::uint32_t>(out.out_flags) & PF_OutFlag_DISPLAY_ERROR_MESSAGE) == 0,
+                   "a pre-render that succeeds asks for a message");
+}
+
+// ---- The render that follows ----------------------------------------------------------------------------------
+
+void ExpectSame(Smart& smart, const std::vector<std::byte>& expected, const std::string& when) {
+    ExpectSame(smart.context, smart.frame.output.Pixels(), expected, smart.frame.output.layout(), when);
+}
+
+void MayComeTwice(Context& context) {
+    Smart smart(context, 23, 10);
+    const auto expected = smart.scene.Picture(smart.frame);
+    smart.frame.Poison();
+    smart.PreRender();
+    smart.PreRender();
+    smart.scene.Render(smart.frame);
+    ExpectSame(smart, expected, "after three pre-renders");
+}
+
+// A whole other frame between the pre-render and the render of this one, as when a host plans ahead.
+void MayBeFollowedByOther(Context& context) {
+    Smart smart(context, 23, 11);
+    const auto expected = smart.scene.Picture(smart.frame);
+    smart.frame.Poison();
+    std::atomic<bool> done{false};
+    smart.scene.host.options().faults = [&](const refhost::CallRecord& record) -> std::optional<PF_Err> {
+        if (record.call == refhost::Call::checkoutLayerPixels && !done.exchange(true)) {
+            std::thread([&] {
+                Frame other(Scene::Layout(smart.scene.formats().front(), 17, 9));
+                other.Render(smart.scene.host, smart.scene.instance, Way::smart);
+            }).join();
+        }
+        return std::nullopt;
+    };
+    smart.scene.Render(smart.frame);
+    smart.scene.host.options().faults = nullptr;
+    ExpectSame(smart, expected, "with another frame between its pre-render and its render");
+}
+
+void ReadsWhatItAnnounced(Context& context) {
+    Smart smart(context, 23, 12);
+    smart.scene.Render(smart.frame);
+}
+
+void ReadsEachLayerOnce(Context& context) {
+    Smart smart(context, 23, 13);
+    smart.scene.Render(smart.frame);
+}
+
+constexpr Check kChecks[] = {
+    {"prerender.result-in-maximum", "The result rectangle lies inside the maximal one.", Where::compositing,
+     ResultIsInMaximum},
+    {"prerender.result-in-request",
+     "The result rectangle lies inside the request unless extra pixels are announced.", Where::compositing,
+     ResultIsInRequest},
+    {"prerender.maximum-fixed", "The maximal rectangle does not depend on the request.", Where::compositing,
+     MaximumIsFixed},
+    {"prerender.old-rectangles", "Rectangles that are in the record on entry make no difference.",
+     Where::compositing, IgnoresOldRectangles},
+    {"prerender.far-request", "A request as large as numbers go is answered by proper rectangles.",
+     Where::compositing, TakesFarRequests},
+    {"prerender.empty-request", "An empty request is answered with success.", Where::compositing,
+     TakesEmptyRequest},
+    {"prerender.empty-layer", "A layer without pixels is answered with success.", Where::compositing,
+     TakesEmptyLayer},
+    {"prerender.repeatable", "The same question has the same answer.", Where::compositing, IsRepeatable},
+    {"prerender.field", "The input is asked for in the field that the host wants.", Where::compositing,
+     PassesField},
+    {"prerender.channels", "The input is asked for with every channel that the host wants.", Where::compositing,
+     PassesChannels},
+    {"prerender.colour-of-clear",
+     "The input is asked for with its colour under zero alpha where the host wants that.", Where::compositing,
+     PassesColourOfClear},
+    {"prerender.one-id", "Each layer is announced under a check-out id of its own.", Where::compositing,
+     NamesEachCheckoutOnce},
+    {"prerender.no-pixel", "Pre-render touches no pixel.", Where::compositing, TouchesNoPixel},
+    {"prerender.parameters", "Pre-render checks in every parameter that it checks out.", Where::compositing,
+     ChecksParametersIn},
+    {"prerender.suites", "Pre-render releases every suite that it acquires.", Where::compositing, ReleasesSuites},
+    {"prerender.unlocked", "What pre-render leaves to the render is not locked.", Where::compositing,
+     LeavesNothingLocked},
+    {"prerender.delete-function", "What pre-render leaves to the render comes with a function that deletes it.",
+     Where::compositing, HasDeleteFunction},
+    {"prerender.no-render", "Pre-render without a render, 50 times, leaves no memory behind.", Where::compositing,
+     NeedsNoRender},
+    {"prerender.no-message", "A pre-render that succeeds asks for no message.", Where::compositing, SaysNothing},
+    {"prerender.thrice", "Further pre-renders before a render make no difference to it.", Where::compositing,
+     MayComeTwice},
+    {"prerender.order", "Another frame between pre-render and render makes no difference to it.",
+     Where::compositing, MayBeFollowedByOther},
+    {"prerender.announced", "The render reads no layer that pre-render has not announced.", Where::compositing,
+     ReadsWhatItAnnounced},
+    {"prerender.read-once", "The render fetches each announced layer once.", Where::compositing,
+     ReadsEachLayerOnce},
+};
+
+}  // namespace
+
+std::span<const Check> PrerenderChecks() {
+    return kChecks;
+}
+
+}  // namespace nuvhost::validate

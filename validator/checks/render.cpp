@@ -1,0 +1,293 @@
+// Rendering: what the effect leaves alone, and under which circumstances it still renders.
+//
+// Each check renders at a size of its own, by which its control knows it.
+#include <cstdint>
+#include <optional>
+#include <vector>
+
+#include "platform/process_state.h"
+#include "validator/registry.h"
+#include "validator/kit/scene.h"
+
+namespace nuvhost::validate {
+namespace {
+
+using refhost::WorldLayout;
+
+// One frame in each format.
+template <typename Try>
+void InEachFormat(Context& context, int width, int height, Try attempt) {
+    Scene scene(context);
+    for (const PF_PixelFormat format : scene.formats()) {
+        Frame frame(Scene::Layout(format, width, height));
+        attempt(scene, frame);
+    }
+}
+
+// ---- Left alone -----------------------------------------------------------------------------------------------
+
+// Scene::Render reports whatever was damaged; each of these looks for what no other does.
+void KeepsInput(Context& context) {
+    InEachFormat(context, 24, 5, [](Scene& scene, Frame& frame) { scene.Picture(frame); });
+}
+
+void KeepsRecords(Context& context) {
+    InEachFormat(context, 24, 6, [](Scene& scene, Frame& frame) { scene.Picture(frame); });
+}
+
+void KeepsParameters(Context& context) {
+    InEachFormat(context, 24, 7, [](Scene& scene, Frame& frame) { scene.Picture(frame); });
+}
+
+void KeepsSequenceData(Context& context) {
+    InEachFormat(context, 24, 8, [&](Scene& scene, Frame& frame) {
+        const PF_Handle handle = scene.instance.sequenceData();
+        const auto bytes = [&] {
+            const auto held = scene.host.HandleBytes(handle);
+            return std::vector(held.begin(), held.end());
+        };
+        const auto before = bytes();
+        scene.Render(frame);
+        context.Expect(scene.instance.sequenceData() == handle && (!handle || scene.host.IsLive(handle)),
+                       "a render takes the sequence data away");
+        context.Expect(bytes() == before, "a render changes the sequence data");
+    });
+}
+
+void KeepsFloatState(Context& context) {
+    InEachFormat(context, 24, 9, [&](Scene& scene, Frame& frame) {
+        const std::string before = FloatState();
+        scene.Render(frame);
+        context.Expect(FloatState() == before, "a render changes the host's floating-point settings");
+    });
+}
+
+void HoldsNothing(Context& context) {
+    InEachFormat(context, 24, 10, [&](Scene& scene, Frame& frame) {
+        scene.Render(frame);
+        context.ExpectNone(scene.host.account().Outstanding(), "kept after the render");
+    });
+}
+
+void SaysNothing(Context& context) {
+    InEachFormat(context, 24, 11, [&](Scene& scene, Frame& frame) {
+        const auto out = scene.Render(frame).outData;
+        context.Expect(out.return_msg[0] == '\0',
+                       "a render leaves the message \"" + std::string(out.return_msg) + "\"");
+        context.Expect((static_cast<std::uint32_t>(out.out_flags) & PF_OutFlag_DISPLAY_ERROR_MESSAGE) == 0,
+                       "a render asks for an error message");
+    });
+}
+
+// ---- The same again -------------------------------------------------------------------------------------------
+
+void IsRepeatable(Context& context) {
+    InEachFormat(context, 25, 11, [&](Scene& scene, Frame& frame) {
+        const auto first = scene.Picture(frame);
+        for (int i = 0; i < 3; ++i)
+            ExpectSame(context, scene.Picture(frame), first, frame.output.layout(), "rendered again");
+    });
+}
+
+void IsSameInANewInstance(Context& context) {
+    InEachFormat(context, 25, 12, [&](Scene& scene, Frame& frame) {
+        const auto first = scene.Picture(frame);
+        refhost::Instance other(scene.host);
+        other.SequenceSetup();
+        for (std::size_t i = 1; i <= scene.host.parameters().size(); ++i) {
+            const auto index = static_cast<std::int32_t>(i);
+            other.Set(index, scene.instance.Get(index));
+        }
+        frame.Poison();
+        const PF_Err code = CodeOf(frame.Render(scene.host, other, scene.way()));
+        context.Require(code == PF_Err_NONE, "code " + std::to_string(code));
+        ExpectSame(context, frame.output.Pixels(), first, frame.output.layout(), "by another instance");
+        other.SequenceSetdown();
+    });
+}
+
+// A layer drawn by two instances by turns.
+void InstancesAreApart(Context& context) {
+    InEachFormat(context, 25, 13, [&](Scene& scene, Frame& frame) {
+        const auto first = scene.Picture(frame);
+        refhost::Instance other(scene.host);
+        other.SequenceSetup();
+        SetRandomValues(context, scene.host, other, 25, 13);
+        frame.Poison();
+        frame.Render(scene.host, other, scene.way());
+        ExpectSame(context, scene.Picture(frame), first, frame.output.layout(), "after another instance's render");
+        other.SequenceSetdown();
+    });
+}
+
+void ForgetsOtherFrames(Context& context) {
+    InEachFormat(context, 25, 14, [&](Scene& scene, Frame& frame) {
+        const auto first = scene.Picture(frame);
+        const WorldLayout small = Scene::Layout(frame.output.layout().format, 7, 4);
+        Frame other(small, small, 2);
+        other.settings.currentTime = 50;
+        scene.Render(other);
+        ExpectSame(context, scene.Picture(frame), first, frame.output.layout(), "after another frame");
+    });
+}
+
+// The host's other way is what other hosts send.
+void SmartAndPlainAgree(Context& context) {
+    Scene scene(context);
+    if (scene.way() != Way::smart) context.NotApplicable("the effect declares no smart render");
+    for (const PF_PixelFormat format : scene.formats()) {
+        Frame frame(Scene::Layout(format, 25, 15));
+        const auto smart = scene.Picture(frame);
+        frame.Poison();
+        const PF_Err code = CodeOf(frame.Render(scene.host, scene.instance, Way::plain));
+        context.Require(code == PF_Err_NONE, "the plain render gives code " + std::to_string(code));
+        ExpectSame(context, frame.output.Pixels(), smart, frame.output.layout(), "rendered plainly");
+    }
+}
+
+void RendersDefaults(Context& context) {
+    InEachFormat(context, 25, 16, [&](Scene& scene, Frame& frame) {
+        SetDefaults(scene.host, scene.instance, 25, 16);
+        ExpectSame(context, scene.Picture(frame, 0x5A), scene.Picture(frame), frame.output.layout(),
+                   "with what was in the output before");
+    });
+}
+
+// ---- Circumstances --------------------------------------------------------------------------------------------
+
+// Rendered, and the same from whatever was in the output.
+void ExpectRenders(Context& context, int width, int height, void (*change)(Frame&)) {
+    InEachFormat(context, width, height, [&](Scene& scene, Frame& frame) {
+        change(frame);
+        const auto first = scene.Picture(frame);
+        ExpectSame(context, scene.Picture(frame, 0x5A), first, frame.output.layout(), "rendered again");
+    });
+}
+
+template <int height, std::int32_t time, std::int32_t step>
+void RendersAt(Context& context) {
+    ExpectRenders(context, 26, height, [](Frame& frame) {
+        frame.settings.currentTime = time;
+        frame.settings.timeStep = step;
+    });
+}
+
+template <int height, std::int32_t x, std::uint32_t xOf, std::int32_t y, std::uint32_t yOf>
+void RendersReduced(Context& context) {
+    ExpectRenders(context, 27, height, [](Frame& frame) {
+        frame.settings.downsampleX = {x, xOf};
+        frame.settings.downsampleY = {y, yOf};
+        frame.settings.layerWidth = 27 * static_cast<int>(xOf) / x;
+        frame.settings.layerHeight = height * static_cast<int>(yOf) / y;
+    });
+}
+
+template <int height, std::int32_t num, std::uint32_t den>
+void RendersAspect(Context& context) {
+    ExpectRenders(context, 28, height, [](Frame& frame) { frame.settings.pixelAspect = {num, den}; });
+}
+
+template <int inX, int inY, int outX, int outY, int height>
+void RendersFromOrigin(Context& context) {
+    Scene scene(context);
+    for (const PF_PixelFormat format : scene.formats()) {
+        WorldLayout in = Scene::Layout(format, 29, height), out = in;
+        in.originX = inX;
+        in.originY = inY;
+        out.originX = outX;
+        out.originY = outY;
+        Frame frame(in, out);
+        const auto first = scene.Picture(frame);
+        ExpectSame(context, scene.Picture(frame, 0x5A), first, out, "rendered again");
+    }
+}
+
+// ---- Nothing to render ----------------------------------------------------------------------------------------
+
+// Any code will do: what is asked is that it comes back, with everything in order.
+void ExpectReturns(Context& context, Scene& scene, Frame& frame) {
+    scene.host.account().Reset();
+    frame.Render(scene.host, scene.instance, scene.way());
+    context.ExpectNone(frame.Damage(), "damage");
+    context.ExpectNone(scene.host.account().Misuse(), "misuse");
+    Frame usual(Scene::Layout(frame.output.layout().format));
+    scene.Render(usual);
+}
+
+template <bool withInput>
+void ReturnsWithoutWorld(Context& context) {
+    InEachFormat(context, 30, withInput ? 5 : 6, [&](Scene& scene, Frame& frame) {
+        (withInput ? frame.withOutput : frame.withInput) = false;
+        ExpectReturns(context, scene, frame);
+    });
+}
+
+template <int inWidth, int inHeight, int outWidth, int outHeight>
+void ReturnsFromEmpty(Context& context) {
+    Scene scene(context);
+    for (const PF_PixelFormat format : scene.formats()) {
+        Frame frame(Scene::Layout(format, inWidth, inHeight), Scene::Layout(format, outWidth, outHeight));
+        ExpectReturns(context, scene, frame);
+    }
+}
+
+constexpr std::int32_t kLatest = INT32_MAX, kEarliest = INT32_MIN;
+
+constexpr Check kChecks[] = {
+    {"render.input-unchanged", "A render leaves the input's pixels as they are.", Where::both, KeepsInput},
+    {"render.records-unchanged", "A render leaves the host's records of the worlds as they are.", Where::both,
+     KeepsRecords},
+    {"render.parameters-unchanged", "A plain render leaves the host's parameter array as it is.", Where::editing,
+     KeepsParameters},
+    {"render.sequence-data-unchanged", "A render leaves the sequence data as they are.", Where::both,
+     KeepsSequenceData},
+    {"render.float-state", "A render leaves rounding, flushing and trapping of floating-point numbers alone.",
+     Where::both, KeepsFloatState},
+    {"render.holds-nothing", "A render gives back every suite, handle, world and parameter.", Where::both,
+     HoldsNothing},
+    {"render.no-message", "A render that succeeds asks for no message.", Where::both, SaysNothing},
+    {"render.repeatable", "The same frame rendered again is the same picture.", Where::both, IsRepeatable},
+    {"render.new-instance", "A new instance with the same values renders the same picture.", Where::both,
+     IsSameInANewInstance},
+    {"render.instances-apart", "One instance's render makes no difference to another's.", Where::both,
+     InstancesAreApart},
+    {"render.frames-apart", "A frame of another time and size makes no difference to the next.", Where::both,
+     ForgetsOtherFrames},
+    {"render.smart-and-plain", "Smart and plain render give the same picture.", Where::compositing,
+     SmartAndPlainAgree},
+    {"render.defaults", "The declared defaults render.", Where::both, RendersDefaults},
+    {"render.time-zero", "A frame at time 0 renders.", Where::both, RendersAt<5, 0, 1>},
+    {"render.time-negative", "A frame before time 0 renders.", Where::both, RendersAt<6, -1001, 1>},
+    {"render.time-latest", "A frame at the latest time there is renders.", Where::both, RendersAt<7, kLatest, 1>},
+    {"render.time-earliest", "A frame at the earliest time there is renders.", Where::both,
+     RendersAt<8, kEarliest, 1>},
+    {"render.step-zero", "A still frame, whose time step is 0, renders.", Where::both, RendersAt<9, 10, 0>},
+    {"render.step-negative", "A frame of a layer played backwards renders.", Where::both, RendersAt<10, 10, -1>},
+    {"render.half-resolution", "A frame at half the resolution renders.", Where::both,
+     RendersReduced<5, 1, 2, 1, 2>},
+    {"render.unequal-resolution", "Resolutions that differ in x and y render.", Where::both,
+     RendersReduced<6, 1, 2, 1, 3>},
+    {"render.wide-pixels", "Pixels wider than high render.", Where::both, RendersAspect<5, 2, 1>},
+    {"render.narrow-pixels", "Pixels narrower than high render.", Where::both, RendersAspect<6, 10, 11>},
+    {"render.input-origin", "An input that starts elsewhere than the layer renders.", Where::both,
+     RendersFromOrigin<-4, 3, 0, 0, 5>},
+    {"render.output-origin", "An output that starts elsewhere than the layer renders.", Where::both,
+     RendersFromOrigin<0, 0, 3, -2, 6>},
+    {"render.no-input", "A layer without a world of pixels does no harm.", Where::both, ReturnsWithoutWorld<false>},
+    {"render.no-output", "A smart render without an output world does no harm.", Where::compositing,
+     ReturnsWithoutWorld<true>},
+    {"render.empty-input", "An input of no pixels does no harm.", Where::both, ReturnsFromEmpty<0, 0, 30, 7>},
+    {"render.empty-output", "An output of no pixels does no harm.", Where::both, ReturnsFromEmpty<30, 8, 0, 0>},
+    {"render.no-rows", "Worlds that have a width but no rows do no harm.", Where::both,
+     ReturnsFromEmpty<30, 0, 30, 0>},
+    {"render.no-columns", "Worlds that have a height but no columns do no harm.", Where::both,
+     ReturnsFromEmpty<0, 30, 0, 30>},
+};
+
+}  // namespace
+
+std::span<const Check> RenderChecks() {
+    return kChecks;
+}
+
+}  // namespace nuvhost::validate

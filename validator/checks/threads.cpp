@@ -1,0 +1,325 @@
+// Several threads: the host's, those of its iterations and the effect's own.
+#include <algorithm>
+#include <atomic>
+#include <deque>
+#include <set>
+#include <thread>
+#include <utility>
+
+#include "platform/process_state.h"
+#include "validator/registry.h"
+#include "validator/kit/threads_at_once.h"
+
+namespace nuvhost::validate {
+namespace {
+
+using namespace std::chrono_literals;
+using refhost::Call;
+using refhost::CallRecord;
+
+constexpr int kThreads = 4;
+constexpr int kRounds = 4;
+
+// ---- Frames at once -------------------------------------------------------------------------------------------
+
+template <bool oneInstance, int width>
+void FramesAtOnce(Context& context) {
+    Scene scene(context);
+    Crowd crowd(context, scene, kThreads, oneInstance, width);
+    for (int round = 0; round < kRounds; ++round)
+        AtOnce(kThreads, [&](int i) { crowd.Render(i); });
+    context.ExpectNone(scene.host.account().Misuse(), "misuse");
+    context.AddPoints(kThreads * kRounds);
+}
+
+void WhileOthersAreSetUp(Context& context) {
+    constexpr int kSetUps = 50;
+    Scene scene(context);
+    Crowd crowd(context, scene, 2, false, 35);
+    std::atomic<int> rendering{crowd.size()}, setUps{0};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < crowd.size(); ++i) {
+        threads.emplace_back([&, i] {
+            for (int round = 0; round < kRounds || setUps < kSetUps; ++round)
+                crowd.Render(i);
+            --rendering;
+        });
+    }
+    for (; rendering > 0; ++setUps) {
+        refhost::Instance other(scene.host);
+        const PF_Err up = other.SequenceSetup();
+        const PF_Err down = other.SequenceSetdown();
+        if (up == PF_Err_NONE && down == PF_Err_NONE) continue;
+        context.Fail("an instance cannot be set up and torn down while others render");
+        setUps = kSetUps;
+        break;
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    context.AddPoints(setUps);
+    context.ExpectNone(scene.host.account().Misuse(), "misuse");
+}
+
+constexpr PF_Err kStopped = 77;  // a code that no effect has of its own
+
+thread_local bool t_aborts = false;
+
+void AbortsAlone(Context& context) {
+    auto options = context.HostOptions();
+    options.iterationThreads = 1;
+    Scene scene(context, options);
+    Crowd crowd(context, scene, kThreads, false, 36);
+    if (scene.host.account().Count(Call::abort) == 0) context.NotApplicable("the effect never asks for an abort");
+    scene.host.options().faults = [](const CallRecord& call) {
+        return call.call == Call::abort && t_aborts ? std::optional(kStopped) : std::nullopt;
+    };
+    for (int round = 0; round < kRounds; ++round) {
+        AtOnce(kThreads, [&](int i) {
+            t_aborts = i == round % kThreads;
+            if (!t_aborts) return crowd.Render(i);
+            const PF_Err code = crowd.RenderForCode(i);
+            context.Expect(code == kStopped, "the aborted frame gives code " + std::to_string(code));
+        });
+    }
+}
+
+// Two renders wait for one another in the first callback of each kind that a render makes.
+void WaitForEachOther(Context& context) {
+    auto options = context.HostOptions();
+    options.iterationThreads = 1;
+    Scene scene(context, options);
+    Crowd crowd(context, scene, 2, false, 41);
+    scene.host.account().Reset();
+    crowd.Render(0);
+    std::vector<Call> kinds;
+    for (const CallRecord& call : scene.host.account().Calls()) {
+        if (std::ranges::find(kinds, call.call) == kinds.end()) kinds.push_back(call.call);
+    }
+    for (const Call kind : kinds) {
+        Meeting meeting(2);
+        static thread_local bool waited;
+        std::atomic<bool> met{true};
+        scene.host.options().faults = [&](const CallRecord& call) -> std::optional<PF_Err> {
+            if (call.call != kind || std::exchange(waited, true)) return std::nullopt;
+            if (!meeting.Wait(5s)) met = false;
+            return std::nullopt;
+        };
+        AtOnce(2, [&](int i) {
+            waited = false;
+            crowd.Render(i);
+        });
+        scene.host.options().faults = nullptr;  // what it refers to ends here
+        context.AddPoints(1);
+        if (!context.Expect(met, "while one render is in " + std::string(Name(kind)) + ", no other gets there"))
+            return;
+    }
+}
+
+// ---- Iterations -----------------------------------------------------------------------------------------------
+
+void RequireRows(Context& context, Scene& scene) {
+    if (scene.host.account().Count(Call::row) == 0)
+        context.NotApplicable("the effect does not iterate by the host");
+}
+
+// The frame's picture with one iteration thread that takes rows in ascending order.
+std::vector<std::byte> OneByOne(Scene& scene, Frame& frame) {
+    scene.host.options().iterationThreads = 1;
+    scene.host.options().rowOrder = 0;
+    return scene.Picture(frame);
+}
+
+void ExpectSame(Context& context, Scene& scene, Frame& frame, const std::vector<std::byte>& expected) {
+    const auto& layout = frame.output.layout();
+    const std::string difference = Difference(scene.Picture(frame), expected, layout.format, layout.width);
+    context.Expect(difference.empty(), NameOf(layout.format) + ": " + difference);
+}
+
+void RowsInAnyOrder(Context& context) {
+    Scene scene(context);
+    for (const PF_PixelFormat format : scene.formats()) {
+        Frame frame(Scene::Layout(format, 30, 17));
+        const auto expected = OneByOne(scene, frame);
+        RequireRows(context, scene);
+        for (int i = 0; i < 5; ++i) {
+            scene.host.options().rowOrder = static_cast<std::uint32_t>(context.random()() | 1);
+            ExpectSame(context, scene, frame, expected);
+            context.AddPoints(1);
+        }
+    }
+}
+
+// No row begins before each of the threads has got one.
+void RowsOnManyThreads(Context& context) {
+    constexpr int kRowThreads = 8;
+    Scene scene(context);
+    for (const PF_PixelFormat format : scene.formats()) {
+        Frame frame(Scene::Layout(format, 31, 17));
+        const auto expected = OneByOne(scene, frame);
+        RequireRows(context, scene);
+
+        std::mutex mutex;
+        std::set<std::uint64_t> came;
+        Meeting meeting(0);
+        scene.host.options().iterationThreads = kRowThreads;
+        scene.host.options().faults = [&](const CallRecord& call) -> std::optional<PF_Err> {
+            if (call.call == Call::iterate || call.call == Call::iterateGeneric) {
+                const std::lock_guard lock(mutex);
+                came.clear();
+                meeting.Restart(std::min(kRowThreads, std::atoi(call.detail.c_str())));
+            } else if (call.call == Call::row) {
+                const bool first = [&] {
+                    const std::lock_guard lock(mutex);
+                    return came.insert(call.thread).second;
+                }();
+                if (first) meeting.Wait(2s);
+            }
+            return std::nullopt;
+        };
+        ExpectSame(context, scene, frame, expected);
+        scene.host.options().faults = nullptr;
+        context.AddPoints(1);
+    }
+}
+
+// A render that gives up at once would leave everything as it was.
+void RequireRender(Context& context, Scene& scene, Frame& frame) {
+    const PF_Err code = CodeOf(frame.Render(scene.host, scene.instance, scene.way()));
+    context.Require(code == PF_Err_NONE,
+                    "the render gives code " + std::to_string(code) + WithoutSuites(scene.host));
+}
+
+void CallsOnItsOwnThread(Context& context) {
+    auto options = context.HostOptions();
+    options.iterationThreads = kThreads;
+    Scene scene(context, options);
+    Frame frame(Scene::Layout(scene.formats().front(), 32, 17));
+    RequireRender(context, scene, frame);
+    for (const std::string& line : scene.host.account().Misuse()) {
+        if (line.find(": called on ") != std::string::npos) context.Fail(line);
+    }
+}
+
+// ---- Threads that are the host's ------------------------------------------------------------------------------
+
+template <std::string (*state)(), int width>
+void KeepsThreads(Context& context) {
+    Scene scene(context);
+    Frame frame(Scene::Layout(scene.formats().front(), width, 9));
+    const std::string before = state();
+    RequireRender(context, scene, frame);
+    context.Expect(state() == before, "it was " + before + " before the render and is now " + state());
+}
+
+void KeepsAffinity(Context& context) {
+    if (ProcessorCount() < 2) context.NotApplicable("there is one processor only");
+    KeepsThreads<ThreadAffinity, 39>(context);
+}
+
+void LeavesNoThread(Context& context) {
+    auto options = context.HostOptions();
+    options.iterationThreads = 1;
+    Scene scene(context, options);
+    Frame frame(Scene::Layout(scene.formats().front(), 42, 9));
+    const int before = ThreadCount();
+    scene.Render(frame);
+    const int left = ThreadsBeyond(before);
+    context.Expect(left <= 0, std::to_string(left) + " threads are left after a render");
+}
+
+void OnAnyThread(Context& context) {
+    Scene scene(context);
+    refhost::Instance instance(scene.host);
+    Frame frame(Scene::Layout(scene.formats().front(), 43, 9));
+    // All three live until the end, since a thread's number may be the next one's.
+    Meeting end(3);
+    std::deque<Meeting> meetings;
+    std::vector<std::thread> threads;
+    const auto onAnother = [&](const char* command, const std::function<PF_Err()>& send) {
+        Meeting& sent = meetings.emplace_back(2);
+        threads.emplace_back([&, send, command] {
+            const PF_Err code = send();
+            context.Expect(code == PF_Err_NONE, std::string(command) + " gives code " + std::to_string(code));
+            sent.Wait(5s);
+            end.Wait(5s);
+        });
+        sent.Wait(1min);
+    };
+    onAnother("sequence set-up", [&] { return instance.SequenceSetup(); });
+    onAnother("a render", [&] { return CodeOf(frame.Render(scene.host, instance, scene.way())); });
+    onAnother("sequence set-down", [&] { return instance.SequenceSetdown(); });
+    for (std::thread& thread : threads)
+        thread.join();
+    context.ExpectNone(scene.host.account().Misuse(), "misuse");
+    context.ExpectNone(scene.host.account().Outstanding(), "kept");
+}
+
+// Hosts keep no threads for ever: each of these renders one frame and ends.
+void ThreadsComeAndGo(Context& context) {
+    constexpr int kComing = 1000, kWarmUps = 50;
+    RequireHeapCount(context);
+    auto options = context.HostOptions();
+    options.iterationThreads = 1;
+    options.recordCalls = false;
+    Scene scene(context, options);
+    Frame frame(Scene::Layout(scene.formats().front(), 44, 9));
+    int failures = 0;
+    const auto comeAndGo = [&](int threads) {
+        for (int i = 0; i < threads; ++i) {
+            std::thread([&] {
+                failures += CodeOf(frame.Render(scene.host, scene.instance, scene.way())) != PF_Err_NONE;
+            }).join();
+        }
+    };
+    // The host remembers some thousand handles that it has freed.
+    for (int i = 0; i < 5000; ++i)
+        scene.host.DisposeHandle(scene.host.NewHandle(1));
+    comeAndGo(kWarmUps);
+    const auto heap = HeapBytesInUse(), handles = OpenHandles();
+    comeAndGo(kComing);
+    const auto grown = HeapBytesInUse() - heap, opened = OpenHandles() - handles;
+    context.Expect(failures == 0, std::to_string(failures) + " of the renders give a code");
+    context.Expect(grown < 16 * kComing,
+                   "after 1,000 threads the heap holds " + std::to_string(grown) + " bytes more");
+    context.Expect(opened < 10, "after 1,000 threads " + std::to_string(opened) + " more handles are open");
+    context.AddPoints(kComing);
+}
+
+constexpr Check kChecks[] = {
+    {"threads.several-instances", "Frames of several instances come out at once as they do alone.", Where::both,
+     FramesAtOnce<false, 33>},
+    {"threads.one-instance", "Frames of one instance come out at once as they do alone.", Where::both,
+     FramesAtOnce<true, 34>},
+    {"threads.set-up-meanwhile", "A render goes on while other instances are set up and torn down.", Where::both,
+     WhileOthersAreSetUp},
+    {"threads.abort-alone", "An abort stops the one render that is told of it, and no other.", Where::both,
+     AbortsAlone},
+    {"threads.shuffled-rows", "The picture does not depend on the order in which the host iterates over rows.",
+     Where::both, RowsInAnyOrder},
+    {"threads.many-row-threads", "The picture does not depend on how many threads the host iterates with.",
+     Where::both, RowsOnManyThreads},
+    {"threads.own-thread", "Callbacks that belong on the command's thread are made there.", Where::both,
+     CallsOnItsOwnThread},
+    {"threads.any-thread", "An instance may be set up on one thread, rendered on another and set down on a third.",
+     Where::both, OnAnyThread},
+    {"threads.none-left", "A render leaves no thread behind.", Where::both, LeavesNoThread},
+    {"threads.name", "A render leaves the name of the host's thread alone.", Where::both,
+     KeepsThreads<ThreadName, 37>},
+    {"threads.priority", "A render leaves the priority of the host's thread alone.", Where::both,
+     KeepsThreads<ThreadPriority, 38>},
+    {"threads.affinity", "A render leaves the processors of the host's thread alone.", Where::both, KeepsAffinity},
+    {"threads.float-state", "A render leaves rounding, flushing and trapping on the host's thread alone.",
+     Where::both, KeepsThreads<FloatState, 40>},
+    {"threads.no-lock-in-callbacks", "Two renders at once may wait for one another in the host's callbacks.",
+     Where::both, WaitForEachOther, Kind::slow},
+    {"threads.come-and-go", "1,000 threads that render a frame and end leave memory and handles as they were.",
+     Where::both, ThreadsComeAndGo, Kind::slow},
+};
+
+}  // namespace
+
+std::span<const Check> ThreadsChecks() {
+    return kChecks;
+}
+
+}  // namespace nuvhost::validate

@@ -1,0 +1,107 @@
+#include "validator/registry.h"
+
+#include <algorithm>
+#include <set>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace nuvhost::validate {
+namespace {
+
+constexpr std::span<const Check> (*kFamilies[])() = {
+    LoadingChecks,      RegistrationChecks, SetupChecks,     SetupParamsChecks, AboutChecks,
+    SequenceChecks,     SequenceDataChecks, PrerenderChecks, RenderChecks,      LayoutChecks,
+    PixelsChecks,       ThreadsChecks,      FaultsChecks,    SetUpFaultsChecks,
+#if defined(__linux__)
+    SystemFaultsChecks,
+#endif
+    MisuseChecks,       ExceptionsChecks,
+#if defined(_WIN32)
+    PropertyListChecks,
+#endif
+};
+
+// A check that is compiled for one system alone stands here as well: a deviation file may name it on both.
+constexpr std::string_view kOnLinuxAlone[] = {
+    "faults.session-thread", "faults.session-memory", "faults.smart-thread",
+    "faults.smart-memory",   "faults.plain-thread",   "faults.plain-memory",
+};
+constexpr std::string_view kOnWindowsAlone[] = {
+    "property-list.once",
+    "property-list.well-formed",
+    "property-list.registration",
+    "property-list.global-setup",
+};
+#if defined(_WIN32)
+constexpr std::span<const std::string_view> kOnThisAlone = kOnWindowsAlone, kOnOtherAlone = kOnLinuxAlone;
+#else
+constexpr std::span<const std::string_view> kOnThisAlone = kOnLinuxAlone, kOnOtherAlone = kOnWindowsAlone;
+#endif
+
+bool IsId(std::string_view id) {
+    const std::size_t dot = id.find('.');
+    const auto allowed = [](char c) { return c == '-' || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9'); };
+    return dot != 0 && dot != std::string_view::npos && dot + 1 < id.size() &&
+           std::ranges::all_of(id.substr(0, dot), allowed) && std::ranges::all_of(id.substr(dot + 1), allowed);
+}
+
+std::vector<Check> Collect() {
+    std::vector<Check> checks;
+    std::set<std::string_view> ids;
+    for (const auto family : kFamilies) {
+        for (const Check& check : family()) {
+            if (!IsId(check.id) || !ids.insert(check.id).second || check.run == nullptr) {
+                throw std::logic_error("check \"" + std::string(check.id) + "\": malformed or listed twice");
+            }
+            checks.push_back(check);
+        }
+    }
+    for (const std::string_view id : kOnThisAlone) {
+        if (!ids.contains(id)) throw std::logic_error("check \"" + std::string(id) + "\": listed, but not there");
+    }
+    for (const std::string_view id : kOnOtherAlone) {
+        if (ids.contains(id)) throw std::logic_error("check \"" + std::string(id) + "\": there on both systems");
+    }
+    std::ranges::stable_sort(checks, std::ranges::greater{},
+                             [](const Check& check) { return check.kind == Kind::gate; });
+    return checks;
+}
+
+}  // namespace
+
+std::span<const Check> AllChecks() {
+    static const std::vector<Check> checks = Collect();
+    return checks;
+}
+
+const Check* FindCheck(std::string_view id) {
+    const auto found = std::ranges::find(AllChecks(), id, &Check::id);
+    return found == AllChecks().end() ? nullptr : &*found;
+}
+
+bool IsOfOtherSystem(std::string_view id) {
+    return std::ranges::find(kOnOtherAlone, id) != kOnOtherAlone.end();
+}
+
+// Only the last star is ever taken up again, so that a long text with many stars takes no time.
+bool MatchesGlob(std::string_view text, std::string_view glob) {
+    std::size_t at = 0, in = 0, star = glob.npos, resume = 0;
+    while (at < text.size()) {
+        if (in < glob.size() && glob[in] == '*') {
+            star = in++;
+            resume = at;
+        } else if (in < glob.size() && (glob[in] == '?' || glob[in] == text[at])) {
+            ++at;
+            ++in;
+        } else if (star != glob.npos) {
+            at = ++resume;
+            in = star + 1;
+        } else {
+            return false;
+        }
+    }
+    return glob.find_first_not_of('*', in) == glob.npos;
+}
+
+}  // namespace nuvhost::validate

@@ -1,0 +1,117 @@
+#if !defined(_WIN32)
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <stdexcept>
+
+#include "validator/run/child_process.h"
+#include "validator/run/isolation.h"
+
+extern "C" __attribute__((weak)) void __lsan_do_leak_check();      // in builds that look for leaks
+extern "C" __attribute__((weak)) int __llvm_profile_write_file();  // in builds that count what runs
+
+namespace nuvhost::validate {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// Leaves out what the parent's libraries do at exit: they would wait for threads that this copy does not have.
+[[noreturn]] void End(int code) {
+    std::fflush(nullptr);
+    if (__llvm_profile_write_file) __llvm_profile_write_file();
+    ::_exit(code);
+}
+
+[[noreturn]] void BeChild(const Job& job, int output) {
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    ::setpgid(0, 0);
+    ::on_exit([](int code, void*) { End(code); }, nullptr);  // after what the effect does at exit
+    ::dup2(output, STDOUT_FILENO);
+    ::dup2(output, STDERR_FILENO);
+    ::close(output);
+    RunAsChild(job);
+    if (__lsan_do_leak_check) __lsan_do_leak_check();  // ends the process with a code where there are leaks
+    End(0);
+}
+
+std::string HowEnded(int status) {
+    if (WIFSIGNALED(status)) {
+        const char* name = ::sigabbrev_np(WTERMSIG(status));
+        return std::string("crashed with ") +
+               (name ? std::string("SIG") + name : "signal " + std::to_string(WTERMSIG(status)));
+    }
+    if (WEXITSTATUS(status) != 0) return "ended with exit code " + std::to_string(WEXITSTATUS(status));
+    return "";
+}
+
+// Until the child has closed its end or the time is over; false then.
+bool ReadAll(int input, Clock::time_point deadline, std::string& output) {
+    char bytes[4096];
+    for (;;) {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
+        pollfd wait{input, POLLIN, 0};
+        const int ready = left > 0 ? ::poll(&wait, 1, static_cast<int>(left)) : 0;
+        if (ready == 0) return false;
+        if (ready < 0 && errno == EINTR) continue;
+        const ssize_t count = ::read(input, bytes, sizeof bytes);
+        if (count <= 0) return true;
+        output.append(bytes, static_cast<std::size_t>(count));
+    }
+}
+
+// The output closes before the process is gone, so that a hang at its end is one, too.
+bool WaitUntil(pid_t child, Clock::time_point deadline, int& status) {
+    for (useconds_t pause = 50;; pause = pause < 10'000 ? pause * 2 : pause) {
+        if (::waitpid(child, &status, WNOHANG) == child) return true;
+        if (Clock::now() >= deadline) return false;
+        ::usleep(pause);
+    }
+}
+
+}  // namespace
+
+ChildEnd RunChild(const Job& job, std::chrono::milliseconds limit, const std::filesystem::path&) {
+    int ends[2];
+    if (::pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error(std::string("pipe: ") + std::strerror(errno));
+    std::fflush(nullptr);  // or the child would print it again
+    const auto deadline = Clock::now() + limit;
+    const pid_t child = ::fork();
+    if (child < 0) {
+        const int reason = errno;
+        ::close(ends[0]);
+        ::close(ends[1]);
+        throw std::runtime_error(std::string("fork: ") + std::strerror(reason));
+    }
+    if (child == 0) {
+        ::close(ends[0]);
+        BeChild(job, ends[1]);
+    }
+    ::close(ends[1]);
+    ::setpgid(child, child);  // here as well, so that the group is there whoever comes first
+
+    ChildEnd end;
+    int status = 0;
+    const bool inTime = ReadAll(ends[0], deadline, end.output) && WaitUntil(child, deadline, status);
+    ::close(ends[0]);
+    if (inTime) {
+        end.how = HowEnded(status);
+    } else {
+        ::kill(-child, SIGKILL);  // with every process that the effect has started
+        ::waitpid(child, &status, 0);
+        end.how = "was still running after " + std::to_string(limit.count()) + " ms";
+    }
+    return end;
+}
+
+}  // namespace nuvhost::validate
+
+#endif
