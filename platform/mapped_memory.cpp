@@ -8,7 +8,7 @@
 #include <sys/mman.h>
 #endif
 
-namespace nuvhost::validate {
+namespace validator {
 
 MappedMemory::MappedMemory(std::size_t bytes) : bytes_((bytes + kPage - 1) / kPage * kPage) {
 #if defined(_WIN32)
@@ -38,4 +38,4 @@ MappedMemory::~MappedMemory() {
 #endif
 }
 
-}  // namespace nuvhost::validate
+}  // namespace validator

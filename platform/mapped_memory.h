@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-namespace nuvhost::validate {
+namespace validator {
 
 // At least so many bytes, all zero, between two pages whose touching ends the process. Pages that nobody writes
 // take no memory, so that it may be far larger than the machine's.
@@ -24,4 +24,4 @@ private:
     std::byte* base_ = nullptr;
 };
 
-}  // namespace nuvhost::validate
+}  // namespace validator

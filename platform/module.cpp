@@ -9,7 +9,7 @@
 #include <dlfcn.h>
 #endif
 
-namespace nuvhost::validate {
+namespace validator {
 
 #if defined(_WIN32)
 
@@ -60,4 +60,4 @@ bool Module::IsLoaded(const std::filesystem::path& file) {
 
 #endif
 
-}  // namespace nuvhost::validate
+}  // namespace validator

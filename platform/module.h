@@ -3,7 +3,7 @@
 
 #include <filesystem>
 
-namespace nuvhost::validate {
+namespace validator {
 
 // Loaded with every symbol bound; unloaded at the end.
 class Module {
@@ -23,4 +23,4 @@ private:
     void* handle_ = nullptr;
 };
 
-}  // namespace nuvhost::validate
+}  // namespace validator

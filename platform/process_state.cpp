@@ -25,7 +25,7 @@
 #include <sys/resource.h>
 #endif
 
-namespace nuvhost::validate {
+namespace validator {
 
 void RequireHeapCount([[maybe_unused]] Context& context) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(NUV_COVERAGE)
@@ -217,4 +217,4 @@ std::string CrashHandlers() {
 
 #endif
 
-}  // namespace nuvhost::validate
+}  // namespace validator

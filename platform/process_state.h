@@ -6,7 +6,7 @@
 
 #include "validator/check.h"
 
-namespace nuvhost::validate {
+namespace validator {
 
 std::int64_t HeapBytesInUse();  // all heaps of the C runtime
 // Ends the check in a build whose heap is a sanitizer's, which the C runtime knows nothing of.
@@ -28,4 +28,4 @@ std::string LocaleName();  // of all categories
 std::string WorkingFolder();
 std::string CrashHandlers();  // who is told of a crash, as text
 
-}  // namespace nuvhost::validate
+}  // namespace validator

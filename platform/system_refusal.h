@@ -2,7 +2,7 @@
 // stands between them.
 #pragma once
 
-namespace nuvhost::validate {
+namespace validator {
 
 enum class Ask {
     thread,  // pthread_create, whoever calls it
@@ -22,4 +22,4 @@ public:
     int asked() const;
 };
 
-}  // namespace nuvhost::validate
+}  // namespace validator

@@ -3,7 +3,7 @@
 #include <exception>
 #include <utility>
 
-namespace nuvhost::validate {
+namespace validator {
 namespace {
 
 struct Ended {};  // the check has reported why
@@ -62,4 +62,4 @@ void RunCheck(const Job& job, const EventSink& sink) {
     sink(Event::done, "");
 }
 
-}  // namespace nuvhost::validate
+}  // namespace validator

@@ -52,7 +52,7 @@
 
 #include "reference_host/host.h"
 
-namespace nuvhost::validate {
+namespace validator {
 
 class Context;
 
@@ -127,4 +127,4 @@ private:
 // or breaks the process.
 void RunCheck(const Job& job, const EventSink& sink);
 
-}  // namespace nuvhost::validate
+}  // namespace validator

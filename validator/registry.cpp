@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace nuvhost::validate {
+namespace validator {
 namespace {
 
 constexpr std::span<const Check> (*kFamilies[])() = {
@@ -104,4 +104,4 @@ bool MatchesGlob(std::string_view text, std::string_view glob) {
     return glob.find_first_not_of('*', in) == glob.npos;
 }
 
-}  // namespace nuvhost::validate
+}  // namespace validator

@@ -6,7 +6,7 @@
 
 #include "validator/check.h"
 
-namespace nuvhost::validate {
+namespace validator {
 
 // The families' tables, one file each.
 std::span<const Check> LoadingChecks();
@@ -38,4 +38,4 @@ bool IsOfOtherSystem(std::string_view id);
 // `*` stands for any characters, `?` for one.
 bool MatchesGlob(std::string_view text, std::string_view glob);
 
-}  // namespace nuvhost::validate
+}  // namespace validator

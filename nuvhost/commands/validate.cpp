@@ -17,7 +17,7 @@
 namespace nuvhost {
 namespace {
 
-using namespace validate;
+using namespace validator;
 
 struct ValidateOptions {
     std::filesystem::path plugin, json, junit, deviations;

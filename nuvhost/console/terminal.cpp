@@ -8,7 +8,7 @@
 #include <unistd.h>
 #endif
 
-namespace nuvhost::validate {
+namespace nuvhost {
 
 #if defined(_WIN32)
 
@@ -40,4 +40,4 @@ void ProgressLine::Clear() const {
     if (shown_) std::fputs("\r\x1b[K", stdout);
 }
 
-}  // namespace nuvhost::validate
+}  // namespace nuvhost

@@ -4,7 +4,7 @@
 #include <filesystem>
 #include <string>
 
-namespace nuvhost::validate {
+namespace nuvhost {
 
 std::filesystem::path ThisProgram();
 
@@ -20,4 +20,4 @@ private:
     bool shown_;
 };
 
-}  // namespace nuvhost::validate
+}  // namespace nuvhost

@@ -162,7 +162,7 @@ void operator delete[](void* memory, std::align_val_t, const std::nothrow_t&) no
 
 #endif
 
-namespace nuvhost::validate {
+namespace validator {
 
 Refusal::Refusal(Ask ask, const void* code, int failing) {
     g_watch.code = RangeAround(code);
@@ -179,6 +179,6 @@ int Refusal::asked() const {
     return g_watch.asked;
 }
 
-}  // namespace nuvhost::validate
+}  // namespace validator
 
 #endif

@@ -12,14 +12,14 @@
 #include <random>
 #include <stdexcept>
 
-#include "nuvhost/console/errors.h"
+#include "validator/errors.h"
 #include "validator/registry.h"
 #include "validator/run/report.h"
 #include "validator/run/runner.h"
 
 namespace {
 
-using namespace nuvhost::validate;
+using namespace validator;
 using refhost::Personality;
 
 void Hold(Context&) {}
@@ -191,9 +191,9 @@ TEST(Validator, JudgesEachRepeatOfADeviationByItself) {
 TEST(Validator, TellsOfADeviationTheReasonAndOnRequestTheLines) {
     const std::vector<Check> checks = {Make(Break)};
     const Result result = RunAll(checks, Listing({"*"})).at(0);
-    EXPECT_EQ(nuvhost::validate::Lines(result, "/a/b.so"),
+    EXPECT_EQ(validator::Lines(result, "/a/b.so"),
               "deviates          family.check (compositing): on purpose\n");
-    EXPECT_EQ(nuvhost::validate::Lines(result, "/a/b.so", true),
+    EXPECT_EQ(validator::Lines(result, "/a/b.so", true),
               "deviates          family.check (compositing): on purpose\n    first\n    second\n");
     EXPECT_NE(Json(std::vector{result}, "/a/b.so").find("\"second\""), std::string::npos);
     EXPECT_NE(Junit(std::vector{result}, "/a/b.so").find("first&#10;second"), std::string::npos);
@@ -220,7 +220,7 @@ std::string RefusalOf(const std::string& text) {
     const std::filesystem::path& file = list.file();
     try {
         ReadDeviations(file);
-    } catch (const nuvhost::UsageError& error) {
+    } catch (const validator::UsageError& error) {
         const std::string line = error.what(), name = file.string() + ": ";
         return line.starts_with(name) ? line.substr(name.size()) : "without the file's name: " + line;
     }
@@ -285,7 +285,7 @@ TEST(Validator, RepeatsWithTheSeedsThatFollowAndTheSameNumbersForASeed) {
     EXPECT_NE(first[0].outcome.failures, first[1].outcome.failures);
     EXPECT_EQ(first[1].outcome.failures, again.at(0).outcome.failures);
     EXPECT_EQ(Count(first).points, 14);
-    EXPECT_NE(nuvhost::validate::Lines(first[1], "/a/b.so")
+    EXPECT_NE(validator::Lines(first[1], "/a/b.so")
                   .find("nuvhost validate \"/a/b.so\" --check family.check --seed 8\n"),
               std::string::npos);
 }

@@ -1,5 +1,5 @@
 // Every check of nuvhost validate against the plug-in with the one fault that it has to find.
-//   validator_test PLUGIN BROKEN_PLUGIN NUVHOST [--own | --full] [--check GLOB] [--share I/N]
+//   try_controls PLUGIN BROKEN_PLUGIN NUVHOST [--own | --full] [--check GLOB] [--share I/N]
 // Each control is tried with the checks of its own family; with --own only with the check that it is for, with
 // --full with all but the slow ones. --share takes every N-th control, from the I-th on (0 …), and leaves the rest
 // out.
@@ -17,7 +17,7 @@
 
 namespace {
 
-using namespace nuvhost::validate;
+using namespace validator;
 using Ids = std::set<std::string>;
 
 struct Arguments {
@@ -204,7 +204,7 @@ int main(int argc, char** argv) {
             if (number++ % arguments.shares == arguments.share) TryControl(control, arguments, deviations);
         }
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "validator_test: %s\n", error.what());
+        std::fprintf(stderr, "try_controls: %s\n", error.what());
         return 2;
     }
     std::printf("%d passed, %d failed\n", g_passed, g_failed);

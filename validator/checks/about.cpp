@@ -5,7 +5,7 @@
 #include "validator/kit/interview.h"
 #include "validator/registry.h"
 
-namespace nuvhost::validate {
+namespace validator {
 namespace {
 
 // Sends the command with a message buffer that is nowhere zero.
@@ -88,4 +88,4 @@ std::span<const Check> AboutChecks() {
     return kChecks;
 }
 
-}  // namespace nuvhost::validate
+}  // namespace validator

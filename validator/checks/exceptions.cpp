@@ -8,7 +8,7 @@
 #include "validator/registry.h"
 #include "validator/kit/scene.h"
 
-namespace nuvhost::validate {
+namespace validator {
 namespace {
 
 constexpr int kThrown = 4711;
@@ -172,4 +172,4 @@ std::span<const Check> ExceptionsChecks() {
     return kChecks;
 }
 
-}  // namespace nuvhost::validate
+}  // namespace validator

@@ -8,7 +8,7 @@
 #include "reference_host/calls.h"
 #include "validator/registry.h"
 
-namespace nuvhost::validate {
+namespace validator {
 namespace {
 
 using namespace faults;
@@ -167,4 +167,4 @@ std::span<const Check> FaultsChecks() {
     return kChecks;
 }
 
-}  // namespace nuvhost::validate
+}  // namespace validator

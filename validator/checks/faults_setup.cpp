@@ -5,7 +5,7 @@
 #include "reference_host/calls.h"
 #include "validator/registry.h"
 
-namespace nuvhost::validate {
+namespace validator {
 namespace {
 
 using namespace faults;
@@ -91,4 +91,4 @@ std::span<const Check> SetUpFaultsChecks() {
     return kChecks;
 }
 
-}  // namespace nuvhost::validate
+}  // namespace validator

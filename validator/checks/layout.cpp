@@ -8,7 +8,7 @@
 #include "validator/registry.h"
 #include "validator/kit/scene.h"
 
-namespace nuvhost::validate {
+namespace validator {
 namespace {
 
 using refhost::WorldLayout;
@@ -311,4 +311,4 @@ std::span<const Check> LayoutChecks() {
     return kChecks;
 }
 
-}  // namespace nuvhost::validate
+}  // namespace validator

@@ -7,7 +7,7 @@
 #include "platform/process_state.h"
 #include "validator/registry.h"
 
-namespace nuvhost::validate {
+namespace validator {
 namespace {
 
 constexpr int kLoads = 100;
@@ -142,4 +142,4 @@ std::span<const Check> LoadingChecks() {
     return kChecks;
 }
 
-}  // namespace nuvhost::validate
+}  // namespace validator

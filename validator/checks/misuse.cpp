@@ -9,7 +9,7 @@
 #include "validator/registry.h"
 #include "validator/kit/scene.h"
 
-namespace nuvhost::validate {
+namespace validator {
 namespace {
 
 std::string Numbered(PF_Cmd cmd) {
@@ -294,4 +294,4 @@ std::span<const Check> MisuseChecks() {
     return kChecks;
 }
 
-}  // namespace nuvhost::validate
+}  // namespace validator

@@ -12,7 +12,7 @@
 #include "validator/registry.h"
 #include "validator/kit/scene.h"
 
-namespace nuvhost::validate {
+namespace validator {
 namespace {
 
 using refhost::WorldLayout;
@@ -301,4 +301,4 @@ std::span<const Check> PixelsChecks() {
     return kChecks;
 }
 
-}  // namespace nuvhost::validate
+}  // namespace validator

@@ -11,7 +11,7 @@
 #include "validator/registry.h"
 #include "validator/kit/scene.h"
 
-namespace nuvhost::validate {
+namespace validator {
 namespace {
 
 bool IsEmpty(const PF_LRect& r) {
@@ -347,4 +347,4 @@ std::span<const Check> PrerenderChecks() {
     return kChecks;
 }
 
-}  // namespace nuvhost::validate
+}  // namespace validator

@@ -6,7 +6,7 @@
 #include "platform/module.h"
 #include "validator/registry.h"
 
-namespace nuvhost::validate {
+namespace validator {
 namespace {
 
 constexpr std::size_t kLongestName = 31;
@@ -185,4 +185,4 @@ std::span<const Check> RegistrationChecks() {
     return kChecks;
 }
 
-}  // namespace nuvhost::validate
+}  // namespace validator

@@ -9,7 +9,7 @@
 #include "validator/registry.h"
 #include "validator/kit/scene.h"
 
-namespace nuvhost::validate {
+namespace validator {
 namespace {
 
 using refhost::WorldLayout;
@@ -290,4 +290,4 @@ std::span<const Check> RenderChecks() {
     return kChecks;
 }
 
-}  // namespace nuvhost::validate
+}  // namespace validator

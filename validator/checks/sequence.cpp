@@ -5,7 +5,7 @@
 #include "validator/registry.h"
 #include "validator/kit/sequence_host.h"
 
-namespace nuvhost::validate {
+namespace validator {
 namespace {
 
 using namespace sequence;
@@ -178,4 +178,4 @@ std::span<const Check> SequenceChecks() {
     return kChecks;
 }
 
-}  // namespace nuvhost::validate
+}  // namespace validator

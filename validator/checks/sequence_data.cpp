@@ -3,7 +3,7 @@
 #include "validator/kit/scene.h"
 #include "validator/kit/sequence_host.h"
 
-namespace nuvhost::validate {
+namespace validator {
 namespace {
 
 using namespace sequence;
@@ -150,4 +150,4 @@ std::span<const Check> SequenceDataChecks() {
     return kChecks;
 }
 
-}  // namespace nuvhost::validate
+}  // namespace validator

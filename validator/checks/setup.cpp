@@ -6,7 +6,7 @@
 #include "validator/kit/interview.h"
 #include "validator/registry.h"
 
-namespace nuvhost::validate {
+namespace validator {
 namespace {
 
 std::uint32_t Flags(const Interview& interview) {
@@ -301,4 +301,4 @@ std::span<const Check> SetupChecks() {
     return kChecks;
 }
 
-}  // namespace nuvhost::validate
+}  // namespace validator

@@ -7,7 +7,7 @@
 #include "validator/kit/interview.h"
 #include "validator/registry.h"
 
-namespace nuvhost::validate {
+namespace validator {
 namespace {
 
 constexpr std::size_t kLongestName = 31;
@@ -318,4 +318,4 @@ std::span<const Check> SetupParamsChecks() {
     return kChecks;
 }
 
-}  // namespace nuvhost::validate
+}  // namespace validator

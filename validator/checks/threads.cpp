@@ -10,7 +10,7 @@
 #include "validator/registry.h"
 #include "validator/kit/threads_at_once.h"
 
-namespace nuvhost::validate {
+namespace validator {
 namespace {
 
 using namespace std::chrono_literals;
@@ -322,4 +322,4 @@ std::span<const Check> ThreadsChecks() {
     return kChecks;
 }
 
-}  // namespace nuvhost::validate
+}  // namespace validator

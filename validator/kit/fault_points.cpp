@@ -4,7 +4,7 @@
 #include <iterator>
 #include <utility>
 
-namespace nuvhost::validate::faults {
+namespace validator::faults {
 namespace {
 
 using refhost::Call;
@@ -151,7 +151,7 @@ Lines Bench::NextIsRight() {
 }
 
 std::string Bench::Name() const {
-    return std::string(faults::NameOf(command_)) + ", " + validate::NameOf(frame_.output.layout().format);
+    return std::string(faults::NameOf(command_)) + ", " + validator::NameOf(frame_.output.layout().format);
 }
 
 std::vector<RenderCommand> CommandsOf(Context& context) {
@@ -198,4 +198,4 @@ void TryEach(Trial& trial, RenderCommand command, const Fault& fault, Look look)
     }
 }
 
-}  // namespace nuvhost::validate::faults
+}  // namespace validator::faults

@@ -8,7 +8,7 @@
 
 #include "validator/kit/scene.h"
 
-namespace nuvhost::validate::faults {
+namespace validator::faults {
 
 using Lines = std::vector<std::string>;
 
@@ -116,4 +116,4 @@ refhost::HostOptions InOrder(Context& context);
 // Adds each point whose fault came: what the look does not like there, and what is wrong with the next render.
 void TryEach(Trial& trial, RenderCommand command, const Fault& fault, Look look);
 
-}  // namespace nuvhost::validate::faults
+}  // namespace validator::faults

@@ -4,7 +4,7 @@
 #include <iterator>
 #include <utility>
 
-namespace nuvhost::validate::faults {
+namespace validator::faults {
 namespace {
 
 Lines Without(const Lines& lines, const Lines& known) {
@@ -112,4 +112,4 @@ void SessionBench::RunFrame(SessionOutcome& outcome, refhost::Instance& instance
     if (!difference.empty()) outcome.frames.push_back(whose + ": the frame is not right: " + difference);
 }
 
-}  // namespace nuvhost::validate::faults
+}  // namespace validator::faults

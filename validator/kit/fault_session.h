@@ -6,7 +6,7 @@
 
 #include "validator/kit/fault_points.h"
 
-namespace nuvhost::validate::faults {
+namespace validator::faults {
 
 struct Sent {
     std::string command;
@@ -58,4 +58,4 @@ private:
     std::size_t parameters_ = 0;
 };
 
-}  // namespace nuvhost::validate::faults
+}  // namespace validator::faults

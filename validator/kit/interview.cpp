@@ -4,7 +4,7 @@
 #include <cstring>
 #include <utility>
 
-namespace nuvhost::validate {
+namespace validator {
 namespace {
 
 constexpr std::int32_t kAppend = -1;
@@ -126,4 +126,4 @@ bool IsPrintableAscii(std::string_view text) {
     return std::ranges::all_of(text, [](char c) { return c >= 0x20 && c < 0x7F; });
 }
 
-}  // namespace nuvhost::validate
+}  // namespace validator

@@ -6,7 +6,7 @@
 
 #include "validator/check.h"
 
-namespace nuvhost::validate {
+namespace validator {
 
 // Checks ask under each: effects that look at the host's version differ in the newer one, which nobody has tried.
 inline constexpr PF_SpecVersion kHostVersions[] = {{13, 27}, {13, 30}};
@@ -80,4 +80,4 @@ std::string BytesOf(const Record& record) {
     return {reinterpret_cast<const char*>(&record), sizeof record};
 }
 
-}  // namespace nuvhost::validate
+}  // namespace validator

@@ -8,7 +8,7 @@
 #include <type_traits>
 #include <utility>
 
-namespace nuvhost::validate {
+namespace validator {
 namespace {
 
 using refhost::World;
@@ -296,4 +296,4 @@ void ExpectSame(Context& context, const std::vector<std::byte>& got, const std::
                                            std::to_string(layout.height) + " pixels, " + what + ": " + difference);
 }
 
-}  // namespace nuvhost::validate
+}  // namespace validator

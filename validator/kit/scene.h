@@ -22,7 +22,7 @@
 #include "validator/check.h"
 #include "reference_host/world.h"
 
-namespace nuvhost::validate {
+namespace validator {
 
 enum class Way { smart, plain };
 std::string_view NameOf(Way way);           // "smart"
@@ -114,4 +114,4 @@ std::string Difference(const std::vector<std::byte>& got, const std::vector<std:
 void ExpectSame(Context& context, const std::vector<std::byte>& got, const std::vector<std::byte>& expected,
                 const refhost::WorldLayout& layout, const std::string& what);
 
-}  // namespace nuvhost::validate
+}  // namespace validator

@@ -3,7 +3,7 @@
 
 #include "validator/kit/interview.h"
 
-namespace nuvhost::validate::sequence {
+namespace validator::sequence {
 
 using Bytes = std::vector<std::byte>;
 
@@ -53,4 +53,4 @@ inline void EndInstance(Context& context, Interview& host, PF_Handle block) {
     ExpectWellUsed(context, host);
 }
 
-}  // namespace nuvhost::validate::sequence
+}  // namespace validator::sequence

@@ -2,7 +2,7 @@
 
 #include <thread>
 
-namespace nuvhost::validate {
+namespace validator {
 
 void AtOnce(int threads, const std::function<void(int)>& work) {
     Meeting start(threads);
@@ -81,4 +81,4 @@ void Crowd::Render(int number) {
     context_.ExpectNone(frames_[i]->Damage(), frame);
 }
 
-}  // namespace nuvhost::validate
+}  // namespace validator

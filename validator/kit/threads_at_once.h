@@ -10,7 +10,7 @@
 
 #include "validator/kit/scene.h"
 
-namespace nuvhost::validate {
+namespace validator {
 
 // Calls work(0) … work(threads-1), each on a thread of its own; they begin together. `work` must not throw.
 void AtOnce(int threads, const std::function<void(int)>& work);
@@ -54,4 +54,4 @@ private:
     std::vector<std::vector<std::byte>> alone_;
 };
 
-}  // namespace nuvhost::validate
+}  // namespace validator

@@ -7,7 +7,7 @@
 
 #include "validator/check.h"
 
-namespace nuvhost::validate {
+namespace validator {
 
 struct ChildEnd {
     std::string output;  // all that it wrote, standard error as well
@@ -17,4 +17,4 @@ struct ChildEnd {
 // Runs RunAsChild(job) in a new process. Throws std::runtime_error when there is none to be had.
 ChildEnd RunChild(const Job& job, std::chrono::milliseconds limit, const std::filesystem::path& nuvhost);
 
-}  // namespace nuvhost::validate
+}  // namespace validator

@@ -8,10 +8,10 @@
 #include <nlohmann/json.hpp>
 
 #include "validator/run/isolation.h"
-#include "nuvhost/console/errors.h"
+#include "validator/errors.h"
 #include "validator/registry.h"
 
-namespace nuvhost::validate {
+namespace validator {
 namespace {
 
 using nlohmann::json;
@@ -108,4 +108,4 @@ std::vector<std::string> Differences(const std::vector<std::string>& failures,
     return differences;
 }
 
-}  // namespace nuvhost::validate
+}  // namespace validator

@@ -9,7 +9,7 @@
 
 #include "reference_host/host.h"
 
-namespace nuvhost::validate {
+namespace validator {
 
 struct Deviation {
     std::string reason;
@@ -31,4 +31,4 @@ Deviations ReadDeviations(const std::filesystem::path& file);
 std::vector<std::string> Differences(const std::vector<std::string>& failures,
                                      const std::vector<std::string>& patterns);
 
-}  // namespace nuvhost::validate
+}  // namespace validator

@@ -12,7 +12,7 @@
 
 #include "validator/run/child_process.h"
 
-namespace nuvhost::validate {
+namespace validator {
 namespace {
 
 using nlohmann::json;
@@ -113,4 +113,4 @@ JobOutcome RunInOwnProcess(const Job& job, std::chrono::milliseconds limit, cons
     });
 }
 
-}  // namespace nuvhost::validate
+}  // namespace validator

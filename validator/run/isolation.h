@@ -9,7 +9,7 @@
 
 #include "validator/check.h"
 
-namespace nuvhost::validate {
+namespace validator {
 
 struct JobOutcome {
     std::vector<std::string> failures;  // empty: the check holds, unless it is not applicable
@@ -33,4 +33,4 @@ void RunAsChild(const Job& job);
 
 std::string_view NameOf(refhost::Personality personality);  // "compositing", "editing"
 
-}  // namespace nuvhost::validate
+}  // namespace validator

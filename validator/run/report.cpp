@@ -7,9 +7,9 @@
 
 #include <nlohmann/json.hpp>
 
-#include "nuvhost/console/errors.h"
+#include "validator/errors.h"
 
-namespace nuvhost::validate {
+namespace validator {
 namespace {
 
 using nlohmann::ordered_json;
@@ -160,4 +160,4 @@ void WriteFile(const std::filesystem::path& file, const std::string& text) {
     Replace(file, text, true);
 }
 
-}  // namespace nuvhost::validate
+}  // namespace validator

@@ -7,7 +7,7 @@
 
 #include "validator/run/runner.h"
 
-namespace nuvhost::validate {
+namespace validator {
 
 // The whole lines about one result, each with its line end: what failed, and the command that repeats it. `verbose`
 // tells of a deviation what was seen as well.
@@ -24,4 +24,4 @@ void RequireWritable(const std::filesystem::path& file);
 // The file appears whole or not at all. Throws std::runtime_error with one line.
 void WriteFile(const std::filesystem::path& file, const std::string& text);
 
-}  // namespace nuvhost::validate
+}  // namespace validator

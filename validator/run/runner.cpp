@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace nuvhost::validate {
+namespace validator {
 namespace {
 
 using refhost::Personality;
@@ -109,4 +109,4 @@ Counts Count(std::span<const Result> results) {
     return counts;
 }
 
-}  // namespace nuvhost::validate
+}  // namespace validator

@@ -10,7 +10,7 @@
 #include "validator/run/deviations.h"
 #include "validator/run/isolation.h"
 
-namespace nuvhost::validate {
+namespace validator {
 
 struct RunOptions {
     std::filesystem::path plugin;   // absolute
@@ -63,4 +63,4 @@ std::vector<Result> Run(const RunOptions& options, const RunObserver& observer =
 
 Counts Count(std::span<const Result> results);
 
-}  // namespace nuvhost::validate
+}  // namespace validator

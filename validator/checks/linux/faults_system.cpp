@@ -9,7 +9,7 @@
 #include "validator/registry.h"
 #include "platform/system_refusal.h"
 
-namespace nuvhost::validate {
+namespace validator {
 namespace {
 
 using namespace faults;
@@ -97,6 +97,6 @@ std::span<const Check> SystemFaultsChecks() {
     return kChecks;
 }
 
-}  // namespace nuvhost::validate
+}  // namespace validator
 
 #endif

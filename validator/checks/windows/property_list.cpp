@@ -12,7 +12,7 @@
 
 #include "validator/registry.h"
 
-namespace nuvhost::validate {
+namespace validator {
 namespace {
 
 using Bytes = std::vector<unsigned char>;
@@ -176,6 +176,6 @@ std::span<const Check> PropertyListChecks() {
     return kChecks;
 }
 
-}  // namespace nuvhost::validate
+}  // namespace validator
 
 #endif

@@ -19,7 +19,7 @@
 extern "C" __attribute__((weak)) void __lsan_do_leak_check();      // in builds that look for leaks
 extern "C" __attribute__((weak)) int __llvm_profile_write_file();  // in builds that count what runs
 
-namespace nuvhost::validate {
+namespace validator {
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -112,6 +112,6 @@ ChildEnd RunChild(const Job& job, std::chrono::milliseconds limit, const std::fi
     return end;
 }
 
-}  // namespace nuvhost::validate
+}  // namespace validator
 
 #endif

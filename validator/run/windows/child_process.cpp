@@ -9,7 +9,7 @@
 #include "validator/run/child_process.h"
 #include "validator/run/isolation.h"
 
-namespace nuvhost::validate {
+namespace validator {
 namespace {
 
 struct Handle {
@@ -87,6 +87,6 @@ ChildEnd RunChild(const Job& job, std::chrono::milliseconds limit, const std::fi
     return end;
 }
 
-}  // namespace nuvhost::validate
+}  // namespace validator
 
 #endif
