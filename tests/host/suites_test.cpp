@@ -4,6 +4,7 @@
 
 #include "host/host_suite_handler.h"
 #include "host/scoped_suite.h"
+#include "support/plugin_path.h"
 #include "support/protocol_support.h"
 
 namespace {
@@ -399,7 +400,7 @@ TEST_F(ScopedSuite, DropsWhatAReleaseThrows) {
 // ---- Commands ---------------------------------------------------------------------------------------------------
 
 TEST(CommandSuites, NoneIsAcquiredWhenTheLibraryIsLoadedOrScanned) {
-    refhost::Host host(refhost::PluginLibrary(NUV_PLUGIN_PATH), InOrder());
+    refhost::Host host(refhost::PluginLibrary(support::PluginPath()), InOrder());
     host.Scan();
     EXPECT_EQ(CallsOf(host.account()), Lines());
 }

@@ -15,6 +15,7 @@
 
 #include "entry/entry_points.h"
 #include "params/params.h"
+#include "plugin_path.h"
 #include "reference_host/host.h"
 
 namespace protocol {
@@ -43,7 +44,7 @@ constexpr PF_Fixed Fixed(double value) {
 // ---- The effect -----------------------------------------------------------------------------------------------
 
 inline refhost::PluginLibrary Binary() {
-    static const refhost::PluginLibrary binary(NUV_PLUGIN_PATH);
+    static const refhost::PluginLibrary binary(support::PluginPath());
     return binary;
 }
 

@@ -11,6 +11,8 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "plugin_path.h"
+
 namespace support {
 namespace {
 
@@ -129,7 +131,7 @@ std::string FormatName(PF_PixelFormat format) {
 }
 
 refhost::PluginLibrary Plugin() {
-    static const refhost::PluginLibrary plugin(NUV_PLUGIN_PATH);
+    static const refhost::PluginLibrary plugin(support::PluginPath());
     return plugin;
 }
 

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <map>
 
+#include "support/plugin_path.h"
 #include "support/protocol_support.h"
 
 namespace {
@@ -61,7 +62,7 @@ constexpr std::array<unsigned char, 294> kPropertyList = {
 class PropertyList : public testing::Test {
 protected:
     void SetUp() override {
-        module_ = LoadLibraryExW(std::filesystem::path(NUV_PLUGIN_PATH).c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE);
+        module_ = LoadLibraryExW(support::PluginPath().c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE);
         ASSERT_NE(module_, nullptr);
         const HRSRC found = FindResourceExW(module_, L"PIPL", MAKEINTRESOURCEW(16000), 1033);
         ASSERT_NE(found, nullptr);

@@ -12,6 +12,7 @@
 #include <functional>
 #include <thread>
 
+#include "support/plugin_path.h"
 #include "support/process_usage.h"
 #include "support/protocol_support.h"
 
@@ -90,7 +91,7 @@ protected:
         LoaderEntry* entry = nullptr;
         ASSERT_EQ(find(effect, &entry), 0);
         ASSERT_EQ(std::wstring(entry->baseName.text, entry->baseName.length / sizeof(wchar_t)),
-                  std::filesystem::path(NUV_PLUGIN_PATH).filename().wstring());
+                  support::PluginPath().filename().wstring());
         entry->flags |= kDontCallForThreads;
     }
 

@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <vector>
 
+#include "support/plugin_path.h"
 #include "support/process_usage.h"
 #include "support/protocol_support.h"
 
@@ -21,7 +22,7 @@ Usage Growth(const std::function<void(const refhost::PluginLibrary&)>& use) {
     Usage before;
     for (int i = 0; i < kUnmeasured + kTimes; ++i) {
         if (i == kUnmeasured) before = support::UsageNow();
-        use(refhost::PluginLibrary(NUV_PLUGIN_PATH));
+        use(refhost::PluginLibrary(support::PluginPath()));
         EXPECT_EQ(GetModuleHandleW(L"nuv_chromaber.aex"), nullptr);
     }
     const Usage after = support::UsageNow();
@@ -51,10 +52,10 @@ TEST(Loading, FailsWhereNoThreadLocalSlotIsLeft) {
     std::vector<DWORD> slots;
     for (DWORD slot = TlsAlloc(); slot != TLS_OUT_OF_INDEXES; slot = TlsAlloc())
         slots.push_back(slot);
-    EXPECT_THROW(refhost::PluginLibrary(NUV_PLUGIN_PATH), std::runtime_error);
+    EXPECT_THROW(refhost::PluginLibrary(support::PluginPath()), std::runtime_error);
     for (const DWORD slot : slots)
         TlsFree(slot);
-    EXPECT_NO_THROW(refhost::PluginLibrary(NUV_PLUGIN_PATH));
+    EXPECT_NO_THROW(refhost::PluginLibrary(support::PluginPath()));
 }
 
 }  // namespace

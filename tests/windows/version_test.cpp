@@ -8,15 +8,16 @@
 #include <utility>
 #include <vector>
 
-#include "support/protocol_support.h"
 #include "resources/identity.h"
+#include "support/plugin_path.h"
+#include "support/protocol_support.h"
 
 namespace {
 
 class VersionResource : public testing::Test {
 protected:
     void SetUp() override {
-        const std::filesystem::path file(NUV_PLUGIN_PATH);
+        const std::filesystem::path file = support::PluginPath();
         DWORD ignored = 0;
         bytes_.resize(GetFileVersionInfoSizeW(file.c_str(), &ignored));
         ASSERT_FALSE(bytes_.empty());
@@ -56,7 +57,7 @@ TEST_F(VersionResource, CarriesTheVersionAndTheNamesAsText) {
     EXPECT_EQ(Text(L"FileDescription"), "NUV Chromatic Aberration, an effect for After Effects and Premiere Pro");
     EXPECT_EQ(Text(L"CompanyName"), "The NUV Chromatic Aberration authors");
     EXPECT_EQ(Text(L"OriginalFilename"), "nuv_chromaber.aex");
-    EXPECT_EQ(Text(L"OriginalFilename"), std::filesystem::path(NUV_PLUGIN_PATH).filename().string());
+    EXPECT_EQ(Text(L"OriginalFilename"), support::PluginPath().filename().string());
 }
 
 }  // namespace

@@ -1,0 +1,9 @@
+#include "plugin_path.h"
+
+namespace support {
+
+std::filesystem::path PluginPath() {
+    return NUV_PLUGIN_PATH;
+}
+
+}  // namespace support
