@@ -5,8 +5,8 @@
 #include <limits>
 
 #include "engine/conversion_callbacks.h"
-#include "engine/kernels/cpu_kernels.h"
 #include "engine/host_buffer.h"
+#include "engine/kernels/cpu_kernels.h"
 #include "engine/plain_floats.h"
 #include "engine/worker_threads.h"
 #include "host/host_suite_handler.h"
@@ -100,7 +100,7 @@ PF_EffectWorld AsWorld(const ImageBuffer& buffer) {
 
 }  // namespace
 
-PF_Err RenderAberration(PF_InData* inData, RenderData& job, PF_EffectWorld* output) {
+PF_Err RenderAberration(PF_InData* inData, RenderData& job, PF_EffectWorld* sourceWorld, PF_EffectWorld* output) {
     Holdings held(inData);
     const bool editor = inData->appl_id == kAppIdEditor;
 
@@ -138,13 +138,13 @@ PF_Err RenderAberration(PF_InData* inData, RenderData& job, PF_EffectWorld* outp
     const PF_EffectWorld target = *output;
     context.kernels = &SelectKernels(ResultBytes(target));
     // For an empty layer hosts hand over no world, or one without memory: everything is outside of it.
-    if (IsUsable(job.sourceWorld)) {
-        const PF_EffectWorld source = *job.sourceWorld;
+    if (IsUsable(sourceWorld)) {
+        const PF_EffectWorld source = *sourceWorld;
         job.input.width = source.width;
         job.input.height = source.height;
         job.input.originX = source.origin_x;
         job.input.originY = source.origin_y;
-        const FormatConversions* const from = ConversionsOf(job.sourceWorld, held, editor);
+        const FormatConversions* const from = ConversionsOf(sourceWorld, held, editor);
         if (!GiveMemory(job.input, from != nullptr ? from->workingBits : 32, held.input)) {
             return PF_Err_OUT_OF_MEMORY;
         }

@@ -7,9 +7,9 @@ namespace nuv {
 PF_Err PlainRender(PF_InData* inData, PF_ParamDef* params[], PF_LayerDef* output) {
     ParameterCopies parameters(inData);
     RenderData job;
-    job.sourceWorld = params[PARAM_INPUT] == nullptr ? nullptr : &params[PARAM_INPUT]->u.ld;
     parameters.Fill(job);
-    const PF_Err result = RenderUnderMutex(inData, job, output);
+    PF_EffectWorld* const source = params[PARAM_INPUT] == nullptr ? nullptr : &params[PARAM_INPUT]->u.ld;
+    const PF_Err result = RenderUnderMutex(inData, job, source, output);
     return parameters.CheckIn(result);
 }
 

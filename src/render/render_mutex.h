@@ -17,6 +17,6 @@ extern std::mutex g_renderMutex;
 // On Windows exceptions of another compiler's runtime, and the system's own, pass this library's frames without
 // running a destructor or a handler. A host that lets one fly out of its callback and catches it beyond the effect
 // leaves the mutex locked, and the next render waits for ever.
-PF_Err RenderUnderMutex(PF_InData* inData, RenderData& job, PF_EffectWorld* output);
+PF_Err RenderUnderMutex(PF_InData* inData, RenderData& job, PF_EffectWorld* source, PF_EffectWorld* output);
 
 }  // namespace nuv

@@ -85,11 +85,10 @@ PF_Err SmartRender(PF_InData* inData, PF_SmartRenderExtra* extra) {
     const PreRenderData offset =
         ReadPreRenderData(*suites.Suite<"PF Handle Suite", 2>(), extra->input->pre_render_data);
     RenderData job;
-    job.sourceWorld = source;
     job.sourceOffsetX = static_cast<float>(offset.offsetX);
     job.sourceOffsetY = static_cast<float>(offset.offsetY);
     parameters.Fill(job);
-    const PF_Err result = RenderUnderMutex(inData, job, output);
+    const PF_Err result = RenderUnderMutex(inData, job, source, output);
     return parameters.CheckIn(result);
 }
 

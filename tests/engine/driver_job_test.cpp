@@ -26,12 +26,11 @@ private:
                        PF_LayerDef* output, void* extra) {
         if (cmd != PF_Cmd_RENDER) return nuv::Dispatch(cmd, inData, outData, params, output, extra);
         job_ = {};
-        job_.sourceWorld = &params[0]->u.ld;
         job_.amount = 12.5f;
         job_.show = 3;
         if (withoutBasicSuite_) inData->pica_basicP = nullptr;
         try {
-            return nuv::RenderAberration(inData, job_, output);
+            return nuv::RenderAberration(inData, job_, &params[0]->u.ld, output);
         } catch (int code) {
             thrown_ = code;
             return -1;

@@ -95,8 +95,7 @@ public:
 
     PF_Err Render(PF_EffectWorld source, PF_EffectWorld output) {
         nuv::RenderData job;
-        job.sourceWorld = &source;
-        return nuv::RenderAberration(&inData_, job, &output);
+        return nuv::RenderAberration(&inData_, job, &source, &output);
     }
 
     static inline std::vector<A_HandleSize> sizes;  // of every handle asked for

@@ -93,7 +93,6 @@ TEST_F(Job, StartsAtZeroWithEightBitBuffers) {
     const nuv::RenderData job;
     EXPECT_EQ(job.sourceOffsetX, 0.0f);
     EXPECT_EQ(job.sourceOffsetY, 0.0f);
-    EXPECT_EQ(job.sourceWorld, nullptr);
     EXPECT_EQ(job.input.bitsPerChannel, 8);
     EXPECT_EQ(job.output.bitsPerChannel, 8);
     EXPECT_EQ(job.input.pixels, nullptr);

@@ -1,10 +1,8 @@
-// One render job, as the worker threads share it. No host header: `sourceWorld` is for the driver alone.
+// One render job, as the worker threads share it.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
-
-struct PF_LayerDef;
 
 namespace nuv {
 
@@ -19,13 +17,12 @@ struct ImageBuffer {
     double originY = 0;
 };
 
-// Filled by the render commands (source, offsets, parameters) and the driver (the rest), then read-only but for
+// Filled by the render commands (offsets, parameters) and the driver (the rest), then read-only but for
 // the pixels of `output`: each worker writes its own rows.
 struct RenderData {
-    ImageBuffer input;                   // working copy of the source layer, 8 or 32 bits
-    ImageBuffer output;                  // result, always 32 bits
-    PF_LayerDef* sourceWorld = nullptr;  // the host's; null or without pixels: everything is outside the source
-    float pixelAspectNum = 0;            // the aspect ratio and the time are for information
+    ImageBuffer input;         // working copy of the source layer, 8 or 32 bits
+    ImageBuffer output;        // result, always 32 bits
+    float pixelAspectNum = 0;  // the aspect ratio and the time are for information
     float pixelAspectDen = 0;
     float downsampleX = 0;  // current resolution over full resolution; 1 at full
     float downsampleY = 0;
