@@ -27,6 +27,10 @@ namespace refhost {
 
 enum class Personality { compositor, editor };
 
+// The two ways in which a host has a frame rendered: by the commands pre-render and smart render, or by the one
+// command render.
+enum class RenderPath { smart, plain };
+
 // Every callback that the host offers.
 enum class Call {
     acquireSuite,
@@ -285,6 +289,7 @@ public:
     // `render` false only the pre-render. Throws std::logic_error in the editing host, which has no smart render.
     RenderResult SmartRender(const RenderSettings& settings, bool render = true);
     RenderResult PlainRender(const RenderSettings& settings);
+    RenderResult Render(RenderPath path, const RenderSettings& settings);
 
 private:
     struct Impl;

@@ -362,4 +362,8 @@ RenderResult Instance::PlainRender(const RenderSettings& settings) {
     return result;
 }
 
+RenderResult Instance::Render(RenderPath path, const RenderSettings& settings) {
+    return path == RenderPath::smart ? SmartRender(settings) : PlainRender(settings);
+}
+
 }  // namespace refhost

@@ -6,14 +6,14 @@
 #include <mutex>
 #include <vector>
 
+#include "effect/settings.h"
 #include "picture/picture.h"
 #include "picture/window.h"
 #include "reference_host/host.h"
-#include "effect/settings.h"
 
 namespace nuvhost {
 
-enum class RenderPath { smart, plain };
+using refhost::RenderPath;
 
 // `nuv_chromaber.so` beside the running program or one folder up. Throws if it is in neither.
 std::filesystem::path FindPlugin();

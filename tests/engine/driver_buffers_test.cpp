@@ -55,8 +55,8 @@ TEST_F(DriverWorlds, MayBeMissingOnTheSourcesSide) {
     scene.settings.input = nullptr;
     scene.settings.layerWidth = Scene::kWidth;
     scene.settings.layerHeight = Scene::kHeight;
-    for (const Way way : {Way::smart, Way::plain}) {
-        EXPECT_EQ(scene.Render(way), PF_Err_NONE);
+    for (const RenderPath path : {RenderPath::smart, RenderPath::plain}) {
+        EXPECT_EQ(scene.Render(path), PF_Err_NONE);
         EXPECT_EQ(scene.output.Pixels(), std::vector<std::byte>(72)) << "transparent black";
         EXPECT_EQ(scene.Outstanding(), Lines());
         EXPECT_EQ(scene.Misuse(), Lines());

@@ -51,12 +51,12 @@ refhost::HostOptions PixelIteration() {
 
 TEST(DriverInTheEditor, CallsTheHostInOrder) {
     Scene scene(InOrder(refhost::Personality::editor));
-    ExpectOrder(scene, Way::plain, EditorsCalls());
+    ExpectOrder(scene, RenderPath::plain, EditorsCalls());
 }
 
 TEST(DriverInTheEditor, KeepsItsPromisesWhicheverCallFails) {
     Scene scene(InOrder(refhost::Personality::editor));
-    ExpectEveryFailure(scene, Way::plain, EditorsCalls());
+    ExpectEveryFailure(scene, RenderPath::plain, EditorsCalls());
 }
 
 // The effect does not ask for these, but there are hosts that send what they have.
@@ -64,33 +64,33 @@ TEST(DriverInTheEditor, KeepsItsPromisesInFloatToo) {
     for (const PF_PixelFormat format : {kFormatBgraFloat, kFormatBgraFloatLinear}) {
         Scene scene(InOrder(refhost::Personality::editor));
         scene.UseFormat(format);
-        ExpectOrder(scene, Way::plain, EditorsCalls(true));
-        ExpectEveryFailure(scene, Way::plain, EditorsCalls(true));
+        ExpectOrder(scene, RenderPath::plain, EditorsCalls(true));
+        ExpectEveryFailure(scene, RenderPath::plain, EditorsCalls(true));
     }
 }
 
 TEST(DriverWithPixelIteration, CallsTheHostInOrder) {
     Scene scene(PixelIteration());
-    ExpectOrder(scene, Way::plain, PixelIterationsCalls());
+    ExpectOrder(scene, RenderPath::plain, PixelIterationsCalls());
 }
 
 TEST(DriverWithPixelIteration, KeepsItsPromisesWhicheverCallFails) {
     Scene scene(PixelIteration());
-    ExpectEveryFailure(scene, Way::plain, PixelIterationsCalls());
+    ExpectEveryFailure(scene, RenderPath::plain, PixelIterationsCalls());
 }
 
 TEST(DriverWithPixelIteration, KeepsItsPromisesInMoreBitsToo) {
     for (const PF_PixelFormat format : {kFormatArgb16, kFormatArgbFloat}) {
         Scene scene(PixelIteration());
         scene.UseFormat(format);
-        ExpectOrder(scene, Way::plain, PixelIterationsCalls(true));
-        ExpectEveryFailure(scene, Way::plain, PixelIterationsCalls(true));
+        ExpectOrder(scene, RenderPath::plain, PixelIterationsCalls(true));
+        ExpectEveryFailure(scene, RenderPath::plain, PixelIterationsCalls(true));
     }
 }
 
 TEST(DriverWithPixelIteration, RendersAsWithRowIteration) {
     Scene pixels(PixelIteration()), rows;
-    EXPECT_EQ(pixels.CleanPicture(Way::smart), rows.CleanPicture(Way::smart));
+    EXPECT_EQ(pixels.CleanPicture(RenderPath::smart), rows.CleanPicture(RenderPath::smart));
 }
 
 }  // namespace

@@ -93,7 +93,7 @@ TEST_F(EarlyExit, IsTheOnlyTimeThatTheseHandlesAreUnlocked) {
 }
 
 TEST_F(EarlyExit, DoesNotKeepTheNextRenderFromSucceeding) {
-    const auto clean = scene.CleanPicture(Way::plain);
+    const auto clean = scene.CleanPicture(RenderPath::plain);
     scene.host.options().faults = Fail("AcquireSuite PF World Suite 2");
     EXPECT_EQ(Render(), kFault);
     scene.host.options().faults = nullptr;

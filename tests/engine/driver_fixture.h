@@ -41,7 +41,7 @@ protected:
     PF_Err Render() {
         basic.acquired.clear();
         basic.released.clear();
-        return scene.Render(Way::plain);
+        return scene.Render(RenderPath::plain);
     }
 
     // The driver's own calls: all but the parameters'.

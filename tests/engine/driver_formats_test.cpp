@@ -36,7 +36,7 @@ TEST_F(DriverFormats, AreTheWorldSuitesInTheCompositor) {
 
 TEST_F(DriverFormats, AreThePixelFormatSuitesInTheEditor) {
     scene.host.options().personality = Personality::editor;
-    const auto clean = scene.CleanPicture(Way::plain);
+    const auto clean = scene.CleanPicture(RenderPath::plain);
     scene.settings.worldSuiteFormat = kUnknown;
     EXPECT_EQ(Render(), PF_Err_NONE);
     EXPECT_EQ(scene.output.Pixels(), clean);
@@ -48,8 +48,8 @@ TEST_F(DriverFormats, AreThePixelFormatSuitesInTheEditor) {
 TEST_F(DriverFormats, MayDifferFromFrameToFrame) {
     for (const PF_PixelFormat format : {kFormatArgb8, kFormatBgraFloat, kFormatArgb16, kFormatArgb8}) {
         scene.UseFormat(format);
-        const auto first = scene.CleanPicture(Way::plain);
-        EXPECT_EQ(scene.CleanPicture(Way::plain), first);
+        const auto first = scene.CleanPicture(RenderPath::plain);
+        EXPECT_EQ(scene.CleanPicture(RenderPath::plain), first);
         EXPECT_EQ(scene.Outstanding(), Lines());
     }
 }

@@ -25,7 +25,7 @@ TEST_F(DriverAborts, EndTheWorkBeforeTheOutputIsTouchedUnlessItHasBegun) {
 }
 
 TEST_F(DriverAborts, ConvertTheRowInProgressAllTheSame) {
-    const auto clean = scene.CleanPicture(Way::plain);
+    const auto clean = scene.CleanPicture(RenderPath::plain);
     scene.host.options().faults = Fail(refhost::Call::abort, Scene::kHeight + 1);  // in the first row out
     EXPECT_EQ(Render(), kFault);
     const auto pixels = scene.output.Pixels();
@@ -48,7 +48,7 @@ PF_Err IterateBackwards(std::int32_t iterations, void* refcon, PF_IterateRowFunc
 }
 
 TEST_F(DriverAborts, AreAskedForByThreadIndexZeroAlone) {
-    const auto clean = scene.CleanPicture(Way::plain);
+    const auto clean = scene.CleanPicture(RenderPath::plain);
     static constexpr PF_Iterate8Suite1 kBackwards{nullptr, nullptr, nullptr, nullptr, IterateBackwards};
     basic.onAcquire = [this](const std::string& name, std::int32_t version) {
         return name == "PF Iterate8 Suite" ? FakeBasic::Answer{0, &kBackwards} : Acquire(name, version);
@@ -69,7 +69,7 @@ TEST_F(DriverAborts, AreAskedForByThreadIndexZeroAlone) {
 using DriverIteration = Driver;
 
 TEST_F(DriverIteration, RendersTheSameOnAnyNumberOfHostThreadsInAnyOrder) {
-    const auto clean = scene.CleanPicture(Way::plain);
+    const auto clean = scene.CleanPicture(RenderPath::plain);
     for (const int threads : {1, 2, 3, 8}) {
         for (const std::uint32_t order : {0u, 1u, 2u, 3u}) {
             for (const bool generic : {true, false}) {
@@ -106,7 +106,7 @@ TEST_F(DriverIteration, BorrowsThePixelIterationOverAScratchColumn) {
         }
         return PF_Err_NONE;
     };
-    const auto clean = scene.CleanPicture(Way::plain);
+    const auto clean = scene.CleanPicture(RenderPath::plain);
     static constexpr PF_Iterate8Suite1 kPixels{iterate, nullptr, nullptr, nullptr, nullptr};
     basic.onAcquire = [this](const std::string& name, std::int32_t version) {
         return name == "PF Iterate8 Suite" ? FakeBasic::Answer{0, &kPixels} : Acquire(name, version);
@@ -146,7 +146,7 @@ TEST_F(DriverIteration, MakesItsScratchColumnWithoutFlags) {
 // Without a second iteration suite rows go in order on the command's thread, and each asks for an abort.
 TEST_F(DriverIteration, GoesRowByRowWithoutAnyIteration) {
     scene.host.options().genericIteration = false;
-    const auto clean = scene.CleanPicture(Way::plain);
+    const auto clean = scene.CleanPicture(RenderPath::plain);
     scene.host.options().faults = [](const refhost::CallRecord& call) -> std::optional<PF_Err> {
         const bool second = Line(call) == "AcquireSuite PF Iterate8 Suite 1" && call.index == 3;
         return second ? std::optional(kFault) : std::nullopt;
@@ -159,7 +159,7 @@ TEST_F(DriverIteration, GoesRowByRowWithoutAnyIteration) {
 }
 
 TEST_F(DriverIteration, GoesRowByRowWhereTheSuiteHasNoEntryAtAll) {
-    const auto clean = scene.CleanPicture(Way::plain);
+    const auto clean = scene.CleanPicture(RenderPath::plain);
     static constexpr PF_Iterate8Suite1 kNothing{};
     basic.onAcquire = [this](const std::string& name, std::int32_t version) {
         return name == "PF Iterate8 Suite" ? FakeBasic::Answer{0, &kNothing} : Acquire(name, version);

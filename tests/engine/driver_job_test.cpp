@@ -14,7 +14,7 @@ protected:
         thrown_ = 0;
     }
 
-    PF_Err Render() { return scene.Render(Way::plain); }
+    PF_Err Render() { return scene.Render(RenderPath::plain); }
 
     Scene scene;
     static inline nuv::RenderData job_;

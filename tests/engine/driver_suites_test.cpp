@@ -45,7 +45,7 @@ TEST_F(DriverSuites, AreNotReleasedWhereTheHostGaveNone) {
 }
 
 TEST_F(DriverSuites, CountByTheirPointersNotByTheirCodes) {
-    const auto clean = scene.CleanPicture(Way::plain);
+    const auto clean = scene.CleanPicture(RenderPath::plain);
     for (const char* name : {"PF Pixel Format Suite", "PF World Suite"}) {
         for (const Personality personality : {Personality::compositor, Personality::editor}) {
             scene.host.options().personality = personality;
@@ -68,7 +68,7 @@ TEST_F(DriverSuites, MakeTheWorldSuitesErrorTheRendersIfTheSourceIsNotConverted)
 }
 
 TEST_F(LinkedDriver, DropsWhatReleasesThrow) {
-    const auto clean = scene.CleanPicture(Way::plain);
+    const auto clean = scene.CleanPicture(RenderPath::plain);
     basic.onRelease = [this](const std::string& name, std::int32_t version) -> std::int32_t {
         theirs->ReleaseSuite(name.c_str(), version);
         throw std::runtime_error("released, but");

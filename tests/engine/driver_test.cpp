@@ -19,6 +19,7 @@ using support::kFormats;
 using support::Outcome;
 using support::Paint;
 using support::ReadFloats;
+using support::RenderPath;
 using support::Rgba;
 using support::Scene;
 using support::SceneOf;
@@ -238,12 +239,12 @@ TEST(Worlds, MayBeThirtyThousandPixelsWideOrHigh) {
 TEST(UnknownFormat, OfTheSourceIsNoErrorAndNothingIsWrittenOutsideThePixels) {
     Stage stage;
     for (PF_PixelFormat format : kUnknownFormats) {
-        for (bool plain : {false, true}) {
+        for (const RenderPath path : {RenderPath::smart, RenderPath::plain}) {
             Scene scene = SceneOf(kFormatArgbFloat, 17, 18);
             scene.source.format = format;
             scene.source.padding = 17 * 16;  // no pixels that the host knows of: nothing may be written there
             scene.amount = 50;
-            scene.plain = plain;
+            scene.path = path;
             ExpectRenders(stage, scene);
         }
     }
@@ -252,12 +253,12 @@ TEST(UnknownFormat, OfTheSourceIsNoErrorAndNothingIsWrittenOutsideThePixels) {
 TEST(UnknownFormat, OfTheOutputIsNoErrorAndNothingIsWritten) {
     Stage stage;
     for (PF_PixelFormat format : kUnknownFormats) {
-        for (bool plain : {false, true}) {
+        for (const RenderPath path : {RenderPath::smart, RenderPath::plain}) {
             Scene scene = SceneOf(kFormatArgbFloat, 17, 18);
             scene.output.format = format;
             scene.output.padding = 17 * 16;  // all of it is guarded
             scene.amount = 50;
-            scene.plain = plain;
+            scene.path = path;
             ExpectRenders(stage, scene);
         }
     }
@@ -265,7 +266,7 @@ TEST(UnknownFormat, OfTheOutputIsNoErrorAndNothingIsWritten) {
 
 TEST(Format, IsTheWorldSuitesInTheCompositingHostAndThePixelFormatSuitesInTheEditingHost) {
     Scene scene = SceneOf(kFormatBgra8, 17, 18);
-    scene.plain = true;
+    scene.path = RenderPath::plain;
     scene.amount = 50;
     const auto worldSuiteSaysArgb = [](refhost::RenderSettings& settings) {
         settings.worldSuiteFormat = kFormatArgb8;
@@ -296,7 +297,7 @@ TEST(Driver, InTheEditingHostWithoutThePixelFormatSuiteReturnsAtOnceAndLeavesThe
         return std::nullopt;
     };
     Scene scene = SceneOf(kFormatBgra8, 17, 18);
-    scene.plain = true;
+    scene.path = RenderPath::plain;
     const Outcome outcome = stage.Render(scene);
     EXPECT_EQ(outcome.code, PF_Err_NONE);
     EXPECT_EQ(outcome.pixels, std::vector<std::byte>(std::size_t{17} * 18 * 4, std::byte{refhost::World::kPoison}));

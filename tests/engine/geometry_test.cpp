@@ -19,6 +19,7 @@ using support::Paint;
 using support::Place;
 using support::Places;
 using support::ReadFloats;
+using support::RenderPath;
 using support::Rgba;
 using support::Scene;
 using support::SceneOf;
@@ -427,7 +428,7 @@ TEST(SourceOffset, IsNothingToThePlainCommandWhateverTheLayersOrigin) {
     Stage stage;
     Scene scene = SceneOf(kFormatBgra8, 23, 19);
     scene.amount = -25;
-    scene.plain = true;
+    scene.path = RenderPath::plain;
     scene.source.originX = 5;
     scene.source.originY = -9;
     scene.output.originX = 2;
@@ -546,10 +547,10 @@ TEST(Size, OfSourceAndOutputMayDiffer) {
 
 TEST(Size, OfNothingIsNoError) {
     Stage stage;
-    for (bool plain : {false, true}) {
+    for (const RenderPath path : {RenderPath::smart, RenderPath::plain}) {
         for (auto [width, height] : {std::pair{0, 0}, {0, 5}, {5, 0}}) {
             Scene scene = SceneOf(kFormatArgb8, 6, 6);
-            scene.plain = plain;
+            scene.path = path;
             scene.amount = 20;
             scene.output.width = width;
             scene.output.height = height;

@@ -12,6 +12,7 @@ using support::Describe;
 using support::ExpectAsModel;
 using support::FormatName;
 using support::kFormats;
+using support::RenderPath;
 using support::Scene;
 using support::SceneOf;
 using support::Stage;
@@ -175,7 +176,7 @@ TEST_P(EveryFormat, ComesOutTheSameByThePlainAndTheSmartCommand) {
         scene.scaling = 3;
         scene.amount = amount;
         const auto smart = ExpectAsModel(stage, scene);
-        scene.plain = true;
+        scene.path = RenderPath::plain;
         const auto plain = ExpectAsModel(stage, scene);
         EXPECT_EQ(smart, plain) << Describe(scene);
     }
@@ -187,7 +188,7 @@ TEST_P(EveryFormat, ComesOutTheSameInTheEditingHost) {
     Stage editor(options);
     for (int mode = 1; mode <= 3; ++mode) {
         Scene scene = MakeScene(37, 29);
-        scene.plain = true;
+        scene.path = RenderPath::plain;
         scene.mode = mode;
         scene.scaling = 2;
         scene.amount = -75;

@@ -178,7 +178,7 @@ TEST(Dispatch, AnswersAHostThatLeavesOutItsUtilitiesWithACode) {
         if (cmd == PF_Cmd_SEQUENCE_SETDOWN) inData.sequence_data = reinterpret_cast<PF_Handle>(&data);
         PF_OutData outData{};
         if (cmd == PF_Cmd_RENDER) {
-            EXPECT_EQ(scene.Render(Way::plain), code);
+            EXPECT_EQ(scene.Render(RenderPath::plain), code);
             EXPECT_TRUE(scene.OutputUntouched());
         } else {
             EXPECT_EQ(scene.host.Send(cmd, &inData, &outData), code);

@@ -72,15 +72,16 @@ TEST_P(HostThatChangesFloats, GetsTheSamePicture) {
         scene.settings.downsampleX = {2, 3};
         for (const int scaling : {1, 2, 3}) {
             for (const double amount : {37.123456789, -63.3}) {
-                for (const Way way : {Way::smart, Way::plain}) {
-                    SCOPED_TRACE(testing::Message() << std::hex << format << ", scaling " << scaling << ", amount "
-                                                    << amount << (way == Way::smart ? ", smart" : ", plain"));
+                for (const RenderPath path : {RenderPath::smart, RenderPath::plain}) {
+                    SCOPED_TRACE(testing::Message()
+                                 << std::hex << format << ", scaling " << scaling << ", amount " << amount
+                                 << (path == RenderPath::smart ? ", smart" : ", plain"));
                     scene.instance.Set(nuv::PARAM_SCALING, refhost::PopupValue{scaling});
                     scene.instance.Set(nuv::PARAM_AMOUNT, refhost::SliderValue{amount});
                     state_ = 0x1F80;
-                    const auto clean = scene.CleanPicture(way);
+                    const auto clean = scene.CleanPicture(path);
                     state_ = kStates[GetParam()].state;
-                    EXPECT_EQ(scene.CleanPicture(way), clean);
+                    EXPECT_EQ(scene.CleanPicture(path), clean);
                 }
             }
         }

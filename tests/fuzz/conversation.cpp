@@ -21,6 +21,7 @@ namespace {
 
 using refhost::Call;
 using refhost::ParamValue;
+using refhost::RenderPath;
 
 [[noreturn]] void Trap(const std::string& what) {
     std::fprintf(stderr, "broken promise: %s\n", what.c_str());
@@ -268,11 +269,11 @@ private:
         // A world of less than no size is no world that the effect could ask the host to copy.
         const bool own = !HasSoundData(player) || frame.HasNegativeSize();
         const bool told = !own && player.complete && player.instance->Save().percentPoints.empty();
-        const bool plain = Editor() || frame.scene.plain;
-        if (plain) frame.scene.offsetX = frame.scene.offsetY = 0;
+        const auto path = Editor() ? RenderPath::plain : frame.scene.path;
+        if (path == RenderPath::plain) frame.scene.offsetX = frame.scene.offsetY = 0;
         const refhost::RenderResult result =
-            plain ? player.instance->PlainRender(frame.settings)
-                  : player.instance->SmartRender(frame.settings, !frame.preRenderOnly);
+            path == RenderPath::plain ? player.instance->PlainRender(frame.settings)
+                                      : player.instance->SmartRender(frame.settings, !frame.preRenderOnly);
         Expect(PF_Err_NONE, result.preRender, "pre-render");
         if (result.rendered && !frame.HasNegativeSize()) Expect(frame.ExpectedCode(), result.render, "a render");
         for (const refhost::World* world : {&frame.source, &frame.output}) {

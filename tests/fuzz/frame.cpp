@@ -6,6 +6,8 @@
 namespace fuzz {
 namespace {
 
+using support::RenderPath;
+
 bool Known(PF_PixelFormat format) {
     return refhost::BytesPerPixel(format) != 0;
 }
@@ -82,7 +84,7 @@ Frame::Frame(Bytes& input) {
     // How the frame is asked for. Every bit stands for something unusual.
     const auto unusual = input.Take<std::uint16_t>();
     const auto is = [unusual](int bit) { return (unusual >> bit & 1) != 0; };
-    scene.plain = is(0);
+    scene.path = is(0) ? RenderPath::plain : RenderPath::smart;
     preRenderOnly = is(1) && is(2);
 
     scene.source = Layout(input);
@@ -121,7 +123,7 @@ Frame::Frame(Bytes& input) {
     // Nobody reads them.
     settings.plainParams.assign(5, reinterpret_cast<PF_ParamDef*>(std::uintptr_t{8}));
 
-    if (scene.plain) return;
+    if (scene.path == RenderPath::plain) return;
     PF_LRect there{};
     if (settings.input) {
         const PF_EffectWorld& world = *source.effectWorld();

@@ -409,9 +409,9 @@ TEST(CommandSuites, NoneSurvivesItsCommand) {
     Scene scene;
     EXPECT_EQ(scene.host.About(), PF_Err_NONE);
     EXPECT_EQ(scene.Outstanding(), Lines());
-    EXPECT_EQ(scene.Render(Way::smart), PF_Err_NONE);
+    EXPECT_EQ(scene.Render(RenderPath::smart), PF_Err_NONE);
     EXPECT_EQ(scene.Outstanding(), Lines());
-    EXPECT_EQ(scene.Render(Way::plain), PF_Err_NONE);
+    EXPECT_EQ(scene.Render(RenderPath::plain), PF_Err_NONE);
     EXPECT_EQ(scene.Outstanding(), Lines());
     EXPECT_EQ(scene.Misuse(), Lines());
 }
@@ -419,7 +419,7 @@ TEST(CommandSuites, NoneSurvivesItsCommand) {
 TEST(CommandSuites, OneThatSucceedsWithoutASuiteMakesTheCommand516) {
     Scene scene;
     scene.host.options().faults = Fail("AcquireSuite PF Handle Suite 2", PF_Err_NONE);
-    EXPECT_EQ(scene.Render(Way::smart), 516);
+    EXPECT_EQ(scene.Render(RenderPath::smart), 516);
     EXPECT_EQ(scene.result.preRender, 516);
     scene.host.options().faults = Fail("AcquireSuite PF ANSI Suite 1", PF_Err_NONE);
     EXPECT_EQ(scene.host.About(), 516);
@@ -429,7 +429,7 @@ TEST(CommandSuites, OneThatSucceedsWithoutASuiteMakesTheCommand516) {
 TEST(CommandSuites, AreAcquiredAndReleasedOnTheCommandsThread) {
     Scene scene;
     scene.host.options().iterationThreads = 4;
-    EXPECT_EQ(scene.Render(Way::smart), PF_Err_NONE);
+    EXPECT_EQ(scene.Render(RenderPath::smart), PF_Err_NONE);
     std::uint64_t thread = 0;
     for (const auto& call : scene.host.account().Calls()) {
         if (call.call != refhost::Call::acquireSuite && call.call != refhost::Call::releaseSuite) continue;

@@ -8,8 +8,8 @@
 #include <atomic>
 #include <cerrno>
 
-#include "support/protocol_support.h"
 #include "render/render_mutex.h"
+#include "support/protocol_support.h"
 
 namespace {
 
@@ -76,7 +76,7 @@ namespace {
 
 using namespace protocol;
 
-class WorkerThreads : public testing::TestWithParam<Way> {
+class WorkerThreads : public testing::TestWithParam<RenderPath> {
 protected:
     PF_Err Render(int failAt) {
         threads.Watch(failAt);
@@ -88,8 +88,10 @@ protected:
     Scene scene;
 };
 
-INSTANTIATE_TEST_SUITE_P(Both, WorkerThreads, testing::Values(Way::smart, Way::plain),
-                         [](const auto& instance) { return instance.param == Way::smart ? "Smart" : "Plain"; });
+INSTANTIATE_TEST_SUITE_P(Both, WorkerThreads, testing::Values(RenderPath::smart, RenderPath::plain),
+                         [](const auto& instance) {
+                             return instance.param == RenderPath::smart ? "Smart" : "Plain";
+                         });
 
 TEST_P(WorkerThreads, AreSixteenWhateverTheHeightAndAllAreJoined) {
     for (const int height : {0, 1, 3, 16, 100}) {
@@ -125,10 +127,12 @@ TEST_P(WorkerThreads, AreJoinedAndTheFrameIsGivenUpWhenOneCannotBeStarted) {
     }
 }
 
-class RenderMutex : public testing::TestWithParam<Way> {};
+class RenderMutex : public testing::TestWithParam<RenderPath> {};
 
-INSTANTIATE_TEST_SUITE_P(Both, RenderMutex, testing::Values(Way::smart, Way::plain),
-                         [](const auto& instance) { return instance.param == Way::smart ? "Smart" : "Plain"; });
+INSTANTIATE_TEST_SUITE_P(Both, RenderMutex, testing::Values(RenderPath::smart, RenderPath::plain),
+                         [](const auto& instance) {
+                             return instance.param == RenderPath::smart ? "Smart" : "Plain";
+                         });
 
 TEST_P(RenderMutex, ThatCannotBeLockedMakesTheRender512AndAllIsGivenBack) {
     Scene scene(InOrder(), Linked());

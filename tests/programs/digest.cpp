@@ -17,6 +17,7 @@
 namespace {
 
 using support::kFormats;
+using support::RenderPath;
 using support::Scene;
 using support::Stage;
 using support::Values;
@@ -82,7 +83,7 @@ std::vector<Scene> Scenes() {
             scene.output.height = 77;
             scene.show = 1 + static_cast<int>(seed % 3);
             scene.amount = seed % 2 == 0 ? 20 : -20;
-            scene.plain = seed % 4 == 0;
+            scene.path = seed % 4 == 0 ? RenderPath::plain : RenderPath::smart;
             scene.source.bottomUp = seed % 3 == 0;
             scene.output.padding = 12;
             scenes.push_back(scene);

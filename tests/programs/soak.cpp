@@ -23,6 +23,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using refhost::Personality;
 using support::Random;
+using support::RenderPath;
 
 constexpr int kThreads = 4;
 constexpr int kFramesOfARound = 32;             // on each thread
@@ -75,8 +76,8 @@ support::Scene AnyScene(Random& random, bool editor) {
     scene.scaling = static_cast<int>(random.Below(5));
     scene.show = static_cast<int>(random.Below(7));
     scene.amount = random.Below(8) == 0 ? 0 : random.Unit() * 200 - 100;
-    scene.plain = editor || random.Below(3) == 0;
-    if (!scene.plain) {
+    scene.path = editor || random.Below(3) == 0 ? RenderPath::plain : RenderPath::smart;
+    if (scene.path == RenderPath::smart) {
         scene.offsetX = about(width) / 4;
         scene.offsetY = about(height) / 4;
     }
@@ -106,8 +107,7 @@ std::string Render(refhost::Instance& instance, const support::Scene& scene, Ran
     settings.downsampleY = scene.downsampleY;
     settings.checkoutResult = PF_LRect{scene.offsetX, scene.offsetY, scene.offsetX + scene.source.width,
                                        scene.offsetY + scene.source.height};
-    const refhost::RenderResult result =
-        scene.plain ? instance.PlainRender(settings) : instance.SmartRender(settings);
+    const refhost::RenderResult result = instance.Render(scene.path, settings);
 
     if (const PF_Err code = result.preRender != PF_Err_NONE ? result.preRender : result.render) {
         return "code " + std::to_string(code);

@@ -1,8 +1,8 @@
 // What smart and plain render promise alike.
 #include <array>
 
-#include "support/protocol_support.h"
 #include "render_fixture.h"
+#include "support/protocol_support.h"
 
 namespace {
 
@@ -56,8 +56,10 @@ private:
     static inline decltype(PF_InteractCallbacks::checkin_param) checkin_ = nullptr;
 };
 
-INSTANTIATE_TEST_SUITE_P(Both, Render, testing::Values(Way::smart, Way::plain),
-                         [](const auto& instance) { return instance.param == Way::smart ? "Smart" : "Plain"; });
+INSTANTIATE_TEST_SUITE_P(Both, Render, testing::Values(RenderPath::smart, RenderPath::plain),
+                         [](const auto& instance) {
+                             return instance.param == RenderPath::smart ? "Smart" : "Plain";
+                         });
 
 TEST_P(Render, ChecksOutFiveZeroedRecordsOfItsOwnAndGivesBackTheSame) {
     ParamWatch::Forget();

@@ -1,8 +1,8 @@
 // What a render that fails, or that something is thrown through, leaves behind.
 #include <stdexcept>
 
-#include "support/protocol_support.h"
 #include "render/render_mutex.h"
+#include "support/protocol_support.h"
 
 namespace {
 
@@ -11,7 +11,7 @@ using namespace protocol;
 // The host's callbacks throw on purpose, to stand for whatever may.
 TEST(SmartRender, DropsWhatTheDriverThrowsAndLetsTheNextFrameIn) {
     Scene scene(InOrder(), Linked());
-    const auto clean = scene.CleanPicture(Way::smart);
+    const auto clean = scene.CleanPicture(RenderPath::smart);
     for (const char* line :
          {"AcquireSuite PF Pixel Format Suite 1", "AcquireSuite PF World Suite 2",
           "AcquireSuite PF Iterate8 Suite 1", "GetPixelFormat PF World Suite", "host_new_handle 72",
@@ -21,20 +21,20 @@ TEST(SmartRender, DropsWhatTheDriverThrowsAndLetsTheNextFrameIn) {
             if (Line(call) == line) throw std::runtime_error(line);
             return std::nullopt;
         };
-        EXPECT_EQ(scene.Render(Way::smart), PF_Err_NONE);
+        EXPECT_EQ(scene.Render(RenderPath::smart), PF_Err_NONE);
         EXPECT_TRUE(scene.OutputUntouched());
         EXPECT_EQ(scene.Outstanding(), Lines());
         EXPECT_EQ(scene.Misuse(), Lines());
         ASSERT_TRUE(nuv::g_renderMutex.try_lock());
         nuv::g_renderMutex.unlock();
-        EXPECT_EQ(scene.CleanPicture(Way::smart), clean);
+        EXPECT_EQ(scene.CleanPicture(RenderPath::smart), clean);
     }
 }
 
 TEST(Render, KeepsNothingWhereEveryCallOfOneKindThrows) {
     for (int kind = 0; kind <= static_cast<int>(refhost::Call::formatString); ++kind) {
         for (const bool generic : {true, false}) {
-            for (const Way way : {Way::smart, Way::plain}) {
+            for (const RenderPath path : {RenderPath::smart, RenderPath::plain}) {
                 const auto call = static_cast<refhost::Call>(kind);
                 SCOPED_TRACE(refhost::Name(call));
                 Scene scene(InOrder(), Linked());
@@ -43,7 +43,7 @@ TEST(Render, KeepsNothingWhereEveryCallOfOneKindThrows) {
                     if (made.call == call) throw std::runtime_error("thrown on purpose");
                     return std::nullopt;
                 };
-                scene.Render(way);
+                scene.Render(path);
                 EXPECT_EQ(scene.Outstanding(), Lines());
                 for (const std::string& line : scene.Misuse())
                     EXPECT_FALSE(line.starts_with("an exception left the effect in")) << line;
@@ -55,8 +55,8 @@ TEST(Render, KeepsNothingWhereEveryCallOfOneKindThrows) {
 TEST(SmartRender, GivesTheMutexBackAfterAnError) {
     Scene scene(InOrder(), Linked());
     scene.host.options().faults = Fail("iterate_generic 3");
-    for (const Way way : {Way::smart, Way::plain}) {
-        EXPECT_EQ(scene.Render(way), kFault);
+    for (const RenderPath path : {RenderPath::smart, RenderPath::plain}) {
+        EXPECT_EQ(scene.Render(path), kFault);
         ASSERT_TRUE(nuv::g_renderMutex.try_lock());
         nuv::g_renderMutex.unlock();
     }
@@ -68,8 +68,8 @@ TEST(SmartRender, ReturnsAnIntThatACheckoutThrowsAndGivesBackTheRest) {
         if (Line(call) == "checkout_param 4") throw 99;
         return std::nullopt;
     };
-    for (const Way way : {Way::smart, Way::plain}) {
-        EXPECT_EQ(scene.Render(way), 99);
+    for (const RenderPath path : {RenderPath::smart, RenderPath::plain}) {
+        EXPECT_EQ(scene.Render(path), 99);
         EXPECT_TRUE(scene.OutputUntouched());
         EXPECT_EQ(scene.Outstanding(), Lines());
     }

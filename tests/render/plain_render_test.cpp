@@ -10,12 +10,12 @@ using namespace protocol;
 
 TEST(PlainRender, CallsTheHostInOrder) {
     Scene scene;
-    ExpectOrder(scene, Way::plain, PlainRenderCalls());
+    ExpectOrder(scene, RenderPath::plain, PlainRenderCalls());
 }
 
 TEST(PlainRender, KeepsItsPromisesWhicheverCallFails) {
     Scene scene;
-    ExpectEveryFailure(scene, Way::plain, PlainRenderCalls());
+    ExpectEveryFailure(scene, RenderPath::plain, PlainRenderCalls());
 }
 
 TEST(PlainRender, KeepsItsPromisesInMoreBitsToo) {
@@ -24,14 +24,14 @@ TEST(PlainRender, KeepsItsPromisesInMoreBitsToo) {
         scene.UseFormat(format);
         DriverCalls driver;
         driver.deep = true;
-        ExpectOrder(scene, Way::plain, PlainRenderCalls(driver));
-        ExpectEveryFailure(scene, Way::plain, PlainRenderCalls(driver));
+        ExpectOrder(scene, RenderPath::plain, PlainRenderCalls(driver));
+        ExpectEveryFailure(scene, RenderPath::plain, PlainRenderCalls(driver));
     }
 }
 
 TEST(PlainRender, NeverHasAnOffsetWhateverTheLayersPosition) {
     Scene scene;
-    const auto picture = scene.CleanPicture(Way::plain);
+    const auto picture = scene.CleanPicture(RenderPath::plain);
     const auto pixels = scene.input.Pixels();
     for (const auto& [x, y] : {std::pair(0, 0), std::pair(3, -2), std::pair(-100, 50)}) {
         auto layout = scene.input.layout();
@@ -39,26 +39,26 @@ TEST(PlainRender, NeverHasAnOffsetWhateverTheLayersPosition) {
         layout.originY = y;
         scene.input = refhost::World(layout);
         scene.input.SetPixels(pixels);
-        EXPECT_EQ(scene.CleanPicture(Way::plain), picture);
+        EXPECT_EQ(scene.CleanPicture(RenderPath::plain), picture);
     }
 }
 
 TEST(PlainRender, NeverReadsTheArraysValues) {
     Scene scene;
-    const auto picture = scene.CleanPicture(Way::plain);  // with null entries
+    const auto picture = scene.CleanPicture(RenderPath::plain);  // with null entries
     std::array<PF_ParamDef, 5> values;
     std::memset(values.data(), 0x77, sizeof values);
     const auto before = BytesOf(values);
     for (auto& value : values)
         scene.settings.plainParams.push_back(&value);
-    EXPECT_EQ(scene.CleanPicture(Way::plain), picture);
+    EXPECT_EQ(scene.CleanPicture(RenderPath::plain), picture);
     EXPECT_EQ(BytesOf(values), before);
 }
 
 TEST(PlainRender, IsSilentWithoutABasicSuite) {
     Scene scene(InOrder(), Between::Put(Binary()));
     Between::change = [](PF_Cmd, PF_InData& inData, void*) { inData.pica_basicP = nullptr; };
-    EXPECT_EQ(scene.Render(Way::plain), PF_Err_NONE);
+    EXPECT_EQ(scene.Render(RenderPath::plain), PF_Err_NONE);
     EXPECT_TRUE(scene.OutputUntouched());
     EXPECT_EQ(scene.Calls(), (Lines{"checkout_param 1", "checkout_param 2", "checkout_param 3", "checkout_param 4",
                                     "checkout_param 5", "checkin_param 1", "checkin_param 2", "checkin_param 3",
@@ -69,7 +69,7 @@ TEST(PlainRender, IsSilentWithoutABasicSuite) {
 TEST(PlainRender, RendersWhatASmartRenderWithoutOffsetRenders) {
     Scene scene;
     scene.settings.checkoutResult = PF_LRect{0, 0, 6, 3};
-    EXPECT_EQ(scene.CleanPicture(Way::plain), scene.CleanPicture(Way::smart));
+    EXPECT_EQ(scene.CleanPicture(RenderPath::plain), scene.CleanPicture(RenderPath::smart));
 }
 
 }  // namespace

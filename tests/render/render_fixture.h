@@ -6,11 +6,11 @@
 namespace protocol {
 
 // What smart and plain render promise alike.
-class Render : public testing::TestWithParam<Way> {
+class Render : public testing::TestWithParam<RenderPath> {
 protected:
     PF_Err Go() { return scene.Render(GetParam()); }
     std::vector<std::byte> Clean() { return scene.CleanPicture(GetParam()); }
-    PF_Cmd Command() const { return GetParam() == Way::smart ? PF_Cmd_SMART_RENDER : PF_Cmd_RENDER; }
+    PF_Cmd Command() const { return GetParam() == RenderPath::smart ? PF_Cmd_SMART_RENDER : PF_Cmd_RENDER; }
 
     void BeforeTheEffect(std::function<void(PF_InData&)> alter) {
         Between::change = [cmd = Command(), alter](PF_Cmd sent, PF_InData& inData, void*) {

@@ -6,8 +6,8 @@
 #include <mutex>
 #include <thread>
 
-#include "support/protocol_support.h"
 #include "render/render_mutex.h"
+#include "support/protocol_support.h"
 
 namespace {
 
@@ -40,7 +40,7 @@ constexpr const char* kArrived = "checkout_param 5";
 
 // Starts a render and, once that is inside the driver, another one; the first goes on only when the second stands
 // before the mutex, and takes its time in every row.
-void ExpectTurns(refhost::PluginLibrary library, Way first, Way second) {
+void ExpectTurns(refhost::PluginLibrary library, RenderPath first, RenderPath second) {
     Scene a(InOrder(), library), b(InOrder(), library);
     Signal inside, arrived;
     std::mutex mutex;
@@ -86,16 +86,16 @@ void ExpectTurns(refhost::PluginLibrary library, Way first, Way second) {
 }
 
 TEST(RenderMutex, LetsTwoSmartRendersTakeTurns) {
-    ExpectTurns(Binary(), Way::smart, Way::smart);
+    ExpectTurns(Binary(), RenderPath::smart, RenderPath::smart);
 }
 
 TEST(RenderMutex, LetsTwoPlainRendersTakeTurns) {
-    ExpectTurns(Binary(), Way::plain, Way::plain);
+    ExpectTurns(Binary(), RenderPath::plain, RenderPath::plain);
 }
 
 TEST(RenderMutex, LetsASmartAndAPlainRenderTakeTurns) {
-    ExpectTurns(Binary(), Way::smart, Way::plain);
-    ExpectTurns(Binary(), Way::plain, Way::smart);
+    ExpectTurns(Binary(), RenderPath::smart, RenderPath::plain);
+    ExpectTurns(Binary(), RenderPath::plain, RenderPath::smart);
 }
 
 // Several instances in one host, many frames: no driver's first call comes before another one's last.
@@ -147,7 +147,7 @@ TEST(RenderMutex, NeverInterleavesManyRenders) {
 }
 
 TEST(RenderMutex, IsTakenAfterTheCheckoutsAndNotByPreRender) {
-    for (const Way way : {Way::smart, Way::plain}) {
+    for (const RenderPath path : {RenderPath::smart, RenderPath::plain}) {
         Scene scene(InOrder(), Linked());
         Signal arrived;
         std::atomic<bool> driver{false};
@@ -159,7 +159,7 @@ TEST(RenderMutex, IsTakenAfterTheCheckoutsAndNotByPreRender) {
         std::future<PF_Err> render;
         {
             const std::lock_guard held(nuv::g_renderMutex);
-            render = std::async(std::launch::async, [&] { return scene.Render(way); });
+            render = std::async(std::launch::async, [&] { return scene.Render(path); });
             EXPECT_TRUE(arrived.Wait());
             EXPECT_EQ(render.wait_for(30ms), std::future_status::timeout);
             EXPECT_FALSE(driver);
@@ -174,7 +174,7 @@ TEST(RenderMutex, IsTakenAfterTheCheckoutsAndNotByPreRender) {
 }
 
 TEST(RenderMutex, IsFreeWhenParametersAreCheckedIn) {
-    for (const Way way : {Way::smart, Way::plain}) {
+    for (const RenderPath path : {RenderPath::smart, RenderPath::plain}) {
         Scene scene(InOrder(), Linked());
         int free = 0;
         scene.host.options().faults = [&](const refhost::CallRecord& call) -> std::optional<PF_Err> {
@@ -185,7 +185,7 @@ TEST(RenderMutex, IsFreeWhenParametersAreCheckedIn) {
             free += lock.get();
             return std::nullopt;
         };
-        EXPECT_EQ(scene.Render(way), PF_Err_NONE);
+        EXPECT_EQ(scene.Render(path), PF_Err_NONE);
         EXPECT_EQ(free, 5);
     }
 }

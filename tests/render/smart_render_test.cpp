@@ -1,8 +1,8 @@
 // What is the smart render's own.
-#include "support/call_script.h"
 #include "pf_smart_render.h"
-#include "support/protocol_support.h"
 #include "render_fixture.h"
+#include "support/call_script.h"
+#include "support/protocol_support.h"
 
 namespace {
 
@@ -26,12 +26,12 @@ Script SmartRenderCalls(const DriverCalls& driver = {}) {
 
 TEST(SmartRender, CallsTheHostInOrder) {
     Scene scene;
-    ExpectOrder(scene, Way::smart, SmartRenderCalls());
+    ExpectOrder(scene, RenderPath::smart, SmartRenderCalls());
 }
 
 TEST(SmartRender, KeepsItsPromisesWhicheverCallFails) {
     Scene scene;
-    ExpectEveryFailure(scene, Way::smart, SmartRenderCalls());
+    ExpectEveryFailure(scene, RenderPath::smart, SmartRenderCalls());
 }
 
 TEST(SmartRender, KeepsItsPromisesInMoreBitsToo) {
@@ -40,13 +40,14 @@ TEST(SmartRender, KeepsItsPromisesInMoreBitsToo) {
         scene.UseFormat(format);
         DriverCalls driver;
         driver.deep = true;
-        ExpectOrder(scene, Way::smart, SmartRenderCalls(driver));
-        ExpectEveryFailure(scene, Way::smart, SmartRenderCalls(driver));
+        ExpectOrder(scene, RenderPath::smart, SmartRenderCalls(driver));
+        ExpectEveryFailure(scene, RenderPath::smart, SmartRenderCalls(driver));
     }
 }
 
 class SmartRenderAlone : public Render {};
-INSTANTIATE_TEST_SUITE_P(Only, SmartRenderAlone, testing::Values(Way::smart), [](const auto&) { return "Smart"; });
+INSTANTIATE_TEST_SUITE_P(Only, SmartRenderAlone, testing::Values(RenderPath::smart),
+                         [](const auto&) { return "Smart"; });
 
 TEST_P(SmartRenderAlone, ShiftsTheSourceByThePreRendersOffset) {
     std::vector<std::vector<std::byte>> pictures;
@@ -58,13 +59,13 @@ TEST_P(SmartRenderAlone, ShiftsTheSourceByThePreRendersOffset) {
         for (std::size_t j = 0; j < i; ++j)
             EXPECT_NE(pictures[i], pictures[j]);
     }
-    EXPECT_EQ(pictures[0], scene.CleanPicture(Way::plain));
+    EXPECT_EQ(pictures[0], scene.CleanPicture(RenderPath::plain));
 }
 
 TEST_P(SmartRenderAlone, HasNoOffsetWithoutPreRenderData) {
     scene.host.options().faults = Fail("host_new_handle 8");
     EXPECT_EQ(Go(), PF_Err_NONE);
-    EXPECT_EQ(scene.output.Pixels(), scene.CleanPicture(Way::plain));
+    EXPECT_EQ(scene.output.Pixels(), scene.CleanPicture(RenderPath::plain));
 }
 
 TEST_P(SmartRenderAlone, ChecksOutNoParametersWhenThePixelsCannotBeHad) {

@@ -83,8 +83,8 @@ Script PlainRenderCalls(const DriverCalls& driver) {
     return Join({ParameterCheckouts(), driver.Steps(), ParameterCheckins()});
 }
 
-void ExpectOrder(Scene& scene, Way way, const Script& script) {
-    EXPECT_EQ(scene.Render(way), PF_Err_NONE);
+void ExpectOrder(Scene& scene, RenderPath path, const Script& script) {
+    EXPECT_EQ(scene.Render(path), PF_Err_NONE);
     EXPECT_EQ(scene.Calls(), LinesOf(script));
     EXPECT_EQ(scene.Outstanding(), Lines());
     EXPECT_EQ(scene.Misuse(), Lines());
@@ -92,37 +92,37 @@ void ExpectOrder(Scene& scene, Way way, const Script& script) {
 
 namespace {
 
-std::vector<std::byte> Expected(Scene& scene, Way way, const Picture& picture) {
+std::vector<std::byte> Expected(Scene& scene, RenderPath path, const Picture& picture) {
     switch (picture.kind) {
         case Picture::Kind::untouched:
             return refhost::World(scene.output.layout()).Pixels();
         case Picture::Kind::topRows: {
-            auto pixels = scene.CleanPicture(way);
+            auto pixels = scene.CleanPicture(path);
             const auto rowBytes = static_cast<std::ptrdiff_t>(pixels.size()) / Scene::kHeight;
             std::fill(pixels.begin() + rowBytes * picture.number, pixels.end(), std::byte{refhost::World::kPoison});
             return pixels;
         }
         case Picture::Kind::zeroParameter: {
             scene.instance.Set(picture.number, Scene::Zero(picture.number));
-            auto pixels = scene.CleanPicture(way);
+            auto pixels = scene.CleanPicture(path);
             scene.instance.Set(picture.number, Scene::Value(picture.number));
-            EXPECT_NE(pixels, scene.CleanPicture(way)) << "parameter " << picture.number << " makes no difference";
+            EXPECT_NE(pixels, scene.CleanPicture(path)) << "parameter " << picture.number << " makes no difference";
             return pixels;
         }
         case Picture::Kind::withoutOffset: {
-            auto pixels = scene.CleanPicture(Way::plain);
-            EXPECT_NE(pixels, scene.CleanPicture(Way::smart)) << "the offset makes no difference";
+            auto pixels = scene.CleanPicture(RenderPath::plain);
+            EXPECT_NE(pixels, scene.CleanPicture(RenderPath::smart)) << "the offset makes no difference";
             return pixels;
         }
         default:
-            return scene.CleanPicture(way);
+            return scene.CleanPicture(path);
     }
 }
 
 }  // namespace
 
-void ExpectEveryFailure(Scene& scene, Way way, const Script& script) {
-    const auto clean = scene.CleanPicture(way);
+void ExpectEveryFailure(Scene& scene, RenderPath path, const Script& script) {
+    const auto clean = scene.CleanPicture(path);
     const auto calls = scene.host.account().Calls();
     ASSERT_EQ(calls.size(), script.size());
     const auto source = scene.input.Pixels();
@@ -130,10 +130,10 @@ void ExpectEveryFailure(Scene& scene, Way way, const Script& script) {
     for (std::size_t i = 0; i < script.size(); ++i) {
         const Step& step = script[i];
         SCOPED_TRACE("step " + std::to_string(i) + ", " + step.call);
-        const auto expected = Expected(scene, way, step.picture);
+        const auto expected = Expected(scene, path, step.picture);
 
         scene.host.options().faults = Fail(calls[i].call, calls[i].index);
-        EXPECT_EQ(scene.Render(way), step.code);
+        EXPECT_EQ(scene.Render(path), step.code);
         if (step.picture.kind != Picture::Kind::anything) {
             EXPECT_EQ(scene.output.Pixels(), expected);
         }
@@ -145,7 +145,7 @@ void ExpectEveryFailure(Scene& scene, Way way, const Script& script) {
 
         scene.host.options().faults = nullptr;
         scene.host.account().Reclaim();
-        EXPECT_EQ(scene.Render(way), PF_Err_NONE);
+        EXPECT_EQ(scene.Render(path), PF_Err_NONE);
         EXPECT_EQ(scene.output.Pixels(), clean);
         EXPECT_EQ(scene.Outstanding(), Lines());
     }

@@ -86,9 +86,9 @@ struct DriverCalls {
 Script PlainRenderCalls(const DriverCalls& driver = {});
 
 // A test failure unless a render in which nothing fails makes just these calls.
-void ExpectOrder(Scene& scene, Way way, const Script& script);
+void ExpectOrder(Scene& scene, RenderPath path, const Script& script);
 
 // Fails every call of the render in turn. After each failure the same instance renders as if nothing had been.
-void ExpectEveryFailure(Scene& scene, Way way, const Script& script);
+void ExpectEveryFailure(Scene& scene, RenderPath path, const Script& script);
 
 }  // namespace protocol

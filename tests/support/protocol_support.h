@@ -20,6 +20,8 @@
 
 namespace protocol {
 
+using refhost::RenderPath;
+
 // ---- Records --------------------------------------------------------------------------------------------------
 
 // With its padding, which copies of a record need not share.
@@ -163,8 +165,6 @@ inline refhost::FaultPlan Fail(const std::string& line, PF_Err code = kFault) {
 
 // ---- Renders --------------------------------------------------------------------------------------------------
 
-enum class Way { smart, plain };
-
 // An instance of the effect on a layer of 6 x 3 pixels at (1, 1). Each parameter, and the layer's offset in a
 // smart render, makes a difference in the picture.
 class Scene {
@@ -227,17 +227,17 @@ public:
     }
 
     // Renders into a fresh, poisoned output, after forgetting earlier calls. The first code that is not 0.
-    PF_Err Render(Way way) {
+    PF_Err Render(RenderPath path) {
         output = refhost::World(output.layout());
         host.account().Reset();
-        result = way == Way::smart ? instance.SmartRender(settings) : instance.PlainRender(settings);
+        result = instance.Render(path, settings);
         return result.preRender != PF_Err_NONE ? result.preRender : result.render;
     }
 
     // The picture of a render in which nothing fails.
-    std::vector<std::byte> CleanPicture(Way way) {
+    std::vector<std::byte> CleanPicture(RenderPath path) {
         const auto faults = std::exchange(host.options().faults, nullptr);
-        EXPECT_EQ(Render(way), PF_Err_NONE);
+        EXPECT_EQ(Render(path), PF_Err_NONE);
         EXPECT_FALSE(OutputUntouched());
         host.options().faults = faults;
         return output.Pixels();

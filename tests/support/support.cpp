@@ -215,7 +215,8 @@ std::string Describe(const Scene& scene) {
          << " scaling " << scene.scaling << " show " << scene.show << " amount " << Text(scene.amount)
          << "; offset " << scene.offsetX << ", " << scene.offsetY << "; resolution " << scene.downsampleX.num << '/'
          << scene.downsampleX.den << ", " << scene.downsampleY.num << '/' << scene.downsampleY.den << "; "
-         << (scene.plain ? "plain" : "smart") << "; " << (scene.pixels.empty() ? "random pixels" : "given pixels")
+         << (scene.path == RenderPath::plain ? "plain" : "smart") << "; "
+         << (scene.pixels.empty() ? "random pixels" : "given pixels")
          << (scene.values == Values::wild ? ", wild" : "") << ", seed " << scene.seed;
     return text.str();
 }
@@ -279,8 +280,7 @@ Outcome Stage::Render(const Scene& scene, const std::function<void(refhost::Rend
     change(settings);
 
     host_->account().Reset();
-    const refhost::RenderResult result =
-        scene.plain ? instance_.PlainRender(settings) : instance_.SmartRender(settings);
+    const refhost::RenderResult result = instance_.Render(scene.path, settings);
 
     Outcome outcome;
     outcome.code = result.preRender != PF_Err_NONE ? result.preRender : result.render;

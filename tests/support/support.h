@@ -17,6 +17,8 @@
 
 namespace support {
 
+using refhost::RenderPath;
+
 inline constexpr std::array<PF_PixelFormat, 6> kFormats = {
     kFormatArgb8, kFormatBgra8, kFormatArgb16, kFormatArgbFloat, kFormatBgraFloat, kFormatBgraFloatLinear};
 
@@ -73,7 +75,7 @@ struct Scene {
     int offsetY = 0;
     PF_RationalScale downsampleX{1, 1};
     PF_RationalScale downsampleY{1, 1};
-    bool plain = false;  // by the plain render command instead of the smart pair
+    RenderPath path = RenderPath::smart;
 };
 
 // One format and size for both source and output, centred.

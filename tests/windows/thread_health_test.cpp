@@ -111,7 +111,7 @@ TEST(Measuring, SeesWhatIsLostWithEveryThread) {
 }
 
 TEST_F(WithoutNotifications, AThousandThreadsThatRenderAFrameLeaveNothing) {
-    ExpectNoGrowth([&] { EXPECT_EQ(scene.Render(Way::smart), PF_Err_NONE); });
+    ExpectNoGrowth([&] { EXPECT_EQ(scene.Render(RenderPath::smart), PF_Err_NONE); });
 }
 
 TEST_F(WithoutNotifications, AThousandThreadsOnWhichTheEffectThrewLeaveNothing) {
@@ -121,7 +121,7 @@ TEST_F(WithoutNotifications, AThousandThreadsOnWhichTheEffectThrewLeaveNothing) 
 
 TEST_F(WithoutNotifications, AThousandThreadsOnWhichTheDriverThrewLeaveNothing) {
     scene.host.options().faults = Fail("AcquireSuite PF Iterate8 Suite 1");
-    ExpectNoGrowth([&] { EXPECT_EQ(scene.Render(Way::plain), PF_Err_NONE) << "the exception is dropped"; });
+    ExpectNoGrowth([&] { EXPECT_EQ(scene.Render(RenderPath::plain), PF_Err_NONE) << "the exception is dropped"; });
     EXPECT_TRUE(scene.OutputUntouched());
 }
 

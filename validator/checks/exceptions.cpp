@@ -5,8 +5,8 @@
 #include <stdexcept>
 
 #include "validator/kit/interview.h"
-#include "validator/registry.h"
 #include "validator/kit/scene.h"
+#include "validator/registry.h"
 
 namespace validator {
 namespace {
@@ -106,9 +106,10 @@ void InSequences(Context& context) {
 // One small frame, on one thread.
 class Render {
 public:
-    Render(Context& context, Way way)
-        : scene_(context, OneThread(context)), frame_(Scene::Layout(scene_.formats().front(), 4, 3)), way_(way) {
-        if (way == Way::smart && scene_.way() != Way::smart) context.NotApplicable("there is no smart render");
+    Render(Context& context, RenderPath path)
+        : scene_(context, OneThread(context)), frame_(Scene::Layout(scene_.formats().front(), 4, 3)), path_(path) {
+        if (path == RenderPath::smart && scene_.path() != RenderPath::smart)
+            context.NotApplicable("there is no smart render");
     }
 
     refhost::Host& host() { return scene_.host; }
@@ -116,10 +117,10 @@ public:
         return [this] { frame_.Poison(); };
     }
     auto PreRender() {
-        return [this] { frame_.Render(scene_.host, scene_.instance, way_, false); };
+        return [this] { frame_.Render(scene_.host, scene_.instance, path_, false); };
     }
     auto All() {
-        return [this] { frame_.Render(scene_.host, scene_.instance, way_); };
+        return [this] { frame_.Render(scene_.host, scene_.instance, path_); };
     }
 
 private:
@@ -131,23 +132,23 @@ private:
 
     Scene scene_;
     Frame frame_;
-    Way way_;
+    RenderPath path_;
 };
 
 void InPreRender(Context& context) {
-    Render render(context, Way::smart);
+    Render render(context, RenderPath::smart);
     Throwing(context, render.host()).AtEach(render.Prepare(), render.PreRender());
 }
 
 void InSmartRender(Context& context) {
-    Render render(context, Way::smart);
+    Render render(context, RenderPath::smart);
     Throwing throwing(context, render.host());
     const std::int64_t ofPreRender = throwing.Run(render.PreRender());
     throwing.AtEach(render.Prepare(), render.All(), ofPreRender);
 }
 
 void InPlainRender(Context& context) {
-    Render render(context, Way::plain);
+    Render render(context, RenderPath::plain);
     Throwing(context, render.host()).AtEach(render.Prepare(), render.All());
 }
 

@@ -4,10 +4,10 @@
 #include <limits>
 #include <optional>
 
-#include "validator/kit/interview.h"
 #include "pf_smart_render.h"
-#include "validator/registry.h"
+#include "validator/kit/interview.h"
 #include "validator/kit/scene.h"
+#include "validator/registry.h"
 
 namespace validator {
 namespace {
@@ -187,11 +187,11 @@ void LivesWithout(Context& context) {
     Scene scene(context);
     Frame frame(Scene::Layout(scene.formats().front(), 19, 11));
     const auto expected = scene.Picture(frame);
-    std::vector<Way> ways{Way::plain};
-    if (scene.way() == Way::smart) ways.push_back(Way::smart);
-    for (const Way way : ways) {
+    std::vector<RenderPath> paths{RenderPath::plain};
+    if (scene.path() == RenderPath::smart) paths.push_back(RenderPath::smart);
+    for (const RenderPath path : paths) {
         frame.*part = false;
-        frame.Render(scene.host, scene.instance, way);
+        frame.Render(scene.host, scene.instance, path);
         frame.*part = true;
         context.ExpectNone(scene.host.account().Misuse(), "misuse");
         scene.host.account().Reclaim();

@@ -8,8 +8,8 @@
 #include <thread>
 #include <vector>
 
-#include "validator/registry.h"
 #include "validator/kit/scene.h"
+#include "validator/registry.h"
 
 namespace validator {
 namespace {
@@ -37,13 +37,13 @@ std::string Text(const PF_LRect& r) {
 struct Smart {
     Smart(Context& theContext, int width, int height)
         : context(theContext), scene(theContext), frame(Scene::Layout(scene.formats().front(), width, height)) {
-        if (scene.way() != Way::smart) context.NotApplicable("the effect declares no smart render");
+        if (scene.path() != RenderPath::smart) context.NotApplicable("the effect declares no smart render");
     }
 
     // Pre-render alone; a code ends the check.
     refhost::RenderResult PreRender() {
         scene.host.account().Reset();
-        auto result = frame.Render(scene.host, scene.instance, Way::smart, false);
+        auto result = frame.Render(scene.host, scene.instance, RenderPath::smart, false);
         context.Require(result.preRender == PF_Err_NONE, "code " + std::to_string(result.preRender));
         return result;
     }
@@ -274,7 +274,7 @@ void MayBeFollowedByOther(Context& context) {
         if (record.call == refhost::Call::checkoutLayerPixels && !done.exchange(true)) {
             std::thread([&] {
                 Frame other(Scene::Layout(smart.scene.formats().front(), 17, 9));
-                other.Render(smart.scene.host, smart.scene.instance, Way::smart);
+                other.Render(smart.scene.host, smart.scene.instance, RenderPath::smart);
             }).join();
         }
         return std::nullopt;

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "platform/process_state.h"
-#include "validator/registry.h"
 #include "validator/kit/scene.h"
+#include "validator/registry.h"
 
 namespace validator {
 namespace {
@@ -99,7 +99,7 @@ void IsSameInANewInstance(Context& context) {
             other.Set(index, scene.instance.Get(index));
         }
         frame.Poison();
-        const PF_Err code = CodeOf(frame.Render(scene.host, other, scene.way()));
+        const PF_Err code = CodeOf(frame.Render(scene.host, other, scene.path()));
         context.Require(code == PF_Err_NONE, "code " + std::to_string(code));
         ExpectSame(context, frame.output.Pixels(), first, frame.output.layout(), "by another instance");
         other.SequenceSetdown();
@@ -114,7 +114,7 @@ void InstancesAreApart(Context& context) {
         other.SequenceSetup();
         SetRandomValues(context, scene.host, other, 25, 13);
         frame.Poison();
-        frame.Render(scene.host, other, scene.way());
+        frame.Render(scene.host, other, scene.path());
         ExpectSame(context, scene.Picture(frame), first, frame.output.layout(), "after another instance's render");
         other.SequenceSetdown();
     });
@@ -131,15 +131,15 @@ void ForgetsOtherFrames(Context& context) {
     });
 }
 
-// The host's other way is what other hosts send.
+// The host renders by the other path, as other hosts do.
 void SmartAndPlainAgree(Context& context) {
     Scene scene(context);
-    if (scene.way() != Way::smart) context.NotApplicable("the effect declares no smart render");
+    if (scene.path() != RenderPath::smart) context.NotApplicable("the effect declares no smart render");
     for (const PF_PixelFormat format : scene.formats()) {
         Frame frame(Scene::Layout(format, 25, 15));
         const auto smart = scene.Picture(frame);
         frame.Poison();
-        const PF_Err code = CodeOf(frame.Render(scene.host, scene.instance, Way::plain));
+        const PF_Err code = CodeOf(frame.Render(scene.host, scene.instance, RenderPath::plain));
         context.Require(code == PF_Err_NONE, "the plain render gives code " + std::to_string(code));
         ExpectSame(context, frame.output.Pixels(), smart, frame.output.layout(), "rendered plainly");
     }
@@ -207,7 +207,7 @@ void RendersFromOrigin(Context& context) {
 // Any code will do: what is asked is that it comes back, with everything in order.
 void ExpectReturns(Context& context, Scene& scene, Frame& frame) {
     scene.host.account().Reset();
-    frame.Render(scene.host, scene.instance, scene.way());
+    frame.Render(scene.host, scene.instance, scene.path());
     context.ExpectNone(frame.Damage(), "damage");
     context.ExpectNone(scene.host.account().Misuse(), "misuse");
     Frame usual(Scene::Layout(frame.output.layout().format));

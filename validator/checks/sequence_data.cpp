@@ -98,7 +98,7 @@ void RendersFromSavedData(Context& context) {
     copy.SequenceResetup();
     copy.SequenceResetup();
     frame.Poison();
-    const PF_Err code = CodeOf(frame.Render(scene.host, copy, scene.way()));
+    const PF_Err code = CodeOf(frame.Render(scene.host, copy, scene.path()));
     context.Require(code == PF_Err_NONE, "the copy's render gives code " + std::to_string(code));
     context.Expect(frame.output.Pixels() == expected, "the copy renders another picture");
 }

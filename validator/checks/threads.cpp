@@ -184,7 +184,7 @@ void RowsOnManyThreads(Context& context) {
 
 // A render that gives up at once would leave everything as it was.
 void RequireRender(Context& context, Scene& scene, Frame& frame) {
-    const PF_Err code = CodeOf(frame.Render(scene.host, scene.instance, scene.way()));
+    const PF_Err code = CodeOf(frame.Render(scene.host, scene.instance, scene.path()));
     context.Require(code == PF_Err_NONE,
                     "the render gives code " + std::to_string(code) + WithoutSuites(scene.host));
 }
@@ -246,7 +246,7 @@ void OnAnyThread(Context& context) {
         sent.Wait(1min);
     };
     onAnother("sequence set-up", [&] { return instance.SequenceSetup(); });
-    onAnother("a render", [&] { return CodeOf(frame.Render(scene.host, instance, scene.way())); });
+    onAnother("a render", [&] { return CodeOf(frame.Render(scene.host, instance, scene.path())); });
     onAnother("sequence set-down", [&] { return instance.SequenceSetdown(); });
     for (std::thread& thread : threads)
         thread.join();
@@ -267,7 +267,7 @@ void ThreadsComeAndGo(Context& context) {
     const auto comeAndGo = [&](int threads) {
         for (int i = 0; i < threads; ++i) {
             std::thread([&] {
-                failures += CodeOf(frame.Render(scene.host, scene.instance, scene.way())) != PF_Err_NONE;
+                failures += CodeOf(frame.Render(scene.host, scene.instance, scene.path())) != PF_Err_NONE;
             }).join();
         }
     };

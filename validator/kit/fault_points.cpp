@@ -18,8 +18,8 @@ refhost::WorldLayout LayoutOf(PF_PixelFormat format) {
     return layout;
 }
 
-Way WayOf(RenderCommand command) {
-    return command == RenderCommand::plainRender ? Way::plain : Way::smart;
+RenderPath PathOf(RenderCommand command) {
+    return command == RenderCommand::plainRender ? RenderPath::plain : RenderPath::smart;
 }
 
 void Append(Lines& to, const Lines& lines) {
@@ -114,7 +114,7 @@ Bench::Bench(Scene& scene, RenderCommand command, PF_PixelFormat format)
     if (command == RenderCommand::plainRender) return;
 
     scene.host.account().Reset();
-    frame_.Render(scene.host, scene.instance, Way::smart, false);
+    frame_.Render(scene.host, scene.instance, RenderPath::smart, false);
     const auto ofPreRender =
         calls_.begin() + std::min(std::ssize(calls_), std::ssize(scene.host.account().Calls()));
     if (command == RenderCommand::preRender) {
@@ -131,7 +131,7 @@ FrameOutcome Bench::Render(const refhost::FaultPlan& faults) {
     const Lines before = host.account().Outstanding();
     FrameOutcome outcome;
     host.options().faults = faults;
-    outcome.code = CodeOf(frame_.Render(host, scene_.instance, WayOf(command_)));
+    outcome.code = CodeOf(frame_.Render(host, scene_.instance, PathOf(command_)));
     host.options().faults = nullptr;
     outcome.damage = frame_.Damage();
     outcome.misuse = host.account().Misuse();
@@ -156,12 +156,12 @@ std::string Bench::Name() const {
 
 std::vector<RenderCommand> CommandsOf(Context& context) {
     using enum RenderCommand;
-    return Scene(context).way() == Way::smart ? std::vector{preRender, smartRender, plainRender}
-                                              : std::vector{plainRender};
+    return Scene(context).path() == RenderPath::smart ? std::vector{preRender, smartRender, plainRender}
+                                                      : std::vector{plainRender};
 }
 
 std::vector<Bench> BenchesOf(Context& context, Scene& scene, RenderCommand command) {
-    if (command != RenderCommand::plainRender && scene.way() != Way::smart)
+    if (command != RenderCommand::plainRender && scene.path() != RenderPath::smart)
         context.NotApplicable("the effect has no smart render");
     std::vector<Bench> benches;
     for (const PF_PixelFormat format : scene.formats()) {

@@ -22,7 +22,7 @@ bool SessionOutcome::Failed() const {
 SessionBench::SessionBench(Context& context) : host_(context.Load(), InOrder(context)) {
     {
         const Scene scene(context);
-        way_ = scene.way();
+        path_ = scene.path();
         format_ = scene.formats().front();
     }
     const SessionOutcome clean = Run([&](const refhost::CallRecord& call) {
@@ -102,7 +102,7 @@ void SessionBench::RunInstance(SessionOutcome& outcome, bool made) {
 void SessionBench::RunFrame(SessionOutcome& outcome, refhost::Instance& instance, const std::string& whose) {
     Frame frame(Scene::Layout(format_, kWidth, kHeight));
     SetDefaults(host_, instance, kWidth, kHeight);
-    const PF_Err code = CodeOf(frame.Render(host_, instance, way_));
+    const PF_Err code = CodeOf(frame.Render(host_, instance, path_));
     if (code != PF_Err_NONE) {
         outcome.frames.push_back(whose + ": the frame gives code " + std::to_string(code));
         return;

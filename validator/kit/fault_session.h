@@ -49,7 +49,7 @@ private:
     void RunInstance(SessionOutcome& outcome, bool made);
     void RunFrame(SessionOutcome& outcome, refhost::Instance& instance, const std::string& whose);
 
-    Way way_ = Way::plain;
+    RenderPath path_ = RenderPath::plain;
     PF_PixelFormat format_ = 0;
     refhost::Host host_;
     SessionOutcome clean_;

@@ -133,8 +133,8 @@ std::vector<PF_PixelFormat> FormatsFor(bool editing, std::uint32_t flags, std::u
 
 }  // namespace
 
-std::string_view NameOf(Way way) {
-    return way == Way::smart ? "smart" : "plain";
+std::string_view NameOf(RenderPath path) {
+    return path == RenderPath::smart ? "smart" : "plain";
 }
 
 std::string NameOf(PF_PixelFormat format) {
@@ -172,11 +172,12 @@ void Frame::Poison(std::uint8_t poison) {
     output = World(output.layout(), poison);
 }
 
-refhost::RenderResult Frame::Render(refhost::Host& host, refhost::Instance& instance, Way way, bool render) {
+refhost::RenderResult Frame::Render(refhost::Host& host, refhost::Instance& instance, RenderPath path,
+                                    bool render) {
     settings.input = withInput ? &input : nullptr;
     settings.output = withOutput ? &output : nullptr;
     changedParams_.clear();
-    if (way == Way::smart) return instance.SmartRender(settings, render);
+    if (path == RenderPath::smart) return instance.SmartRender(settings, render);
 
     const std::vector<PF_ParamDef> before = ValuesOf(host, instance);
     std::vector<PF_ParamDef> passed = before;
@@ -247,7 +248,7 @@ refhost::Host& Scene::SetUp() {
     host.options().faults = faults;
 
     const bool smart = (flags2_ & PF_OutFlag2_SUPPORTS_SMART_RENDER) != 0;
-    if (!context_.editing() && smart) way_ = Way::smart;
+    if (!context_.editing() && smart) path_ = RenderPath::smart;
     formats_ = FormatsFor(context_.editing(), flags_, flags2_, host);
     return host;
 }
@@ -258,10 +259,10 @@ refhost::WorldLayout Scene::Layout(PF_PixelFormat format, int width, int height)
 
 refhost::RenderResult Scene::Render(Frame& frame) {
     host.account().Reset();
-    const auto result = frame.Render(host, instance, way_);
+    const auto result = frame.Render(host, instance, path_);
     const PF_Err code = CodeOf(result);
     const auto& layout = frame.output.layout();
-    const std::string what = std::string(NameOf(way_)) + " render of " + std::to_string(layout.width) + " x " +
+    const std::string what = std::string(NameOf(path_)) + " render of " + std::to_string(layout.width) + " x " +
                              std::to_string(layout.height) + " pixels, " + NameOf(layout.format);
     context_.ExpectNone(frame.Damage(), what);
     context_.ExpectNone(host.account().Misuse(), what);

@@ -19,13 +19,14 @@
 #include <string_view>
 #include <vector>
 
-#include "validator/check.h"
 #include "reference_host/world.h"
+#include "validator/check.h"
 
 namespace validator {
 
-enum class Way { smart, plain };
-std::string_view NameOf(Way way);           // "smart"
+using refhost::RenderPath;
+
+std::string_view NameOf(RenderPath path);   // "smart"
 std::string NameOf(PF_PixelFormat format);  // "8-bit ARGB"
 
 // A picture that a host might have, premultiplied and in the format's range, with clear, covered and half-covered
@@ -44,7 +45,8 @@ struct Frame {
     void Poison(std::uint8_t poison = refhost::World::kPoison);
     // Whatever the code. The settings' worlds are these; a plain render also gets the instance's parameter values,
     // in records that are compared afterwards.
-    refhost::RenderResult Render(refhost::Host& host, refhost::Instance& instance, Way way, bool render = true);
+    refhost::RenderResult Render(refhost::Host& host, refhost::Instance& instance, RenderPath path,
+                                 bool render = true);
     // Whatever the effect has no right to change and did: one sentence each.
     std::vector<std::string> Damage() const;
 
@@ -81,13 +83,13 @@ public:
     // The formats that a host of this personality hands to the effect; never empty.
     const std::vector<PF_PixelFormat>& formats() const { return formats_; }
     // How a host of this personality renders the effect.
-    Way way() const { return way_; }
+    RenderPath path() const { return path_; }
     std::uint32_t flags() const { return flags_; }  // out_flags and out_flags2 of global set-up
     std::uint32_t flags2() const { return flags2_; }
 
     static refhost::WorldLayout Layout(PF_PixelFormat format, int width = kWidth, int height = kHeight);
 
-    // Renders by the host's way. A code ends the check; Damage() and misuse are reported; the account is reset.
+    // Renders by path(). A code ends the check; Damage() and misuse are reported; the account is reset.
     refhost::RenderResult Render(Frame& frame);
     // The same into a newly poisoned output; gives its pixels.
     std::vector<std::byte> Picture(Frame& frame, std::uint8_t poison = refhost::World::kPoison);
@@ -97,7 +99,7 @@ private:
 
     Context& context_;
     std::vector<PF_PixelFormat> formats_;
-    Way way_ = Way::plain;
+    RenderPath path_ = RenderPath::plain;
     std::uint32_t flags_ = 0, flags2_ = 0;
 
 public:

@@ -67,7 +67,7 @@ Crowd::~Crowd() {
 PF_Err Crowd::RenderForCode(int number) {
     const auto i = static_cast<std::size_t>(number);
     frames_[i]->Poison();
-    return CodeOf(frames_[i]->Render(scene_.host, *of_[i], scene_.way()));
+    return CodeOf(frames_[i]->Render(scene_.host, *of_[i], scene_.path()));
 }
 
 void Crowd::Render(int number) {

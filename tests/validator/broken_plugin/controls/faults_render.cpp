@@ -17,23 +17,29 @@ namespace {
 // The checks of this family render frames of this width; others do not.
 constexpr std::int32_t kWidth = 7;
 
-enum class When { setUp, preRender, smart, plain };
-
 bool IsOfThisFamily(const Command& command) {
     return command.inData != nullptr && command.inData->width == kWidth;
 }
 
-template <When when>
-bool Is(const Command& command) {
-    if (when == When::setUp) return command.inData != nullptr && command.cmd <= PF_Cmd_SEQUENCE_SETDOWN;
-    constexpr PF_Cmd kCommands[] = {0, PF_Cmd_SMART_PRE_RENDER, PF_Cmd_SMART_RENDER, PF_Cmd_RENDER};
-    return command.cmd == kCommands[static_cast<int>(when)] && IsOfThisFamily(command);
+// Whether a command is one in which the fault shows.
+using Moment = bool (*)(const Command& command);
+
+bool InSetUp(const Command& command) {
+    return command.inData != nullptr && command.cmd <= PF_Cmd_SEQUENCE_SETDOWN;
 }
 
+template <PF_Cmd cmd>
+bool In(const Command& command) {
+    return command.cmd == cmd && IsOfThisFamily(command);
+}
+constexpr Moment InPreRender = In<PF_Cmd_SMART_PRE_RENDER>;
+constexpr Moment InSmartRender = In<PF_Cmd_SMART_RENDER>;
+constexpr Moment InPlainRender = In<PF_Cmd_RENDER>;
+
 // Forgets a handle when something has failed.
-template <When when, Seen seen>
+template <Moment in, Seen seen>
 PF_Err Leaks(Command& command) {
-    if (!Is<when>(command)) return Effect(command);
+    if (!in(command)) return Effect(command);
     const FaultWatch watch(command);
     const PF_Err result = Effect(command);
     if (watch.Saw(seen)) OwnRecords::Host().utils->host_new_handle(24);
@@ -41,9 +47,9 @@ PF_Err Leaks(Command& command) {
 }
 
 // Succeeds whatever the host says.
-template <When when, Seen seen>
+template <Moment in, Seen seen>
 PF_Err Swallows(Command& command) {
-    if (!Is<when>(command)) return Effect(command);
+    if (!in(command)) return Effect(command);
     const FaultWatch watch(command);
     const PF_Err result = Effect(command);
     return watch.Saw(seen) ? PF_Err_NONE : result;
@@ -52,9 +58,9 @@ PF_Err Swallows(Command& command) {
 #if defined(__linux__)
 
 // Without an allocation, which may fail as well.
-template <When when>
+template <Moment in>
 PF_Err StartsThread(Command& command) {
-    if (Is<when>(command)) {
+    if (in(command)) {
         pthread_t thread;
         if (::pthread_create(
                 &thread, nullptr, [](void* memory) { return memory; }, nullptr) != 0)
@@ -66,10 +72,10 @@ PF_Err StartsThread(Command& command) {
 
 enum class Form { usual, aligned, nothrow };
 
-template <When when, Form form>
+template <Moment in, Form form>
 PF_Err Allocates(Command& command) {
     constexpr std::align_val_t kAlignment{64};
-    if (Is<when>(command)) {
+    if (in(command)) {
         if constexpr (form == Form::usual) ::operator delete(::operator new(100));
         if constexpr (form == Form::aligned) ::operator delete(::operator new(100, kAlignment), kAlignment);
         if constexpr (form == Form::nothrow) {
@@ -175,139 +181,137 @@ PF_Err TellsOfFailure(Command& command) {
     return watch.Saw(kAny) ? PF_Err_INTERNAL_STRUCT_DAMAGED : PF_Err_NONE;
 }
 
-constexpr auto kPre = When::preRender;
-
 constexpr Control kControls[] = {
     {.check = "faults.setup-suite-refused",
      .fault = "forgets a handle when a suite is refused",
-     .command = Leaks<When::setUp, suiteRefused>},
+     .command = Leaks<InSetUp, suiteRefused>},
     {.check = "faults.setup-suite-null",
      .fault = "forgets a handle when a suite is null",
-     .command = Leaks<When::setUp, suiteNull>},
+     .command = Leaks<InSetUp, suiteNull>},
     {.check = "faults.setup-parameter",
      .fault = "does not mind that a parameter is refused",
-     .command = Swallows<When::setUp, parameterRefused>},
+     .command = Swallows<InSetUp, parameterRefused>},
     {.check = "faults.setup-handle",
      .fault = "forgets a handle when another is refused",
-     .command = Leaks<When::setUp, handleNull>},
+     .command = Leaks<InSetUp, handleNull>},
     {.check = "faults.setup-other",
      .fault = "forgets a handle when a suite's release fails",
-     .command = Leaks<When::setUp, releaseRefused>},
+     .command = Leaks<InSetUp, releaseRefused>},
     {.check = "faults.setup-handle-told",
      .fault = "does not mind that there is no memory for its data",
-     .command = Swallows<When::setUp, handleNull>},
+     .command = Swallows<InSetUp, handleNull>},
     {.check = "faults.setup-formats",
      .fault = "forgets a handle when a format is refused",
-     .command = Leaks<When::setUp, formatRefused>},
+     .command = Leaks<InSetUp, formatRefused>},
 
     {.check = "faults.prerender-suite-refused",
      .fault = "forgets a handle when a suite is refused",
-     .command = Leaks<kPre, suiteRefused>},
+     .command = Leaks<InPreRender, suiteRefused>},
     {.check = "faults.prerender-suite-null",
      .fault = "forgets a handle when a suite is null",
-     .command = Leaks<kPre, suiteNull>},
+     .command = Leaks<InPreRender, suiteNull>},
     {.check = "faults.prerender-handle",
      .fault = "forgets a handle when another is refused",
-     .command = Leaks<kPre, handleNull>},
+     .command = Leaks<InPreRender, handleNull>},
     {.check = "faults.prerender-lock",
      .fault = "forgets a handle when another cannot be locked",
-     .command = Leaks<kPre, lockNull>},
+     .command = Leaks<InPreRender, lockNull>},
     {.check = "faults.prerender-other",
      .fault = "forgets a handle when a suite's release fails",
-     .command = Leaks<kPre, releaseRefused>},
+     .command = Leaks<InPreRender, releaseRefused>},
     {.check = "faults.prerender-layer",
      .fault = "does not mind that there is no layer",
-     .command = Swallows<kPre, layerOut>},
+     .command = Swallows<InPreRender, layerOut>},
 
     {.check = "faults.smart-suite-refused",
      .fault = "forgets a handle when a suite is refused",
-     .command = Leaks<When::smart, suiteRefused>},
+     .command = Leaks<InSmartRender, suiteRefused>},
     {.check = "faults.smart-suite-null",
      .fault = "forgets a handle when a suite is null",
-     .command = Leaks<When::smart, suiteNull>},
+     .command = Leaks<InSmartRender, suiteNull>},
     {.check = "faults.smart-handle",
      .fault = "forgets a handle when another is refused",
-     .command = Leaks<When::smart, handleNull>},
+     .command = Leaks<InSmartRender, handleNull>},
     {.check = "faults.smart-lock",
      .fault = "forgets a handle when another cannot be locked",
-     .command = Leaks<When::smart, lockNull>},
+     .command = Leaks<InSmartRender, lockNull>},
     {.check = "faults.smart-parameter-out",
      .fault = "forgets a handle when a parameter is refused",
-     .command = Leaks<When::smart, parameterOut>},
+     .command = Leaks<InSmartRender, parameterOut>},
     {.check = "faults.smart-parameter-in",
      .fault = "forgets a handle when a parameter's check-in fails",
-     .command = Leaks<When::smart, parameterIn>},
+     .command = Leaks<InSmartRender, parameterIn>},
     {.check = "faults.smart-layer",
      .fault = "does not mind that there is no layer",
-     .command = Swallows<When::smart, layerOut>},
+     .command = Swallows<InSmartRender, layerOut>},
     {.check = "faults.smart-output",
      .fault = "does not mind that there is no output",
-     .command = Swallows<When::smart, outputOut>},
+     .command = Swallows<InSmartRender, outputOut>},
     {.check = "faults.smart-rows",
      .fault = "does not mind that an iteration is stopped",
-     .command = Swallows<When::smart, rowStopped>},
-    {.check = "faults.smart-abort", .fault = "does not mind an abort", .command = Swallows<When::smart, aborted>},
+     .command = Swallows<InSmartRender, rowStopped>},
+    {.check = "faults.smart-abort", .fault = "does not mind an abort", .command = Swallows<InSmartRender, aborted>},
     {.check = "faults.smart-other",
      .fault = "forgets a handle when a suite's release fails",
-     .command = Leaks<When::smart, releaseRefused>},
+     .command = Leaks<InSmartRender, releaseRefused>},
     {.check = "faults.smart-format",
      .fault = "forgets a handle when a format is unknown",
-     .command = Leaks<When::smart, formatUnknown>},
+     .command = Leaks<InSmartRender, formatUnknown>},
     {.check = "faults.smart-world",
      .fault = "forgets a handle when a world is refused",
-     .command = Leaks<When::smart, worldRefused>},
+     .command = Leaks<InSmartRender, worldRefused>},
 
     {.check = "faults.plain-suite-refused",
      .fault = "forgets a handle when a suite is refused",
-     .command = Leaks<When::plain, suiteRefused>},
+     .command = Leaks<InPlainRender, suiteRefused>},
     {.check = "faults.plain-suite-null",
      .fault = "forgets a handle when a suite is null",
-     .command = Leaks<When::plain, suiteNull>},
+     .command = Leaks<InPlainRender, suiteNull>},
     {.check = "faults.plain-handle",
      .fault = "forgets a handle when another is refused",
-     .command = Leaks<When::plain, handleNull>},
+     .command = Leaks<InPlainRender, handleNull>},
     {.check = "faults.plain-lock",
      .fault = "forgets a handle when another cannot be locked",
-     .command = Leaks<When::plain, lockNull>},
+     .command = Leaks<InPlainRender, lockNull>},
     {.check = "faults.plain-parameter-out",
      .fault = "forgets a handle when a parameter is refused",
-     .command = Leaks<When::plain, parameterOut>},
+     .command = Leaks<InPlainRender, parameterOut>},
     {.check = "faults.plain-parameter-in",
      .fault = "forgets a handle when a parameter's check-in fails",
-     .command = Leaks<When::plain, parameterIn>},
+     .command = Leaks<InPlainRender, parameterIn>},
     {.check = "faults.plain-rows",
      .fault = "does not mind that an iteration is stopped",
-     .command = Swallows<When::plain, rowStopped>},
-    {.check = "faults.plain-abort", .fault = "does not mind an abort", .command = Swallows<When::plain, aborted>},
+     .command = Swallows<InPlainRender, rowStopped>},
+    {.check = "faults.plain-abort", .fault = "does not mind an abort", .command = Swallows<InPlainRender, aborted>},
     {.check = "faults.plain-other",
      .fault = "forgets a handle when a suite's release fails",
-     .command = Leaks<When::plain, releaseRefused>},
+     .command = Leaks<InPlainRender, releaseRefused>},
     {.check = "faults.plain-format",
      .fault = "forgets a handle when a format is unknown",
-     .command = Leaks<When::plain, formatUnknown>},
+     .command = Leaks<InPlainRender, formatUnknown>},
     {.check = "faults.plain-world",
      .fault = "forgets a handle when a world is refused",
-     .command = Leaks<When::plain, worldRefused>},
+     .command = Leaks<InPlainRender, worldRefused>},
 
 #if defined(__linux__)
     {.check = "faults.session-thread",
      .fault = "starts a thread and lets the exception out",
-     .command = StartsThread<When::setUp>},
+     .command = StartsThread<InSetUp>},
     {.check = "faults.session-memory",
      .fault = "allocates and lets the exception out",
-     .command = Allocates<When::setUp, Form::usual>},
+     .command = Allocates<InSetUp, Form::usual>},
     {.check = "faults.smart-thread",
      .fault = "starts a thread and lets the exception out",
-     .command = StartsThread<When::smart>},
+     .command = StartsThread<InSmartRender>},
     {.check = "faults.smart-memory",
      .fault = "allocates and lets the exception out",
-     .command = Allocates<When::smart, Form::aligned>},
+     .command = Allocates<InSmartRender, Form::aligned>},
     {.check = "faults.plain-thread",
      .fault = "starts a thread and lets the exception out",
-     .command = StartsThread<When::plain>},
+     .command = StartsThread<InPlainRender>},
     {.check = "faults.plain-memory",
      .fault = "allocates and lets the exception out",
-     .command = Allocates<When::plain, Form::nothrow>},
+     .command = Allocates<InPlainRender, Form::nothrow>},
 #endif
 
     {.check = "faults.suites-given-back",
