@@ -1,15 +1,15 @@
 #!/usr/bin/env bash
-# What is compiled for AVX2 or AVX-512 has no function or object that the linker might keep for every processor.
-# Usage: wide_kernels_share_nothing.sh NM OBJECT …
+# What is compiled for one instruction set has no function and no object that the linker might keep for every
+# processor. All objects of the folder x86/ are checked. Usage: wide_kernels_share_nothing.sh NM OBJECT …
 set -euo pipefail
 nm=$1
 shift
 
-wide=()
+checked=()
 for object in "$@"; do
-  [[ ${object##*/} != avx* ]] || wide+=("$object")
+  [[ $object != */kernels/x86/* ]] || checked+=("$object")
 done
-echo "${#wide[@]} objects"
-((${#wide[@]}))
+echo "${#checked[@]} objects"
+((${#checked[@]}))
 # W, V, u and, for Windows, functions in sections of their own.
-! "$nm" -C "${wide[@]}" | grep -E '^[0-9a-f]* *[WwVvu] |linkonce|\.text\$'
+! "$nm" -C "${checked[@]}" | grep -E '^[0-9a-f]* *[WwVvu] |linkonce|\.text\$'

@@ -15,6 +15,13 @@ inline constexpr int kTileStep = 8;
 inline constexpr int kRunPixels = 64;
 inline constexpr int kLongRunPixels = 256;
 
+// Orders of a pixel's four channels, as shuffles take them: two bits for each channel of the result, from the
+// lowest on, name the channel that goes there.
+inline constexpr int kArgbToRgba = 0b00'11'10'01;
+inline constexpr int kRgbaToArgb = 0b10'01'00'11;
+inline constexpr int kSwapRedBlue = 0b11'00'01'10;
+inline constexpr int kAlphaEverywhere = 0b11'11'11'11;
+
 struct SourcePixels {
     const std::byte* first;
     std::int32_t width, height;  // 0 and more
@@ -77,16 +84,11 @@ struct TileKernels {
     Composers streamed;  // stores bypass the cache, without a fence; the result is aligned to a cache line
 };
 
+// The kernels for every x86-64 processor also stand in for those that take near sources alone.
 extern const TileKernels kSse2Tiles;
-extern const TileKernels kAvx2Tiles;
-extern const TileKernels kAvx512Tiles;
 
-// The row workers made of them. The streaming ones bypass the cache wherever the result is aligned to its pixels.
-void RenderRowsSse2(const RenderData& job, std::int32_t firstRow, std::int32_t endRow);
-void RenderRowsSse2Streaming(const RenderData& job, std::int32_t firstRow, std::int32_t endRow);
-void RenderRowsAvx2(const RenderData& job, std::int32_t firstRow, std::int32_t endRow);
-void RenderRowsAvx2Streaming(const RenderData& job, std::int32_t firstRow, std::int32_t endRow);
-void RenderRowsAvx512(const RenderData& job, std::int32_t firstRow, std::int32_t endRow);
-void RenderRowsAvx512Streaming(const RenderData& job, std::int32_t firstRow, std::int32_t endRow);
+// The row worker made of them. A streaming one bypasses the cache wherever the result is aligned to its pixels.
+void RenderTiles(const TileKernels& kernels, bool stream, const RenderData& job, std::int32_t firstRow,
+                 std::int32_t endRow);
 
 }  // namespace nuv

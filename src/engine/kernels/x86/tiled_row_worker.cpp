@@ -229,23 +229,9 @@ private:
 
 }  // namespace
 
-void RenderRowsSse2(const RenderData& job, std::int32_t firstRow, std::int32_t endRow) {
-    TiledWorker(kSse2Tiles, false, job).Render(firstRow, endRow);
-}
-void RenderRowsSse2Streaming(const RenderData& job, std::int32_t firstRow, std::int32_t endRow) {
-    TiledWorker(kSse2Tiles, true, job).Render(firstRow, endRow);
-}
-void RenderRowsAvx2(const RenderData& job, std::int32_t firstRow, std::int32_t endRow) {
-    TiledWorker(kAvx2Tiles, false, job).Render(firstRow, endRow);
-}
-void RenderRowsAvx2Streaming(const RenderData& job, std::int32_t firstRow, std::int32_t endRow) {
-    TiledWorker(kAvx2Tiles, true, job).Render(firstRow, endRow);
-}
-void RenderRowsAvx512(const RenderData& job, std::int32_t firstRow, std::int32_t endRow) {
-    TiledWorker(kAvx512Tiles, false, job).Render(firstRow, endRow);
-}
-void RenderRowsAvx512Streaming(const RenderData& job, std::int32_t firstRow, std::int32_t endRow) {
-    TiledWorker(kAvx512Tiles, true, job).Render(firstRow, endRow);
+void RenderTiles(const TileKernels& kernels, bool stream, const RenderData& job, std::int32_t firstRow,
+                 std::int32_t endRow) {
+    TiledWorker(kernels, stream, job).Render(firstRow, endRow);
 }
 
 }  // namespace nuv

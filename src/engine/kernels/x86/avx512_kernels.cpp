@@ -1,0 +1,60 @@
+// Compiled for AVX-512: intrinsics and nothing that another file could come to share.
+#include "engine/kernels/x86/avx512_vectors.h"
+
+#include "engine/kernels/x86/conversions_text.h"
+#include "engine/kernels/x86/tiles_text.h"
+#include "engine/kernels/x86/wide_samplers_text.h"
+
+namespace nuv {
+namespace {
+
+struct TierSamplers : WideSamplers {
+    // Roots and quotients are begun one and two steps ahead, and go on while samples are fetched: with all of a
+    // step's work in a row, the processor would not look far enough ahead to find the next one's.
+    template <bool kCubic>
+    static void CurveOfBytes(const SourcePixels& source, const MagnifiedRow& along, std::int32_t x, int count,
+                             std::byte* samples) {
+        const MagnifiedRow row = along;  // a copy, which stores to `samples` cannot change
+        const Integers width = _mm512_set1_epi32(source.width);
+        const Integers height = _mm512_set1_epi32(source.height);
+        const Integers rowBytes = _mm512_set1_epi32(source.rowBytes);
+        const std::byte* const first = source.first;
+        // A number: the source may have no memory, and the first place may lie outside of it.
+        const std::intptr_t below =
+            reinterpret_cast<std::intptr_t>(first) + std::ptrdiff_t{source.rowBytes} * kRowsAhead;
+        static_assert(kLongRunPixels % 16 == 0);
+        Floats dx = DistancesFrom(row, x);
+        Floats dx16 = DistancesFrom(row, x + 16);
+        Floats inv = Inverse(Enlargement<kCubic>(row, dx));
+        Floats k16 = Enlargement<kCubic>(row, dx16);
+        for (int i = 0; i < count; i += 16) {
+            const Floats inv16 = Inverse(k16);
+            const Floats dx32 = DistancesFrom(row, x + i + 32);
+            const Floats k32 = Enlargement<kCubic>(row, dx32);
+
+            const Integers columns = ColumnsAt(row, inv, dx);
+            const Integers rows = RowsAt(row, inv);
+            const __mmask16 inside =
+                _mm512_cmplt_epu32_mask(columns, width) & _mm512_cmplt_epu32_mask(rows, height);
+            const Integers at = _mm512_add_epi32(_mm512_mullo_epi32(rows, rowBytes), _mm512_slli_epi32(columns, 2));
+            const Integers pixels = _mm512_mask_i32gather_epi32(_mm512_setzero_si512(), inside, at, first, 1);
+            Store(samples + i * 4, pixels);
+            Prefetch(reinterpret_cast<const std::byte*>(below + _mm_cvtsi128_si32(_mm512_castsi512_si128(at))));
+
+            inv = inv16;
+            k16 = k32;
+            dx = dx16;
+            dx16 = dx32;
+        }
+    }
+};
+
+constexpr TileKernels kTiles = Tiles::TableOf<TierSamplers>(kLongRunPixels, true);
+
+}  // namespace
+
+constexpr RowKernels kAvx512Kernels = Conversions::TableOf<false>("avx512", Tiles::RenderRows<kTiles, false>);
+constexpr RowKernels kAvx512StreamingKernels =
+    Conversions::TableOf<true>("avx512-streaming", Tiles::RenderRows<kTiles, true>);
+
+}  // namespace nuv

@@ -1,0 +1,130 @@
+// The row conversions of one instruction set. Included by one file for each instruction set, after its vector
+// operations; the unnamed namespace keeps the objects apart. The scalar kernels convert the ends of rows.
+#pragma once
+
+#include "engine/kernels/x86/tile_kernels.h"
+
+namespace nuv {
+namespace {
+
+struct Conversions : Vectors {
+    // Bytes of a pixel on either side, and the scalar kernel that does the same. Of each conversion below, Convert
+    // gives one register of the destination.
+    template <int kFromBytes, int kToBytes, RowConversion RowKernels::*kKernel>
+    struct Conversion {
+        static constexpr int kFrom = kFromBytes, kTo = kToBytes;
+        static constexpr RowConversion RowKernels::*kScalar = kKernel;
+    };
+
+    template <int kOrder, RowConversion RowKernels::*kKernel>
+    struct BytesIn : Conversion<4, 4, kKernel> {
+        static Integers Convert(const std::byte* source, Floats) { return OrderBytes<kOrder>(Load(source)); }
+    };
+
+    struct Argb16In : Conversion<8, 16, &RowKernels::argb16ToRgbaF> {
+        static Floats Convert(const std::byte* source, Floats scale) {
+            return OrderFloats<kArgbToRgba>(ToFloats(LoadWords(source)) * Repeat(3.0517578e-5f)) * scale;
+        }
+    };
+
+    template <int kOrder, RowConversion RowKernels::*kKernel>
+    struct FloatIn : Conversion<16, 16, kKernel> {
+        static Floats Convert(const std::byte* source, Floats scale) {
+            return OrderFloats<kOrder>(LoadFloats(source)) * scale;
+        }
+    };
+
+    // From 0 to `white`. Larger gives its second operand for what is not a number.
+    static Integers ToIntegers(Floats value, float white) {
+        const Floats clamped = Smaller(Larger(value, Repeat(0.0f)), Repeat(1.0f));
+        return Truncate(clamped * Repeat(white) + Repeat(0.5f));
+    }
+
+    template <int kOrder, RowConversion RowKernels::*kKernel>
+    struct BytesOut : Conversion<16, 4, kKernel> {
+        static Integers Convert(const std::byte* source, Floats scale) {
+            const auto part = [&](int i) {
+                return ToIntegers(LoadFloats(source + i * kLanes * 4) * scale, 255.0f);
+            };
+            return OrderBytes<kOrder>(PackBytes(part(0), part(1), part(2), part(3)));
+        }
+    };
+
+    struct Argb16Out : Conversion<16, 8, &RowKernels::rgbaFToArgb16> {
+        static Integers Convert(const std::byte* source, Floats scale) {
+            const auto part = [&](int i) {
+                const Floats argb = OrderFloats<kRgbaToArgb>(LoadFloats(source + i * kLanes * 4));
+                return ToIntegers(argb * scale, 32768.0f);
+            };
+            return PackWords(part(0), part(1));
+        }
+    };
+
+    // Minus zero stays, so that a mask clears what is below zero or not a number.
+    template <int kOrder, RowConversion RowKernels::*kKernel>
+    struct FloatOut : Conversion<16, 16, kKernel> {
+        static Floats Convert(const std::byte* source, Floats scale) {
+            const Floats value = LoadFloats(source) * scale;
+            return OrderFloats<kOrder>(Smaller(ValueOrZero(IsAtLeastZero(value), value), Repeat(1.0f)));
+        }
+    };
+
+    template <class Type, bool kStream>
+    static void ConvertRow(const std::byte* source, std::byte* destination, std::int32_t width, float scale) {
+        if (width < 1) return;
+        // Streaming writes whole cache lines past the cache, and the row's ends through it. A line that is written
+        // in both ways is slow.
+        constexpr int kLine = 64;
+        constexpr int kGroup = kStream ? 16 : kLanes;  // pixels; at least a line
+        const auto scalar = [&](std::int32_t pixels) {
+            (kScalarKernels.*Type::kScalar)(source, destination, pixels, scale);
+            source += std::ptrdiff_t{pixels} * Type::kFrom;
+            destination += std::ptrdiff_t{pixels} * Type::kTo;
+            width -= pixels;
+        };
+        if constexpr (kStream) {
+            const auto misaligned = static_cast<int>(reinterpret_cast<std::uintptr_t>(destination) % kLine);
+            if (misaligned % Type::kTo != 0) {
+                return ConvertRow<Type, false>(source, destination, width, scale);
+            }
+            const int head = (kLine - misaligned) % kLine / Type::kTo;
+            scalar(head < width ? head : width);
+        }
+        const Floats scales = Repeat(scale);
+        for (; width >= kGroup; width -= kGroup) {
+            if (width > kPrefetchBytes / Type::kFrom) {
+                for (int i = 0; i < kGroup * Type::kFrom; i += kLine)
+                    _mm_prefetch(reinterpret_cast<const char*>(source + kPrefetchBytes + i), _MM_HINT_T1);
+            }
+            constexpr int kPixels = kLanes * 4 / Type::kTo;  // in a register
+            for (int i = 0; i < kGroup; i += kPixels) {
+                Store<kStream>(destination, Type::Convert(source, scales));
+                source += kPixels * Type::kFrom;
+                destination += kPixels * Type::kTo;
+            }
+        }
+        if constexpr (kStream) _mm_sfence();
+        scalar(width);
+    }
+
+    template <bool kStream>
+    static constexpr RowKernels TableOf(const char* name, RowWorker renderRows) {
+        return {
+            .name = name,
+            .copyArgb8ToRgba8 = ConvertRow<BytesIn<kArgbToRgba, &RowKernels::copyArgb8ToRgba8>, kStream>,
+            .copyBgra8ToRgba8 = ConvertRow<BytesIn<kSwapRedBlue, &RowKernels::copyBgra8ToRgba8>, kStream>,
+            .argb16ToRgbaF = ConvertRow<Argb16In, kStream>,
+            .argbFToRgbaF = ConvertRow<FloatIn<kArgbToRgba, &RowKernels::argbFToRgbaF>, kStream>,
+            .bgraFToRgbaF = ConvertRow<FloatIn<kSwapRedBlue, &RowKernels::bgraFToRgbaF>, kStream>,
+            .renderRows = renderRows,
+            .rgbaFToArgb8 = ConvertRow<BytesOut<kRgbaToArgb, &RowKernels::rgbaFToArgb8>, kStream>,
+            .rgbaFToBgra8 = ConvertRow<BytesOut<kSwapRedBlue, &RowKernels::rgbaFToBgra8>, kStream>,
+            .rgbaFToArgb16 = ConvertRow<Argb16Out, kStream>,
+            .rgbaFToArgbF = ConvertRow<FloatOut<kRgbaToArgb, &RowKernels::rgbaFToArgbF>, kStream>,
+            .rgbaFToBgraF = ConvertRow<FloatOut<kSwapRedBlue, &RowKernels::rgbaFToBgraF>, kStream>,
+        };
+    }
+};
+
+}  // namespace
+}  // namespace nuv

@@ -1,0 +1,189 @@
+// What the tile kernels of all instruction sets have alike. Included by one file for each instruction set, after
+// its vector operations; the unnamed namespace keeps the objects apart.
+#pragma once
+
+#include "engine/kernels/x86/tile_kernels.h"
+
+namespace nuv {
+namespace {
+
+struct Tiles : Vectors {
+    static void Prefetch(const std::byte* pixels) {
+        _mm_prefetch(reinterpret_cast<const char*>(pixels), _MM_HINT_T1);
+    }
+
+    static bool IsInside(std::int32_t value, std::int32_t limit) { return value >= 0 && value < limit; }
+
+    static const std::byte* PixelOf(const SourcePixels& source, std::int32_t column, std::int32_t row) {
+        return source.first + std::ptrdiff_t{source.rowBytes} * row + std::ptrdiff_t{column} * source.pixelBytes;
+    }
+
+    // Brings the float pixels at the addresses at(0), at(1), … together.
+    static void FetchFloats(const SourcePixels& source, int count, std::byte* samples, auto at) {
+        const std::ptrdiff_t ahead = std::ptrdiff_t{source.rowBytes} * kRowsAhead;
+        for (int i = 0; i < count; i += kLanes / 4) {
+            const std::byte* const first = at(i);
+            Store(samples + i * 16, LoadPixels([&](int j) { return j == 0 ? first : at(i + j); }));
+            if (i % 4 == 0) Prefetch(first + ahead);
+        }
+    }
+
+    static void LineOfFloats(const SourcePixels& source, const std::byte* line, const std::int32_t* columns,
+                             int count, std::byte* samples) {
+        FetchFloats(source, count, samples, [=](int i) { return line + std::ptrdiff_t{columns[i]} * 16; });
+    }
+
+    // The distances of the pixels x, x + 1, … from the centre's column.
+    static Floats DistancesFrom(const MagnifiedRow& row, std::int32_t x) { return CountFrom(x) - Repeat(row.cx); }
+
+    // k at these distances.
+    template <bool kCubic>
+    static Floats Enlargement(const MagnifiedRow& row, Floats dx) {
+        const Floats t = SquareRoot(dx * dx + Repeat(row.dy2)) / Repeat(row.R);
+        const Floats ta = t * Repeat(row.amount);
+        const Floats s = kCubic ? ta * t : ta;
+        return Repeat(1.0f) + s * Repeat(row.percent);
+    }
+
+    static Floats Inverse(Floats k) { return Repeat(1.0f) / k; }
+
+    // Columns or rows of the source. Without an offset the second conversion would change nothing: a float holds
+    // every truncated float exactly, also the most negative integer.
+    static Integers PlacesAt(Floats inv, Floats distance, float centre, float offset) {
+        const Integers whole = Truncate(inv * distance + Repeat(centre));
+        if (offset == 0) return whole;
+        return Truncate(ToFloats(whole) - Repeat(offset));
+    }
+    static Integers ColumnsAt(const MagnifiedRow& row, Floats inv, Floats dx) {
+        return PlacesAt(inv, dx, row.cx, row.offsetX);
+    }
+    static Integers RowsAt(const MagnifiedRow& row, Floats inv) {
+        return PlacesAt(inv, Repeat(row.dy), row.cyE, row.offsetY);
+    }
+
+    // Where a run reads its enlarged samples: columns and rows of the source, or beyond.
+    struct Places {
+        std::int32_t columns[kRunPixels], rows[kRunPixels];
+    };
+
+    // In two passes: the processor looks only so far ahead, and would wait for each of one long chain of roots and
+    // quotients.
+    template <bool kCubic>
+    static void Locate(const MagnifiedRow& row, std::int32_t x, int count, Places& places) {
+        static_assert(kRunPixels % kLanes == 0);
+        float k[kRunPixels];
+        for (int i = 0; i < count; i += kLanes)
+            Store(k + i, Enlargement<kCubic>(row, DistancesFrom(row, x + i)));
+        for (int i = 0; i < count; i += kLanes) {
+            const Floats inv = Inverse(LoadFloats(k + i));
+            Store(places.columns + i, ColumnsAt(row, inv, DistancesFrom(row, x + i)));
+            Store(places.rows + i, RowsAt(row, inv));
+        }
+    }
+
+    static constexpr float kFrom8Bits = 0.003921569f;
+    static_assert(255 * kFrom8Bits == 1.0f, "full coverage is a byte of 255");
+
+    // Colour is in `pixels`, and alpha, too, but for shows 1 and 2: these compute it in floats, from both samples'
+    // alphas.
+    template <int kShow, bool kStream, int kPart = 0>
+    static void StoreBytesAsFloats(std::byte* result, Bytes pixels, Bytes direct, Bytes magnified) {
+        const auto floats = [](Bytes bytes) { return BytesToFloats<kPart>(bytes) * Repeat(kFrom8Bits); };
+        if constexpr (kShow == 1 || kShow == 2) {
+            const Floats a0 = OrderFloats<kAlphaEverywhere>(floats(direct));
+            const Floats a1 = OrderFloats<kAlphaEverywhere>(floats(magnified));
+            const Floats alpha = kShow == 1 ? Absolute(a0 - a1) : a0 * a1;
+            Store<kStream>(result + kPart * kLanes * 4, WithAlpha(floats(pixels), alpha));
+        } else {
+            Store<kStream>(result + kPart * kLanes * 4, floats(pixels));
+        }
+        if constexpr ((kPart + 1) * kLanes < kBytePixels * 4)
+            StoreBytesAsFloats<kShow, kStream, kPart + 1>(result, pixels, direct, magnified);
+    }
+
+    // The larger of two bytes is the larger value.
+    template <int kShow, bool kStream>
+    static void ComposeBytes(const std::byte* direct, const std::byte* magnified, const std::byte* next,
+                             std::byte* result, int count, const ChannelMasks& masks) {
+        const Bytes alphaBits = RepeatBits(0xFF000000);
+        const Bytes take =
+            RepeatBits((masks.channel[0] & 0xFF) | (masks.channel[1] & 0xFF00) | (masks.channel[2] & 0xFF0000));
+        const Bytes keep = ~(take | alphaBits);
+        for (int i = 0; i < count; i += kBytePixels) {
+            if (i % 16 == 0) Prefetch(next + i * 4);
+            const Bytes d = LoadBytes(direct + i * 4);
+            const Bytes m = LoadBytes(magnified + i * 4);
+            const Bytes covered = LargerBytes(d, m) & alphaBits;
+            Bytes pixels;
+            if constexpr (kShow == 3) {
+                pixels = OrderBytes<kAlphaEverywhere>(covered);
+            } else if constexpr (kShow == 4) {
+                pixels = AllBitsUnlessZero(covered);
+            } else {
+                // Colour under zero alpha is black.
+                pixels =
+                    (AllBitsUnlessZero(d & alphaBits) & d & keep) | (AllBitsUnlessZero(m & alphaBits) & m & take);
+                if constexpr (kShow == 0) pixels = pixels | covered;
+            }
+            StoreBytesAsFloats<kShow, kStream>(result + i * 16, pixels, d, m);
+        }
+    }
+
+    // See Product in scalar_row_worker.cpp.
+    static Floats Product(Floats a0, Floats a1) { return Choose(IsNotANumber(a0), a0 + a0, a0 * a1); }
+
+    template <int kShow, bool kStream>
+    static void ComposeFloats(const std::byte* direct, const std::byte* magnified, const std::byte* next,
+                              std::byte* result, int count, const ChannelMasks& masks) {
+        const Mask take = MaskOf(masks);
+        for (int i = 0; i < count; i += kLanes / 4) {
+            if (i % 4 == 0) Prefetch(next + i * 16);
+            const Floats d = LoadFloats(direct + i * 16);
+            const Floats m = LoadFloats(magnified + i * 16);
+            const Floats a0 = OrderFloats<kAlphaEverywhere>(d);
+            const Floats a1 = OrderFloats<kAlphaEverywhere>(m);
+            const Floats covered = Larger(a0, a1);
+            Floats pixels;
+            if constexpr (kShow == 3) {
+                pixels = covered;
+            } else if constexpr (kShow == 4) {
+                pixels = Choose(IsAboveZero(covered), Repeat(1.0f), covered);
+            } else {
+                // Colour under zero alpha is black.
+                const Floats colour = Choose(take, ValueOrZero(IsNotZero(a1), m), ValueOrZero(IsNotZero(a0), d));
+                const Floats alpha = kShow == 0 ? covered : kShow == 1 ? Absolute(a0 - a1) : Product(a0, a1);
+                pixels = WithAlpha(colour, alpha);
+            }
+            Store<kStream>(result + i * 16, pixels);
+        }
+    }
+
+    template <bool kStream>
+    static constexpr Composers kComposers = {
+        {ComposeBytes<0, kStream>, ComposeBytes<1, kStream>, ComposeBytes<2, kStream>, ComposeBytes<3, kStream>,
+         ComposeBytes<4, kStream>},
+        {ComposeFloats<0, kStream>, ComposeFloats<1, kStream>, ComposeFloats<2, kStream>, ComposeFloats<3, kStream>,
+         ComposeFloats<4, kStream>},
+    };
+
+    // `Own` has the samplers of the instruction set.
+    template <class Own>
+    static constexpr TileKernels TableOf(int bytesRunPixels, bool bytesNearOnly) {
+        return {
+            .bytes = {Own::LineOfBytes, Own::template CurveOfBytes<false>, Own::template CurveOfBytes<true>,
+                      bytesRunPixels, bytesNearOnly},
+            .floats = {Own::LineOfFloats, Own::template CurveOfFloats<false>, Own::template CurveOfFloats<true>,
+                       kRunPixels, false},
+            .cached = kComposers<false>,
+            .streamed = kComposers<true>,
+        };
+    }
+
+    template <const TileKernels& kTiles, bool kStream>
+    static void RenderRows(const RenderData& job, std::int32_t firstRow, std::int32_t endRow) {
+        RenderTiles(kTiles, kStream, job, firstRow, endRow);
+    }
+};
+
+}  // namespace
+}  // namespace nuv
