@@ -14,6 +14,8 @@ const FormatConversions* FindConversions(PF_PixelFormat format) {
         {kFormatBgraFloat, 32, ConvertBgraFToRgbaF, ConvertRgbaFToBgraF},
         {kFormatBgraFloatLinear, 32, ConvertBgraFToRgbaF, ConvertRgbaFToBgraF},
     });
+    static_assert(std::ranges::all_of(
+        kFormats, [](const FormatConversions& entry) { return entry.in != nullptr && entry.out != nullptr; }));
     const auto found = std::find_if(kFormats.begin(), kFormats.end(),
                                     [format](const FormatConversions& entry) { return entry.format == format; });
     return found == kFormats.end() ? nullptr : &*found;

@@ -21,8 +21,10 @@ using nuv::RowKernels;
 
 // The vector tables. A processor that has none would leave nothing to check.
 std::vector<const RowKernels*> VectorTables() {
-    const auto available = nuv::AvailableKernels();
-    return {available.begin() + 1, available.end()};
+    std::vector<const RowKernels*> tables;
+    for (const nuv::Tier& tier : nuv::AvailableTiers().subspan(1))
+        tables.insert(tables.end(), {tier.cached, tier.streaming});
+    return tables;
 }
 
 class Random {
@@ -146,7 +148,9 @@ TEST(KernelChecker, ConversionsGiveTheBytesOfTheScalarTable) {
 }
 
 TEST(KernelChecker, ConversionsOfNoPixelsTouchNothing) {
-    for (const RowKernels* const table : nuv::AvailableKernels()) {
+    std::vector<const RowKernels*> tables = VectorTables();
+    tables.push_back(&nuv::kScalarKernels);
+    for (const RowKernels* const table : tables) {
         for (const Conversion& conversion : kConversions) {
             for (const std::int32_t width : {0, -1, std::numeric_limits<std::int32_t>::min()})
                 (table->*conversion.kernel)(nullptr, nullptr, width, 1.0f);
@@ -361,21 +365,22 @@ TEST(KernelChecker, RowWorkersGiveTheBytesOfTheScalarTable) {
 }
 
 TEST(KernelChecker, EveryProcessorHasTheScalarTableAndTheBaseline) {
-    const auto available = nuv::AvailableKernels();
-    ASSERT_GE(available.size(), 3u);
-    EXPECT_EQ(available[0], &nuv::kScalarKernels);
-    EXPECT_EQ(available[1], &nuv::kSse2Kernels);
-    EXPECT_EQ(available[2], &nuv::kSse2StreamingKernels);
-    std::printf("kernels:");
-    for (const RowKernels* const table : available)
+    const auto available = nuv::AvailableTiers();
+    ASSERT_GE(available.size(), 2u);
+    EXPECT_EQ(available[0].cached, &nuv::kScalarKernels);
+    EXPECT_EQ(available[0].streaming, &nuv::kScalarKernels);
+    EXPECT_EQ(available[1].cached, &nuv::kSse2Kernels);
+    EXPECT_EQ(available[1].streaming, &nuv::kSse2StreamingKernels);
+    std::printf("kernels: scalar");
+    for (const RowKernels* const table : VectorTables())
         std::printf(" %s", table->name);
     std::printf("\n");
 }
 
-TEST(KernelChecker, TheWidestTableIsChosenAndStreamsLargeFrames) {
-    const auto available = nuv::AvailableKernels();
-    EXPECT_EQ(&nuv::SelectKernels(64 * 64 * 16), available[available.size() - 2]);
-    EXPECT_EQ(&nuv::SelectKernels(std::uint64_t{3840} * 2160 * 16), available[available.size() - 1]);
+TEST(KernelChecker, TheWidestTierIsChosenAndStreamsLargeFrames) {
+    const nuv::Tier& widest = nuv::AvailableTiers().back();
+    EXPECT_EQ(&nuv::SelectKernels(64 * 64 * 16), widest.cached);
+    EXPECT_EQ(&nuv::SelectKernels(std::uint64_t{3840} * 2160 * 16), widest.streaming);
 }
 
 }  // namespace

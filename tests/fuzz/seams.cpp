@@ -53,8 +53,9 @@ const nuv::RowKernels& Original(std::uint64_t resultBytes) __asm__("__real_" NUV
 const nuv::RowKernels& Instead(std::uint64_t resultBytes) {
     fuzz::asked = true;
     if (fuzz::chosen == fuzz::kOwnChoice) return Original(resultBytes);
-    const auto tables = nuv::AvailableKernels();
-    return *tables[fuzz::chosen % tables.size()];
+    const auto tiers = nuv::AvailableTiers();
+    const nuv::Tier& tier = tiers[fuzz::chosen / 2 % tiers.size()];
+    return fuzz::chosen % 2 == 0 ? *tier.cached : *tier.streaming;
 }
 
 #if defined(__linux__)

@@ -1,21 +1,36 @@
 #include "engine/kernels/cpu_kernels.h"
 
+#include <algorithm>
+
 namespace nuv {
 namespace {
 
-// Instruction sets, each with all of those before it.
-enum class Level { baseline, avx2, avx512 };
-
-// What the processor has and the system keeps the registers of. AVX-512 counts where both VBMI and BF16 are:
-// processors without the first lower the clock of all that runs on them when they meet it, and on those without the
-// second microcode has made gathering slow to keep it safe.
-Level LevelOfProcessor() {
-    if (!__builtin_cpu_supports("avx2")) return Level::baseline;
-    const bool wide = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
-                      __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl") &&
-                      __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512bf16");
-    return wide ? Level::avx512 : Level::avx2;
+bool Everywhere() {
+    return true;
 }
+
+bool WithAvx2() {
+    return __builtin_cpu_supports("avx2");
+}
+
+// Processors without VBMI lower the clock of everything that runs on them when they meet AVX-512. On those without
+// BF16, microcode has made gathering slow to keep it safe.
+bool WithFastAvx512() {
+    return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
+           __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl") &&
+           __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512bf16");
+}
+
+// A processor that runs a tier runs all of those before it.
+constexpr Tier kTiers[] = {
+    {&kScalarKernels, &kScalarKernels, Everywhere},
+    {&kSse2Kernels, &kSse2StreamingKernels, Everywhere},
+    {&kAvx2Kernels, &kAvx2StreamingKernels, WithAvx2},
+    {&kAvx512Kernels, &kAvx512StreamingKernels, WithFastAvx512},
+};
+static_assert(std::ranges::all_of(kTiers, [](const Tier& tier) {
+    return tier.cached != nullptr && tier.streaming != nullptr && tier.runsHere != nullptr;
+}));
 
 #if defined(NUV_SCALAR_ONLY)
 constexpr bool kScalarOnly = true;  // a build to compare with
@@ -26,22 +41,17 @@ constexpr bool kScalarOnly = false;
 // A result of this size is out of the second-level cache long before it is converted.
 constexpr std::uint64_t kStreamingBytes = std::uint64_t{4} << 20;
 
-constexpr const RowKernels* kTables[] = {
-    &kScalarKernels,        &kSse2Kernels,   &kSse2StreamingKernels,   &kAvx2Kernels,
-    &kAvx2StreamingKernels, &kAvx512Kernels, &kAvx512StreamingKernels,
-};
-
 }  // namespace
 
-std::span<const RowKernels* const> AvailableKernels() {
-    if (kScalarOnly) return std::span(kTables).first(1);
-    return std::span(kTables).first(3 + 2 * static_cast<std::size_t>(LevelOfProcessor()));
+std::span<const Tier> AvailableTiers() {
+    if (kScalarOnly) return std::span(kTiers).first(1);
+    const Tier* const end = std::ranges::find_if_not(kTiers, [](const Tier& tier) { return tier.runsHere(); });
+    return {std::begin(kTiers), end};
 }
 
 const RowKernels& SelectKernels(std::uint64_t resultBytes) {
-    const auto available = AvailableKernels();
-    const bool large = resultBytes >= kStreamingBytes;
-    return *available[available.size() == 1 || large ? available.size() - 1 : available.size() - 2];
+    const Tier& widest = AvailableTiers().back();
+    return resultBytes >= kStreamingBytes ? *widest.streaming : *widest.cached;
 }
 
 }  // namespace nuv

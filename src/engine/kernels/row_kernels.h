@@ -32,6 +32,15 @@ struct RowKernels {
     RowConversion rgbaFToBgraF;
 };
 
+// Whether the table has every kernel; each table is held to it where it is defined. The binding does not compile
+// until it names a member that is new.
+consteval bool IsComplete(const RowKernels& table) {
+    const auto& [name, argb8In, bgra8In, argb16In, argbFIn, bgraFIn, rows, argb8Out, bgra8Out, argb16Out, argbFOut,
+                 bgraFOut] = table;
+    return name && argb8In && bgra8In && argb16In && argbFIn && bgraFIn && rows && argb8Out && bgra8Out &&
+           argb16Out && argbFOut && bgraFOut;
+}
+
 // The plain formulas, one pixel after the other. They define the result; any other table gives the same bytes.
 extern const RowKernels kScalarKernels;
 

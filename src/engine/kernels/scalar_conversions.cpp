@@ -86,7 +86,7 @@ void FromRgbaF(const std::byte* source, std::byte* destination, std::int32_t wid
 
 }  // namespace
 
-const RowKernels kScalarKernels = {
+constexpr RowKernels kScalarKernels = {
     .name = "scalar",
     .copyArgb8ToRgba8 = Copy8<Argb>,
     .copyBgra8ToRgba8 = Copy8<Bgra>,
@@ -100,5 +100,6 @@ const RowKernels kScalarKernels = {
     .rgbaFToArgbF = FromRgbaF<float, Argb>,
     .rgbaFToBgraF = FromRgbaF<float, Bgra>,
 };
+static_assert(IsComplete(kScalarKernels));
 
 }  // namespace nuv

@@ -52,11 +52,13 @@ struct TierSamplers : WideSamplers {
 };
 
 constexpr TileKernels kTiles = Tiles::TableOf<TierSamplers>(kRunPixels, false);
+static_assert(IsComplete(kTiles));
 
 }  // namespace
 
 constexpr RowKernels kAvx2Kernels = Conversions::TableOf<false>("avx2", Tiles::RenderRows<kTiles, false>);
 constexpr RowKernels kAvx2StreamingKernels =
     Conversions::TableOf<true>("avx2-streaming", Tiles::RenderRows<kTiles, true>);
+static_assert(IsComplete(kAvx2Kernels) && IsComplete(kAvx2StreamingKernels));
 
 }  // namespace nuv

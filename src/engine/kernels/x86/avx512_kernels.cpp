@@ -50,11 +50,13 @@ struct TierSamplers : WideSamplers {
 };
 
 constexpr TileKernels kTiles = Tiles::TableOf<TierSamplers>(kLongRunPixels, true);
+static_assert(IsComplete(kTiles));
 
 }  // namespace
 
 constexpr RowKernels kAvx512Kernels = Conversions::TableOf<false>("avx512", Tiles::RenderRows<kTiles, false>);
 constexpr RowKernels kAvx512StreamingKernels =
     Conversions::TableOf<true>("avx512-streaming", Tiles::RenderRows<kTiles, true>);
+static_assert(IsComplete(kAvx512Kernels) && IsComplete(kAvx512StreamingKernels));
 
 }  // namespace nuv

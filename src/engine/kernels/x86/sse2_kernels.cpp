@@ -52,8 +52,10 @@ struct TierSamplers : Tiles {
 }  // namespace
 
 constexpr TileKernels kSse2Tiles = Tiles::TableOf<TierSamplers>(kRunPixels, false);
+static_assert(IsComplete(kSse2Tiles));
 constexpr RowKernels kSse2Kernels = Conversions::TableOf<false>("sse2", Tiles::RenderRows<kSse2Tiles, false>);
 constexpr RowKernels kSse2StreamingKernels =
     Conversions::TableOf<true>("sse2-streaming", Tiles::RenderRows<kSse2Tiles, true>);
+static_assert(IsComplete(kSse2Kernels) && IsComplete(kSse2StreamingKernels));
 
 }  // namespace nuv

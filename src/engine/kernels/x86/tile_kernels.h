@@ -84,6 +84,23 @@ struct TileKernels {
     Composers streamed;  // stores bypass the cache, without a fence; the result is aligned to a cache line
 };
 
+// Whether the table has every kernel, as for RowKernels.
+consteval bool IsComplete(const Samplers& samplers) {
+    const auto& [line, square, cubic, curveRunPixels, nearOnly] = samplers;
+    return line && square && cubic && curveRunPixels > 0;
+}
+consteval bool IsComplete(const Composers& composers) {
+    const auto& [bytes, floats] = composers;
+    for (int show = 0; show < kShowCount; ++show) {
+        if (!bytes[show] || !floats[show]) return false;
+    }
+    return true;
+}
+consteval bool IsComplete(const TileKernels& table) {
+    const auto& [bytes, floats, cached, streamed] = table;
+    return IsComplete(bytes) && IsComplete(floats) && IsComplete(cached) && IsComplete(streamed);
+}
+
 // The kernels for every x86-64 processor also stand in for those that take near sources alone.
 extern const TileKernels kSse2Tiles;
 
