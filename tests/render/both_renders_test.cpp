@@ -15,7 +15,7 @@ using refhost::SliderValue;
 class ParamWatch {
 public:
     static inline std::vector<PF_ParamDef*> out, in;
-    static inline std::vector<std::vector<std::byte>> before;      // the records' bytes on their way to the host
+    static inline std::vector<std::vector<std::byte>> before;      // the records' bytes on their path to the host
     static inline std::vector<std::array<std::int64_t, 4>> asked;  // index, time, step, scale
     static inline std::vector<PF_ProgPtr> refs;
     static inline bool failAfterwards = false;

@@ -2,8 +2,8 @@
 #include <array>
 #include <limits>
 
-#include "support/protocol_support.h"
 #include "render/parameter_copies.h"
+#include "support/protocol_support.h"
 
 namespace {
 

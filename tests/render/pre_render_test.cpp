@@ -1,6 +1,6 @@
 // The smart pre-render: what it asks of the host, announces, and leaves for the render.
-#include "support/call_script.h"
 #include "pf_smart_render.h"
+#include "support/call_script.h"
 #include "support/protocol_support.h"
 
 bool operator==(const PF_LRect& a, const PF_LRect& b) {

@@ -56,7 +56,7 @@ TEST_F(Exceptions, AreCountedOnTheirWay) {
         int& onTheirWay;
         ~Count() { onTheirWay = std::uncaught_exceptions(); }
     };
-    // Throws while another is on its way.
+    // Throws while another is on its path.
     struct Nested {
         int& onTheirWay;
         ~Nested() {
