@@ -1,13 +1,16 @@
-// The parameters' values in the job.
+// How the parameters' values reach the job, and through it the picture.
 #include <array>
 #include <limits>
 
 #include "render/parameter_copies.h"
-#include "support/protocol_support.h"
+#include "render_fixture.h"
 
 namespace {
 
 using namespace protocol;
+using refhost::PointValue;
+using refhost::PopupValue;
+using ParameterValues = Render;
 
 class Job : public testing::Test {
 protected:
@@ -97,6 +100,51 @@ TEST_F(Job, StartsAtZeroWithEightBitBuffers) {
     EXPECT_EQ(job.output.bitsPerChannel, 8);
     EXPECT_EQ(job.input.pixels, nullptr);
     EXPECT_EQ(job.output.pixels, nullptr);
+}
+
+INSTANTIATE_TEST_SUITE_P(Both, ParameterValues, testing::Values(RenderPath::smart, RenderPath::plain),
+                         [](const auto& instance) {
+                             return instance.param == RenderPath::smart ? "Smart" : "Plain";
+                         });
+
+TEST_P(ParameterValues, TruncatesTheCenterTowardMinusInfinity) {
+    const auto at = [this](double x, double y) {
+        scene.instance.Set(nuv::PARAM_FRAME_CENTER, PointValue{Fixed(x), Fixed(y)});
+        return Clean();
+    };
+    scene.instance.Set(nuv::PARAM_SCALING, PopupValue{1});
+    EXPECT_EQ(at(-0.5, -0.5), at(-1, -1));
+    EXPECT_NE(at(-0.5, 0), at(0, 0));
+    EXPECT_NE(at(0, -0.5), at(0, 0));
+    EXPECT_EQ(at(4.75, 1.99), at(4, 1));
+    EXPECT_NE(at(4.75, 1), at(5, 1));
+}
+
+// Popups count from 1, so that 0 is a choice before the first one.
+TEST_P(ParameterValues, TakesAModeOfZeroForNoMode) {
+    scene.instance.Set(nuv::PARAM_SHOW, PopupValue{1});
+    scene.instance.Set(nuv::PARAM_MODE, PopupValue{0});
+    const auto zero = Clean();
+    for (const std::int32_t mode : {1, 2, 3}) {
+        scene.instance.Set(nuv::PARAM_MODE, PopupValue{mode});
+        EXPECT_NE(Clean(), zero);
+    }
+    scene.instance.Set(nuv::PARAM_MODE, PopupValue{-5});
+    EXPECT_EQ(Clean(), zero);
+}
+
+TEST_P(ParameterValues, TakesAScalingOfZeroForLinear) {
+    scene.instance.Set(nuv::PARAM_SCALING, PopupValue{0});
+    const auto zero = Clean();
+    scene.instance.Set(nuv::PARAM_SCALING, PopupValue{1});
+    EXPECT_EQ(Clean(), zero);
+}
+
+TEST_P(ParameterValues, TakesAShowOfZeroForFinal) {
+    scene.instance.Set(nuv::PARAM_SHOW, PopupValue{0});
+    const auto zero = Clean();
+    scene.instance.Set(nuv::PARAM_SHOW, PopupValue{1});
+    EXPECT_EQ(Clean(), zero);
 }
 
 }  // namespace
