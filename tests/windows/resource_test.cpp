@@ -1,6 +1,4 @@
 // The property list in the linked library, as a host reads it before it runs any of the library's code.
-#if defined(_WIN32)
-
 #include <windows.h>
 
 #include <array>
@@ -136,5 +134,3 @@ TEST_F(PropertyList, AgreesWithTheRegistration) {
 }
 
 }  // namespace
-
-#endif

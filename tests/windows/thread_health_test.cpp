@@ -1,7 +1,5 @@
 // What a host's threads leave behind in the process after they rendered and ended. Hosts make threads for a single
 // frame, and the effect asks not to be told when they end.
-#if defined(_WIN32)
-
 #include <windows.h>
 
 #include <process.h>
@@ -147,5 +145,3 @@ TEST(Exceptions, KeepToTheirThread) {
 }
 
 }  // namespace
-
-#endif

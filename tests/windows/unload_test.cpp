@@ -1,6 +1,4 @@
 // What the effect leaves behind in a host that unloads it.
-#if defined(_WIN32)
-
 #include <windows.h>
 
 #include <functional>
@@ -59,5 +57,3 @@ TEST(Loading, FailsWhereNoThreadLocalSlotIsLeft) {
 }
 
 }  // namespace
-
-#endif

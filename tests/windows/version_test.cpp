@@ -1,6 +1,4 @@
 // The version resource, as Windows shows it and as the installer compares it.
-#if defined(_WIN32)
-
 #include <windows.h>
 
 #include <filesystem>
@@ -61,5 +59,3 @@ TEST_F(VersionResource, CarriesTheVersionAndTheNamesAsText) {
 }
 
 }  // namespace
-
-#endif

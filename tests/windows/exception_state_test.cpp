@@ -1,6 +1,4 @@
 // The C++ runtime's notes about exceptions where the effect has put them.
-#if defined(_WIN32)
-
 #include <gtest/gtest.h>
 
 #include <exception>
@@ -121,5 +119,3 @@ TEST_F(Exceptions, CanBeCarriedToAnotherThread) {
 }
 
 }  // namespace
-
-#endif

@@ -1,14 +1,11 @@
-// Threads and mutex as the operating system sees them: how many threads, all joined, and what happens when the
-// system refuses one, or the mutex.
-#if defined(__linux__)
-
-#include <dlfcn.h>
+// The engine's worker threads as the system sees them: how many start, that all of them are joined, and what
+// happens when one cannot be started.
 #include <pthread.h>
 
 #include <atomic>
 #include <cerrno>
 
-#include "render/render_mutex.h"
+#include "next_function.h"
 #include "support/protocol_support.h"
 
 namespace {
@@ -26,8 +23,6 @@ struct Threads {
 };
 Threads threads;
 
-std::atomic<pthread_mutex_t*> refused{nullptr};  // the mutex that cannot be locked
-
 struct Start {
     void* (*routine)(void*);
     void* argument;
@@ -39,11 +34,6 @@ void* Run(void* memory) {
     void* const result = start.routine(start.argument);
     ++threads.ended;
     return result;
-}
-
-template <class Function>
-Function Next(const char* name) {
-    return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
 }
 
 }  // namespace
@@ -65,11 +55,6 @@ extern "C" __attribute__((visibility("default"))) int pthread_join(pthread_t thr
     static const auto join = Next<int (*)(pthread_t, void**)>("pthread_join");
     if (threads.watched) ++threads.joined;
     return join(thread, result);
-}
-
-extern "C" __attribute__((visibility("default"))) int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept {
-    static const auto lock = Next<int (*)(pthread_mutex_t*)>("pthread_mutex_lock");
-    return mutex == refused.load() ? EINVAL : lock(mutex);
 }
 
 namespace {
@@ -127,27 +112,4 @@ TEST_P(WorkerThreads, AreJoinedAndTheFrameIsGivenUpWhenOneCannotBeStarted) {
     }
 }
 
-class RenderMutex : public testing::TestWithParam<RenderPath> {};
-
-INSTANTIATE_TEST_SUITE_P(Both, RenderMutex, testing::Values(RenderPath::smart, RenderPath::plain),
-                         [](const auto& instance) {
-                             return instance.param == RenderPath::smart ? "Smart" : "Plain";
-                         });
-
-TEST_P(RenderMutex, ThatCannotBeLockedMakesTheRender512AndAllIsGivenBack) {
-    Scene scene(InOrder(), Linked());
-    const auto clean = scene.CleanPicture(GetParam());
-    refused = nuv::g_renderMutex.native_handle();
-    const PF_Err code = scene.Render(GetParam());
-    refused = nullptr;
-    EXPECT_EQ(code, 512);
-    EXPECT_TRUE(scene.OutputUntouched());
-    EXPECT_EQ(scene.host.account().Count(refhost::Call::checkinParam), 5);
-    EXPECT_EQ(scene.Outstanding(), Lines());
-    EXPECT_EQ(scene.Misuse(), Lines());
-    EXPECT_EQ(scene.CleanPicture(GetParam()), clean);
-}
-
 }  // namespace
-
-#endif
