@@ -18,8 +18,8 @@ struct Arguments {
 
 using Handler = PF_Err (*)(const Arguments&);
 
-// A host that leaves out a record of its command gets a code instead of a crash. (Of the tables that it fills with
-// callbacks, single entries are taken on trust.)
+// Throws a code for the host if the host left out a record that its command needs, so that its mistake is no crash.
+// Only whole records are checked: a null entry in one of the host's tables of callbacks would still crash.
 template <class... Pointers>
 void Require(Pointers... pointers) {
     if (!(... && pointers)) throw int{PF_Err_BAD_CALLBACK_PARAM};
@@ -51,7 +51,7 @@ PF_Err WithExtra(const Arguments& a) {
     return handler(a.inData, extra);
 }
 
-// By command number. Null: nothing to do, which is a success.
+// The handlers by command number. A null entry means that the command needs no work and succeeds.
 constexpr auto kHandlers = [] {
     std::array<Handler, PF_Cmd_SMART_RENDER + 1> table{};
     table[PF_Cmd_ABOUT] = WithOutData<About>;

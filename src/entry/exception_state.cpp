@@ -4,7 +4,8 @@
 
 #include <windows.h>
 
-// Of the runtime, which declares it nowhere: frees the memory that it keeps for throwing when there is none.
+// A function of the C++ runtime that no header declares. It frees the memory that the runtime has set aside for
+// exceptions that are thrown when no other memory is left.
 namespace __gnu_cxx {
 void __freeres();
 }
@@ -12,7 +13,7 @@ void __freeres();
 namespace nuv {
 namespace {
 
-DWORD slot = TLS_OUT_OF_INDEXES;  // reads as null on every thread
+DWORD slot = TLS_OUT_OF_INDEXES;  // TlsGetValue returns null for this value
 
 }  // namespace
 
@@ -37,9 +38,9 @@ void DetachExceptionState() {
 
 }  // namespace nuv
 
-// These two stand before the runtime's own, which are alike but for the place.
+// These two functions replace the runtime's own. They do the same, but keep the notes in another place.
 extern "C" void* __cxa_get_globals() noexcept {
-    // Outside of a command nothing of ours throws, except to end the process.
+    // Outside a command this library throws only if the process ends by it, so all threads can share these notes.
     static constinit nuv::ExceptionNotes outside;
     void* const notes = TlsGetValue(nuv::slot);
     return notes != nullptr ? notes : &outside;

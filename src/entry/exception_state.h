@@ -1,19 +1,21 @@
-// What the C++ runtime notes about a thread's exceptions, kept where it needs no clean-up.
+// A place for the C++ runtime's notes about a thread's exceptions that needs no clean-up when the thread ends.
 #pragma once
 
 namespace nuv {
 
 #if defined(__MINGW32__)
 
-// Of one thread; laid out as the C++ binary interface wants it (__cxa_eh_globals).
+// The notes about one thread. Their layout is that of __cxa_eh_globals in the C++ binary interface.
 struct ExceptionNotes {
-    void* caught = nullptr;  // the innermost exception in a handler
-    unsigned uncaught = 0;
+    void* caught = nullptr;  // the innermost exception that a handler has caught
+    unsigned uncaught = 0;   // the number of exceptions on their way to a handler
 };
 
-// For the length of one command, on the host's thread: the runtime's notes lie in this object. (Left to itself, the
-// runtime allocates them at a thread's first exception, with two handles beside them, and frees them only where
-// libraries are told that threads end.) Commands may nest; each begins with no exception on its way.
+// While an object of this class lives, the runtime keeps the notes of the current thread in it. Every command has
+// one, on the stack of the host's thread. Without it the runtime would allocate the notes and two handles at a
+// thread's first exception, and would free them only if the library were told that the thread ends. The library
+// asks not to be told (see library_entry.cpp), so a host that makes many threads would lose memory. Commands may be
+// nested; each starts without an exception.
 class ExceptionState {
 public:
     ExceptionState();
@@ -23,19 +25,20 @@ public:
 
 private:
     ExceptionNotes notes_;
-    void* outer_;  // the notes of the command around this one; null: none
+    void* outer_;  // the notes of the command that this one is nested in; null if there is none
 };
 
-// When the library is loaded, before any command. False if the system has no room; the library is then of no use.
+// Call it when the library is loaded, before any command. Returns false if the system has no thread-local slot
+// left; the library cannot be used then.
 bool AttachExceptionState();
-// When the library goes and the process stays; no command runs. Also frees what the runtime set aside for
-// exceptions.
+// Call it when the library is unloaded and the process goes on. No command may be running. It also frees the memory
+// that the runtime has set aside for exceptions.
 void DetachExceptionState();
 
 #else
 
 struct ExceptionState {
-    ExceptionState() {}  // not trivial, so that nobody takes its variable for unused
+    ExceptionState() {}  // not trivial, so that compilers do not warn of an unused variable
 };
 
 inline bool AttachExceptionState() {

@@ -13,7 +13,7 @@ PF_Err GlobalSetup(PF_InData* inData, PF_OutData* outData) {
     outData->out_flags = static_cast<std::int32_t>(kOutFlags & ~PF_OutFlag_DEEP_COLOR_AWARE);
     outData->out_flags2 = static_cast<std::int32_t>(kOutFlags2 & ~PF_OutFlag2_FLOAT_COLOR_AWARE);
 
-    // An editing host without the suite falls back to formats of its own choice; that is no reason to fail.
+    // An editing host without the suite chooses the pixel formats itself, so a missing suite is not an error.
     if (inData->pica_basicP == nullptr) return PF_Err_NONE;
     ScopedSuite<PF_PixelFormatSuite1> formats(inData->pica_basicP, "PF Pixel Format Suite", 1);
     formats.Acquire();

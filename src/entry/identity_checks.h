@@ -1,4 +1,4 @@
-// The effect's identity for C++, checked against the meaning of its numbers.
+// The effect's identity as C++ constants. The compiler checks that each number means what it should.
 #pragma once
 
 #include <string_view>
@@ -8,7 +8,7 @@
 
 namespace nuv {
 
-// The host's packing of an effect version: build in bits 0 to 8, stage in 9 and 10, bug-fix in 11 to 14, minor
+// Packs an effect version as the host does: build in bits 0 to 8, stage in 9 and 10, bug-fix in 11 to 14, minor
 // version in 15 to 18, major version in 19 to 21 with its high bits in 26 to 29.
 constexpr std::uint32_t PackVersion(std::uint32_t major, std::uint32_t minor, std::uint32_t bugFix,
                                     std::uint32_t stage, std::uint32_t build) {
@@ -28,7 +28,7 @@ static_assert(kOutFlags2 == (PF_OutFlag2_PARAM_GROUP_START_COLLAPSED_FLAG | PF_O
                              PF_OutFlag2_SUPPORTS_SMART_RENDER | PF_OutFlag2_FLOAT_COLOR_AWARE |
                              PF_OutFlag2_AUTOMATIC_WIDE_TIME_INPUT | PF_OutFlag2_SUPPORTS_THREADED_RENDERING));
 
-// The resource compiler cannot count.
+// The resource compiler cannot compute the length of a text, so identity.h states the lengths.
 static_assert(std::string_view(NUV_EFFECT_NAME).size() == NUV_EFFECT_NAME_LENGTH[0]);
 static_assert(std::string_view(NUV_MATCH_NAME).size() == NUV_MATCH_NAME_LENGTH[0]);
 static_assert(std::string_view(NUV_CATEGORY).size() == NUV_CATEGORY_LENGTH[0]);

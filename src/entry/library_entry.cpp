@@ -1,17 +1,18 @@
-// The dynamic library's own entry on Windows.
+// The function that Windows calls when it loads and when it unloads the library.
 #include <windows.h>
 
 #include "entry/exception_state.h"
 
 BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID processEnds) {
     if (reason == DLL_PROCESS_ATTACH) {
-        // Hosts start and end threads by the thousand, and the effect has nothing to say to any of them. Windows
-        // declines where the library has static thread-local storage, as the C++ runtime may bring along: nothing
-        // here depends on the notifications, nor on their absence.
+        // Hosts start and end thousands of threads, and the effect has nothing to do for any of them, so it asks
+        // Windows not to notify it. Windows refuses if the library has static thread-local storage, which the C++
+        // runtime may contain. The effect therefore works both with and without these notifications.
         DisableThreadLibraryCalls(module);
         return nuv::AttachExceptionState();
     }
-    // At the end of the process the system takes everything back, and the heap may be locked for ever.
+    // When the process ends, the system frees everything itself. The effect must not free memory then, because a
+    // thread that the system has already ended may have left the heap locked.
     if (reason == DLL_PROCESS_DETACH && processEnds == nullptr) nuv::DetachExceptionState();
     return TRUE;
 }

@@ -1,22 +1,25 @@
-// Handlers of the commands that frame an effect's life. Each runs on the host's thread, keeps no state, and
-// returns the code for the host; a thrown int is a code as well.
+// Handlers of the commands that set up the effect, set up and end its instances, and describe it to the user. Each
+// runs on the host's thread and keeps no state. It returns the code for the host, or throws it as an int.
 #pragma once
 
 #include "pf_data.h"
 
 namespace nuv {
 
-// Declares version and capabilities; in the editing host 8-bit BGRA only. Always PF_Err_NONE.
+// Declares the effect's version and capabilities. In the editing host it also declares 8-bit BGRA as the only pixel
+// format. Always returns PF_Err_NONE.
 PF_Err GlobalSetup(PF_InData* inData, PF_OutData* outData);
 
-// Every instance owns a host handle of 4 bytes holding a 32-bit 0, so that its sequence data has a fixed, known
-// size. Without memory for it: PF_Err_INTERNAL_STRUCT_DAMAGED and a message.
+// The sequence data of every instance is a handle of the host to 4 bytes, which hold a 32-bit 0. SequenceSetup
+// makes the handle, or resizes the one that the host passes. SequenceResetup makes it only if the host passes none.
+// SequenceSetdown frees it. If the host has no memory for a new handle, the result is
+// PF_Err_INTERNAL_STRUCT_DAMAGED, with a message for the user.
 PF_Err SequenceSetup(PF_InData* inData, PF_OutData* outData);
 PF_Err SequenceResetup(PF_InData* inData, PF_OutData* outData);
 PF_Err SequenceSetdown(PF_InData* inData, PF_OutData* outData);
 
-// Writes name and version into the message that the compositing host shows; nothing in the editing host. Throws
-// PF_Err_BAD_CALLBACK_PARAM when the host has no ANSI suite.
+// Writes the effect's name and version into the message that the compositing host shows. Writes nothing in the
+// editing host. Throws the int PF_Err_BAD_CALLBACK_PARAM if the compositing host has no ANSI suite.
 PF_Err About(PF_InData* inData, PF_OutData* outData);
 
 }  // namespace nuv

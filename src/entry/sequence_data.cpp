@@ -6,7 +6,7 @@
 namespace nuv {
 namespace {
 
-using SequenceBlock = std::uint32_t;  // always 0; no pointers, so the block is its own flat form
+using SequenceBlock = std::uint32_t;  // always 0; without pointers, so hosts can save the block as it is
 
 PF_Err MakeBlock(PF_InData* inData, PF_OutData* outData) {
     const PF_UtilCallbacks& utilities = UtilitiesOf(inData);
@@ -23,7 +23,7 @@ PF_Err MakeBlock(PF_InData* inData, PF_OutData* outData) {
     return PF_Err_NONE;
 }
 
-// The result is not looked at: the block is still the host's, and nothing reads it.
+// Ignores whether the host could resize the block: the effect never reads it.
 void BringToSize(PF_InData* inData) {
     const PF_UtilCallbacks& utilities = UtilitiesOf(inData);
     if (utilities.host_get_handle_size(inData->sequence_data) == sizeof(SequenceBlock)) return;
@@ -38,7 +38,7 @@ PF_Err SequenceSetup(PF_InData* inData, PF_OutData* outData) {
     return PF_Err_NONE;
 }
 
-// A block that the host kept is taken as it is, whatever its size.
+// Leaves a block that the host passes as it is, whatever its size.
 PF_Err SequenceResetup(PF_InData* inData, PF_OutData* outData) {
     if (inData->sequence_data != nullptr) return PF_Err_NONE;
     return MakeBlock(inData, outData);
@@ -46,7 +46,7 @@ PF_Err SequenceResetup(PF_InData* inData, PF_OutData* outData) {
 
 PF_Err SequenceSetdown(PF_InData* inData, PF_OutData* outData) {
     if (inData->sequence_data == nullptr) return PF_Err_NONE;
-    BringToSize(inData);  // the host sees the block at its own size when it goes
+    BringToSize(inData);  // so that the host sees a block of the right size when the effect frees it
     inData->utils->host_dispose_handle(inData->sequence_data);
     outData->sequence_data = nullptr;
     inData->sequence_data = nullptr;

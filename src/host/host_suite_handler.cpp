@@ -12,7 +12,7 @@ HostSuiteHandler::~HostSuiteHandler() {
         try {
             basic_->ReleaseSuite(kSuiteReleaseOrder[i].name, kSuiteReleaseOrder[i].version);
         } catch (...) {
-            // Nobody is left to tell, and the other suites are still owed.
+            // A destructor cannot report the exception, and the other suites must still be released.
         }
     }
 }

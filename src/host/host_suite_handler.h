@@ -1,4 +1,4 @@
-// Suites for the length of one host command.
+// The suites that one command of the host uses.
 #pragma once
 
 #include <algorithm>
@@ -11,14 +11,14 @@
 
 namespace nuv {
 
-// A string as a template argument, so that an accessor can carry its suite's name.
+// A text that can be a template argument, so that Suite() below can take a suite's name as one.
 template <std::size_t N>
 struct SuiteName {
     char text[N];
     constexpr SuiteName(const char (&literal)[N]) { std::copy_n(literal, N, text); }
 };
 
-// The structure behind a suite; `void` for those that the effect never asks for.
+// The structure of a suite's callbacks. It is `void` for the suites that the effect never asks for.
 template <SuiteName name, std::int32_t version>
 struct SuiteStructure {
     using Type = void;
@@ -36,23 +36,25 @@ struct SuiteStructure<"PF Iterate8 Suite", 1> {
     using Type = PF_Iterate8Suite1;
 };
 
-// Lives on the stack of one command handler, on the command's thread; not shared, not copied. Acquires a suite
-// when it is first asked for, and releases all that it acquired when it goes, in the order of kSuiteReleaseOrder.
+// Acquires each suite when the command first asks for it. The destructor releases all acquired suites in the order
+// of kSuiteReleaseOrder. An object lives on the stack of one command handler, and only the command's thread uses
+// it.
 class HostSuiteHandler {
 public:
-    // Acquires nothing. Throws the int PF_Err_BAD_CALLBACK_PARAM when `basic` is null. `basic` stays the host's.
+    // Acquires nothing. The host owns `basic`, which must live longer than this object. Throws the int
+    // PF_Err_BAD_CALLBACK_PARAM if `basic` is null.
     explicit HostSuiteHandler(SPBasicSuite* basic);
     ~HostSuiteHandler();
     HostSuiteHandler(const HostSuiteHandler&) = delete;
     HostSuiteHandler& operator=(const HostSuiteHandler&) = delete;
 
-    // One accessor for every suite of the table; any other does not compile. Never null, valid as long as this
-    // object. Throws the int PF_Err_BAD_CALLBACK_PARAM when the host does not supply the suite; a later call
-    // asks the host again.
+    // Returns a suite of the table; any other suite does not compile. The result is never null, and is valid as
+    // long as this object. Throws the int PF_Err_BAD_CALLBACK_PARAM if the host does not give the suite; the next
+    // call for it asks the host again.
     template <SuiteName name, std::int32_t version>
     const typename SuiteStructure<name, version>::Type* Suite() {
         constexpr std::size_t slot = SuiteSlot({name.text, version});
-        static_assert(slot < kSuiteReleaseOrder.size(), "a suite that the release order does not know");
+        static_assert(slot < kSuiteReleaseOrder.size(), "kSuiteReleaseOrder does not have this suite");
         return static_cast<const typename SuiteStructure<name, version>::Type*>(Acquire(slot));
     }
 
@@ -60,7 +62,8 @@ private:
     const void* Acquire(std::size_t slot);
 
     SPBasicSuite* basic_;
-    std::array<const void*, kSuiteReleaseOrder.size()> slots_{};  // only first places are used; null: not acquired
+    // A suite stands at its first place in kSuiteReleaseOrder. Null: not acquired.
+    std::array<const void*, kSuiteReleaseOrder.size()> slots_{};
 };
 
 }  // namespace nuv

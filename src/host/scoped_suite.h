@@ -1,4 +1,4 @@
-// A suite acquired directly, for a stretch of one command.
+// A suite that is acquired directly, for a part of one command.
 #pragma once
 
 #include <cstdint>
@@ -7,7 +7,8 @@
 
 namespace nuv {
 
-// Empty until Acquire; released when it goes, if the host gave anything. Command thread only.
+// Holds no suite before Acquire. The destructor releases the suite if the host gave one. Only the command's thread
+// uses an object.
 template <class Structure>
 class ScopedSuite {
 public:
@@ -18,13 +19,14 @@ public:
         try {
             basic_->ReleaseSuite(name_, version_);
         } catch (...) {
-            // A failing release changes nothing about the command's result.
+            // A release that fails does not change the command's result.
         }
     }
     ScopedSuite(const ScopedSuite&) = delete;
     ScopedSuite& operator=(const ScopedSuite&) = delete;
 
-    // At most once. The host's own code; whether there is a suite is for get() to say, whatever the code.
+    // Call it at most once. Returns the host's code. Only get() tells whether there is a suite, because a host may
+    // give one together with an error, or none together with success.
     std::int32_t Acquire() {
         const void* acquired = nullptr;
         const std::int32_t error = basic_->AcquireSuite(name_, version_, &acquired);
@@ -32,7 +34,7 @@ public:
         return error;
     }
 
-    // Leaves the suite acquired: nothing will release it.
+    // Leaves the suite acquired: the destructor will not release it.
     void Abandon() { suite_ = nullptr; }
 
     const Structure* get() const { return suite_; }

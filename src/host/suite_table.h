@@ -1,4 +1,4 @@
-// Every suite that HostSuiteHandler knows, in the order in which it gives them back.
+// Every suite that HostSuiteHandler can acquire, in the order in which it releases them.
 #pragma once
 
 #include <array>
@@ -8,7 +8,7 @@
 
 namespace nuv {
 
-// A suite as the host looks it up. Names are the host's, byte for byte, its own misspellings included.
+// The name and version under which the host has a suite. The names are the host's, with its spelling mistakes.
 struct SuiteId {
     const char* name;
     std::int32_t version;
@@ -158,7 +158,7 @@ inline constexpr std::array kSuiteReleaseOrder = std::to_array<SuiteId>({
     {"SP Suites Suite", 2},
 });
 
-// Where the table first names a suite; the table's size if it does not.
+// Returns the first place of the suite in the table, or the table's size if the suite is not in it.
 constexpr std::size_t SuiteSlot(SuiteId id) {
     std::size_t slot = 0;
     while (slot < kSuiteReleaseOrder.size() && !(kSuiteReleaseOrder[slot] == id))
@@ -166,7 +166,7 @@ constexpr std::size_t SuiteSlot(SuiteId id) {
     return slot;
 }
 
-// For each entry, the slot that it shares with all entries of the same suite.
+// For each entry of the table, the first place of its suite. All entries of one suite share this slot.
 inline constexpr auto kSuiteSlots = [] {
     std::array<std::size_t, kSuiteReleaseOrder.size()> slots{};
     for (std::size_t i = 0; i < slots.size(); ++i)
@@ -174,8 +174,8 @@ inline constexpr auto kSuiteSlots = [] {
     return slots;
 }();
 
-// Two suites stand twice, sharing the slot of their first place: once acquired, each is released twice. The order,
-// the count and the repetitions are what hosts see of this effect, and stay.
+// Two suites are in the table twice. Their entries share a slot, so such a suite is acquired once and released
+// twice. Hosts see the order, the count and the repetitions, so these must not change.
 static_assert(kSuiteReleaseOrder.size() == 137);
 static_assert(kSuiteReleaseOrder.front() == SuiteId{"AEGP Marker Suite", 1});
 static_assert(kSuiteReleaseOrder.back() == SuiteId{"SP Suites Suite", 2});

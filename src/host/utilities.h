@@ -5,7 +5,7 @@
 
 namespace nuv {
 
-// Valid as long as the command. Throws the int PF_Err_BAD_CALLBACK_PARAM when the host has left them out.
+// The result is valid during the command. Throws the int PF_Err_BAD_CALLBACK_PARAM if the host has left them out.
 inline const PF_UtilCallbacks& UtilitiesOf(const PF_InData* inData) {
     if (inData->utils == nullptr) throw int{PF_Err_BAD_CALLBACK_PARAM};
     return *inData->utils;

@@ -20,7 +20,7 @@ constexpr PF_Fixed FixedPoint(int whole) {
     return whole * 65536;
 }
 
-// In percent of the layer: the centre of the picture. It may be dragged outside.
+// The values are percent of the layer, so the point starts in the middle. Users may drag it out of the layer.
 void FillPoint(PF_ParamDefUnion& definition, const char*) {
     definition.td = {};
     definition.td.x_value = definition.td.x_dephault = FixedPoint(50);
@@ -28,8 +28,8 @@ void FillPoint(PF_ParamDefUnion& definition, const char*) {
     definition.td.restrict_bounds = 0;
 }
 
-// Every menu offers three choices, also the one whose string goes on; the engine knows all five. Value and default
-// are 0 although hosts count choices from 1. Both are part of the saved-project format.
+// Every menu offers three choices. Show does, too, although its text names five and the engine renders all five.
+// Value and default are 0, although hosts count choices from 1. Both are part of the saved-project format.
 void FillPopup(PF_ParamDefUnion& definition, const char* choices) {
     definition.pd = {};
     definition.pd.num_choices = 3;
@@ -44,7 +44,7 @@ void FillAmount(PF_ParamDefUnion& definition, const char*) {
     definition.fs_d.curve_tolerance = 0.05f;  // the hosts' usual tolerance
 }
 
-// In index order, from PARAM_FRAME_CENTER on.
+// In the order of their indices; the first is PARAM_FRAME_CENTER.
 constexpr std::array kParameters = std::to_array<Parameter>({
     {2, "Frame center", PF_Param_POINT, FillPoint, nullptr},
     {3, "Mode", PF_Param_POPUP, FillPopup, "Red-Cyan|Green-Purple|Blue-Yellow"},

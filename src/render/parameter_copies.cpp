@@ -11,21 +11,22 @@ std::int32_t WholePixels(PF_Fixed value) {
     return value >> 16;
 }
 
-// Wraps around for the one value that has no predecessor.
+// The smallest value has no predecessor. It becomes the largest value.
 std::int32_t ZeroBased(std::int32_t popup) {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(popup) - 1u);
 }
 
 }  // namespace
 
-// Delegates, so that the destructor checks in what is already out when the body throws.
+// Delegates to another constructor: the destructor then runs even if this body throws, and checks in the parameters
+// that are already checked out.
 ParameterCopies::ParameterCopies(PF_InData* inData) : ParameterCopies(inData, NothingYet{}) {
     for (std::int32_t index = PARAM_FRAME_CENTER; index < PARAM_COUNT; ++index) {
         auto& copy = copies_[static_cast<std::size_t>(index - PARAM_FRAME_CENTER)];
         copy = std::make_unique<PF_ParamDef>();
         const PF_Err error = inData->inter.checkout_param(inData->effect_ref, index, inData->current_time,
                                                           inData->time_step, inData->time_scale, copy.get());
-        if (error != PF_Err_NONE) *copy = {};  // whatever the host may have begun to write
+        if (error != PF_Err_NONE) *copy = {};  // the host may have written a part of it
     }
 }
 
@@ -35,7 +36,7 @@ ParameterCopies::~ParameterCopies() {
         try {
             inData_->inter.checkin_param(inData_->effect_ref, copy.get());
         } catch (...) {
-            // Only a host that throws gets here; the command's own exception is the one to report.
+            // The host threw. The exception that ended the command is the one to report, so this one is dropped.
         }
     }
 }

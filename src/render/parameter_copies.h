@@ -9,23 +9,24 @@
 
 namespace nuv {
 
-// Checks out parameters 1 to 5 at current_time, in order, and owns the copies. Each is checked in exactly once:
-// by CheckIn, or by the destructor when an exception takes another way out. Command thread only.
+// Checks out parameters 1 to 5 at current_time, in order, and owns the copies. Each is checked in exactly once: by
+// CheckIn, or by the destructor if an exception ends the command before. Only the command's thread uses an object.
 class ParameterCopies {
 public:
-    // A check-out that the host refuses leaves that parameter all zero; the frame is rendered nevertheless.
+    // If the host refuses a check-out, the record of that parameter is all zero, and the frame is still rendered.
     // Throws std::bad_alloc.
     explicit ParameterCopies(PF_InData* inData);
     ~ParameterCopies();
     ParameterCopies(const ParameterCopies&) = delete;
     ParameterCopies& operator=(const ParameterCopies&) = delete;
 
-    // Writes centre, mode, scaling, amount and show. Points lose their fraction toward minus infinity; popups
-    // count from 0 in the job, so one that the host left at 0 becomes -1.
+    // Writes the job's centre, mode, scaling, amount and show. The centre is rounded toward minus infinity, to
+    // whole pixels. Choices count from 1 in the host and from 0 in the job, so a menu that the host left at 0
+    // becomes -1.
     void Fill(RenderData& job) const;
 
-    // Checks all in, in order, and frees them; once at most. Returns `result`, or the first error if `result` is
-    // PF_Err_NONE.
+    // Checks in all parameters in order, and frees the copies. Call it at most once. Returns `result` if that is an
+    // error, otherwise the first error of a check-in.
     PF_Err CheckIn(PF_Err result);
 
 private:

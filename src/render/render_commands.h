@@ -1,5 +1,5 @@
-// Handlers of the host's render commands. They run on host threads, several at once for different frames, and
-// return the code for the host; a thrown int is a code as well.
+// Handlers of the host's render commands. They run on the host's threads, several at the same time for different
+// frames. Each returns the code for the host, or throws it as an int.
 #pragma once
 
 #include "pf_data.h"
@@ -7,20 +7,21 @@
 
 namespace nuv {
 
-// Asks for the whole input layer, announces an output of the layer's own size, and leaves the host a handle with
-// the left and top of what there is to see (PreRenderData). Returns the code of the layer's check-out, having
-// answered all the same.
+// Checks out the whole input layer, announces an output of the layer's size, and gives the host a handle to the
+// left and top of the layer's visible part (PreRenderData). It does all this even if the check-out fails, and
+// returns the check-out's code.
 PF_Err SmartPreRender(PF_InData* inData, PF_PreRenderExtra* extra);
 
-// Renders the announced layer into the output world that the host hands out, at current_time's parameters.
+// Renders the announced layer into the output world that the host gives it. The parameters are those at
+// current_time.
 PF_Err SmartRender(PF_InData* inData, PF_SmartRenderExtra* extra);
 
-// Renders params[PARAM_INPUT] into `output`. Entries 1 and up of `params` are never read: the values are checked
-// out, as in SmartRender.
+// Renders the layer params[PARAM_INPUT] into `output`. It never reads the other entries of `params`: it checks the
+// parameters out, as SmartRender does.
 PF_Err PlainRender(PF_InData* inData, PF_ParamDef* params[], PF_LayerDef* output);
 
-// Contents of the handle that pre-render leaves for the render: the shift of the output against the source
-// layer, in pixels. Nothing of ours frees the handle; it is the host's once pre-render returns.
+// The contents of the handle that pre-render leaves for the render: how far the output is shifted against the
+// source layer, in pixels. The handle belongs to the host when pre-render returns, and the effect never frees it.
 struct PreRenderData {
     std::int32_t offsetX;
     std::int32_t offsetY;

@@ -1,4 +1,4 @@
-// One frame at a time.
+// The mutex that lets the effect render one frame at a time.
 #pragma once
 
 #include <mutex>
@@ -7,16 +7,17 @@
 
 namespace nuv {
 
-// Held around every run of the driver: a frame already keeps sixteen threads and two float-sized buffers busy,
-// so frames that the host starts together take turns in the whole process.
+// Every run of the driver holds it, so all frames of the process are rendered one after another. One frame already
+// needs sixteen threads and two large buffers; several frames at once would need several times as much.
 extern std::mutex g_renderMutex;
 
-// Runs the driver under g_renderMutex. Whatever the driver throws is dropped and counts as PF_Err_NONE, so that
-// parameters are still checked in and the host goes on. Throws std::system_error if the mutex cannot be locked.
+// Runs the driver under g_renderMutex and returns its code. If the driver throws, the exception is dropped and the
+// result is PF_Err_NONE, so that the parameters are still checked in and the host goes on. Throws std::system_error
+// if the mutex cannot be locked.
 //
-// On Windows exceptions of another compiler's runtime, and the system's own, pass this library's frames without
-// running a destructor or a handler. A host that lets one fly out of its callback and catches it beyond the effect
-// leaves the mutex locked, and the next render waits for ever.
+// On Windows an exception of the system, or of another compiler's runtime, passes through this library without
+// running a destructor or a handler. If a host throws one in a callback and catches it after it has left the
+// effect, the mutex stays locked and the next render waits for ever.
 PF_Err RenderUnderMutex(PF_InData* inData, RenderData& job, PF_EffectWorld* source, PF_EffectWorld* output);
 
 }  // namespace nuv

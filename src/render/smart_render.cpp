@@ -15,7 +15,7 @@ bool IsEmpty(const PF_LRect& rect) {
     return rect.left >= rect.right || rect.top >= rect.bottom;
 }
 
-// An empty rectangle takes the other as it is; otherwise the result holds both.
+// If `into` is empty, it becomes `other`, even if that is empty as well. Otherwise it grows until it holds both.
 void Merge(PF_LRect& into, const PF_LRect& other) {
     if (IsEmpty(into)) {
         into = other;
@@ -25,8 +25,9 @@ void Merge(PF_LRect& into, const PF_LRect& other) {
     }
 }
 
-// The handle is in the host's hands before anything else is done with it. Without memory the render goes without an
-// offset.
+// Gives the handle to the host before it uses the handle, so that the host frees it whatever happens then. If there
+// is no memory for a handle, the frame is rendered without an offset. The handle is unlocked even if it could not
+// be locked: hosts know the effect like this (see the reason for `faults.unlocks-its-locks` among the deviations).
 void LeavePreRenderData(const PF_HandleSuite1& handles, const PreRenderData& data, PF_PreRenderOutput& output) {
     const PF_Handle handle = handles.host_new_handle(sizeof data);
     if (handle == nullptr) return;
@@ -38,7 +39,7 @@ void LeavePreRenderData(const PF_HandleSuite1& handles, const PreRenderData& dat
 PreRenderData ReadPreRenderData(const PF_HandleSuite1& handles, void* preRenderData) {
     PreRenderData data{};
     const auto handle = static_cast<PF_Handle>(preRenderData);
-    if (handle == nullptr) return data;  // pre-render got no memory; locking nothing is not for every host
+    if (handle == nullptr) return data;  // pre-render got no memory, and not every host can lock a null handle
     if (const void* memory = handles.host_lock_handle(handle)) {
         std::memcpy(&data, memory, sizeof data);
         handles.host_unlock_handle(handle);
@@ -51,7 +52,8 @@ PreRenderData ReadPreRenderData(const PF_HandleSuite1& handles, void* preRenderD
 PF_Err SmartPreRender(PF_InData* inData, PF_PreRenderExtra* extra) {
     HostSuiteHandler suites(inData->pica_basicP);
 
-    // A pixel of the result may come from anywhere in the layer, so all of it is asked for and all is rendered.
+    // Any pixel of the result may come from any place in the layer, so the effect asks for the whole layer and
+    // renders all of it.
     const PF_LRect layer{0, 0, inData->width, inData->height};
     PF_RenderRequest request = extra->input->output_request;
     request.rect = layer;

@@ -1,11 +1,11 @@
-// Who the effect is: the one place from which the property list, the registration callback and global set-up
-// take their values. Hosts compare the three and refuse or warn when they differ.
+// The effect's identity. The property list, the registration callback and global set-up take their values from this
+// file only, because hosts compare the three, and refuse the effect or warn if they differ.
 //
-// Macros, because the resource compiler reads this file too; C++ reaches them through entry/identity_checks.h.
+// The values are macros, because the resource compiler reads this file, too. C++ code uses entry/identity_checks.h.
 #pragma once
 
 #define NUV_EFFECT_NAME "NUV Chromatic Aberration"
-#define NUV_EFFECT_NAME_LENGTH "\030" /* as the property list stores it: one byte, in octal */
+#define NUV_EFFECT_NAME_LENGTH "\030" /* one byte in octal, as the property list stores it */
 #define NUV_MATCH_NAME "nuv_chromaber"
 #define NUV_MATCH_NAME_LENGTH "\015"
 #define NUV_CATEGORY "NUV"
@@ -17,7 +17,7 @@
 #define NUV_API_SUBVERSION 27
 #define NUV_RESERVED_INFO 8L
 
-// Windows' own version resource, and through it the installer.
+// For the version resource, which Windows shows and the installer reads.
 #define NUV_FILE_NAME "nuv_chromaber.aex"
 #define NUV_DESCRIPTION "NUV Chromatic Aberration, an effect for After Effects and Premiere Pro"
 #define NUV_PUBLISHER "The NUV Chromatic Aberration authors"
