@@ -17,7 +17,7 @@ TEST_F(About, WritesNameAndVersionInTheCompositor) {
     EXPECT_EQ(BytesOf(outData), BytesOf(expected)) << "no flag is set";
 }
 
-TEST_F(About, HasTheHostFormatTheText) {
+TEST_F(About, FormatsTheTextWithTheHostsFunction) {
     Prepare();
     EXPECT_EQ(Send(PF_Cmd_ABOUT), PF_Err_NONE);
     EXPECT_EQ(Calls(),
@@ -42,7 +42,7 @@ TEST_F(About, Yields516WithoutABasicSuite) {
 }
 
 TEST_F(About, Yields516WithoutTheAnsiSuite) {
-    for (const PF_Err code : {kFault, PF_Err_NONE}) {  // 0: the host succeeds and gives nothing
+    for (const PF_Err code : {kFault, PF_Err_NONE}) {  // the host fails, or succeeds without a suite
         host.options().faults = Fail("AcquireSuite PF ANSI Suite 1", code);
         Prepare();
         EXPECT_EQ(Send(PF_Cmd_ABOUT), 516);
@@ -56,7 +56,7 @@ int ThrowingSprintf(char*, const char*, ...) {
     throw 99;
 }
 
-TEST(AboutInternals, GiveTheSuiteBackWhenAnExceptionPasses) {
+TEST(AboutInternals, ReleaseTheSuiteWhenAnExceptionPasses) {
     PF_ANSICallbacksSuite1 ansi{};
     ansi.sprintf = ThrowingSprintf;
     FakeBasic basic;

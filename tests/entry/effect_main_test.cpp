@@ -78,11 +78,12 @@ INSTANTIATE_TEST_SUITE_P(Commands, UnhandledCommand,
                                          NamedCommand{std::numeric_limits<PF_Cmd>::min(), "MostNegative"}),
                          [](const auto& instance) { return instance.param.name; });
 
-// ---- Commands with one ------------------------------------------------------------------------------------------
+// ---- Commands with a handler
+// -------------------------------------------------------------------------------------
 
 class HandledCommand : public testing::TestWithParam<NamedCommand> {};
 
-TEST_P(HandledCommand, AnswersAHostThatLeavesOutItsArgumentsWithACode) {
+TEST_P(HandledCommand, ReturnsACodeWhenTheHostLeavesOutItsArguments) {
     EXPECT_EQ(Binary().effectMain(GetParam().cmd, nullptr, nullptr, nullptr, nullptr, nullptr),
               PF_Err_BAD_CALLBACK_PARAM);
 }
@@ -95,8 +96,8 @@ INSTANTIATE_TEST_SUITE_P(Commands, HandledCommand,
                                          NamedCommand{24, "SmartRender"}),
                          [](const auto& instance) { return instance.param.name; });
 
-// The utilities: a render goes on as if the driver had thrown.
-TEST(Dispatch, AnswersAHostThatLeavesOutItsUtilitiesWithACode) {
+// A render without utilities behaves as if the driver had thrown: it succeeds without a picture.
+TEST(Dispatch, ReturnsACodeWhenTheHostLeavesOutItsUtilities) {
     PF_Handle data = nullptr;
     for (const auto& [cmd, code] :
          {std::pair{PF_Cmd_PARAMS_SETUP, PF_Err_BAD_CALLBACK_PARAM},
@@ -120,7 +121,7 @@ TEST(Dispatch, AnswersAHostThatLeavesOutItsUtilitiesWithACode) {
     }
 }
 
-TEST(Dispatch, ReturnsAHandlersOwnCodeAsItStands) {
+TEST(Dispatch, ReturnsAHandlersCodeUnchanged) {
     for (const PF_Err code : {1, 4, 516, -12345, std::numeric_limits<PF_Err>::min()}) {
         refhost::Host host(Binary(), InOrder());
         host.options().faults = Fail("add_param 1", code);
@@ -128,7 +129,7 @@ TEST(Dispatch, ReturnsAHandlersOwnCodeAsItStands) {
     }
 }
 
-// Sends a parameter set-up whose first add_param throws.
+// Sends a parameter set-up in which the first add_param throws.
 template <auto thrower>
 PF_Err SendThrowing(PF_OutData& outData) {
     static PF_UtilCallbacks utils{};
@@ -144,7 +145,7 @@ void ExpectCode(PF_Err code) {
     PF_OutData outData = PoisonedOutData();
     const auto before = BytesOf(outData);
     EXPECT_EQ(SendThrowing<thrower>(outData), code);
-    EXPECT_EQ(BytesOf(outData), before) << "the guard writes no message";
+    EXPECT_EQ(BytesOf(outData), before) << "nothing is written, not even a message";
 }
 
 TEST(Dispatch, ReturnsAThrownIntAsTheCode) {
@@ -166,13 +167,13 @@ TEST(Dispatch, TurnsEveryOtherExceptionInto512) {
     ExpectCode<[]() -> PF_Err { throw '!'; }>(512);
 }
 
-TEST(Dispatch, MakesASuiteThatTheHostDoesNotHaveCode516) {
+TEST(Dispatch, Returns516WhenTheHostDoesNotHaveASuite) {
     refhost::Host host(Binary(), InOrder());
     host.options().faults = Fail("AcquireSuite PF ANSI Suite 1");
     EXPECT_EQ(host.About(), 516);
 }
 
-// A second command arrives while the first is still inside one of its callbacks.
+// The host sends a second command from a callback of the first.
 TEST(Dispatch, IsReentrant) {
     refhost::Host host(Binary(), InOrder());
     PF_OutData inner{};

@@ -13,7 +13,7 @@ constexpr std::int32_t kEditorFlags2 = 0x08020488;
 
 class GlobalSetup : public Lifecycle {
 protected:
-    // Nothing but version and flags has been written.
+    // Expects that the effect wrote its version and these flags, and nothing else.
     void ExpectOnlyFlags(std::int32_t flags, std::int32_t flags2) {
         PF_OutData expected = PoisonedOutData();
         expected.my_version = 0x00100001;
@@ -91,7 +91,7 @@ TEST_F(GlobalSetup, PassesTheEffectReferenceWhenItDeclaresFormats) {
 
 TEST_F(GlobalSetup, SucceedsInAnEditorWithoutThePixelFormatSuite) {
     UsePersonality(Personality::editor);
-    for (const PF_Err code : {kFault, PF_Err_NONE}) {  // 0: the host succeeds and gives nothing
+    for (const PF_Err code : {kFault, PF_Err_NONE}) {  // the host fails, or succeeds without a suite
         host.options().faults = Fail("AcquireSuite PF Pixel Format Suite 1", code);
         Prepare();
         EXPECT_EQ(Send(PF_Cmd_GLOBAL_SETUP), PF_Err_NONE);
@@ -109,7 +109,7 @@ TEST_F(GlobalSetup, SucceedsInAnEditorWithoutABasicSuite) {
     ExpectOnlyFlags(kEditorFlags, kEditorFlags2);
 }
 
-TEST_F(GlobalSetup, LooksAtThePixelFormatSuitesPointerNotAtTheCode) {
+TEST_F(GlobalSetup, UsesAPixelFormatSuiteThatComesWithAnError) {
     static int declared;
     declared = 0;
     PF_PixelFormatSuite1 formats{};
@@ -125,7 +125,7 @@ TEST_F(GlobalSetup, LooksAtThePixelFormatSuitesPointerNotAtTheCode) {
     EXPECT_EQ(basic.released, Lines{"PF Pixel Format Suite 1"});
 }
 
-TEST_F(GlobalSetup, IgnoresWhatTheDeclarationsAndTheReleaseAnswer) {
+TEST_F(GlobalSetup, IgnoresTheCodesOfTheDeclarationsAndOfTheRelease) {
     UsePersonality(Personality::editor);
     host.options().faults = [](const refhost::CallRecord& call) {
         return call.call == refhost::Call::acquireSuite ? std::nullopt : std::optional(kFault);

@@ -11,7 +11,7 @@ protected:
 
     PF_Err Send(PF_Cmd cmd) { return host.Send(cmd, &inData, &outData); }
 
-    // The records of the next command: what the host passes, and a poisoned one to write to.
+    // Makes the records of the next command: the host's input, and a poisoned output for the effect to write to.
     void Prepare() {
         inData = host.InData();
         outData = PoisonedOutData();

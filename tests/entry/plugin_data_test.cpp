@@ -28,7 +28,7 @@ PF_Err Report(PF_PluginDataPtr inPtr, const std::uint8_t* name, const std::uint8
     return reported.answer;
 }
 
-// The host's further arguments would crash whoever looked into them.
+// The host's other arguments are addresses that crash a plug-in that reads from them.
 PF_Err Register(PF_PluginDataPtr inPtr) {
     reported.calls = 0;
     return Binary().pluginDataEntryFunction(inPtr, Report, reinterpret_cast<SPBasicSuite*>(1),

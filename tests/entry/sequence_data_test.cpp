@@ -1,4 +1,4 @@
-// The sequence data of an instance: when the effect makes, resizes and frees the block.
+// When the effect makes, resizes and frees the block of an instance's sequence data.
 #include <array>
 
 #include "lifecycle_fixture.h"
@@ -37,7 +37,7 @@ TEST_P(NewSequenceBlock, IsAskedForOnceAndNotLocked) {
     EXPECT_EQ(Calls(), Lines{"host_new_handle 4"});
 }
 
-TEST_P(NewSequenceBlock, IsAllThatIsWritten) {
+TEST_P(NewSequenceBlock, LeavesEverythingElseUnchanged) {
     Prepare();
     const auto inBefore = BytesOf(inData);
     EXPECT_EQ(Send(), PF_Err_NONE);
@@ -48,7 +48,7 @@ TEST_P(NewSequenceBlock, IsAllThatIsWritten) {
     EXPECT_EQ(BytesOf(outData), BytesOf(expected));
 }
 
-TEST_P(NewSequenceBlock, IsEachInstancesOwn) {
+TEST_P(NewSequenceBlock, IsNewForEveryInstance) {
     Prepare();
     EXPECT_EQ(Send(), PF_Err_NONE);
     const PF_Handle first = outData.sequence_data;
@@ -58,7 +58,7 @@ TEST_P(NewSequenceBlock, IsEachInstancesOwn) {
     EXPECT_TRUE(host.IsLive(first));
 }
 
-TEST_P(NewSequenceBlock, WithoutMemoryYieldsInternalErrorItsFlagAnd512) {
+TEST_P(NewSequenceBlock, WithoutMemoryYields512AMessageAndItsFlag) {
     Prepare();
     outData.out_flags = 0x40;
     host.options().faults = Fail(refhost::Call::newHandle, 0);
@@ -90,7 +90,7 @@ INSTANTIATE_TEST_SUITE_P(At, NewSequenceBlock,
 
 class ExistingBlock : public Lifecycle {
 protected:
-    // A block of the host's, filled with 1, 2, 3, …
+    // Makes a block in the host, filled with 1, 2, 3, …
     void PrepareBlock(std::uint64_t size) {
         Prepare();
         inData.sequence_data = block = host.NewHandle(size);
@@ -120,7 +120,7 @@ TEST_F(SequenceSetup, BringsAnExistingBlockOfAnotherSizeToFourBytes) {
     PrepareBlock(8);
     EXPECT_EQ(Send(PF_Cmd_SEQUENCE_SETUP), PF_Err_NONE);
     EXPECT_EQ(host.HandleSize(block), 4u);
-    EXPECT_EQ(BytesOf(outData), outBefore) << "neither sequence_data nor anything else is written";
+    EXPECT_EQ(BytesOf(outData), outBefore) << "the effect writes nothing, not even sequence_data";
     EXPECT_EQ(Calls(), (Lines{"host_get_handle_size 8", "host_resize_handle 4"}));
     ExpectContents({1, 2, 3, 4});
     ExpectBalanced();
@@ -146,7 +146,7 @@ TEST_F(SequenceSetup, LeavesAnExistingBlockOfFourBytesAlone) {
     ExpectContents({1, 2, 3, 4});
 }
 
-TEST_F(SequenceSetup, DoesNotNoticeAFailingResize) {
+TEST_F(SequenceSetup, IgnoresAResizeThatFails) {
     PrepareBlock(8);
     host.options().faults = Fail(refhost::Call::resizeHandle, 0);
     EXPECT_EQ(Send(PF_Cmd_SEQUENCE_SETUP), PF_Err_NONE);
@@ -154,7 +154,7 @@ TEST_F(SequenceSetup, DoesNotNoticeAFailingResize) {
     EXPECT_EQ(BytesOf(outData), outBefore);
 }
 
-TEST_F(SequenceResetup, TakesAnExistingBlockOfAnySizeAsItIs) {
+TEST_F(SequenceResetup, LeavesAnExistingBlockOfAnySizeAlone) {
     for (const std::uint64_t size : {0u, 1u, 4u, 8u, 4096u}) {
         PrepareBlock(size);
         EXPECT_EQ(Send(PF_Cmd_SEQUENCE_RESETUP), PF_Err_NONE);
@@ -166,7 +166,7 @@ TEST_F(SequenceResetup, TakesAnExistingBlockOfAnySizeAsItIs) {
     }
 }
 
-TEST_F(SequenceSetdown, TouchesNothingWithoutSequenceData) {
+TEST_F(SequenceSetdown, ChangesNothingWithoutSequenceData) {
     Prepare();
     const auto inBytes = BytesOf(inData);
     const auto outBytes = BytesOf(outData);
@@ -176,7 +176,7 @@ TEST_F(SequenceSetdown, TouchesNothingWithoutSequenceData) {
     EXPECT_EQ(Calls(), Lines());
 }
 
-TEST_F(SequenceSetdown, FreesTheBlockAndNullsBothFields) {
+TEST_F(SequenceSetdown, FreesTheBlockAndSetsBothFieldsToNull) {
     PrepareBlock(4);
     EXPECT_EQ(Send(PF_Cmd_SEQUENCE_SETDOWN), PF_Err_NONE);
     EXPECT_FALSE(host.IsLive(block));
@@ -208,7 +208,7 @@ TEST_F(SequenceSetdown, FreesABlockThatCannotBeResized) {
     EXPECT_EQ(outData.sequence_data, nullptr);
 }
 
-// A host may answer a resize with another handle; the block is then what the record holds.
+// A host may replace the handle when it resizes a block. The block is then the handle that inData holds.
 std::array<void*, 2> replaceable;
 PF_Handle disposed;
 
@@ -223,7 +223,7 @@ PF_UtilCallbacks ReplacingUtils() {
     return utils;
 }
 
-TEST_F(SequenceSetup, LeavesTheHandleThatTheResizeGaveInTheRecord) {
+TEST_F(SequenceSetup, KeepsTheHandleThatTheResizeReturned) {
     PF_UtilCallbacks utils = ReplacingUtils();
     Prepare();
     inData.utils = &utils;
@@ -233,7 +233,7 @@ TEST_F(SequenceSetup, LeavesTheHandleThatTheResizeGaveInTheRecord) {
     inData.sequence_data = nullptr;
 }
 
-TEST_F(SequenceSetdown, FreesTheHandleThatTheResizeGave) {
+TEST_F(SequenceSetdown, FreesTheHandleThatTheResizeReturned) {
     PF_UtilCallbacks utils = ReplacingUtils();
     disposed = nullptr;
     Prepare();

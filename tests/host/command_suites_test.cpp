@@ -6,13 +6,13 @@ namespace {
 
 using namespace protocol;
 
-TEST(CommandSuites, NoneIsAcquiredWhenTheLibraryIsLoadedOrScanned) {
+TEST(CommandSuites, AreNotAcquiredWhenTheLibraryIsLoadedOrScanned) {
     refhost::Host host(refhost::PluginLibrary(support::PluginPath()), InOrder());
     host.Scan();
     EXPECT_EQ(CallsOf(host.account()), Lines());
 }
 
-TEST(CommandSuites, NoneSurvivesItsCommand) {
+TEST(CommandSuites, AreReleasedBeforeTheCommandReturns) {
     Scene scene;
     EXPECT_EQ(scene.host.About(), PF_Err_NONE);
     EXPECT_EQ(scene.Outstanding(), Lines());
@@ -23,7 +23,7 @@ TEST(CommandSuites, NoneSurvivesItsCommand) {
     EXPECT_EQ(scene.Misuse(), Lines());
 }
 
-TEST(CommandSuites, OneThatSucceedsWithoutASuiteMakesTheCommand516) {
+TEST(CommandSuites, Yield516WhenTheHostSucceedsButGivesNone) {
     Scene scene;
     scene.host.options().faults = Fail("AcquireSuite PF Handle Suite 2", PF_Err_NONE);
     EXPECT_EQ(scene.Render(RenderPath::smart), 516);

@@ -12,8 +12,7 @@ using namespace protocol;
 using nuv::HostSuiteHandler;
 using nuv::kSuiteReleaseOrder;
 
-// ---- Accessors by place in the table ----------------------------------------------------------------------------
-
+// A function for each entry of the table, which asks the handler for that entry's suite.
 constexpr std::size_t kEntries = kSuiteReleaseOrder.size();
 
 template <std::size_t entry>
@@ -38,7 +37,7 @@ constexpr auto kAccessors = []<std::size_t... entry>(std::index_sequence<entry..
 
 using SuiteHandler = Suites;
 
-TEST_F(SuiteHandler, ReleasesNothingThatItWasNeverAskedFor) {
+TEST_F(SuiteHandler, ReleasesNoSuiteThatWasNeverAskedFor) {
     { HostSuiteHandler handler(&basic.suite); }
     EXPECT_EQ(basic.acquired, Lines());
     EXPECT_EQ(basic.released, Lines());
@@ -53,7 +52,7 @@ TEST_F(SuiteHandler, AcquiresASuiteOnceHoweverOftenItIsAskedFor) {
     EXPECT_EQ(basic.acquired, Lines{"PF Handle Suite 2"});
 }
 
-TEST_F(SuiteHandler, GivesEachSuiteItsOwnStructure) {
+TEST_F(SuiteHandler, ReturnsEachSuiteAsItsOwnType) {
     HostSuiteHandler handler(&basic.suite);
     static_assert(std::is_same_v<decltype(handler.Suite<"PF ANSI Suite", 1>()), const PF_ANSICallbacksSuite1*>);
     static_assert(std::is_same_v<decltype(handler.Suite<"PF Handle Suite", 2>()), const PF_HandleSuite1*>);
@@ -82,7 +81,7 @@ TEST_F(SuiteHandler, ReleasesEverySuiteInTheTablesOrder) {
     EXPECT_EQ(basic.released, ReleaseOrder());
 }
 
-TEST_F(SuiteHandler, ReleasesASuiteAloneOnceOrTwiceAsItStands) {
+TEST_F(SuiteHandler, ReleasesASuiteAsOftenAsItIsInTheTable) {
     for (std::size_t entry = 0; entry < kEntries; ++entry) {
         basic.released.clear();
         {
@@ -95,7 +94,7 @@ TEST_F(SuiteHandler, ReleasesASuiteAloneOnceOrTwiceAsItStands) {
     }
 }
 
-TEST_F(SuiteHandler, InterleavesTheTwoDoubledReleases) {
+TEST_F(SuiteHandler, ReleasesARepeatedSuiteAtBothOfItsPlaces) {
     {
         HostSuiteHandler handler(&basic.suite);
         handler.Suite<"PF AE Adv Time Suite", 4>();
@@ -126,7 +125,7 @@ TEST_F(SuiteHandler, Throws516WhateverTheHostsError) {
             HostSuiteHandler handler(&basic.suite);
             EXPECT_EQ(CodeThrownBy([&] { handler.Suite<"PF Handle Suite", 2>(); }), 516);
         }
-        EXPECT_EQ(basic.released, Lines()) << "a pointer beside an error is not a suite";
+        EXPECT_EQ(basic.released, Lines()) << "a pointer that comes with an error is not a suite";
     }
 }
 
@@ -162,7 +161,7 @@ TEST_F(SuiteHandler, ReleasesWhatItHasInTheTablesOrderWhenAnAccessorThrows) {
                                      "AEGP Math Suite 1", "PF AE Adv Time Suite 4", "PF Iterate8 Suite 1"}));
 }
 
-TEST_F(SuiteHandler, IgnoresWhatAReleaseAnswers) {
+TEST_F(SuiteHandler, IgnoresTheCodeOfARelease) {
     basic.onRelease = [](const std::string&, std::int32_t) { return kFault; };
     {
         HostSuiteHandler handler(&basic.suite);

@@ -9,7 +9,7 @@ using namespace protocol;
 using ScopedSuite = Suites;
 using Worlds = nuv::ScopedSuite<PF_WorldSuite2>;
 
-TEST_F(ScopedSuite, AcquiresAndReleasesNothingByItself) {
+TEST_F(ScopedSuite, AcquiresAndReleasesNothingBeforeItIsAsked) {
     { Worlds worlds(&basic.suite, "PF World Suite", 2); }
     EXPECT_EQ(basic.acquired, Lines());
     EXPECT_EQ(basic.released, Lines());
@@ -37,7 +37,7 @@ TEST_F(ScopedSuite, IsNotReleasedWhenTheHostGaveNothing) {
     EXPECT_EQ(basic.released, Lines());
 }
 
-TEST_F(ScopedSuite, IsThePointerWhateverTheCode) {
+TEST_F(ScopedSuite, HoldsAPointerThatComesWithAnError) {
     basic.onAcquire = [this](const std::string&, std::int32_t) { return FakeBasic::Answer{kFault, &tables[0]}; };
     {
         Worlds worlds(&basic.suite, "PF World Suite", 2);
@@ -47,7 +47,7 @@ TEST_F(ScopedSuite, IsThePointerWhateverTheCode) {
     EXPECT_EQ(basic.released, Lines{"PF World Suite 2"});
 }
 
-TEST_F(ScopedSuite, DropsWhatAReleaseThrows) {
+TEST_F(ScopedSuite, DropsAnExceptionOfARelease) {
     basic.onRelease = [](const std::string&, std::int32_t) -> std::int32_t { throw kFault; };
     EXPECT_NO_THROW({
         Worlds worlds(&basic.suite, "PF World Suite", 2);

@@ -1,4 +1,4 @@
-// A basic suite that gives every suite of the table, each with its own pointer.
+// What the tests of the suites share: the expected order of release, and a basic suite that gives every suite.
 #pragma once
 
 #include <array>
@@ -8,7 +8,8 @@
 
 namespace protocol {
 
-// The order in which the handler gives suites back, written out.
+// The order in which the handler must release the suites. It is written out here, apart from the effect's own
+// table.
 inline const Lines& ReleaseOrder() {
     static const Lines order = [] {
         const std::vector<std::pair<const char*, std::vector<int>>> table = {
@@ -114,7 +115,7 @@ inline std::string TitleOf(std::size_t entry) {
     return nuv::kSuiteReleaseOrder[entry].name + (" " + std::to_string(nuv::kSuiteReleaseOrder[entry].version));
 }
 
-// Gives every suite, each its own pointer.
+// Has a basic suite that gives every suite of the table. Each suite has a pointer of its own.
 class Suites : public testing::Test {
 protected:
     Suites() {

@@ -1,4 +1,4 @@
-// The table of suites, which is also the order in which they are released.
+// Which suites the table has, in which order.
 #include "suite_fixture.h"
 
 namespace {
@@ -17,7 +17,7 @@ TEST_F(SuiteTable, HasTheseSuitesInThisOrder) {
     EXPECT_EQ(table, ReleaseOrder());
 }
 
-TEST_F(SuiteTable, Has137EntriesOfWhichTwoStandTwice) {
+TEST_F(SuiteTable, Has137EntriesAndRepeatsTwoSuites) {
     EXPECT_EQ(kEntries, 137u);
     EXPECT_EQ(ReleaseOrder().size(), 137u);
     Lines doubled;

@@ -1,4 +1,4 @@
-// The system's function behind one that a test defines under the same name.
+// Finds the system's function when a test has defined another one of the same name.
 #pragma once
 
 #include <dlfcn.h>

@@ -11,11 +11,11 @@
 
 namespace {
 
-std::atomic<pthread_mutex_t*> refused{nullptr};  // the mutex that cannot be locked
+std::atomic<pthread_mutex_t*> refused{nullptr};  // the mutex that the system refuses to lock
 
 }  // namespace
 
-// This stands before the system's own, for the plug-in too.
+// Replaces the function of the system, for the plug-in, too.
 extern "C" __attribute__((visibility("default"))) int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept {
     static const auto lock = Next<int (*)(pthread_mutex_t*)>("pthread_mutex_lock");
     return mutex == refused.load() ? EINVAL : lock(mutex);
@@ -32,7 +32,7 @@ INSTANTIATE_TEST_SUITE_P(Both, RenderMutex, testing::Values(RenderPath::smart, R
                              return instance.param == RenderPath::smart ? "Smart" : "Plain";
                          });
 
-TEST_P(RenderMutex, ThatCannotBeLockedMakesTheRender512AndAllIsGivenBack) {
+TEST_P(RenderMutex, ThatCannotBeLockedYields512AndTheRenderKeepsNothing) {
     Scene scene(InOrder(), Linked());
     const auto clean = scene.CleanPicture(GetParam());
     refused = nuv::g_renderMutex.native_handle();

@@ -12,7 +12,7 @@ namespace {
 
 struct Threads {
     std::atomic<bool> watched{false};
-    std::atomic<int> failAt{0};  // number of the creation that fails, from 1; 0: none
+    std::atomic<int> failAt{0};  // the creation that fails, counted from 1; 0: none
     std::atomic<int> asked{0}, started{0}, ended{0}, joined{0};
 
     void Watch(int fail) {
@@ -38,7 +38,7 @@ void* Run(void* memory) {
 
 }  // namespace
 
-// These stand before the system's own, for the plug-in too.
+// These two functions replace those of the system, for the plug-in, too.
 extern "C" __attribute__((visibility("default"))) int pthread_create(pthread_t* thread,
                                                                      const pthread_attr_t* attributes,
                                                                      void* (*routine)(void*),
@@ -98,9 +98,9 @@ TEST_P(WorkerThreads, AreJoinedAndTheFrameIsGivenUpWhenOneCannotBeStarted) {
     const auto clean = scene.CleanPicture(GetParam());
     for (int failing = 1; failing <= 16; ++failing) {
         SCOPED_TRACE(failing);
-        EXPECT_EQ(Render(failing), PF_Err_NONE) << "the exception is dropped";
+        EXPECT_EQ(Render(failing), PF_Err_NONE) << "the effect drops the exception";
         EXPECT_TRUE(scene.OutputUntouched());
-        EXPECT_EQ(threads.asked, failing) << "no thread is tried after that one";
+        EXPECT_EQ(threads.asked, failing) << "the engine starts no thread after the one that fails";
         EXPECT_EQ(threads.started, failing - 1);
         EXPECT_EQ(threads.ended, failing - 1);
         EXPECT_EQ(threads.joined, failing - 1);

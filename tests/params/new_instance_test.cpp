@@ -21,7 +21,7 @@ TEST_F(NewInstance, HasItsCenterInTheMiddleOfTheLayer) {
     EXPECT_EQ(std::get<refhost::PointValue>(instance.Get(1)), (refhost::PointValue{Fixed(5), Fixed(3)}));
 }
 
-TEST_F(NewInstance, HasNoAmountShownWithTwoDecimals) {
+TEST_F(NewInstance, HasAnAmountOfZeroWithTwoDecimals) {
     refhost::Instance instance(host);
     EXPECT_EQ(std::get<refhost::SliderValue>(instance.Get(4)).value, 0.0);
     EXPECT_EQ(host.parameters()[3].u.fs_d.precision, 2);

@@ -1,11 +1,11 @@
-// The parameters as the effect declares them.
+// How the effect declares its parameters to the host.
 #include "support/protocol_support.h"
 
 namespace {
 
 using namespace protocol;
 
-// One definition as the effect hands it to add_param.
+// The arguments of one call of add_param.
 struct Added {
     PF_ProgPtr ref;
     std::int32_t index;
@@ -13,7 +13,7 @@ struct Added {
     std::string choices;
 };
 
-// A host that keeps the definitions' very bytes.
+// Has a host that keeps every byte of each definition.
 class ParamsSetup : public testing::Test {
 protected:
     PF_Err Send() {
@@ -30,7 +30,7 @@ protected:
         return host.Send(PF_Cmd_PARAMS_SETUP, &inData, &outData);
     }
 
-    // All zero but for what every parameter has.
+    // A definition with the fields that every parameter has. All others are zero.
     static PF_ParamDef Definition(const char* name, std::int32_t diskId, PF_ParamType type) {
         PF_ParamDef definition;
         std::memset(&definition, 0, sizeof definition);
@@ -40,14 +40,14 @@ protected:
         return definition;
     }
 
-    // Byte for byte; what the choices' pointer points to is compared instead of the pointer.
+    // Compares all bytes. Of the choices it compares the text instead of the pointer to it.
     void ExpectDefinition(std::size_t place, PF_ParamDef expected, const std::string& choices = {}) {
         ASSERT_GT(added_.size(), place);
         const Added& added = added_[place];
         if (!choices.empty()) expected.u.pd.u.namesptr = added.definition.u.pd.u.namesptr;
         EXPECT_EQ(BytesOf(added.definition), BytesOf(expected));
         EXPECT_EQ(added.choices, choices);
-        EXPECT_EQ(added.index, -1) << "appended";
+        EXPECT_EQ(added.index, -1) << "-1 asks the host to append the parameter";
         EXPECT_EQ(added.ref, inData.effect_ref);
     }
 
@@ -116,7 +116,7 @@ TEST_F(ParamsSetup, DeclaresTheAmountSlider) {
     ExpectDefinition(3, expected);
 }
 
-TEST_F(ParamsSetup, OffersThreeOfTheFiveShowEntriesThatItNames) {
+TEST_F(ParamsSetup, OffersThreeChoicesOfShowAndNamesFive) {
     EXPECT_EQ(Send(), PF_Err_NONE);
     ExpectPopup(4, "Show", 6, "Final|Just CA|Without CA|Alpha|Full Alpha");
     EXPECT_EQ(added()[4].definition.u.pd.num_choices, 3);
@@ -152,7 +152,7 @@ TEST_F(ParamsSetup, StopsAtTheThirdParameterWithTheHostsError) {
     EXPECT_EQ(BytesOf(outData), BytesOf(PoisonedOutData())) << "the count is not written";
 }
 
-TEST_F(ParamsSetup, StopsAtWhicheverParameterFails) {
+TEST_F(ParamsSetup, StopsAtAnyParameterThatFails) {
     for (int place = 0; place < 5; ++place) {
         FailAt(place);
         EXPECT_EQ(Send(), kFault);

@@ -1,4 +1,4 @@
-// Renders in which the effect's n-th memory allocation fails.
+// What a render does when one of the effect's memory allocations fails.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -17,7 +17,7 @@
 
 namespace {
 
-// The command thread's allocations: how many more succeed. Negative: all.
+// How many more allocations of the command's thread succeed before one fails. Negative: none fails.
 thread_local int allocationsLeft = -1;
 
 }  // namespace
@@ -32,7 +32,8 @@ void* operator new(std::size_t size) {
     throw std::bad_alloc();
 }
 
-// Through a pointer: a compiler that sees the free but not the malloc takes the two for a mismatch.
+// The call goes through a pointer, because a compiler that sees std::free here, but not the std::malloc above,
+// warns that they do not match.
 void (*const volatile giveBack)(void*) = std::free;
 
 void operator delete(void* memory) noexcept {
@@ -44,7 +45,8 @@ void operator delete(void* memory, std::size_t) noexcept {
 
 namespace {
 
-// A host that allocates nothing, so that every failure is the effect's. One at a time.
+// A host that allocates nothing, so that every allocation that fails is one of the effect. Only one host may exist
+// at a time.
 class Host {
 public:
     static constexpr std::int32_t kWidth = 4, kHeight = 3;
@@ -96,14 +98,14 @@ public:
         return code;
     }
 
-    // Whether an allocation has failed.
+    // Whether an allocation failed in the last render.
     bool Failed() const { return failed_; }
     bool OutputUntouched() const {
         return std::all_of(output_.begin(), output_.end(), [](std::uint8_t byte) { return byte == kPoison; });
     }
     const auto& Output() const { return output_; }
 
-    int suites = 0, handles = 0, locks = 0, params = 0;  // given out and not come back
+    int suites = 0, handles = 0, locks = 0, params = 0;  // that the effect has not given back
     int checkouts = 0;
 
 private:
@@ -117,7 +119,7 @@ private:
     };
 
     PF_Err Send(PF_Cmd cmd, int successes, PF_ParamDef* array[], PF_LayerDef* world, void* extra) {
-        // -1 stays -1; anything else ends at -1 when the failure has come, and above it when it has not.
+        // allocationsLeft becomes -1 when an allocation fails, and stays above -1 as long as none has failed.
         allocationsLeft = successes;
         const PF_Err code = nuv::Dispatch(cmd, &inData_, nullptr, array, world, extra);
         failed_ = successes >= 0 && allocationsLeft < 0;
@@ -207,7 +209,8 @@ private:
 
 using Command = PF_Err (Host::*)(int successes);
 
-// Five allocations hold the parameters; all others are the driver's. Windows' own threads take none.
+// How many allocations the driver needs to start its threads. Threads of Windows need none. The five allocations
+// before them hold the parameters.
 #if defined(_WIN32)
 constexpr int kThreadAllocations = 0;
 #else
@@ -225,12 +228,13 @@ void ExpectEveryFailedAllocation(Command render) {
         Host host;
         const PF_Err code = (host.*render)(successes);
         if (!host.Failed()) {
-            EXPECT_GE(successes, 5 + kThreadAllocations) << "parameters and threads";
+            EXPECT_GE(successes, 5 + kThreadAllocations)
+                << "there are fewer allocations than parameters and threads";
             EXPECT_EQ(code, PF_Err_NONE);
             EXPECT_EQ(host.Output(), clean.Output());
             return;
         }
-        EXPECT_EQ(code, successes < 5 ? 512 : 0) << "what the driver throws is dropped";
+        EXPECT_EQ(code, successes < 5 ? 512 : 0) << "only an exception of the driver is dropped";
         EXPECT_EQ(host.checkouts, std::min(successes, 5));
         EXPECT_TRUE(host.OutputUntouched());
         EXPECT_EQ(host.params, 0);
@@ -245,11 +249,11 @@ void ExpectEveryFailedAllocation(Command render) {
     }
 }
 
-TEST(FailedAllocation, InASmartRenderIs512OrDroppedAndGivesEverythingBack) {
+TEST(FailedAllocation, InASmartRenderYields512OrIsDroppedAndNothingIsKept) {
     ExpectEveryFailedAllocation(&Host::SmartRender);
 }
 
-TEST(FailedAllocation, InAPlainRenderIs512OrDroppedAndGivesEverythingBack) {
+TEST(FailedAllocation, InAPlainRenderYields512OrIsDroppedAndNothingIsKept) {
     ExpectEveryFailedAllocation(&Host::PlainRender);
 }
 

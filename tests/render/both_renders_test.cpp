@@ -1,4 +1,4 @@
-// What smart and plain render promise alike.
+// What smart and plain render both promise.
 #include "render_fixture.h"
 
 namespace {
@@ -19,7 +19,7 @@ TEST_P(Render, PassesTheAbortCodeOnUnchanged) {
     }
 }
 
-TEST_P(Render, WritesNeitherItsInputNorAroundIt) {
+TEST_P(Render, WritesNeitherToItsInputNorOutsideItsOutput) {
     const auto source = scene.input.Pixels();
     EXPECT_EQ(Go(), PF_Err_NONE);
     EXPECT_EQ(scene.input.Pixels(), source);
@@ -32,7 +32,7 @@ TEST_P(Render, DoesNotWriteOutData) {
     EXPECT_FALSE(Between::wroteOutData);
 }
 
-TEST_P(Render, YieldsACodeWithoutAnOutput) {
+TEST_P(Render, ReturnsAnErrorWithoutAnOutput) {
     scene.settings.output = nullptr;
     EXPECT_NE(Go(), PF_Err_NONE);
     EXPECT_EQ(scene.Outstanding(), Lines());

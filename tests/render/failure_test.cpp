@@ -1,4 +1,4 @@
-// What a render that fails, or that something is thrown through, leaves behind.
+// A render that fails, or through which an exception passes, gives everything back.
 #include <stdexcept>
 
 #include "render/render_mutex.h"
@@ -8,8 +8,8 @@ namespace {
 
 using namespace protocol;
 
-// The host's callbacks throw on purpose, to stand for whatever may.
-TEST(SmartRender, DropsWhatTheDriverThrowsAndLetsTheNextFrameIn) {
+// The host's callbacks throw here. They stand for everything that may throw in the driver.
+TEST(FailedRender, DropsAnExceptionOfTheDriverAndRendersTheNextFrame) {
     Scene scene(InOrder(), Linked());
     const auto clean = scene.CleanPicture(RenderPath::smart);
     for (const char* line :
@@ -31,7 +31,7 @@ TEST(SmartRender, DropsWhatTheDriverThrowsAndLetsTheNextFrameIn) {
     }
 }
 
-TEST(Render, KeepsNothingWhereEveryCallOfOneKindThrows) {
+TEST(FailedRender, GivesEverythingBackWhenAllCallsOfOneKindThrow) {
     for (int kind = 0; kind <= static_cast<int>(refhost::Call::formatString); ++kind) {
         for (const bool generic : {true, false}) {
             for (const RenderPath path : {RenderPath::smart, RenderPath::plain}) {
@@ -52,7 +52,7 @@ TEST(Render, KeepsNothingWhereEveryCallOfOneKindThrows) {
     }
 }
 
-TEST(SmartRender, GivesTheMutexBackAfterAnError) {
+TEST(FailedRender, UnlocksTheMutexAfterAnError) {
     Scene scene(InOrder(), Linked());
     scene.host.options().faults = Fail("iterate_generic 3");
     for (const RenderPath path : {RenderPath::smart, RenderPath::plain}) {
@@ -62,7 +62,7 @@ TEST(SmartRender, GivesTheMutexBackAfterAnError) {
     }
 }
 
-TEST(SmartRender, ReturnsAnIntThatACheckoutThrowsAndGivesBackTheRest) {
+TEST(FailedRender, ReturnsAnIntThatACheckoutThrowsAndKeepsNothing) {
     Scene scene(InOrder(), Linked());
     scene.host.options().faults = [](const refhost::CallRecord& call) -> std::optional<PF_Err> {
         if (Line(call) == "checkout_param 4") throw 99;

@@ -1,4 +1,4 @@
-// What the host has set in the floating-point state of its threads, and what that does to a picture: nothing.
+// The picture does not depend on the floating-point state that the host has set for its threads.
 #include <gtest/gtest.h>
 #include <xmmintrin.h>
 
@@ -12,7 +12,7 @@ namespace {
 
 using namespace protocol;
 
-constexpr unsigned kMarks = 0x3F;  // of exceptions that came to pass
+constexpr unsigned kMarks = 0x3F;  // the bits that tell which exceptions have happened
 
 constexpr struct {
     const char* name;
@@ -24,7 +24,7 @@ constexpr struct {
 
 class HostThatChangesFloats : public testing::TestWithParam<int> {
 protected:
-    // Runs the effect's command in the state, and sees that it is left so.
+    // Runs a command of the effect in the state, and expects that the effect leaves the state as it was.
     static PF_Err Main(PF_Cmd cmd, PF_InData* inData, PF_OutData* outData, PF_ParamDef* params[],
                        PF_LayerDef* output, void* extra) {
         const unsigned own = _mm_getcsr();
@@ -42,7 +42,7 @@ protected:
         return {Main, library.pluginDataEntryFunction};
     }
 
-    // Numbers that the state matters to, wherever there are floats.
+    // Fills a picture of floats with numbers whose results depend on the state, other pictures with any bytes.
     static void Fill(refhost::World& world, PF_PixelFormat format) {
         std::vector<std::byte> pixels = world.Pixels();
         for (std::size_t i = 0; i < pixels.size(); ++i)

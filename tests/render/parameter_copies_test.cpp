@@ -9,11 +9,12 @@ using namespace protocol;
 using refhost::SliderValue;
 using ParameterCopies = Render;
 
-// Check-outs and check-ins as the host sees them. It may also fill a record and answer with an error all the same.
+// Notes the check-outs and check-ins that the host sees. A check-out can also fail after the host has filled the
+// record.
 class ParamWatch {
 public:
     static inline std::vector<PF_ParamDef*> out, in;
-    static inline std::vector<std::vector<std::byte>> before;      // the records' bytes on their path to the host
+    static inline std::vector<std::vector<std::byte>> before;      // the records' bytes when the host gets them
     static inline std::vector<std::array<std::int64_t, 4>> asked;  // index, time, step, scale
     static inline std::vector<PF_ProgPtr> refs;
     static inline bool failAfterwards = false;
@@ -59,7 +60,7 @@ INSTANTIATE_TEST_SUITE_P(Both, ParameterCopies, testing::Values(RenderPath::smar
                              return instance.param == RenderPath::smart ? "Smart" : "Plain";
                          });
 
-TEST_P(ParameterCopies, ChecksOutFiveZeroedRecordsOfItsOwnAndGivesBackTheSame) {
+TEST_P(ParameterCopies, ChecksOutFiveZeroedRecordsAndChecksInTheSame) {
     ParamWatch::Forget();
     BeforeTheEffect(ParamWatch::Put);
     EXPECT_EQ(Go(), PF_Err_NONE);
@@ -88,7 +89,7 @@ TEST_P(ParameterCopies, AsksForTheParametersAtTheFramesTime) {
     EXPECT_EQ(ParamWatch::refs, std::vector<PF_ProgPtr>(10, ref));
 }
 
-TEST_P(ParameterCopies, ReadsARecordWhoseCheckoutFailedAsZeroWhateverTheHostWroteIntoIt) {
+TEST_P(ParameterCopies, TakesAParameterForZeroWhenItsCheckoutFailsWhateverTheHostWrote) {
     for (std::int32_t index = 1; index <= 5; ++index)
         scene.instance.Set(index, Scene::Zero(index));
     const auto zero = Clean();
@@ -140,7 +141,7 @@ TEST_P(ParameterCopies, ReturnsTheFirstOfSeveralCheckinErrors) {
     ExpectAllCheckedIn();
 }
 
-TEST_P(ParameterCopies, PrefersTheDriversErrorToACheckinsError) {
+TEST_P(ParameterCopies, ReturnsTheDriversErrorWhenACheckinFailsToo) {
     scene.host.options().faults = [](const refhost::CallRecord& call) -> std::optional<PF_Err> {
         if (call.call == refhost::Call::checkinParam) return 102;
         if (call.call == refhost::Call::iterateGeneric) return 55;

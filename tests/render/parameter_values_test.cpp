@@ -39,7 +39,7 @@ private:
     static inline std::array<PF_ParamDef, nuv::PARAM_COUNT> values_{};
 };
 
-TEST_F(Job, HasTheCentersHighHalves) {
+TEST_F(Job, RoundsTheCenterTowardMinusInfinity) {
     constexpr auto kMost = std::numeric_limits<PF_Fixed>::max();
     constexpr auto kLeast = std::numeric_limits<PF_Fixed>::min();
     const std::pair<PF_Fixed, std::int32_t> table[] = {
@@ -64,7 +64,7 @@ TEST_F(Job, HasTheCentersHighHalves) {
     }
 }
 
-TEST_F(Job, HasACenterOfMinusAHalfAtMinusOneAndOneOf100AndThreeQuartersAt100) {
+TEST_F(Job, RoundsMinusAHalfToMinusOneAnd100AndThreeQuartersTo100) {
     Value(nuv::PARAM_FRAME_CENTER).td.x_value = Fixed(-0.5);
     Value(nuv::PARAM_FRAME_CENTER).td.y_value = Fixed(100.75);
     EXPECT_EQ(Filled().centerX, -1);
@@ -107,7 +107,7 @@ INSTANTIATE_TEST_SUITE_P(Both, ParameterValues, testing::Values(RenderPath::smar
                              return instance.param == RenderPath::smart ? "Smart" : "Plain";
                          });
 
-TEST_P(ParameterValues, TruncatesTheCenterTowardMinusInfinity) {
+TEST_P(ParameterValues, RoundsTheCenterTowardMinusInfinity) {
     const auto at = [this](double x, double y) {
         scene.instance.Set(nuv::PARAM_FRAME_CENTER, PointValue{Fixed(x), Fixed(y)});
         return Clean();
@@ -120,7 +120,7 @@ TEST_P(ParameterValues, TruncatesTheCenterTowardMinusInfinity) {
     EXPECT_NE(at(4.75, 1), at(5, 1));
 }
 
-// Popups count from 1, so that 0 is a choice before the first one.
+// Choices count from 1, so 0 is none of them.
 TEST_P(ParameterValues, TakesAModeOfZeroForNoMode) {
     scene.instance.Set(nuv::PARAM_SHOW, PopupValue{1});
     scene.instance.Set(nuv::PARAM_MODE, PopupValue{0});

@@ -1,4 +1,4 @@
-// What is the plain render's own.
+// What only the plain render promises.
 #include <array>
 
 #include "support/call_script.h"
@@ -18,7 +18,7 @@ TEST(PlainRender, KeepsItsPromisesWhicheverCallFails) {
     ExpectEveryFailure(scene, RenderPath::plain, PlainRenderCalls());
 }
 
-TEST(PlainRender, KeepsItsPromisesInMoreBitsToo) {
+TEST(PlainRender, KeepsItsPromisesWith16BitAndFloatPixels) {
     for (const PF_PixelFormat format : {kFormatArgb16, kFormatArgbFloat}) {
         Scene scene;
         scene.UseFormat(format);
@@ -43,9 +43,9 @@ TEST(PlainRender, NeverHasAnOffsetWhateverTheLayersPosition) {
     }
 }
 
-TEST(PlainRender, NeverReadsTheArraysValues) {
+TEST(PlainRender, NeverReadsTheParametersInTheArray) {
     Scene scene;
-    const auto picture = scene.CleanPicture(RenderPath::plain);  // with null entries
+    const auto picture = scene.CleanPicture(RenderPath::plain);  // its array has null entries
     std::array<PF_ParamDef, 5> values;
     std::memset(values.data(), 0x77, sizeof values);
     const auto before = BytesOf(values);
@@ -55,7 +55,7 @@ TEST(PlainRender, NeverReadsTheArraysValues) {
     EXPECT_EQ(BytesOf(values), before);
 }
 
-TEST(PlainRender, IsSilentWithoutABasicSuite) {
+TEST(PlainRender, SucceedsWithoutAPictureWhenThereIsNoBasicSuite) {
     Scene scene(InOrder(), Between::Put(Binary()));
     Between::change = [](PF_Cmd, PF_InData& inData, void*) { inData.pica_basicP = nullptr; };
     EXPECT_EQ(scene.Render(RenderPath::plain), PF_Err_NONE);
@@ -66,7 +66,7 @@ TEST(PlainRender, IsSilentWithoutABasicSuite) {
     Between::change = nullptr;
 }
 
-TEST(PlainRender, RendersWhatASmartRenderWithoutOffsetRenders) {
+TEST(PlainRender, RendersTheSameAsASmartRenderWithoutOffset) {
     Scene scene;
     scene.settings.checkoutResult = PF_LRect{0, 0, 6, 3};
     EXPECT_EQ(scene.CleanPicture(RenderPath::plain), scene.CleanPicture(RenderPath::smart));

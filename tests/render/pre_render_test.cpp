@@ -1,4 +1,4 @@
-// The smart pre-render: what it asks of the host, announces, and leaves for the render.
+// What the smart pre-render asks the host for, what it announces, and what it leaves for the render.
 #include "pf_smart_render.h"
 #include "support/call_script.h"
 #include "support/protocol_support.h"
@@ -25,7 +25,7 @@ protected:
 
     const PF_PreRenderOutput& output() const { return result.preRenderOutput; }
 
-    // What it left for the render: left and top.
+    // Left and top, which the pre-render left for the render.
     std::pair<std::int32_t, std::int32_t> Offset() const {
         std::int32_t offset[2] = {-1, -1};
         EXPECT_EQ(result.preRenderData.size(), sizeof offset);
@@ -41,7 +41,7 @@ protected:
         EXPECT_EQ(output().max_result_rect, layer);
     }
 
-    // Has `alter` look at, and change, the record that the effect is about to get.
+    // Calls `alter` with the records of the command before the effect gets them. `alter` may change them.
     void BeforeTheEffect(std::function<void(PF_InData&, PF_PreRenderExtra&)> alter) {
         Between::change = [=](PF_Cmd cmd, PF_InData& inData, void* extra) {
             if (cmd == PF_Cmd_SMART_PRE_RENDER) alter(inData, *static_cast<PF_PreRenderExtra*>(extra));
@@ -57,7 +57,7 @@ protected:
 TEST_F(SmartPreRender, CallsTheHostInOrder) {
     EXPECT_EQ(Send(), PF_Err_NONE);
     EXPECT_EQ(scene.Calls(), LinesOf(PreRenderCalls()));
-    EXPECT_EQ(scene.Outstanding(), Lines()) << "the handle is the host's";
+    EXPECT_EQ(scene.Outstanding(), Lines()) << "the handle belongs to the host now";
     EXPECT_EQ(scene.Misuse(), Lines());
 }
 
@@ -155,7 +155,7 @@ TEST_F(SmartPreRender, StoresTheLesserLeftAndTheLesserTopOfTwoRectangles) {
     ExpectWholeLayer();
 }
 
-TEST_F(SmartPreRender, KeepsARectangleBesideAnEmptyCheckout) {
+TEST_F(SmartPreRender, KeepsItsRectangleWhenTheCheckoutIsEmpty) {
     scene.settings.initialResultRect = {5, 6, 10, 10};
     for (const PF_LRect& empty : {PF_LRect{-9, -9, -9, 5}, PF_LRect{-9, -9, 5, -9}}) {
         scene.settings.checkoutResult = empty;
@@ -165,13 +165,13 @@ TEST_F(SmartPreRender, KeepsARectangleBesideAnEmptyCheckout) {
     }
 }
 
-TEST_F(SmartPreRender, TakesAnEmptyCheckoutIntoAnEmptyRectangleAsItIs) {
+TEST_F(SmartPreRender, CopiesAnEmptyCheckoutIntoAnEmptyRectangle) {
     scene.settings.checkoutResult = PF_LRect{-9, -8, -9, 5};
     EXPECT_EQ(Send(), PF_Err_NONE);
     EXPECT_EQ(Offset(), std::pair(-9, -8));
 }
 
-TEST_F(SmartPreRender, StoresTheResultRectanglesOffsetNotTheMaximalOnes) {
+TEST_F(SmartPreRender, StoresTheOffsetOfTheResultRectangleNotOfTheMaximalOne) {
     scene.settings.initialResultRect = {};
     BeforeTheEffect([](PF_InData&, PF_PreRenderExtra& extra) {
         extra.cb->checkout_layer = [](PF_ProgPtr, std::int32_t, std::int32_t, const PF_RenderRequest*, std::int32_t,
@@ -185,7 +185,7 @@ TEST_F(SmartPreRender, StoresTheResultRectanglesOffsetNotTheMaximalOnes) {
     EXPECT_EQ(Offset(), std::pair(11, 12));
 }
 
-TEST_F(SmartPreRender, SetsTheExtraPixelsFlagAlone) {
+TEST_F(SmartPreRender, SetsOnlyTheExtraPixelsFlag) {
     BeforeTheEffect([](PF_InData&, PF_PreRenderExtra& extra) { extra.output->flags = 0x7FFE; });
     EXPECT_EQ(Send(), PF_Err_NONE);
     EXPECT_EQ(output().flags, 1);
@@ -198,7 +198,7 @@ TEST_F(SmartPreRender, LeavesSolidAndTheDeleteFunctionAsTheyAre) {
     EXPECT_EQ(output().delete_pre_render_data_func, nullptr);
 }
 
-TEST_F(SmartPreRender, AnswersInFullWhenTheLayersCheckoutFails) {
+TEST_F(SmartPreRender, WritesItsWholeAnswerWhenTheLayersCheckoutFails) {
     scene.settings.initialResultRect = {5, 6, 10, 10};
     scene.host.options().faults = Fail(refhost::Call::checkoutLayer, 0);
     EXPECT_EQ(Send(), kFault);
@@ -210,7 +210,7 @@ TEST_F(SmartPreRender, AnswersInFullWhenTheLayersCheckoutFails) {
     EXPECT_EQ(scene.Misuse(), Lines());
 }
 
-TEST_F(SmartPreRender, GoesWithoutDataIfTheHostGivesNoHandle) {
+TEST_F(SmartPreRender, LeavesNoDataIfTheHostGivesNoHandle) {
     scene.host.options().faults = Fail(refhost::Call::newHandle, 0);
     EXPECT_EQ(Send(), PF_Err_NONE);
     EXPECT_EQ(output().pre_render_data, nullptr);
@@ -223,7 +223,8 @@ TEST_F(SmartPreRender, GoesWithoutDataIfTheHostGivesNoHandle) {
 TEST_F(SmartPreRender, LeavesAHandleThatCannotBeLockedUnwritten) {
     scene.host.options().faults = Fail(refhost::Call::lockHandle, 0);
     EXPECT_EQ(Send(), PF_Err_NONE);
-    EXPECT_EQ(scene.host.account().Count(refhost::Call::unlockHandle), 1) << "unlocked all the same";
+    EXPECT_EQ(scene.host.account().Count(refhost::Call::unlockHandle), 1)
+        << "the handle is unlocked even though it could not be locked";
     EXPECT_EQ(result.preRenderData.size(), 8u);
     EXPECT_NE(Offset(), std::pair(1, 1));
     ExpectWholeLayer();
@@ -247,7 +248,7 @@ TEST_F(SmartPreRender, Yields516WithoutABasicSuiteAndCallsNothing) {
     EXPECT_EQ(output().flags, 0);
 }
 
-TEST_F(SmartPreRender, MayComeAnyNumberOfTimes) {
+TEST_F(SmartPreRender, GivesTheSameAnswerEveryTime) {
     for (int i = 0; i < 3; ++i) {
         EXPECT_EQ(Send(), PF_Err_NONE);
         EXPECT_EQ(Offset(), std::pair(1, 1));

@@ -1,4 +1,4 @@
-// The mutex around the driver.
+// The render mutex lets one frame at a time into the driver.
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -14,7 +14,8 @@ namespace {
 using namespace protocol;
 using namespace std::chrono_literals;
 
-// Waits for something to come true in another thread; false after a time that no machine needs.
+// Something that one thread waits for and another one raises. Wait returns false after 20 seconds, which no machine
+// needs.
 class Signal {
 public:
     void Raise() {
@@ -33,13 +34,13 @@ private:
     bool raised_ = false;
 };
 
-// The driver's first and last call, and the last one before it.
+// The first and the last call of the driver, and the last call before it.
 constexpr const char* kFirst = "AcquireSuite PF Pixel Format Suite 1";
 constexpr const char* kLast = "ReleaseSuite PF Iterate8 Suite 1";
 constexpr const char* kArrived = "checkout_param 5";
 
-// Starts a render and, once that is inside the driver, another one; the first goes on only when the second stands
-// before the mutex, and takes its time in every row.
+// Starts one render, and another one as soon as the first is inside the driver. The first goes on only when the
+// second waits for the mutex, and sleeps in every row to give the second time to overtake it.
 void ExpectTurns(refhost::PluginLibrary library, RenderPath first, RenderPath second) {
     Scene a(InOrder(), library), b(InOrder(), library);
     Signal inside, arrived;
@@ -98,7 +99,7 @@ TEST(RenderMutex, LetsASmartAndAPlainRenderTakeTurns) {
     ExpectTurns(Binary(), RenderPath::plain, RenderPath::smart);
 }
 
-// Several instances in one host, many frames: no driver's first call comes before another one's last.
+// Four threads render many frames. No driver makes its first call before the driver of another frame made its last.
 TEST(RenderMutex, NeverInterleavesManyRenders) {
     Scene scene;
     constexpr int kThreads = 4, kFrames = 5;
@@ -125,7 +126,7 @@ TEST(RenderMutex, NeverInterleavesManyRenders) {
     for (auto& thread : threads)
         thread.join();
 
-    std::uint64_t inside = 0;  // the thread that is in the driver
+    std::uint64_t inside = 0;  // the thread that is in the driver, or 0
     int drivers = 0, visitors = 0;
     for (const auto& call : scene.host.account().Calls()) {
         const auto line = Line(call);
@@ -137,16 +138,16 @@ TEST(RenderMutex, NeverInterleavesManyRenders) {
             EXPECT_EQ(inside, call.thread);
             inside = 0;
         } else if (inside != 0 && call.thread != inside) {
-            ++visitors;  // outside the mutex
+            ++visitors;  // a call outside the mutex, while another thread is in the driver
         }
     }
     EXPECT_EQ(drivers, kThreads * kFrames);
-    EXPECT_GT(visitors, 0) << "the renders did not meet";
+    EXPECT_GT(visitors, 0) << "no two renders ran at the same time";
     EXPECT_EQ(scene.Outstanding(), Lines());
     EXPECT_EQ(scene.Misuse(), Lines());
 }
 
-TEST(RenderMutex, IsTakenAfterTheCheckoutsAndNotByPreRender) {
+TEST(RenderMutex, IsLockedAfterTheCheckoutsAndNeverByPreRender) {
     for (const RenderPath path : {RenderPath::smart, RenderPath::plain}) {
         Scene scene(InOrder(), Linked());
         Signal arrived;
@@ -173,7 +174,7 @@ TEST(RenderMutex, IsTakenAfterTheCheckoutsAndNotByPreRender) {
     }
 }
 
-TEST(RenderMutex, IsFreeWhenParametersAreCheckedIn) {
+TEST(RenderMutex, IsUnlockedBeforeTheParametersAreCheckedIn) {
     for (const RenderPath path : {RenderPath::smart, RenderPath::plain}) {
         Scene scene(InOrder(), Linked());
         int free = 0;

@@ -1,4 +1,4 @@
-// What is the smart render's own.
+// What only the smart render promises.
 #include "pf_smart_render.h"
 #include "render_fixture.h"
 #include "support/call_script.h"
@@ -34,7 +34,7 @@ TEST(SmartRender, KeepsItsPromisesWhicheverCallFails) {
     ExpectEveryFailure(scene, RenderPath::smart, SmartRenderCalls());
 }
 
-TEST(SmartRender, KeepsItsPromisesInMoreBitsToo) {
+TEST(SmartRender, KeepsItsPromisesWith16BitAndFloatPixels) {
     for (const PF_PixelFormat format : {kFormatArgb16, kFormatArgbFloat}) {
         Scene scene;
         scene.UseFormat(format);
@@ -68,12 +68,12 @@ TEST_P(SmartRenderAlone, HasNoOffsetWithoutPreRenderData) {
     EXPECT_EQ(scene.output.Pixels(), scene.CleanPicture(RenderPath::plain));
 }
 
-TEST_P(SmartRenderAlone, ChecksOutNoParametersWhenThePixelsCannotBeHad) {
+TEST_P(SmartRenderAlone, ChecksOutNoParametersWhenTheHostRefusesThePixels) {
     for (const char* line : {"checkout_layer_pixels 0", "checkout_output"}) {
         scene.host.options().faults = Fail(line);
         EXPECT_EQ(Go(), kFault);
         EXPECT_EQ(scene.host.account().Count(refhost::Call::checkoutParam), 0);
-        EXPECT_EQ(scene.Calls().back(), line) << "nothing was acquired yet, so nothing is released";
+        EXPECT_EQ(scene.Calls().back(), line) << "nothing is acquired yet, so nothing is released";
         EXPECT_TRUE(scene.OutputUntouched());
     }
 }
@@ -116,7 +116,7 @@ TEST_P(SmartRenderAlone, LeavesThePreRenderDataToTheHost) {
     EXPECT_NE(handle, nullptr);
     const auto calls = scene.Calls();
     EXPECT_EQ(std::ranges::count(calls, "host_dispose_handle 8"), 0);
-    EXPECT_EQ(scene.Misuse(), Lines()) << "the host found it live and unlocked";
+    EXPECT_EQ(scene.Misuse(), Lines()) << "the host would complain of a handle that is locked or freed";
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// The C++ runtime's notes about exceptions where the effect has put them.
+// Exceptions work as usual while the C++ runtime's notes about them lie in an ExceptionState.
 #include <gtest/gtest.h>
 
 #include <exception>
@@ -22,7 +22,7 @@ protected:
         EXPECT_EQ(std::current_exception(), nullptr);
     }
 
-    // What a command may do at any time.
+    // A command that throws an exception and catches it, as any command may.
     static void ThrowAndCatch() {
         ExceptionState command;
         ExpectNoneOnItsWay();
@@ -31,7 +31,7 @@ protected:
     }
 };
 
-TEST_F(Exceptions, CanBeThrownInAHandlerAndThrownOn) {
+TEST_F(Exceptions, CanBeThrownInAHandlerAndRethrown) {
     ExceptionState command;
     int caught = 0;
     try {
@@ -48,13 +48,13 @@ TEST_F(Exceptions, CanBeThrownInAHandlerAndThrownOn) {
     ExpectNoneOnItsWay();
 }
 
-TEST_F(Exceptions, AreCountedOnTheirWay) {
+TEST_F(Exceptions, AreCountedUntilTheyAreCaught) {
     ExceptionState command;
     struct Count {
         int& onTheirWay;
         ~Count() { onTheirWay = std::uncaught_exceptions(); }
     };
-    // Throws while another is on its path.
+    // Throws a second exception while the first is on its way to its handler.
     struct Nested {
         int& onTheirWay;
         ~Nested() {
@@ -77,7 +77,7 @@ TEST_F(Exceptions, AreCountedOnTheirWay) {
     }
 }
 
-TEST_F(Exceptions, LeaveCommandsAloneThatHostsSendInBetween) {
+TEST_F(Exceptions, DoNotDisturbCommandsThatAHostSendsInBetween) {
     struct HostCalledBack {
         ~HostCalledBack() {
             ThrowAndCatch();

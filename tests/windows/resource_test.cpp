@@ -1,4 +1,4 @@
-// The property list in the linked library, as a host reads it before it runs any of the library's code.
+// The property list of the linked library. A host reads it before it runs any code of the library.
 #include <windows.h>
 
 #include <array>
@@ -12,7 +12,7 @@ namespace {
 
 using namespace protocol;
 
-// All numbers little-endian, four-character codes last character first.
+// Numbers are little-endian. The bytes of four-character codes are stored in reverse order.
 // clang-format off
 constexpr std::array<unsigned char, 294> kPropertyList = {
     // Format marker 1, version 0, 12 properties.
@@ -80,7 +80,7 @@ protected:
         return number;
     }
 
-    // The 32-bit numbers in front of the properties' data, by key.
+    // The first 32-bit number of each property's data, by the property's key.
     std::map<std::string, std::uint32_t> Properties() const {
         std::map<std::string, std::uint32_t> properties;
         std::size_t offset = 10;
@@ -101,7 +101,7 @@ private:
     HMODULE module_ = nullptr;
 };
 
-TEST_F(PropertyList, Is294BytesAndEveryOneOfThemAsWritten) {
+TEST_F(PropertyList, HasThese294Bytes) {
     EXPECT_EQ(bytes.size(), 294u);
     EXPECT_EQ(bytes, std::vector<unsigned char>(kPropertyList.begin(), kPropertyList.end()));
 }

@@ -1,5 +1,5 @@
-// What a host's threads leave behind in the process after they rendered and ended. Hosts make threads for a single
-// frame, and the effect asks not to be told when they end.
+// Threads that have rendered and ended leave neither memory nor handles behind in the process. Hosts make threads
+// for a single frame, and the effect asks Windows not to tell it when they end.
 #include <windows.h>
 
 #include <process.h>
@@ -23,7 +23,7 @@ constexpr int kThreads = 1000;
 
 using Work = std::function<void()>;
 
-// Runs `work` on threads that the system makes and ends, one after another.
+// Runs `work` on `count` threads, one after another. Each thread ends before the next one starts.
 void OnThreads(int count, const Work& work) {
     Work copy = work;
     for (int i = 0; i < count; ++i) {
@@ -38,8 +38,8 @@ void OnThreads(int count, const Work& work) {
     }
 }
 
-// What a round of kThreads threads adds. Heaps take a few rounds until they have found their size; what is lost
-// with every thread is lost in every round.
+// By how much kThreads threads let the process grow. A heap grows by itself until it has found its size, so up to
+// six rounds are tried, until one adds nothing. What is lost with every thread is lost in every round.
 Usage Growth(const Work& work) {
     constexpr int kRounds = 6;
     Usage growth;
@@ -58,10 +58,10 @@ Usage Growth(const Work& work) {
 void ExpectNoGrowth(const Work& work) {
     const Usage growth = Growth(work);
     EXPECT_LE(growth.handles, 0);
-    EXPECT_LT(growth.heapBytes, kThreads * 8) << "less than any allocation for every thread";
+    EXPECT_LT(growth.heapBytes, kThreads * 8) << "one allocation for each thread would be more";
 }
 
-// The loader's own record of a library, as far as it is needed here.
+// The first fields of the record that Windows' loader has of a library.
 struct LoaderEntry {
     struct Text {
         USHORT length, capacity;
@@ -75,8 +75,8 @@ struct LoaderEntry {
     ULONG flags;
 };
 
-// The effect, loaded so that its end-of-thread notifications are off for certain: the system grants the effect's
-// own wish for that to some libraries only.
+// Loads the effect and turns its notifications of ended threads off in the loader's record. The effect asks Windows
+// for the same, but Windows does not do it for every library.
 class WithoutNotifications : public testing::Test {
 protected:
     void SetUp() override {
@@ -119,14 +119,15 @@ TEST_F(WithoutNotifications, AThousandThreadsOnWhichTheEffectThrewLeaveNothing) 
 
 TEST_F(WithoutNotifications, AThousandThreadsOnWhichTheDriverThrewLeaveNothing) {
     scene.host.options().faults = Fail("AcquireSuite PF Iterate8 Suite 1");
-    ExpectNoGrowth([&] { EXPECT_EQ(scene.Render(RenderPath::plain), PF_Err_NONE) << "the exception is dropped"; });
+    ExpectNoGrowth(
+        [&] { EXPECT_EQ(scene.Render(RenderPath::plain), PF_Err_NONE) << "the effect drops the exception"; });
     EXPECT_TRUE(scene.OutputUntouched());
 }
 
-TEST(Exceptions, KeepToTheirThread) {
-    // A race: with notes shared by all threads one run in three ends in a crash.
+TEST(Exceptions, DoNotReachOtherThreads) {
+    // This is a race: if all threads shared the notes about exceptions, one run in three would crash.
     constexpr int kRounds = 400000;
-    PF_InData inData{};  // without suites: every command that needs one throws
+    PF_InData inData{};  // has no suites, so About throws
     inData.appl_id = kAppIdCompositor;
     std::array<std::thread, 8> threads;
     std::atomic<int> right{0};

@@ -1,4 +1,4 @@
-// What the effect leaves behind in a host that unloads it.
+// The effect leaves nothing behind in a host that unloads it.
 #include <windows.h>
 
 #include <functional>
@@ -14,7 +14,7 @@ namespace {
 using namespace protocol;
 using support::Usage;
 
-// Has the effect loaded, used and unloaded, again and again.
+// By how much the process grows while the effect is loaded, used and unloaded a hundred times.
 Usage Growth(const std::function<void(const refhost::PluginLibrary&)>& use) {
     constexpr int kUnmeasured = 10, kTimes = 100;
     Usage before;
@@ -30,7 +30,7 @@ Usage Growth(const std::function<void(const refhost::PluginLibrary&)>& use) {
 void ExpectNoGrowth(const std::function<void(const refhost::PluginLibrary&)>& use) {
     const Usage growth = Growth(use);
     EXPECT_LE(growth.handles, 0);
-    EXPECT_LT(growth.heapBytes, 100 * 8) << "less than any allocation for every time";
+    EXPECT_LT(growth.heapBytes, 100 * 8) << "one allocation for each time would be more";
 }
 
 TEST(Unloading, LeavesNothing) {

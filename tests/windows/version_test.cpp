@@ -1,4 +1,4 @@
-// The version resource, as Windows shows it and as the installer compares it.
+// The version resource, which Windows shows and by which the installer compares versions.
 #include <windows.h>
 
 #include <filesystem>
@@ -22,7 +22,7 @@ protected:
         ASSERT_TRUE(GetFileVersionInfoW(file.c_str(), 0, static_cast<DWORD>(bytes_.size()), bytes_.data()));
     }
 
-    // Null if there is no such entry.
+    // The value of an entry; null if there is no such entry.
     const void* Find(const std::wstring& name) const {
         void* found = nullptr;
         UINT size = 0;
