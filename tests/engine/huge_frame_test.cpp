@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "engine/conversion_callbacks.h"
-#include "engine/render_aberration.h"
 #include "engine/kernels/row_kernels.h"
+#include "engine/render_aberration.h"
 
 namespace {
 

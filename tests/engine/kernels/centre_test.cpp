@@ -1,0 +1,123 @@
+// Centres inside, on the edge and outside.
+// Numbers in these tests that are not the model's were worked out by hand, with coordinates for which every step is
+// exact.
+#include <gtest/gtest.h>
+
+#include "float_scene.h"
+#include "support/support.h"
+
+namespace {
+
+using support::Describe;
+using support::ExpectAsModel;
+using support::ExpectRenders;
+using support::kFormats;
+using support::kOutside;
+using support::Paint;
+using support::Place;
+using support::Places;
+using support::ReadFloats;
+using support::Rgba;
+using support::Scene;
+using support::SceneOf;
+using support::Stage;
+using support::Whole;
+
+TEST(RowWorker, ACentreOutsideTheFrameTakesTheDistanceToTheFarthestCorner) {
+    Stage stage;
+    // The centre (-20, 50) is 130 pixels from the corners (100, 0) and (100, 60), farther than the frame's
+    // diagonal. Half of that is from (40, 25), where "square" takes half the amount: k = 2.
+    Scene scene = FloatScene(100, 60, 100);
+    scene.center = Whole(-20, 10);
+    scene.scaling = 2;
+    const Places places(stage, scene);
+    EXPECT_EQ(places.At(40, 25), (Place{10, 37}));
+}
+
+TEST(RowWorker, CentreOnTheTopRowActsAsIfOnTheBottomEdge) {
+    Stage stage;
+    Scene scene = FloatScene(32, 24, 50);
+    scene.center = Whole(16, 0);
+    const Places top(stage, scene);
+    scene.center = Whole(16, 24);
+    const Places bottom(stage, scene);
+    for (int y = 0; y < 24; ++y) {
+        EXPECT_EQ(top.At(16, y), (Place{16, 12 + y / 2}));
+        EXPECT_EQ(bottom.At(16, y), (Place{16, y / 2}));
+    }
+}
+
+TEST(RowWorker, DropsTheCentresFractionTowardMinusInfinity) {
+    Stage stage;
+    for (auto [fixed, whole] :
+         {std::pair{100 * 65536 + 49152, 100}, {100 * 65536 + 65535, 100}, {-32768, -1}, {-1, -1}}) {
+        Scene scene = FloatScene(200, 120, 35);
+        scene.center = {fixed, 30 * 65536};
+        const auto withFraction = ExpectAsModel(stage, scene);
+        scene.center = Whole(whole, 30);
+        EXPECT_EQ(withFraction, ExpectAsModel(stage, scene)) << fixed;
+
+        scene.center = {30 * 65536, fixed};
+        const auto withRowFraction = ExpectAsModel(stage, scene);
+        scene.center = Whole(30, whole);
+        EXPECT_EQ(withRowFraction, ExpectAsModel(stage, scene)) << fixed;
+    }
+}
+
+TEST(RowWorker, WithTheCentreInsideAndNoOffsetNoSampleLeavesTheFrame) {
+    Stage stage;
+    for (auto [x, y] : {std::pair{0, 1}, {0, 21}, {16, 10}, {32, 10}, {33, 21}, {7, 0}}) {
+        for (double amount : {0.5, 50.0, 73.0, 100.0}) {
+            for (int scaling = 1; scaling <= 3; ++scaling) {
+                Scene scene = FloatScene(33, 21, amount);
+                scene.center = Whole(x, y);
+                scene.scaling = scaling;
+                const Places places(stage, scene);
+                for (int row = 0; row < 21; ++row) {
+                    for (int column = 0; column < 33; ++column)
+                        EXPECT_NE(places.At(column, row), kOutside)
+                            << Describe(scene) << ": column " << column << ", row " << row;
+                }
+            }
+        }
+    }
+}
+
+TEST(RowWorker, ACentreOutsideOrAnOffsetPutsSamplesOutsideWhichAreTransparentBlack) {
+    Stage stage;
+    Scene scene = FloatScene(16, 16, 50);
+    scene.center = Whole(-12, 8);
+    EXPECT_EQ(Places(stage, scene).At(2, 8), kOutside);
+    EXPECT_EQ(Places(stage, scene).At(14, 8), (Place{1, 8}));
+
+    scene.center = Whole(8, 8);
+    scene.offsetX = 6;
+    EXPECT_EQ(Places(stage, scene).At(2, 8), kOutside);  // column 5, less 6
+    EXPECT_EQ(Places(stage, scene).At(4, 8), (Place{0, 8}));
+
+    // The sample in place leaves the source as well: green and blue go, red, from column 6, stays.
+    scene.pixels = Paint(16, 16, [](int, int) { return Rgba{0.5f, 0.5f, 0.5f, 1}; });
+    const auto pixels = ReadFloats(ExpectRenders(stage, scene));
+    EXPECT_EQ(pixels[At(scene, 4, 8)], (Rgba{0.5f, 0, 0, 1}));
+    EXPECT_EQ(pixels[At(scene, 0, 8)], Rgba{});
+}
+
+TEST(RowWorker, FollowsTheFormulasForCentresInsideOnTheEdgeAndOutside) {
+    Stage stage;
+    const int xs[] = {-30000, -41, -1, 0, 1, 11, 22, 23, 24, 60, 30000};
+    const int ys[] = {-30000, -29, -1, 0, 1, 9, 18, 19, 20, 45, 30000};
+    std::uint64_t seed = 100;
+    for (int x : xs) {
+        for (int y : ys) {
+            Scene scene = SceneOf(kFormats[seed % kFormats.size()], 23, 19);
+            scene.seed = ++seed;
+            scene.center = Whole(x, y);
+            scene.mode = 1 + static_cast<int>(seed % 3);
+            scene.scaling = 1 + static_cast<int>(seed / 3 % 3);
+            scene.amount = seed % 2 == 0 ? 42.5 : -42.5;
+            ExpectAsModel(stage, scene);
+        }
+    }
+}
+
+}  // namespace
