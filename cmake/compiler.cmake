@@ -14,6 +14,13 @@ target_compile_options(nuv_options INTERFACE -ffile-prefix-map=${CMAKE_SOURCE_DI
 find_package(Threads REQUIRED)
 target_link_libraries(nuv_options INTERFACE Threads::Threads)
 
+# nuv_optimize(TARGET LEVEL): for code that is built often and need not be fast. Instrumented builds keep their level.
+function(nuv_optimize target level)
+  if(NOT NUV_INSTRUMENTATION)
+    target_compile_options(${target} PRIVATE ${level})
+  endif()
+endfunction()
+
 if(WIN32)
   # A missing runtime library is the commonest reason why an effect does not load: everything is linked in.
   target_link_options(nuv_options INTERFACE -static)
