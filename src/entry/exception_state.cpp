@@ -32,7 +32,7 @@ bool AttachExceptionState() {
 
 void DetachExceptionState() {
     TlsFree(slot);
-    slot = TLS_OUT_OF_INDEXES;  // another library's from now on
+    slot = TLS_OUT_OF_INDEXES;  // the old index may belong to another library from now on
     __gnu_cxx::__freeres();
 }
 
@@ -40,7 +40,8 @@ void DetachExceptionState() {
 
 // These two functions replace the runtime's own. They do the same, but keep the notes in another place.
 extern "C" void* __cxa_get_globals() noexcept {
-    // Outside a command this library throws only if the process ends by it, so all threads can share these notes.
+    // Outside a command this library throws only if the throw ends the process, so all threads can share these
+    // notes.
     static constinit nuv::ExceptionNotes outside;
     void* const notes = TlsGetValue(nuv::slot);
     return notes != nullptr ? notes : &outside;

@@ -1,4 +1,4 @@
-// A place for the C++ runtime's notes about a thread's exceptions that needs no clean-up when the thread ends.
+// Keeps the C++ runtime's notes about a thread's exceptions in a place that needs no clean-up when the thread ends.
 #pragma once
 
 namespace nuv {

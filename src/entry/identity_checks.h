@@ -1,4 +1,4 @@
-// The effect's identity as C++ constants. The compiler checks that each number means what it should.
+// The effect's identity as C++ constants. The compiler compares each number with what it stands for.
 #pragma once
 
 #include <string_view>

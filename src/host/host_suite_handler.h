@@ -37,8 +37,7 @@ struct SuiteStructure<"PF Iterate8 Suite", 1> {
 };
 
 // Acquires each suite when the command first asks for it. The destructor releases all acquired suites in the order
-// of kSuiteReleaseOrder. An object lives on the stack of one command handler, and only the command's thread uses
-// it.
+// of kSuiteReleaseOrder. Make it on the stack of one command handler, and use it on the command's thread only.
 class HostSuiteHandler {
 public:
     // Acquires nothing. The host owns `basic`, which must live longer than this object. Throws the int

@@ -7,8 +7,8 @@
 
 namespace nuv {
 
-// Holds no suite before Acquire. The destructor releases the suite if the host gave one. Only the command's thread
-// uses an object.
+// Holds no suite before Acquire. The destructor releases the suite if the host gave one. Use it on the command's
+// thread only.
 template <class Structure>
 class ScopedSuite {
 public:
