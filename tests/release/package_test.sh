@@ -4,7 +4,7 @@
 # Usage: package_test.sh FOLDER   (the folder is emptied first; script/package --test calls it)
 set -u
 export LC_ALL=C TZ=UTC
-unset NUV_SIGN_PKCS12 NUV_SIGN_PASSFILE NUV_SIGN_TIMESTAMP  # a signature tells its time, so that no two are alike
+unset NUV_SIGN_PKCS12 NUV_SIGN_PASSFILE NUV_SIGN_TIMESTAMP # a signature tells its time, so that no two are alike
 root=$(cd "$(dirname "$0")/../.." && pwd)
 source "$root/tests/support/promise.sh"
 rm -rf "$1" && mkdir -p "$1" && cd "$1" || exit 2
@@ -24,10 +24,10 @@ texts=(LICENSE.txt README.txt manual.html)
 wine() { "$root/script/wine" "$@"; }
 # exits CODE COMMAND…: and its output stays in out.txt.
 exits() {
-    local code=$1 actual=0
-    shift
-    "$@" >out.txt 2>&1 </dev/null || actual=$?
-    [ "$actual" = "$code" ] || { echo "     exit code $actual instead of $code:" && cat out.txt && false; }
+  local code=$1 actual=0
+  shift
+  "$@" >out.txt 2>&1 </dev/null || actual=$?
+  [ "$actual" = "$code" ] || { echo "     exit code $actual instead of $code:" && cat out.txt && false; }
 }
 install() { wine "$setup" /S; }
 # NSIS wants a folder as the last argument and without quotes, whatever spaces it has: only cmd passes it on like that.
@@ -51,16 +51,16 @@ only_holds() { is "$(files_of "$1")" "$(printf '%s\n' "${@:2}" | sort | tr '\n' 
 
 # The effect with another version in its version resource: versioned MAJOR MINOR FILE.
 versioned() {
-    perl -0777pe 's/(\xbd\x04\xef\xfe.{4}).{8}/$1 . pack("vvV", '"$2, $1"', 0)/se' "$aex" >"$3" && not cmp -s "$aex" "$3"
+  perl -0777pe 's/(\xbd\x04\xef\xfe.{4}).{8}/$1 . pack("vvV", '"$2, $1"', 0)/se' "$aex" >"$3" && not cmp -s "$aex" "$3"
 }
 
 eventually() { # COMMAND…: within half a minute
-    local i
-    for ((i = 0; i < 300; i++)); do
-        "$@" && return
-        sleep 0.1
-    done
-    return 1
+  local i
+  for ((i = 0; i < 300; i++)); do
+    "$@" && return
+    sleep 0.1
+  done
+  return 1
 }
 
 # Every file outside of Windows' own folders and the users' temporary ones, and every folder.
@@ -70,11 +70,14 @@ contents() { (cd "$drive" && find . -path ./windows -prune -o -path '*/Temp/*' -
 
 "$root/build/linux/tests/programs/render_digest" "$root/build/linux/nuv_chromaber.so" >native.txt || exit 2
 wine wineboot -i >/dev/null 2>&1
-[ -d "$drive" ] || { echo "package_test: no Wine prefix" >&2; exit 2; }
+[ -d "$drive" ] || {
+  echo "package_test: no Wine prefix" >&2
+  exit 2
+}
 contents >untouched.txt
 
 renders_as_native() { # FILE, as Windows names it
-    wine "$programs/programs/render_digest.exe" "$1" >rendered.txt && [ -s native.txt ] && cmp native.txt rendered.txt
+  wine "$programs/programs/render_digest.exe" "$1" >rendered.txt && [ -s native.txt ] && cmp native.txt rendered.txt
 }
 
 unzip -q "$zip"
@@ -82,23 +85,24 @@ unpacked=$PWD/nuv_chromaber-$version-win64
 promise "the zip holds the effect and three texts" only_holds "$unpacked" nuv_chromaber.aex "${texts[@]}"
 promise "the zip's effect is the one that was built" cmp "$unpacked/nuv_chromaber.aex" "$aex"
 for check in aex_imports_and_exports aex_hardening no_aligned_wide_stack_access; do
-    promise "which passes $check" exits 0 "$root/tests/binary/$check.sh" "$aex" x86_64-w64-mingw32-objdump
+  promise "which passes $check" exits 0 "$root/tests/binary/$check.sh" "$aex" x86_64-w64-mingw32-objdump
 done
 promise "the readme names the folder" grep -qF 'C:\Program Files\Adobe\Common\Plug-ins\7.0\MediaCore' \
-    "$unpacked/README.txt"
-promise "the checksums are right" sh -c 'cd "$1" && sha256sum --quiet --check SHA256SUMS' - "$root/dist"
+  "$unpacked/README.txt"
+checksums_hold() { cd "$root/dist" && sha256sum --quiet --check SHA256SUMS; }
+promise "the checksums are right" checksums_hold
 promise "the checksums name every file" is "$(cut -c67- "$root/dist/SHA256SUMS" | sort)" \
-    "$(ls "$root/dist" | grep -v SHA256SUMS)"
+  "$(find "$root/dist" -type f ! -name SHA256SUMS -printf '%P\n' | sort)"
 
 mkdir "$drive/alone" && cp "$aex" "$drive/alone/"
 promise "the effect alone in a folder loads and renders the native bytes" \
-    renders_as_native 'C:\alone\nuv_chromaber.aex'
+  renders_as_native 'C:\alone\nuv_chromaber.aex'
 rm -r "$drive/alone"
 
 # ---- Install ------------------------------------------------------------------------------------------------
 
 promise "the installer asks for administrator rights" grep -aq 'requestedExecutionLevel level="requireAdministrator"' \
-    "$setup"
+  "$setup"
 promise "a silent installation succeeds where no host is" exits 0 install
 promise "the effect lies in the hosts' common folder" cmp "$home/nuv_chromaber.aex" "$aex"
 promise "with its texts and its uninstaller" only_holds "$home" nuv_chromaber.aex uninstall.exe "${texts[@]}"
@@ -106,15 +110,15 @@ promise "Programs and Features shows the name" is_registered DisplayName "NUV Ch
 promise "and the version" is_registered DisplayVersion "$version"
 promise "and the publisher" is_registered Publisher "The NUV Chromatic Aberration authors"
 size_in_kib() {
-    local kib actual
-    kib=$(($(registered EstimatedSize))) actual=$(($(du -sb --apparent-size "$home" | cut -f1) / 1024))
-    [ "$((kib - actual))" -ge -8 ] && [ "$((kib - actual))" -le 8 ] || { echo "     $kib KiB for $actual" && false; }
+  local kib actual
+  kib=$(($(registered EstimatedSize))) actual=$(($(du -sb --apparent-size "$home" | cut -f1) / 1024))
+  ((kib - actual >= -8 && kib - actual <= 8)) || { echo "     $kib KiB for $actual" && false; }
 }
 promise "and the size" size_in_kib
 promise "and how to uninstall, also silently" is_registered QuietUninstallString \
-    '"C:\Program Files\Adobe\Common\Plug-ins\7.0\MediaCore\NUV\uninstall.exe" /S'
+  '"C:\Program Files\Adobe\Common\Plug-ins\7.0\MediaCore\NUV\uninstall.exe" /S'
 promise "the installed effect renders the native bytes" \
-    renders_as_native 'C:\Program Files\Adobe\Common\Plug-ins\7.0\MediaCore\NUV\nuv_chromaber.aex'
+  renders_as_native 'C:\Program Files\Adobe\Common\Plug-ins\7.0\MediaCore\NUV\nuv_chromaber.aex'
 
 # ---- Versions -----------------------------------------------------------------------------------------------
 
@@ -142,15 +146,18 @@ cp "$aex" "$home/nuv_chromaber.aex"
 cp older.aex "$home/nuv_chromaber.aex"
 mkfifo hold
 wine "$programs/release/hold_plugin.exe" 'C:\Program Files\Adobe\Common\Plug-ins\7.0\MediaCore\NUV\nuv_chromaber.aex' \
-    <hold >held.txt 2>&1 &
+  <hold >held.txt 2>&1 &
 holder=$!
 exec 3>hold
-eventually grep -q holding held.txt || { cat held.txt; exit 2; }
+eventually grep -q holding held.txt || {
+  cat held.txt
+  exit 2
+}
 promise "an effect that a host has loaded is not replaced" exits 3 install
 promise "which is said" says "in use"
 promise "nor moved" exits 3 install_into 'C:\elsewhere'
 promise "nor removed" exits 3 uninstall_in_place "$home" \
-    'C:\Program Files\Adobe\Common\Plug-ins\7.0\MediaCore\NUV'
+  'C:\Program Files\Adobe\Common\Plug-ins\7.0\MediaCore\NUV'
 promise "which is said, too" says "in use"
 promise "and nothing else is removed" only_holds "$home" nuv_chromaber.aex uninstall.exe "${texts[@]}"
 promise "it stays registered" is_registered DisplayVersion "$version"
@@ -171,7 +178,7 @@ promise "and nowhere else" gone "$drive/Program Files/Adobe"
 
 unregistered() { not registered DisplayName >/dev/null; }
 uninstalled_from() { # FOLDER
-    exits 0 wine "$1/uninstall.exe" /S && eventually unregistered && eventually gone "$1/uninstall.exe"
+  exits 0 wine "$1/uninstall.exe" /S && eventually unregistered && eventually gone "$1/uninstall.exe"
 }
 uninstalls() { uninstalled_from "$1" && eventually gone "$1"; }
 promise "a folder beside it gets what the next one makes" exits 0 install_into 'C:\my plug-ins\other'
@@ -201,9 +208,9 @@ promise "and uninstalled with its folder" uninstalls "$drive/by hand/NUV"
 promise "but not the one around it" rmdir "$drive/by hand"
 
 mkdir -p "$drive/Hosts/Common"
-wine reg add "$hosts\\24.0" /v CommonPluginInstallPath /d 'C:\Hosts\Common\' /reg:64 /f >/dev/null
-wine reg add "$hosts\\9.0" /v CommonPluginInstallPath /d 'C:\Hosts\Old\' /reg:64 /f >/dev/null
-wine reg add "$hosts\\25.0" /v SomethingElse /d 'C:\Hosts\Other\' /reg:64 /f >/dev/null
+wine reg add "$hosts\\24.0" /v CommonPluginInstallPath /d "C:\\Hosts\\Common\\" /reg:64 /f >/dev/null
+wine reg add "$hosts\\9.0" /v CommonPluginInstallPath /d "C:\\Hosts\\Old\\" /reg:64 /f >/dev/null
+wine reg add "$hosts\\25.0" /v SomethingElse /d "C:\\Hosts\\Other\\" /reg:64 /f >/dev/null
 promise "installing with hosts that name their folder succeeds" exits 0 install
 promise "the newest host's folder gets the effect" cmp "$drive/Hosts/Common/NUV/nuv_chromaber.aex" "$aex"
 promise "and it alone" is "$(find "$drive" -name '*.aex' | wc -l)" 1
@@ -213,10 +220,10 @@ wine reg delete 'HKLM\SOFTWARE\Adobe' /reg:64 /f >/dev/null
 rm -r "$drive/Hosts"
 
 held_for_seconds() {
-    local folder='C:\Program Files\Adobe\Common\Plug-ins\7.0\MediaCore\NUV'
-    printf 'echo holding\r\nping -n 6 127.0.0.1 <"%s\\uninstall.exe"\r\n' "$folder" >"$drive/windows/hold.bat"
-    wine cmd /c 'C:\windows\hold.bat' >held.txt 2>&1 &
-    eventually grep -q holding held.txt && exits 0 uninstall_in_place "$home" "$folder" && gone "$home"
+  local folder='C:\Program Files\Adobe\Common\Plug-ins\7.0\MediaCore\NUV'
+  printf 'echo holding\r\nping -n 6 127.0.0.1 <"%s\\uninstall.exe"\r\n' "$folder" >"$drive/windows/hold.bat"
+  wine cmd /c 'C:\windows\hold.bat' >held.txt 2>&1 &
+  eventually grep -q holding held.txt && exits 0 uninstall_in_place "$home" "$folder" && gone "$home"
 }
 
 # ---- Uninstall ----------------------------------------------------------------------------------------------
@@ -240,31 +247,32 @@ promise "nothing in the registry is left" not grep -i 'nuv_chromaber' "$NUV_WINE
 
 commit=$(git -C "$root" rev-parse HEAD)
 copy() { git clone -q "$root" "$1" && git -C "$1" checkout -q "$commit"; }
-promise "a copy of the project can be built" eval 'copy one && one/script/package >/dev/null'
+promise "a copy of the project can be built" eval 'copy one && one/script/package'
 promise "and another, in a folder with a longer name" \
-    eval 'copy "a folder with a longer name" && "a folder with a longer name/script/package" >/dev/null'
+  eval 'copy "a folder with a longer name" && "a folder with a longer name/script/package"'
 for file in build/package/nuv_chromaber.aex "dist/${zip##*/}" "dist/${setup##*/}" dist/nuv_chromaber.debug; do
-    promise "both gave the same ${file##*/}" cmp "one/$file" "a folder with a longer name/$file"
+  promise "both gave the same ${file##*/}" cmp "one/$file" "a folder with a longer name/$file"
 done
 
 # ---- Signed -------------------------------------------------------------------------------------------------
 
 openssl req -x509 -newkey rsa:2048 -nodes -days 2 -subj "/CN=A throw-away certificate" \
-    -addext extendedKeyUsage=codeSigning -keyout key.pem -out certificate.pem 2>/dev/null
+  -addext extendedKeyUsage=codeSigning -keyout key.pem -out certificate.pem 2>/dev/null
 echo "a password" >password.txt
 openssl pkcs12 -export -inkey key.pem -in certificate.pem -out certificate.p12 -passout file:password.txt
 promise "it can be built and signed" env NUV_SIGN_PKCS12="$folder/certificate.p12" \
-    NUV_SIGN_PASSFILE="$folder/password.txt" sh -c 'one/script/package >/dev/null'
+  NUV_SIGN_PASSFILE="$folder/password.txt" one/script/package
 signed() { osslsigncode verify -CAfile certificate.pem -in "$1" >out.txt 2>&1 || { cat out.txt && false; }; }
 setup=$folder/one/dist/${setup##*/}
 promise "the installer is signed" signed "$setup"
 promise "and installs" exits 0 install
 promise "the installed effect is signed" signed "$home/nuv_chromaber.aex"
 promise "the uninstaller is signed" signed "$home/uninstall.exe"
-promise "the zip's effect is signed" \
-    eval 'unzip -qo "one/dist/${zip##*/}" -d signed && signed "signed/${unpacked##*/}/nuv_chromaber.aex"'
-promise "what is not signed does not pass for it" eval 'not signed "$aex" >/dev/null'
+zip_holds_signed() { unzip -qo "one/dist/${zip##*/}" -d signed && signed "signed/${unpacked##*/}/nuv_chromaber.aex"; }
+promise "the zip's effect is signed" zip_holds_signed
+unsigned() { not signed "$1" >/dev/null; }
+promise "what is not signed does not pass for it" unsigned "$aex"
 printf x | dd of="$home/nuv_chromaber.aex" bs=1 seek=5000 conv=notrunc 2>/dev/null
-promise "nor does what was changed afterwards" eval 'not signed "$home/nuv_chromaber.aex" >/dev/null'
+promise "nor does what was changed afterwards" unsigned "$home/nuv_chromaber.aex"
 
 summary
