@@ -1,6 +1,6 @@
-// Whole frames through the plug-in binary and each stage alone, beside copies, the scalar kernels and OpenCV in the
-// same run. Ends with a table that compares them. What is timed is the effect and not the operating system's page
-// faults: the host hands freed blocks out again.
+// Measures whole frames through the plug-in, and each stage alone, beside copies, the scalar kernels and OpenCV in
+// the same run. It ends with a table that compares them. The host reuses freed blocks, so that the figures show the
+// effect and not the page faults of the operating system.
 #include <benchmark/benchmark.h>
 
 #include <iostream>
@@ -32,7 +32,7 @@ void Register(const std::string& name, Work work) {
         ->Unit(benchmark::kMillisecond);
 }
 
-// Names of the full size go without it.
+// Sizes other than the full one appear in the name.
 void RegisterSize(Size size, const std::string& prefix) {
     for (const Depth& depth : kDepths) {
         const std::string name = depth.name;
@@ -72,7 +72,7 @@ void RegisterAll() {
     Register("threads", StartThreads);
 }
 
-// Prints as ever, but to the standard error, and remembers medians.
+// Prints to the standard error, and remembers medians.
 class Reporter : public benchmark::ConsoleReporter {
 public:
     explicit Reporter(bool processorTime) : ConsoleReporter(OO_None), processorTime_(processorTime) {
@@ -97,12 +97,12 @@ private:
 }  // namespace
 
 int main(int argc, char** argv) {
-    // Where others are at work too, the time that passes tells little. --processor-time compares the time spent on
-    // all threads instead, halved, as if two of them had been at work throughout.
+    // On a busy machine, elapsed time tells little. --processor-time compares the time spent on all threads
+    // instead, divided by two, as if two threads had worked all the time.
     const std::string_view last = argv[argc - 1];
     const bool processorTime = last == "--processor-time";
     if (processorTime) --argc;
-    // Machines are shared and noisy: by default every row is the median of interleaved repetitions.
+    // Machines are shared and noisy. By default every row is the median of interleaved repetitions.
     std::vector<std::string> words(argv, argv + argc);
     words.insert(words.begin() + 1, {"--benchmark_enable_random_interleaving=true", "--benchmark_repetitions=9",
                                      "--benchmark_report_aggregates_only=true", "--benchmark_min_time=0.02"});

@@ -1,4 +1,4 @@
-// What is measured: each function does its work once.
+// What is measured. Each function does its work once.
 #pragma once
 
 #include <cstddef>
@@ -12,7 +12,7 @@ struct Size {
 
     double pixels() const { return static_cast<double>(width) * height; }
 };
-inline constexpr Size kFull{3840, 2160};  // what the table compares
+inline constexpr Size kFull{3840, 2160};  // the size in the table
 inline constexpr Size kHalf{1920, 1080};
 inline constexpr Size kSizes[] = {{480, 270}, {960, 540}, kHalf, kFull, {7680, 4320}};
 inline constexpr Size kSmall{64, 64};
@@ -21,7 +21,7 @@ struct Depth {
     const char* name;
     PF_PixelFormat format;
     int pixelBytes;
-    int leastBytes;  // that a frame moves per pixel, both buffers written and read once
+    int leastBytes;  // least bytes that a frame moves for a pixel: both buffers are written and read once
 };
 inline constexpr Depth kDepths[] = {
     {"8", kFormatArgb8, 4, 48},
@@ -35,30 +35,30 @@ inline constexpr const char* kScalings[] = {"linear", "square", "cubic"};
 inline constexpr double kAmount = 25;
 inline constexpr std::size_t kWorkerThreads = 16;
 
-// An opaque picture of noise, and a place for what comes of it. Made at the first use and kept.
+// An opaque picture of noise, and room for its result. Both are made at the first use and kept.
 struct Worlds {
     refhost::World input, output;
 };
 Worlds& WorldsOf(Size size, const Depth& depth);
 
-// One frame with the centre in the middle, through a plug-in binary in a host that iterates with two threads and
-// hands freed blocks out again. Throws std::runtime_error if the effect fails.
+// One frame through a plug-in binary, with the centre in the middle. The host iterates with two threads and reuses
+// freed blocks. Throws std::runtime_error if the effect fails.
 enum class Plugin { shipped, scalar };
 void RenderFrame(Plugin plugin, Size size, const Depth& depth, Scaling scaling);
 
-// The same bytes as a frame's input, from one world to the other on two threads.
+// Copies as many bytes as a frame's input has from one world to the other, on two threads.
 void CopyFrame(Size size, const Depth& depth);
 void CopyFramePastCache(Size size, const Depth& depth);
 
-// A start and join of as many threads as a frame has.
+// Starts and joins as many threads as a frame has.
 void StartThreads();
 
-// Page faults of one 4K frame in float, in a host that gives fresh memory for every handle, beside those that its
-// two buffers take at least.
+// Page faults of one 4K frame of floats in a host that gives fresh memory for every handle, and the least number
+// that the frame's two buffers cause.
 struct PageFaults {
     long least;
     long taken;
-    long byCommandThread;  // of those taken
+    long byCommandThread;  // how many of the taken ones
 };
 PageFaults CountPageFaults();
 

@@ -1,9 +1,11 @@
-// The same work by OpenCV: 4K, 8 bits, one channel enlarged and the rest copied, two threads.
+// The same work done with OpenCV: a 4K frame of 8 bits. One channel is enlarged, the rest is copied, on two
+// threads.
 #pragma once
 
 namespace bench {
 
-// OpenCV runs its functions on two threads itself, where it can; or each thread calls them for half of the rows.
+// Either OpenCV runs its functions on two threads where it can, or each of our two threads calls them for half of
+// the rows.
 enum class Split { byOpenCv, byRows };
 
 void PeerLinear(Split split);  // extract the channel, resize its middle to the nearest pixel, insert it

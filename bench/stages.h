@@ -1,4 +1,4 @@
-// A frame's three stages, each alone, with the kernels that a frame of that size would choose.
+// The three stages of a frame, each alone, with the kernels that a frame of that size would choose.
 #pragma once
 
 #include <memory>
@@ -8,7 +8,7 @@
 
 namespace bench {
 
-// Buffers of one 4K frame. Conversions run on two threads, the effect on its sixteen.
+// Buffers of one 4K frame. Conversions run on two threads, and the effect on its sixteen.
 class Stages {
 public:
     Stages(Size size, const Depth& depth);

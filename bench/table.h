@@ -1,4 +1,4 @@
-// What the runs amount to, as one table.
+// The results of all runs as one table.
 #pragma once
 
 #include <map>
@@ -8,7 +8,7 @@
 
 namespace bench {
 
-// Median milliseconds by name of benchmark. Where a name is missing, so is its row.
+// Median milliseconds by name of benchmark. A row is left out if its name is missing.
 using Medians = std::map<std::string, double>;
 
 void PrintTable(const Medians& medians, const PageFaults& faults);

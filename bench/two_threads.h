@@ -4,7 +4,7 @@
 
 namespace bench {
 
-// Runs `work(first, end)` over the rows, the lower half on another thread.
+// Runs `work(first, end)` over the rows. A second thread takes the lower half.
 template <class Work>
 void OnTwoThreads(int rows, Work work) {
     std::thread lower(work, rows / 2, rows);

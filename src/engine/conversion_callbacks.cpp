@@ -36,7 +36,7 @@ PF_Err IterateRowTrampoline(void* refcon, std::int32_t /*x*/, std::int32_t y, PF
     return rows.callback(rows.context, 1, y, rows.iterations);
 }
 
-// A column of 8-bit pixels of the host's, given back when it goes.
+// A column of the host's 8-bit pixels. The destructor gives it back.
 class ScratchColumn {
 public:
     explicit ScratchColumn(PF_InData* inData) : inData_(inData) {}
@@ -45,13 +45,13 @@ public:
         try {
             inData_->utils->dispose_world(inData_->effect_ref, &world_);
         } catch (...) {
-            // The rows are done; a host that throws here has had its world back as far as we can tell.
+            // The rows are done. If the host throws here, we must assume that it has taken its world back.
         }
     }
     ScratchColumn(const ScratchColumn&) = delete;
     ScratchColumn& operator=(const ScratchColumn&) = delete;
 
-    // At most once.
+    // Call it at most once.
     PF_Err Make(std::int32_t height) {
         const PF_Err error =
             inData_->utils->new_world(inData_->effect_ref, 1, height, PF_NewWorldFlag_NONE, &world_);

@@ -1,26 +1,26 @@
 // Runs the row conversions through the host's iteration.
 #pragma once
 
-#include "engine/plain_floats.h"
 #include "engine/kernels/row_kernels.h"
+#include "engine/plain_floats.h"
 #include "pf_data.h"
 
 namespace nuv {
 
-// What every row callback gets; read-only while the iteration runs. A world that stands for one of the engine's
-// own buffers has only data, rowbytes, width and height.
+// Every row callback gets this. It is read-only while the iteration runs. A world that stands for one of the
+// engine's own buffers has only data, rowbytes, width and height.
 struct ConvertContext {
     PF_InData* inData = nullptr;
     PF_EffectWorld source{};
     PF_EffectWorld destination{};
-    const PF_Iterate8Suite1* iterateSuite = nullptr;  // for IterateRowsFallback alone
+    const PF_Iterate8Suite1* iterateSuite = nullptr;  // only for IterateRowsFallback
     float scale = 1.0f;
     const RowKernels* kernels = &kScalarKernels;
 };
 
-// A row callback in the shape that the host's iterate_generic calls, on any of its threads: converts source row
-// `row` into destination row `row`. The call with thread index 0 first asks the host whether to abort and returns
-// its answer, after converting the row all the same; the others return PF_Err_NONE.
+// A row callback in the shape that the host's iterate_generic calls, on any of its threads. It converts source row
+// `row` into destination row `row`. The call with thread index 0 also asks the host whether to abort. It still
+// converts the row, and then returns the host's answer. The other calls return PF_Err_NONE.
 template <RowConversion RowKernels::*kernel>
 PF_Err ConvertRow(void* refcon, std::int32_t threadIndex, std::int32_t row, std::int32_t /*iterations*/) {
     const auto& context = *static_cast<const ConvertContext*>(refcon);
@@ -29,7 +29,7 @@ PF_Err ConvertRow(void* refcon, std::int32_t threadIndex, std::int32_t row, std:
     const auto rowOf = [row](const PF_EffectWorld& world) {
         return reinterpret_cast<std::byte*>(world.data) + std::ptrdiff_t{world.rowbytes} * row;
     };
-    // A host that asks for a row it has not got must not reach memory that is not its own.
+    // A host that asks for a row that does not exist must not make us touch foreign memory.
     if (row >= 0 && row < context.source.height && context.source.width > 0) {
         const PlainFloats floats;
         (context.kernels->*kernel)(rowOf(context.source), rowOf(context.destination), context.source.width,
@@ -57,12 +57,13 @@ struct FormatConversions {
     PF_IterateRowFunc out;     // result buffer to host world
 };
 
-// Null for a format that the engine does not know.
+// Returns null for a format that the engine does not know.
 const FormatConversions* FindConversions(PF_PixelFormat format);
 
-// Stands in for a host that lacks iterate_generic: with context.iterateSuite, rows run through the host's pixel
-// iteration over a scratch world one pixel wide (thread index 1, so that only the host itself polls for abort);
-// without it, in order on the calling thread. Returns the first non-zero result, or the host's code.
+// Replaces iterate_generic where the host has none. With context.iterateSuite, the rows run through the host's
+// pixel iteration over a scratch world that is one pixel wide; they get thread index 1, because that iteration asks
+// for an abort itself. Without the suite, the rows run in order on the calling thread. Returns the first result
+// that is not zero, or the host's code.
 PF_Err IterateRowsFallback(std::int32_t iterations, ConvertContext& context, PF_IterateRowFunc callback);
 
 }  // namespace nuv

@@ -8,8 +8,8 @@
 
 namespace nuv {
 
-// A handle of the host's, locked for as long as this object lives, then unlocked and disposed of. Command thread
-// only.
+// A handle of the host, locked as long as this object lives. The destructor unlocks it and disposes of it. Only for
+// the command thread.
 class HostBuffer {
 public:
     explicit HostBuffer(const PF_UtilCallbacks& utils) : utils_(utils) {}
@@ -20,8 +20,8 @@ public:
     HostBuffer(const HostBuffer&) = delete;
     HostBuffer& operator=(const HostBuffer&) = delete;
 
-    // At most once. False if the host gives no memory; a host without any for an empty buffer is no failure, since
-    // layers of no size are everyday. Contents are undefined.
+    // Call it at most once. Returns false if the host gives no memory. A host that gives none for an empty buffer
+    // is no failure, because empty layers are common. The contents are undefined.
     bool Allocate(std::uint64_t bytes) {
         handle_ = utils_.host_new_handle(bytes);
         if (handle_ != nullptr) pixels_ = static_cast<std::byte*>(utils_.host_lock_handle(handle_));
@@ -35,7 +35,7 @@ private:
         try {
             callback(handle_);
         } catch (...) {
-            // A host that throws here has had its handle back as far as we can tell.
+            // If the host throws here, we must assume that it has taken its handle back.
         }
     }
 

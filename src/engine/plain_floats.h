@@ -1,4 +1,4 @@
-// The floating-point state that the formulas are meant in.
+// The floating-point state that the formulas need.
 #pragma once
 
 #include <xmmintrin.h>
@@ -7,16 +7,16 @@
 
 namespace nuv {
 
-// While it lives, this thread rounds to nearest, keeps denormals and traps nothing, so that a picture depends
-// neither on what the host has set nor on which of its threads a row runs. Then the thread has its own state back,
-// marks of exceptions included. None of the host's code runs meanwhile. For what goes on behind a pointer: numbers
-// in variables of the function itself may be computed before or after.
+// While this object lives, its thread rounds to nearest, keeps denormals and traps nothing, so that a picture
+// depends neither on the host's settings nor on the thread that a row runs on. The destructor restores the thread's
+// own state, with its exception flags. None of the host's code may run meanwhile. The object protects only what
+// happens behind a pointer: the compiler may compute local variables earlier or later.
 class PlainFloats {
 public:
     PlainFloats() : hosts_(_mm_getcsr()) {
         constexpr unsigned kPlain = 0x1F80;
         _mm_setcsr(kPlain);
-        std::atomic_signal_fence(std::memory_order_seq_cst);  // nothing moves across
+        std::atomic_signal_fence(std::memory_order_seq_cst);  // the compiler moves no memory access across
     }
     ~PlainFloats() {
         std::atomic_signal_fence(std::memory_order_seq_cst);

@@ -16,8 +16,8 @@
 namespace nuv {
 namespace {
 
-// What the driver holds. Members go in reverse order, and hosts see that order: the input buffer first, then the
-// result buffer, the directly acquired suites, and last whatever the handler acquired.
+// What the driver holds. C++ destroys members in reverse order, and the host sees that order: first the input
+// buffer, then the result buffer, then the suites that were acquired directly, and last what the handler acquired.
 struct Holdings {
     explicit Holdings(PF_InData* inData)
         : suites(inData->pica_basicP),
@@ -35,7 +35,7 @@ struct Holdings {
     HostBuffer input;
 };
 
-// Whether there is a world, with memory behind every pixel that it claims.
+// Whether the world is there and has memory for every pixel that it claims.
 bool IsUsable(const PF_EffectWorld* world) {
     return world != nullptr && (world->data != nullptr || world->width <= 0 || world->height <= 0);
 }
@@ -53,8 +53,8 @@ void FillFrame(RenderData& job, const PF_InData& inData) {
     job.timeSeconds = static_cast<double>(inData.current_time) / static_cast<double>(inData.time_scale);
 }
 
-// Null for a format that the engine does not know. The editing host's own suite, without which nothing is rendered
-// there, has the last word.
+// Returns null for a format that the engine does not know. In the editing host its own suite decides; without that
+// suite nothing is rendered there.
 const FormatConversions* ConversionsOf(PF_EffectWorld* world, const Holdings& held, bool editor) {
     PF_PixelFormat format = 0;
     held.worlds->PF_GetPixelFormat(world, &format);
@@ -62,8 +62,8 @@ const FormatConversions* ConversionsOf(PF_EffectWorld* world, const Holdings& he
     return FindConversions(format);
 }
 
-// Lays `buffer` out for its width and height and gives it memory. False if the host gives none, or if a row would
-// not fit its 32-bit stride.
+// Sets the layout of `buffer` by its width and height, and gives it memory. Returns false if the host gives no
+// memory, or if a row does not fit into a 32-bit stride.
 bool GiveMemory(ImageBuffer& buffer, std::int32_t bitsPerChannel, HostBuffer& memory) {
     const std::int64_t rowBytes = std::int64_t{bitsPerChannel} / 2 * std::max(buffer.width, 0);
     if (rowBytes > std::numeric_limits<std::int32_t>::max()) return false;
@@ -77,7 +77,7 @@ bool GiveMemory(ImageBuffer& buffer, std::int32_t bitsPerChannel, HostBuffer& me
     return true;
 }
 
-// Zeroes the rows that no worker has: from 2^29 rows on, single precision can leave some.
+// Zeroes the rows that no worker has. From 2^29 rows on, single precision can leave some.
 void ClearBelow(std::int32_t end, const ImageBuffer& buffer) {
     if (end >= buffer.height) return;
     std::memset(buffer.pixels + std::ptrdiff_t{buffer.rowBytes} * end, 0,
@@ -107,8 +107,8 @@ PF_Err RenderAberration(PF_InData* inData, RenderData& job, PF_EffectWorld* sour
     held.formats.Acquire();
     PF_Err status = held.worlds.Acquire();
     if (!held.worlds || (editor && !held.formats)) {
-        // This exit keeps what it acquired and unlocks the handles that it never locked: part of the effect's
-        // contract with its hosts.
+        // This exit keeps the suites that it acquired, and unlocks handles that it never locked. Hosts rely on
+        // that.
         held.formats.Abandon();
         held.worlds.Abandon();
         inData->utils->host_unlock_handle(inData->sequence_data);
@@ -133,11 +133,11 @@ PF_Err RenderAberration(PF_InData* inData, RenderData& job, PF_EffectWorld* sour
     FillFrame(job, *inData);
 
     if (!IsUsable(output)) return PF_Err_BAD_CALLBACK_PARAM;
-    // Both worlds as they are now: the host gets at its own records in every callback, and what was allocated for
-    // one size must not meet another.
+    // Both worlds are copied, because the host can change its records in every callback. A buffer that was
+    // allocated for one size must not meet another.
     const PF_EffectWorld target = *output;
     context.kernels = &SelectKernels(ResultBytes(target));
-    // For an empty layer hosts hand over no world, or one without memory: everything is outside of it.
+    // For an empty layer, hosts give no world, or one without memory. Then all pixels lie outside the source.
     if (IsUsable(sourceWorld)) {
         const PF_EffectWorld source = *sourceWorld;
         job.input.width = source.width;

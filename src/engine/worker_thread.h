@@ -6,21 +6,22 @@
 
 namespace nuv {
 
-// std::thread, except on Windows: there its runtime gives the joining thread handles and memory of its own, and
-// frees them only where libraries are told that threads end. Hosts render a frame on a thread and end it.
+// This is std::thread, except on Windows. There std::thread gives the joining thread handles and memory, and frees
+// them only in libraries that hear of the end of threads. Hosts start a thread for a frame and end it, so that
+// these would pile up.
 class WorkerThread {
 public:
-    using Work = void (*)(void* argument);  // must not throw
+    using Work = void (*)(void* argument);  // it must not throw
 
     WorkerThread() = default;
     ~WorkerThread();  // joins
     WorkerThread(const WorkerThread&) = delete;
     WorkerThread& operator=(const WorkerThread&) = delete;
 
-    // Runs work(argument) on a new thread. Once. Throws std::system_error when the thread cannot be started, and
-    // std::bad_alloc.
+    // Runs work(argument) on a new thread. Call it once. Throws std::system_error when the thread cannot be
+    // started, and std::bad_alloc.
     void Start(Work work, void* argument);
-    // After Start, once. Throws std::system_error.
+    // Call it once, after Start. Throws std::system_error.
     void Join();
 
 private:
@@ -29,7 +30,7 @@ private:
 
     Work work_ = nullptr;
     void* argument_ = nullptr;
-    std::uintptr_t handle_ = 0;  // 0: not started, or joined
+    std::uintptr_t handle_ = 0;  // 0 before Start and after Join
 #else
     std::thread thread_;
 #endif

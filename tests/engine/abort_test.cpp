@@ -11,7 +11,7 @@ using support::Stage;
 
 constexpr PF_Err kStopped = 517;
 
-// The host answers its n-th question (from 0) whether to go on with "stop".
+// The host answers its n-th question, counted from 0, with "stop".
 refhost::FaultPlan StopAt(std::int64_t n) {
     return [n](const refhost::CallRecord& call) -> std::optional<PF_Err> {
         if (call.call == refhost::Call::abort && call.index == n) return kStopped;

@@ -1,4 +1,4 @@
-// The border between the host's pixel formats and the engine: values, through the plug-in.
+// Values at the border between the host's pixel formats and the engine, seen through the plug-in.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -78,7 +78,7 @@ TEST(Conversion, RoundsToTheNearestByteAndWord) {
               (std::vector<std::uint16_t>{32768, 10, 11, 11}));
 }
 
-// The seven floats around each value that lies halfway between two bytes, or two words.
+// The seven floats closest to each value that lies halfway between two bytes, or two words.
 TEST(Conversion, RoundsInSinglePrecisionAboutEveryHalfway) {
     Stage stage;
     for (const auto& [format, white] :
@@ -106,7 +106,7 @@ TEST(Conversion, A16BitSourceValueOf32768BecomesExactlyOne) {
 
 TEST(Conversion, A16BitSourceValueAbove32768IsPassedOnAboveOneAndClampedOnTheWayOut) {
     Stage stage;
-    // Column 0 takes its enlarged sample from column 2: alpha 1.5 in place, 1.25 enlarged.
+    // Column 0 takes its enlarged sample from column 2. Alpha is 1.5 in place and 1.25 there.
     Scene scene = SceneOf(kFormatArgb16, 4, 1);
     scene.output.format = kFormatArgbFloat;
     scene.center = support::Whole(4, 1);

@@ -1,5 +1,5 @@
-// Every call that the render driver makes, in order, and what a failure of each leaves behind: where the host is
-// not the compositing one with an iteration over rows.
+// Every call that the render driver makes, in order, and what remains when each of them fails. The hosts here are
+// those that are not a compositing host with an iteration over rows.
 #include "support/call_script.h"
 #include "support/protocol_support.h"
 
@@ -7,7 +7,7 @@ namespace {
 
 using namespace protocol;
 
-// The editing host has a second opinion on pixel formats, which counts.
+// The editing host has a second suite for pixel formats, which decides.
 Script EditorsCalls(bool deep = false) {
     const Script bothOpinions = {
         {"GetPixelFormat PF World Suite", PF_Err_NONE, kAsClean},
@@ -22,12 +22,12 @@ Script EditorsCalls(bool deep = false) {
     return PlainRenderCalls(driver);
 }
 
-// A host whose iteration suite goes by pixels only: one pixel of a scratch column stands for a row, and nobody
-// asks for an abort in between, as the host does it itself.
+// A host whose iteration suite iterates only over pixels. One pixel of a scratch column stands for a row. The
+// effect does not ask for an abort, because the host's iteration does.
 Script PixelIterationsCalls(bool deep = false) {
     DriverCalls driver;
     driver.deep = deep;
-    // Without the second one rows go on the command's thread.
+    // Without the second suite, rows run on the command's thread.
     driver.suites.push_back({"AcquireSuite PF Iterate8 Suite 1", PF_Err_NONE, kAsClean});
     driver.sourcePass = {
         {"new_world 1 x 3", kFault, kUntouched}, {"iterate 3", kFault, kUntouched},
@@ -59,7 +59,7 @@ TEST(DriverInTheEditor, KeepsItsPromisesWhicheverCallFails) {
     ExpectEveryFailure(scene, RenderPath::plain, EditorsCalls());
 }
 
-// The effect does not ask for these, but there are hosts that send what they have.
+// The effect does not ask for these formats, but some hosts send whatever they have.
 TEST(DriverInTheEditor, KeepsItsPromisesInFloatToo) {
     for (const PF_PixelFormat format : {kFormatBgraFloat, kFormatBgraFloatLinear}) {
         Scene scene(InOrder(refhost::Personality::editor));

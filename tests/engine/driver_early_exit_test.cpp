@@ -1,4 +1,4 @@
-// A host without the suites that a render cannot do without: the driver returns early, and keeps what it has.
+// A host that lacks a suite that every render needs. The driver returns early and keeps what it has acquired.
 #include "driver_fixture.h"
 #include "support/protocol_support.h"
 

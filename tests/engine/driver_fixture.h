@@ -1,12 +1,12 @@
-// A render in which the test stands between host and driver.
+// A render in which a test stands between host and driver.
 #pragma once
 
 #include "support/protocol_support.h"
 
 namespace protocol {
 
-// A render in which the test stands between the host's basic suite and the effect. Calls of both are noted: the
-// host's by the host, those that the test answers itself by `basic`.
+// A render in which the test stands between the host's basic suite and the effect. Both note their calls: the host
+// those that it answers, and `basic` those that the test answers.
 class Driver : public testing::Test {
 protected:
     explicit Driver(const refhost::PluginLibrary& library = Binary()) : scene(InOrder(), Between::Put(library)) {
@@ -29,7 +29,7 @@ protected:
         return {code, suite};
     }
 
-    // Has the host give this suite, and report an error all the same.
+    // Makes the host give this suite, but report an error.
     void GiveWithAnError(const std::string& suite) {
         basic.onAcquire = [this, suite](const std::string& name, std::int32_t version) {
             auto answer = Acquire(name, version);
@@ -44,7 +44,7 @@ protected:
         return scene.Render(RenderPath::plain);
     }
 
-    // The driver's own calls: all but the parameters'.
+    // The driver's own calls, without those about parameters.
     Lines DriversCalls() {
         Lines lines = scene.Calls();
         std::erase_if(lines, [](const std::string& line) { return line.find("_param") != std::string::npos; });

@@ -1,4 +1,4 @@
-// The pixel formats of source and output: whose word counts, and what becomes of unknown ones.
+// The pixel formats of source and output: which suite decides, and what happens to unknown ones.
 #include "driver_fixture.h"
 #include "support/protocol_support.h"
 

@@ -16,7 +16,8 @@ TEST_F(DriverAborts, AreNotAskedForBetweenThePassesOnceTheFirstHasFailed) {
 
 TEST_F(DriverAborts, EndTheWorkBeforeTheOutputIsTouchedUnlessItHasBegun) {
     for (const PF_Err code : {PF_Interrupt_CANCEL, -517, 1}) {
-        scene.host.options().faults = Fail(refhost::Call::abort, Scene::kHeight, code);  // the one in between
+        scene.host.options().faults =
+            Fail(refhost::Call::abort, Scene::kHeight, code);  // the question between the passes
         EXPECT_EQ(Render(), code);
         EXPECT_TRUE(scene.OutputUntouched());
         EXPECT_EQ(scene.host.account().Count(refhost::Call::iterateGeneric), 1);
@@ -26,7 +27,8 @@ TEST_F(DriverAborts, EndTheWorkBeforeTheOutputIsTouchedUnlessItHasBegun) {
 
 TEST_F(DriverAborts, ConvertTheRowInProgressAllTheSame) {
     const auto clean = scene.CleanPicture(RenderPath::plain);
-    scene.host.options().faults = Fail(refhost::Call::abort, Scene::kHeight + 1);  // in the first row out
+    scene.host.options().faults =
+        Fail(refhost::Call::abort, Scene::kHeight + 1);  // the question in the first row of the last pass
     EXPECT_EQ(Render(), kFault);
     const auto pixels = scene.output.Pixels();
     const auto rowBytes = static_cast<std::ptrdiff_t>(pixels.size()) / Scene::kHeight;
@@ -34,7 +36,7 @@ TEST_F(DriverAborts, ConvertTheRowInProgressAllTheSame) {
     EXPECT_FALSE(std::equal(pixels.begin() + rowBytes, pixels.end(), clean.begin() + rowBytes));
 }
 
-// An iteration of the test's own: rows last first, all on the thread index that the test wants.
+// The test's own iteration: the last row comes first, and all rows get the thread index that the test wants.
 std::int32_t threadIndex;
 std::vector<std::int32_t> iterationCounts;
 
@@ -143,7 +145,7 @@ TEST_F(DriverIteration, MakesItsScratchColumnWithoutFlags) {
     EXPECT_EQ(flags, (std::vector<std::int32_t>{0, 0}));
 }
 
-// Without a second iteration suite rows go in order on the command's thread, and each asks for an abort.
+// Without a second iteration suite, rows run in order on the command's thread, and each asks for an abort.
 TEST_F(DriverIteration, GoesRowByRowWithoutAnyIteration) {
     scene.host.options().genericIteration = false;
     const auto clean = scene.CleanPicture(RenderPath::plain);

@@ -6,7 +6,7 @@ namespace {
 
 using namespace protocol;
 
-// Plain renders go straight to the driver, so that a test sees the job and what the driver throws.
+// Plain renders go directly to the driver, so that a test sees the job and what the driver throws.
 class Job : public testing::Test {
 protected:
     Job() : scene(InOrder(), {Main, Linked().pluginDataEntryFunction}) {

@@ -57,7 +57,7 @@ TEST_F(DriverSuites, CountByTheirPointersNotByTheirCodes) {
     }
 }
 
-// With no conversion of the source to report something newer, the acquisition's code is the driver's.
+// The driver returns the code of the acquisition, since no conversion of the source reports a newer one.
 TEST_F(DriverSuites, MakeTheWorldSuitesErrorTheRendersIfTheSourceIsNotConverted) {
     GiveWithAnError("PF World Suite");
     scene.UseFormats(0x3F3F3F3F, kFormatArgb8);

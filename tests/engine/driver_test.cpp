@@ -1,4 +1,5 @@
-// One frame through the driver: formats that it does not know, and values that it must not change or leave behind.
+// One frame through the driver: unknown formats, values that the driver must not change, and memory that it must
+// clear.
 #include <gtest/gtest.h>
 
 #include "support/support.h"
@@ -15,7 +16,7 @@ using support::Scene;
 using support::SceneOf;
 using support::Stage;
 
-constexpr PF_PixelFormat kUnknownFormats[] = {0, -1, 0x41524742, 0x61726763};  // of the last two: "BGRA", "cgra"
+constexpr PF_PixelFormat kUnknownFormats[] = {0, -1, 0x41524742, 0x61726763};  // the last two: "BGRA", "cgra"
 
 const std::vector<std::string> kNone;
 
@@ -25,7 +26,7 @@ TEST(UnknownFormat, OfTheSourceIsNoErrorAndNothingIsWrittenOutsideThePixels) {
         for (const RenderPath path : {RenderPath::smart, RenderPath::plain}) {
             Scene scene = SceneOf(kFormatArgbFloat, 17, 18);
             scene.source.format = format;
-            scene.source.padding = 17 * 16;  // no pixels that the host knows of: nothing may be written there
+            scene.source.padding = 17 * 16;  // padding: nothing may be written there
             scene.amount = 50;
             scene.path = path;
             ExpectRenders(stage, scene);
@@ -39,7 +40,7 @@ TEST(UnknownFormat, OfTheOutputIsNoErrorAndNothingIsWritten) {
         for (const RenderPath path : {RenderPath::smart, RenderPath::plain}) {
             Scene scene = SceneOf(kFormatArgbFloat, 17, 18);
             scene.output.format = format;
-            scene.output.padding = 17 * 16;  // all of it is guarded
+            scene.output.padding = 17 * 16;  // the padding is guarded
             scene.amount = 50;
             scene.path = path;
             ExpectRenders(stage, scene);
@@ -92,7 +93,7 @@ TEST(Driver, InTheEditingHostWithoutThePixelFormatSuiteReturnsAtOnceAndLeavesThe
 TEST(Driver, PassesValuesOutsideTheRangeToTheWorkersAndClampsThemOnTheWayOut) {
     Stage stage;
     for (PF_PixelFormat format : {kFormatArgbFloat, kFormatBgraFloat, kFormatBgraFloatLinear}) {
-        // The square of alpha: from -0.5 and 4 it tells whether they came in unclamped; colour is clamped.
+        // The square of alpha shows whether -0.5 and 4 came in unclamped. Colour is clamped.
         Scene scene = SceneOf(format, 2, 1);
         const Rgba below{-0.5f, -3.0f, -0.25f, -0.5f}, above{1.5f, 4.0f, 2.0f, 4.0f};
         const auto put = [&](int x, int) {

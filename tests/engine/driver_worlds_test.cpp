@@ -1,4 +1,4 @@
-// Worlds laid out as hosts may lay them out.
+// Worlds with the memory layouts that hosts may use.
 #include <gtest/gtest.h>
 
 #include "support/support.h"

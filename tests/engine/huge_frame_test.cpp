@@ -1,5 +1,5 @@
-// Frames whose buffers pass 2 GiB and 4 GiB. No memory of that size is touched: rows far into a buffer are put
-// where a real row lies, and the host of the last test has no memory to give.
+// Frames whose buffers exceed 2 GiB and 4 GiB. No test touches that much memory: the tests place a real row far
+// into a buffer, and the host of the last test has no memory to give.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -17,7 +17,7 @@ constexpr std::int32_t kEdge = 30000;
 constexpr std::int32_t kRowBytes = kEdge * 16;
 constexpr std::int32_t kLastRow = kEdge - 1;
 
-// Where row 0 of a buffer would begin whose last row begins at `row`. Never read or written.
+// Where row 0 of a buffer would begin if its last row began at `row`. That address is never read or written.
 std::byte* FirstRowOf(std::byte* row, std::int32_t rowBytes) {
     const auto distance = static_cast<std::uintptr_t>(std::int64_t{rowBytes} * kLastRow);
     return reinterpret_cast<std::byte*>(reinterpret_cast<std::uintptr_t>(row) - distance);
@@ -48,7 +48,7 @@ TEST(HugeFrame, IsRenderedInItsLastRow) {
     job.input = {kEdge, kEdge, FirstRowOf(source.data(), kRowBytes), 32, kRowBytes, 0, 0};
     job.output = {kEdge, kEdge, FirstRowOf(result.data(), kRowBytes), 32, kRowBytes, 0, 0};
     job.downsampleX = job.downsampleY = 1;
-    nuv::RenderRows(job, kLastRow, kEdge);  // amount 0: every pixel is its own
+    nuv::RenderRows(job, kLastRow, kEdge);  // with amount 0 every pixel reads itself
     EXPECT_EQ(result, source);
 }
 
@@ -67,7 +67,7 @@ TEST(HugeFrame, IsConvertedInItsLastRow) {
     }
 }
 
-// A host with just what the driver needs, and no memory but for blocks of no size.
+// A host that has only what the driver needs, and memory only for empty blocks.
 class TinyHost {
 public:
     explicit TinyHost(PF_PixelFormat format) {
@@ -98,11 +98,11 @@ public:
         return nuv::RenderAberration(&inData_, job, &source, &output);
     }
 
-    static inline std::vector<A_HandleSize> sizes;  // of every handle asked for
+    static inline std::vector<A_HandleSize> sizes;  // of every handle that was requested
     static inline std::array<std::byte, 64> block;
 
 private:
-    // Asks for more rows than it was told of, on either side.
+    // It asks for more rows than it was told, on both sides.
     static PF_Err Iterate(std::int32_t iterations, void* refcon, PF_IterateRowFunc row) {
         for (std::int32_t i = -2; i < iterations + 2; ++i)
             row(refcon, 1, i, iterations);
@@ -138,7 +138,7 @@ TEST(HugeFrame, WhoseRowsPassThe32BitsOfAStrideIsOutOfMemoryAndIsNotAskedFor) {
     EXPECT_EQ(TinyHost::sizes, std::vector<A_HandleSize>{0}) << "the empty source";
 }
 
-// Sizes that no layer has, and rows that no memory is behind.
+// Sizes that no layer has, and rows without memory.
 TEST(SizesBelowZero, AreEmptyAndWriteNothing) {
     TinyHost host(kFormatArgb8);
     TinyHost::block.fill(std::byte{0xA5});

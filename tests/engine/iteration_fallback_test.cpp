@@ -9,7 +9,7 @@ namespace {
 
 constexpr PF_Err kStopped = 517;
 
-// Notes what it was called with; fails at one row.
+// Notes its calls, and fails at one row.
 struct RowLog {
     struct Call {
         std::int32_t thread, row, iterations;
@@ -26,11 +26,11 @@ PF_Err NoteRow(void* context, std::int32_t thread, std::int32_t row, std::int32_
     return row == rowLog.failAt ? 42 : PF_Err_NONE;
 }
 
-// A host's pixel iteration and scratch worlds.
+// A host's pixel iteration and its scratch worlds.
 struct Scratch {
     std::vector<std::string> calls;
     PF_Err newWorld = PF_Err_NONE;
-    PF_Err iterate = PF_Err_NONE;  // instead of the rows' own result
+    PF_Err iterate = PF_Err_NONE;  // replaces the rows' result
     PF_EffectWorld* world = nullptr;
     PF_ProgPtr ref = nullptr;
     PF_InData* inData = nullptr;
@@ -64,7 +64,7 @@ PF_Err IterateScratch(PF_InData* inData, std::int32_t progressBase, std::int32_t
     EXPECT_EQ(src, scratch.world);
     EXPECT_EQ(dst, scratch.world);
     EXPECT_EQ(area, nullptr);
-    for (std::int32_t y = src->height - 1; y >= 0; --y) {  // a host may take any order
+    for (std::int32_t y = src->height - 1; y >= 0; --y) {  // a host may use any order
         PF_Pixel pixel{};
         if (const PF_Err error = function(refcon, 0, y, &pixel, &pixel)) return error;
     }

@@ -1,4 +1,4 @@
-// Every format with every choice, byte for byte as the model computes it.
+// Every format with every choice gives the bytes that the model computes.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -21,7 +21,7 @@ using support::Whole;
 
 constexpr int kNonsense[] = {0, 6, -5, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()};
 
-// A seed of its own for each scene.
+// Each scene has its own seed.
 std::uint64_t NextSeed() {
     static std::uint64_t seed = 0;
     return ++seed;
@@ -82,7 +82,7 @@ TEST_P(EveryFormat, TakesOtherModesAsNoneOtherScalingsAsLinearAndOtherViewsAsFin
     }
 }
 
-// As views, 4 and 5 are there: "Alpha" and "Full Alpha".
+// The views 4 and 5 are "Alpha" and "Full Alpha".
 TEST_P(EveryFormat, KnowsNoFourthOrFifthModeOrScaling) {
     for (int choice : {4, 5}) {
         for (double amount : {61.0, -61.0}) {

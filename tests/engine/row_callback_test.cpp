@@ -31,7 +31,7 @@ constexpr Callback kCallbacks[] = {
     {"ConvertRgbaFToBgraF", nuv::ConvertRgbaFToBgraF, 16, 16},
 };
 
-// What the stand-in for the host below was asked.
+// What the fake host below was asked.
 struct Asked {
     int aborts = 0;
     PF_ProgPtr ref = nullptr;
@@ -44,7 +44,7 @@ PF_Err AnswerStop(PF_ProgPtr ref) {
     return kStopped;
 }
 
-// Three rows of four pixels each, of zero bytes in a destination of 0xEE, with 5 bytes between rows.
+// Three rows of four pixels each. The source is all zero, the destination all 0xEE, and 5 bytes lie between rows.
 class RowCallback : public testing::TestWithParam<Callback> {
 protected:
     static constexpr int kWidth = 4, kHeight = 3, kPadding = 5;
@@ -68,7 +68,7 @@ protected:
         world.data = reinterpret_cast<PF_Pixel*>(memory.data());
     }
 
-    // The destination as it should be if only `row` was converted; no row if it is negative.
+    // The expected destination if only `row` was converted. A negative `row` means none.
     std::vector<std::byte> ConvertedOnly(int row) const {
         std::vector<std::byte> expected(destination.size(), kOld);
         const std::ptrdiff_t rowBytes = std::ptrdiff_t{kWidth} * GetParam().destinationBytes;
@@ -144,7 +144,7 @@ TEST(Formats, OfTheTableHaveTheirConversionsAndNoOtherHasAny) {
         EXPECT_EQ(found->in, row.in);
         EXPECT_EQ(found->out, row.out);
         EXPECT_EQ(nuv::FindConversions(row.format + 1), nullptr);
-        EXPECT_EQ(nuv::FindConversions(row.format ^ 0x20000000), nullptr);  // its last letter in the other case
+        EXPECT_EQ(nuv::FindConversions(row.format ^ 0x20000000), nullptr);  // the last letter has the other case
     }
     EXPECT_EQ(nuv::FindConversions(0), nullptr);
     EXPECT_EQ(nuv::FindConversions(-1), nullptr);

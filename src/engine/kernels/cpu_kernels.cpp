@@ -13,15 +13,15 @@ bool WithAvx2() {
     return __builtin_cpu_supports("avx2");
 }
 
-// Processors without VBMI lower the clock of everything that runs on them when they meet AVX-512. On those without
-// BF16, microcode has made gathering slow to keep it safe.
+// AVX-512 is not used everywhere. A processor without VBMI lowers the clock of everything that runs on it when it
+// meets AVX-512. A processor without BF16 has microcode that makes gathering safe but slow.
 bool WithFastAvx512() {
     return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
            __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl") &&
            __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512bf16");
 }
 
-// A processor that runs a tier runs all of those before it.
+// A processor that supports a tier also supports all tiers above it in this table.
 constexpr Tier kTiers[] = {
     {&kScalarKernels, &kScalarKernels, Everywhere},
     {&kSse2Kernels, &kSse2StreamingKernels, Everywhere},
@@ -33,12 +33,12 @@ static_assert(std::ranges::all_of(kTiers, [](const Tier& tier) {
 }));
 
 #if defined(NUV_SCALAR_ONLY)
-constexpr bool kScalarOnly = true;  // a build to compare with
+constexpr bool kScalarOnly = true;  // for benchmarks
 #else
 constexpr bool kScalarOnly = false;
 #endif
 
-// A result of this size is out of the second-level cache long before it is converted.
+// A result of this size no longer fits the second-level cache when it is converted.
 constexpr std::uint64_t kStreamingBytes = std::uint64_t{4} << 20;
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Which implementation of the inner loops a frame uses.
+// Chooses the kernels for a frame.
 #pragma once
 
 #include <span>
@@ -7,18 +7,18 @@
 
 namespace nuv {
 
-// An instruction set that there are kernels for. The streaming table is for large frames: it writes past the
-// caches, which such a frame would only flush.
+// An instruction set, and the two tables of kernels for it. The streaming table is for large frames: its writes
+// bypass the caches, because a large frame would only flush them.
 struct Tier {
     const RowKernels* cached;
     const RowKernels* streaming;
-    bool (*runsHere)();  // whether the processor has what it needs, and the system keeps the registers
+    bool (*runsHere)();  // whether this processor and this system support the tier
 };
 
-// The tiers that run here, the plain formulas first and the widest last. Any thread.
+// The tiers that run here: the scalar formulas first, the widest tier last. Any thread may call it.
 std::span<const Tier> AvailableTiers();
 
-// The table for a frame whose result takes so many bytes.
+// Returns the table for a frame whose result takes this many bytes.
 const RowKernels& SelectKernels(std::uint64_t resultBytes);
 
 }  // namespace nuv

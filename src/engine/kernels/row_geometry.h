@@ -1,4 +1,4 @@
-// What all pixels of a frame have in common, and the steps that every row worker takes alike.
+// What is the same for all pixels of a frame, and the steps that are the same in every row worker.
 #pragma once
 
 #include <algorithm>
@@ -10,21 +10,21 @@
 
 namespace nuv {
 
-// Toward zero, and to the most negative integer for what does not fit, as the processor does it. That integer lies
-// outside the source, unless an offset as extreme moves it back.
+// Rounds toward zero. What does not fit becomes the most negative integer, as the processor does it. That integer
+// lies outside the source, unless an equally extreme offset moves it back.
 inline std::int32_t Truncate(float value) {
     constexpr float kLimit = 2147483648.0f;
     return value >= -kLimit && value < kLimit ? static_cast<std::int32_t>(value)
                                               : std::numeric_limits<std::int32_t>::min();
 }
 
-// Columns and rows in pixels of the output, from its top left; distances are taken between whole positions, not
-// pixel middles.
+// Columns and rows are pixels of the output, counted from its top left. Distances are taken between pixel
+// positions, which are whole numbers, and not between the middles of pixels.
 struct FrameGeometry {
     float cx;              // centre of the enlargement
-    float cyE;             // mirrored top to bottom, but not left to right: a saved look depends on it
-    float R;               // distance of the farthest corner from the centre
-    std::int32_t columns;  // computed columns of every row, 0 to output.width; those further right are zero
+    float cyE;             // mirrored vertically only: looks that users have saved depend on it
+    float R;               // distance from the centre to the farthest corner
+    std::int32_t columns;  // computed columns of each row, at most output.width; the rest is zero
 };
 
 inline FrameGeometry GeometryOf(const RenderData& job) {
@@ -36,8 +36,8 @@ inline FrameGeometry GeometryOf(const RenderData& job) {
     const float R =
         std::max({distance(cx, cy), distance(Wd - cx, Hd - cy), distance(cx, Hd - cy), distance(Wd - cx, cy)});
 
-    // At a reduced resolution only the columns x with x < Wd in single precision are computed. A host that claims
-    // more than full resolution still gets no more than its row.
+    // At a reduced resolution, only the columns x with x < Wd, compared in single precision, are computed. A host
+    // that claims more than full resolution gets no more than its row.
     std::int32_t columns = 0;
     for (std::int32_t end = job.output.width; columns < end;) {
         const std::int32_t middle = columns + (end - columns) / 2;
@@ -50,21 +50,21 @@ inline FrameGeometry GeometryOf(const RenderData& job) {
     return {cx, Hd - cy, R, columns};
 }
 
-// Which channels, in the order R, G, B, come from the enlarged copy.
+// Which of the channels R, G, B come from the enlarged copy.
 struct MagnifiedChannels {
     bool channel[3];
 };
 
 inline MagnifiedChannels ChannelsOf(std::int32_t mode, float amount) {
     if (mode < 0 || mode > 2) return {{false, false, false}};
-    // The named channel for an amount of zero and more, else the two others.
+    // An amount of zero or more takes the named channel; a negative amount takes the two others.
     const bool named = amount >= 0.0f;
     MagnifiedChannels magnified{{!named, !named, !named}};
     magnified.channel[mode] = named;
     return magnified;
 }
 
-// Zeroes the pixels of an output row that no worker computes.
+// Zeroes those pixels of an output row that no worker computes.
 inline void ClearBeyond(const FrameGeometry& frame, const ImageBuffer& output, std::byte* row) {
     if (frame.columns >= output.width) return;
     std::memset(row + std::ptrdiff_t{frame.columns} * 16, 0,

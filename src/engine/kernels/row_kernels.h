@@ -1,17 +1,18 @@
-// The engine's inner loops, as one table per implementation. Plain pointers and widths only: no host, no platform.
+// The engine's inner loops: one table for each implementation. They see only pointers and widths, and know neither
+// the host nor the platform.
 #pragma once
 
 #include "engine/kernels/render_data.h"
 
 namespace nuv {
 
-// Converts `width` pixels (below 1: none) of one row, multiplying channels by `scale` where they are floats on
-// one side. Source and destination are rows of different buffers, at any alignment, and nothing outside the
-// pixels is touched.
+// Converts `width` pixels of one row; a width below 1 converts nothing. Channels that are floats on either side are
+// multiplied by `scale`. Source and destination are rows of different buffers and may have any alignment. Nothing
+// outside the pixels is touched.
 using RowConversion = void (*)(const std::byte* source, std::byte* destination, std::int32_t width, float scale);
 
-// Writes every pixel of rows firstRow to endRow-1 of job.output, those beyond a reduced resolution with zeros;
-// nothing if that is no row. See scalar_row_worker.cpp.
+// Writes every pixel of the rows firstRow to endRow - 1 of job.output, and zeros into pixels beyond a reduced
+// resolution. Does nothing if there is no such row. The formulas are in scalar_row_worker.cpp.
 using RowWorker = void (*)(const RenderData& job, std::int32_t firstRow, std::int32_t endRow);
 
 struct RowKernels {
@@ -32,8 +33,8 @@ struct RowKernels {
     RowConversion rgbaFToBgraF;
 };
 
-// Whether the table has every kernel; each table is held to it where it is defined. The binding does not compile
-// until it names a member that is new.
+// Whether the table has every kernel. A static_assert beside each table checks it. The structured binding does not
+// compile until it names each new member.
 consteval bool IsComplete(const RowKernels& table) {
     const auto& [name, argb8In, bgra8In, argb16In, argbFIn, bgraFIn, rows, argb8Out, bgra8Out, argb16Out, argbFOut,
                  bgraFOut] = table;
@@ -41,11 +42,11 @@ consteval bool IsComplete(const RowKernels& table) {
            argb16Out && argbFOut && bgraFOut;
 }
 
-// The plain formulas, one pixel after the other. They define the result; any other table gives the same bytes.
+// The formulas, computed pixel by pixel. They define the result: all other tables give the same bytes.
 extern const RowKernels kScalarKernels;
 
-// For every x86-64 processor, for those with AVX2, and for those where AVX-512 pays (cpu_kernels.cpp). The
-// streaming ones bypass the cache with what they write.
+// For every x86-64 processor, for processors with AVX2, and for those where AVX-512 is fast (cpu_kernels.cpp). The
+// writes of the streaming tables bypass the cache.
 extern const RowKernels kSse2Kernels;
 extern const RowKernels kSse2StreamingKernels;
 extern const RowKernels kAvx2Kernels;

@@ -34,10 +34,10 @@ float Decode(float value) {
     return value;
 }
 float Decode(std::uint16_t value) {
-    return static_cast<float>(value) * 3.0517578e-5f;
-}  // exactly 1/32768
+    return static_cast<float>(value) * 3.0517578e-5f;  // exactly 1/32768
+}
 
-// Nothing is clamped on the way in.
+// Values are not clamped on the way in.
 template <class Channel, class Order>
 void ToRgbaF(const std::byte* source, std::byte* destination, std::int32_t width, float scale) {
     for (std::int32_t x = 0; x < width; ++x, source += sizeof(Pixel<Channel>), destination += 16) {
@@ -49,7 +49,7 @@ void ToRgbaF(const std::byte* source, std::byte* destination, std::int32_t width
     }
 }
 
-// To 0.0 … 1.0, not-a-number to 0.0; minus zero stays.
+// Clamps to 0.0 … 1.0. Not-a-number becomes 0.0; minus zero stays.
 float Clamp(float value) {
     if (value > 1.0f) return 1.0f;
     return value >= 0.0f ? value : 0.0f;

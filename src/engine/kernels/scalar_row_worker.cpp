@@ -1,5 +1,5 @@
-// The effect itself: every output pixel keeps the colour of the source pixel in place, and takes one channel (or
-// the two others) from a copy of the source enlarged k times about the frame centre.
+// The effect itself. Every output pixel keeps colour from the source pixel at its place. It takes one channel, or
+// the two others, from a copy of the source that is enlarged k times about the centre.
 #include <cmath>
 #include <cstring>
 
@@ -13,8 +13,8 @@ struct Rgba {
     float r, g, b, a;
 };
 
-// The nearest pixel, no interpolation; transparent black outside the source. Colour under zero alpha is nobody's
-// business and reads as black.
+// Reads the nearest pixel, without interpolation. Outside the source it is transparent black. Colour under zero
+// alpha reads as black.
 Rgba Sample(const ImageBuffer& source, std::int32_t column, std::int32_t row) {
     if (column < 0 || column >= source.width || row < 0 || row >= source.height) return {0, 0, 0, 0};
     const std::byte* const line = source.pixels + std::ptrdiff_t{source.rowBytes} * row;
@@ -32,7 +32,7 @@ Rgba Sample(const ImageBuffer& source, std::int32_t column, std::int32_t row) {
     return pixel;
 }
 
-// How strongly a pixel at distance r is enlarged; R is the distance of the farthest corner.
+// How strongly a pixel at distance r from the centre is enlarged. R is the distance of the farthest corner.
 float Strength(std::int32_t scaling, float amount, float r, float R) {
     if (scaling == 1) return (r / R) * amount;
     if (scaling == 2) {
@@ -42,13 +42,13 @@ float Strength(std::int32_t scaling, float amount, float r, float R) {
     return amount;
 }
 
-// Of two values that are not numbers the first one survives. A plain product would leave the choice to the
-// compiler, which may swap the factors.
+// If both values are not numbers, the first one survives. With a plain product the compiler could swap the factors
+// and so change the result.
 float Product(float a0, float a1) {
     return std::isnan(a0) ? a0 + a0 : a0 * a1;
 }
 
-// Puts alpha, and for the two alpha views colour, into `pixel`; a0 and a1 are the samples' alphas.
+// Sets alpha in `pixel`, and for the two alpha views colour, too. a0 and a1 are the alphas of the samples.
 void ApplyShow(std::int32_t show, float a0, float a1, Rgba& pixel) {
     const float covered = a0 > a1 ? a0 : a1;
     switch (show) {
@@ -74,7 +74,7 @@ void ApplyShow(std::int32_t show, float a0, float a1, Rgba& pixel) {
 
 }  // namespace
 
-// Values pass through unclamped.
+// Values are not clamped.
 void RenderRows(const RenderData& job, std::int32_t firstRow, std::int32_t endRow) {
     const FrameGeometry frame = GeometryOf(job);
     const auto [cx, cyE, R, columns] = frame;

@@ -1,6 +1,5 @@
-// Centres inside, on the edge and outside.
-// Numbers in these tests that are not the model's were worked out by hand, with coordinates for which every step is
-// exact.
+// A centre of enlargement inside the frame, on its edge and outside. Where a test does not compare with the model,
+// its numbers were worked out by hand, with coordinates for which every step is exact.
 #include <gtest/gtest.h>
 
 #include "float_scene.h"
@@ -25,8 +24,8 @@ using support::Whole;
 
 TEST(RowWorker, ACentreOutsideTheFrameTakesTheDistanceToTheFarthestCorner) {
     Stage stage;
-    // The centre (-20, 50) is 130 pixels from the corners (100, 0) and (100, 60), farther than the frame's
-    // diagonal. Half of that is from (40, 25), where "square" takes half the amount: k = 2.
+    // The centre (-20, 50) is 130 pixels from the corners (100, 0) and (100, 60), which is more than the frame's
+    // diagonal. The pixel (40, 25) is half as far away; there "square" takes half the amount, so that k = 2.
     Scene scene = FloatScene(100, 60, 100);
     scene.center = Whole(-20, 10);
     scene.scaling = 2;
@@ -92,10 +91,10 @@ TEST(RowWorker, ACentreOutsideOrAnOffsetPutsSamplesOutsideWhichAreTransparentBla
 
     scene.center = Whole(8, 8);
     scene.offsetX = 6;
-    EXPECT_EQ(Places(stage, scene).At(2, 8), kOutside);  // column 5, less 6
+    EXPECT_EQ(Places(stage, scene).At(2, 8), kOutside);  // column 5 - 6
     EXPECT_EQ(Places(stage, scene).At(4, 8), (Place{0, 8}));
 
-    // The sample in place leaves the source as well: green and blue go, red, from column 6, stays.
+    // The sample in place also leaves the source. Green and blue vanish; red comes from column 6 and stays.
     scene.pixels = Paint(16, 16, [](int, int) { return Rgba{0.5f, 0.5f, 0.5f, 1}; });
     const auto pixels = ReadFloats(ExpectRenders(stage, scene));
     EXPECT_EQ(pixels[At(scene, 4, 8)], (Rgba{0.5f, 0, 0, 1}));

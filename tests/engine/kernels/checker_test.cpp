@@ -1,5 +1,5 @@
-// Every table of kernels that this processor can run gives the bytes of the scalar table, for whatever a host may
-// hand in, and touches nothing but the pixels.
+// Every table of kernels that this processor can run gives the bytes of the scalar table, whatever a host may send,
+// and touches nothing but the pixels.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -21,7 +21,7 @@ namespace {
 
 using nuv::RowKernels;
 
-// The vector tables. A processor that has none would leave nothing to check.
+// The vector tables. Every processor has some, so that there is always something to check.
 std::vector<const RowKernels*> VectorTables() {
     std::vector<const RowKernels*> tables;
     for (const nuv::Tier& tier : nuv::AvailableTiers().subspan(1))
@@ -45,10 +45,10 @@ constexpr Conversion kConversions[] = {
 };
 #undef NUV_CONVERSION
 
-// Seeds that are the same in every run, and one that is not.
+// The same seeds in every run, and one that is new in every run.
 std::vector<std::uint32_t> Seeds(std::uint32_t count) {
 #if defined(__SANITIZE_THREAD__) || defined(NUV_COVERAGE)
-    count /= 20;  // the instruments take a minute for every thousand, and find nothing in more of the same
+    count /= 20;  // instrumented code takes a minute for a thousand, and more seeds find nothing new
 #endif
     std::vector<std::uint32_t> seeds{std::random_device()()};
     for (std::uint32_t seed = 0; seed < count; ++seed)
@@ -64,7 +64,7 @@ TEST(KernelChecker, ConversionsGiveTheBytesOfTheScalarTable) {
             const int width = RandomWidth(random);
             const float scale = random.OneIn(2) ? 1.0f : random.Of({0.5f, -1.0f, 1e-38f, 0.0f, kInfinity, 3.7f});
             const bool atEnd = random.OneIn(2);
-            // Mostly as hosts align their rows, which the streaming kernels need.
+            // Most destinations are aligned as hosts align their rows: the streaming kernels need that.
             const int shift = random.OneIn(3) ? random.Below(64) : conversion.to * random.Below(8);
             std::byte* const from = source.Place(width * conversion.from, atEnd, RandomShift(random, 1));
             if (conversion.from == 16) {
@@ -112,8 +112,8 @@ void CheckWorkers(std::uint32_t seed) {
     const RowsAbove above = random.OneIn(4) ? MoveDown(random, job) : RowsAbove{};
     job.input.pixels = Displaced(job.input.pixels, job.input.rowBytes, -above.input);
 
-    // Scalar and vector results get the same layout, but different bytes to begin with: a pixel that nobody wrote
-    // shows as a difference.
+    // Both results get the same layout, but their memory starts with different bytes. A pixel that nobody wrote
+    // thus shows as a difference.
     const bool aligned = !random.OneIn(3);
     const std::uint32_t layout = random.Bits();
     const auto render = [&](const RowKernels& table, GuardedMemory& memory) {

@@ -50,7 +50,7 @@ TEST(Kernel, MultipliesByTheScaleExceptInPlainCopies) {
     EXPECT_EQ(Convert<float>(k.argbFToRgbaF, Float4{1, 2, 3, 4}, 0.5f), (Float4{1, 1.5f, 2, 0.5f}));
     EXPECT_EQ(Convert<float>(k.bgraFToRgbaF, Float4{1, 2, 3, 4}, 0.5f), (Float4{1.5f, 1, 0.5f, 2}));
 
-    // Multiplied first, then clamped.
+    // Values are multiplied first and then clamped.
     for (const Float4& rgba : {Float4{0.5f, 1.0f, 2.0f, -1.0f}, Float4{2.0f, -1.0f, 0.5f, 1.0f},
                                Float4{1.0f, 2.0f, -1.0f, 0.5f}, Float4{-1.0f, 0.5f, 1.0f, 2.0f}}) {
         const Float4 half = Convert<float>(k.rgbaFToBgraF, rgba, 0.5f);

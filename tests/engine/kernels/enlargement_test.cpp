@@ -1,6 +1,5 @@
-// Where enlarged samples are taken, by amount and scaling.
-// Numbers in these tests that are not the model's were worked out by hand, with coordinates for which every step is
-// exact.
+// Where enlarged samples are taken, by amount and scaling. Where a test does not compare with the model, its
+// numbers were worked out by hand, with coordinates for which every step is exact.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -78,7 +77,7 @@ TEST(RowWorker, AmountFiftyLinearEnlargesTwiceAboutTheCentre) {
 
 TEST(RowWorker, LinearScalingDisplacesInProportionToTheDistance) {
     Stage stage;
-    // k = 1.25 has no exact inverse, k = 4 and k = 2 have.
+    // k = 1.25 has no exact inverse; k = 4 and k = 2 have one.
     Scene scene = FloatScene(129, 129, 150);
     scene.center = Whole(64, 65);  // row 64, after the mirroring
     const Places four(stage, scene);
@@ -89,8 +88,8 @@ TEST(RowWorker, LinearScalingDisplacesInProportionToTheDistance) {
     }
 }
 
-// The centre (60, 80) is 100 pixels from the farthest corner, (0, 0). At half that distance "square" takes half
-// the amount and "cubic" a quarter.
+// The farthest corner, (0, 0), is 100 pixels from the centre (60, 80). At half that distance "square" takes half
+// the amount, and "cubic" a quarter.
 Scene HundredPixelRadius(int scaling, double amount) {
     Scene scene = FloatScene(100, 100, amount);
     scene.center = Whole(60, 20);
@@ -122,7 +121,7 @@ TEST(RowWorker, CubicScalingGrowsWithTheSquareOfTheRelativeDistance) {
     EXPECT_EQ(twoHundred.At(30, 40), (Place{45, 60}));  // a quarter of 200: k = 2
 }
 
-// The column of each colour of one output pixel.
+// The source column of each colour of one output pixel.
 struct Columns {
     int red, green, blue;
     bool operator==(const Columns&) const = default;
@@ -159,8 +158,8 @@ TEST(RowWorker, EnlargesTheNamedColourForAPositiveAmountAndTheOtherTwoForANegati
 
 TEST(RowWorker, TruncatesTheEnlargedPositionBeforeAndAfterTheOffset) {
     Stage stage;
-    // The centre is at column 0 and the layer lies 3 columns to the left: the point at 0.5 becomes column 0 first
-    // and source column 3 then.
+    // The centre is at column 0, and the layer lies 3 columns to the left. The point at 0.5 first becomes column 0,
+    // and then source column 3.
     Scene scene = FloatScene(16, 4, 50);
     scene.center = Whole(0, 2);
     scene.offsetX = -3;
@@ -168,15 +167,16 @@ TEST(RowWorker, TruncatesTheEnlargedPositionBeforeAndAfterTheOffset) {
     for (int x = 0; x < 16; ++x)
         EXPECT_EQ(places.At(x, 0).column, x / 2 + 3) << x;
 
-    // Left of column 0 whole numbers are towards zero: from -0.5 and -1.5 to 0 and -1, source columns 3 and 2.
+    // Left of column 0, truncation goes to the right: -0.5 becomes 0 and -1.5 becomes -1, which are the source
+    // columns 3 and 2.
     scene.center = Whole(-4, 2);
     const Places negative(stage, scene);
     for (int x = 0; x < 8; ++x)
         EXPECT_EQ(negative.At(x, 0).column, (x - 4) / 2 + 3) << x;
 }
 
-// Far from a distant centre the last bit of a step decides about the pixel that is read. Each of these strips holds
-// pixels that come out differently when steps are contracted, reordered or taken in double precision.
+// Far from the centre, the last bit of a step decides which pixel is read. Each of these strips holds pixels that
+// change when steps are contracted, reordered or computed in double precision.
 TEST(RowWorker, RoundsEachStepToSinglePrecisionInItsOrder) {
     struct Strip {
         int centerY, scaling;
@@ -202,7 +202,8 @@ TEST(RowWorker, ReadsColumnAndRowZeroBetweenMinusOneAndZero) {
     Scene scene = FloatScene(8, 8, 50);
     scene.center = Whole(-3, 11);  // row -3, after the mirroring
     const Places places(stage, scene);
-    // Halfway from -3: -1.5, -1, -0.5, 0, 0.5 …; the last two below zero truncate to 0.
+    // The points halfway from -3 are -1.5, -1, -0.5, 0, 0.5 …; -1.5 truncates to -1, which is outside, and -0.5 to
+    // 0.
     const int expected[] = {-1, -1, 0, 0, 0, 1, 1, 2};
     for (int i = 0; i < 8; ++i) {
         const Place both = expected[i] < 0 ? kOutside : Place{expected[i], expected[i]};

@@ -1,4 +1,4 @@
-// Random numbers for the kernels: those that a kernel is most likely to get wrong come often.
+// Random values for the kernels. Values that a kernel is likely to get wrong are frequent.
 #pragma once
 
 #include <bit>
@@ -28,14 +28,14 @@ inline constexpr float kInfinity = std::numeric_limits<float>::infinity();
 inline constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 inline constexpr float kDenormal = std::numeric_limits<float>::denorm_min();
 
-// Widths about every tail, about the ends of tiles, and about the least that holds eight neighbours.
+// Widths near the ends of steps and tiles, and near the smallest one that holds eight pixels.
 inline int RandomWidth(Random& random) {
     if (random.OneIn(6)) return random.Between(6, 9);
     if (random.OneIn(4)) return random.Of({1023, 1024, 1025, 1031, 1032, 2047, 2048, 2051}) + random.Below(3);
     return random.Below(71);
 }
 
-// Bytes, in whole units, between the page that cannot be touched and the pixels; often none.
+// Bytes between the guard page and the pixels, as a multiple of `unit`. Often there are none.
 inline int RandomShift(Random& random, int unit) {
     return random.OneIn(2) ? 0 : random.Below(64 / unit) * unit;
 }
@@ -45,10 +45,10 @@ inline float RandomChannel(Random& random) {
         case 0:
             return random.Of({0.0f, -0.0f, 1.0f, -1.0f, kInfinity, -kInfinity, kDenormal, -kDenormal, 1e38f});
         case 1:
-            return std::bit_cast<float>(random.Bits());  // among them not-a-number with any payload
+            return std::bit_cast<float>(random.Bits());  // also not-a-number with any payload
         case 2:
             return std::bit_cast<float>(0x7F800001 | (random.Bits() & 0x807FFFFF));
-        case 3:  // about the steps of the integer formats
+        case 3:  // near the steps of the integer formats
             return (static_cast<float>(random.Below(32769)) + random.Of({0.0f, 0.5f, 0.499f})) / 32768.0f;
         case 4:
             return (static_cast<float>(random.Below(256)) + random.Of({0.0f, 0.5f, 0.499f})) / 255.0f;

@@ -29,7 +29,7 @@ struct Picture {
     std::int32_t rowBytes;
 };
 
-// How alpha is spread over a picture.
+// How alpha is distributed over a picture.
 enum class Alphas { opaque, none, any, allOrNone };
 
 inline void FillPicture(Random& random, const nuv::ImageBuffer& picture) {
@@ -55,8 +55,8 @@ inline void FillPicture(Random& random, const nuv::ImageBuffer& picture) {
     }
 }
 
-// Far from the centre single precision is coarse: a last bit that comes out otherwise moves a sample by a column,
-// and neighbours may lie up to 16 columns apart. The offset brings the middle of the row back into the source.
+// Far from the centre, single precision is coarse. One wrong last bit moves a sample by a column, and neighbouring
+// samples may lie up to 16 columns apart. The offset brings the middle of the row back into the source.
 inline void MoveCentreFar(Random& random, nuv::RenderData& job) {
     const int away = random.Between(1 << 14, 1 << random.Between(15, 27));
     job.centerX = random.OneIn(2) ? away : -away;
@@ -77,7 +77,7 @@ inline nuv::RenderData RandomJob(Random& random) {
     const bool sameSize = random.OneIn(2);
     job.input.width = sameSize ? job.output.width : RandomWidth(random);
     job.input.height = sameSize ? job.output.height : random.Below(24);
-    // What a host may claim of a layer without pixels.
+    // A host may claim anything about a layer without pixels.
     constexpr int kLeast = std::numeric_limits<int>::min();
     if (random.OneIn(16)) job.input.width = random.Of({-1, -8, kLeast, kLeast + 7});
     if (random.OneIn(32)) job.input.height = random.Of({-1, kLeast});
@@ -130,14 +130,14 @@ inline std::string Describe(const nuv::RenderData& job) {
         .GetString();
 }
 
-// Rows by which pictures lie further down in a buffer that has no memory above them.
+// How many rows further down the pictures lie, in a buffer that has no memory above them.
 struct RowsAbove {
     int input = 0, output = 0;
 };
 
-// Such a distance for either picture of a job: past 2^31 bytes, or about the 2^31 and 2^32 bytes where distances of
-// 32 bits end. Every row in it is still an exact float. Only as long as the centre is among the rows, no row is
-// read from above them.
+// Such a distance for either picture of a job. It passes 2^31 bytes, or lies near 2^31 or 2^32 bytes, where 32-bit
+// distances end. Every row number is still an exact float. No row above the pictures is read only as long as the
+// centre lies among their rows.
 inline RowsAbove MoveDown(Random& random, nuv::RenderData& job) {
     constexpr int kMostRows = 1 << 23;
     const auto rows = [&] { return random.OneIn(3) ? 0 : (1 << 22) + random.Below(1 << 20); };
@@ -155,7 +155,7 @@ inline RowsAbove MoveDown(Random& random, nuv::RenderData& job) {
     return above;
 }
 
-// Through an integer: between both there is no memory.
+// Computes with integers, because there is no memory between the two rows.
 inline std::byte* Displaced(std::byte* row, std::int32_t rowBytes, int rows) {
     const auto distance = static_cast<std::uintptr_t>(std::int64_t{rowBytes} * rows);
     return reinterpret_cast<std::byte*>(reinterpret_cast<std::uintptr_t>(row) + distance);

@@ -1,6 +1,5 @@
-// Reduced resolutions, and sizes down to nothing.
-// Numbers in these tests that are not the model's were worked out by hand, with coordinates for which every step is
-// exact.
+// Reduced resolutions, and sizes down to nothing. Where a test does not compare with the model, its numbers were
+// worked out by hand, with coordinates for which every step is exact.
 #include <gtest/gtest.h>
 
 #include <limits>

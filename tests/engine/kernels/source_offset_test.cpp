@@ -1,6 +1,5 @@
-// Sources that lie elsewhere than the output.
-// Numbers in these tests that are not the model's were worked out by hand, with coordinates for which every step is
-// exact.
+// A source that lies at another place than the output. Where a test does not compare with the model, its numbers
+// were worked out by hand, with coordinates for which every step is exact.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -38,7 +37,8 @@ TEST(SourceOffset, MovesTheSourceByWholePixels) {
     }
 }
 
-// What does not fit an integer becomes the least one; an offset as low takes it back into the source.
+// What does not fit an integer becomes the most negative one. An offset of the same size takes it back into the
+// source.
 TEST(SourceOffset, AsLowAsTheLeastIntegerMeetsPositionsThatAreNotNumbers) {
     Stage stage;
     for (double amount : {std::nan(""), std::numeric_limits<double>::infinity(), 50.0}) {

@@ -1,6 +1,5 @@
-// What each view shows of both samples.
-// Numbers in these tests that are not the model's were worked out by hand, with coordinates for which every step is
-// exact.
+// How each view composes both samples. Where a test does not compare with the model, its numbers were worked out by
+// hand, with coordinates for which every step is exact.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -21,8 +20,8 @@ using support::SceneOf;
 using support::Stage;
 using support::Whole;
 
-// A scene whose left half has the alpha `inPlace`, and in which column 12 takes its enlarged sample, of alpha
-// `enlarged`, from column 20.
+// The left half of the scene has the alpha `inPlace`. Column 12 takes its enlarged sample from column 20, whose
+// alpha is `enlarged`.
 Rgba ViewOf(Stage& stage, int show, float inPlace, float enlarged) {
     Scene scene = FloatScene(32, 2, 50);
     scene.center = Whole(28, 1);

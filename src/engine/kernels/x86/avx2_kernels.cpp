@@ -1,4 +1,4 @@
-// Compiled for AVX2: intrinsics and nothing that another file could come to share.
+// Compiled for AVX2. It holds only code that no other file can come to share.
 #include "engine/kernels/x86/avx2_vectors.h"
 
 #include "engine/kernels/x86/conversions_text.h"
@@ -9,7 +9,8 @@ namespace nuv {
 namespace {
 
 struct TierSamplers : WideSamplers {
-    // Eight places are mostly among eight neighbours of one row or of two: then each row is read once.
+    // Eight places usually lie within eight neighbouring columns of one source row or two. Then each row is read
+    // once. The long runs of AVX-512 do not pay here: 9.6 ms instead of 8.7 ms for a 4K frame with square scaling.
     template <bool kCubic>
     static void CurveOfBytes(const SourcePixels& from, const MagnifiedRow& along, std::int32_t x, int count,
                              std::byte* samples) {

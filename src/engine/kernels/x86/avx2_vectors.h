@@ -1,4 +1,4 @@
-// The operations of sse2_vectors.h in the instructions of AVX2.
+// The operations of sse2_vectors.h, with AVX2.
 #pragma once
 
 #include "engine/kernels/x86/bytes256.h"
@@ -20,13 +20,10 @@ struct Vectors : Bytes256 {
     }
 
     template <bool kStream = false>
-    static void Store(void* to, Integers value) {
+    static void Store(void* to, auto value) {
         auto* const at = static_cast<Integers*>(to);
-        kStream ? _mm256_stream_si256(at, value) : _mm256_storeu_si256(at, value);
-    }
-    template <bool kStream = false>
-    static void Store(void* to, Floats value) {
-        Store<kStream>(to, _mm256_castps_si256(value));
+        const auto bits = reinterpret_cast<Integers>(value);
+        kStream ? _mm256_stream_si256(at, bits) : _mm256_storeu_si256(at, bits);
     }
 
     static Floats Repeat(float value) { return _mm256_set1_ps(value); }
@@ -58,7 +55,7 @@ struct Vectors : Bytes256 {
         return _mm256_permute_ps(pixels, kOrder);
     }
 
-    // The numbers in the comments are pixels; packs work within halves of the register.
+    // Packs work within halves of the register. The numbers in the comments are pixels.
     static Integers PackBytes(Integers p01, Integers p23, Integers p45, Integers p67) {
         const Integers even = _mm256_packs_epi32(p01, p23);     // 0 2 | 1 3
         const Integers odd = _mm256_packs_epi32(p45, p67);      // 4 6 | 5 7

@@ -1,5 +1,5 @@
-// The operations of sse2_vectors.h in the instructions of AVX-512. A store is a whole cache line, which is what
-// streaming gains from.
+// The operations of sse2_vectors.h, with AVX-512. A register is a whole cache line, which makes streaming stores
+// fast.
 #pragma once
 
 #include "engine/kernels/x86/bytes256.h"
@@ -20,13 +20,10 @@ struct Vectors : Bytes256 {
     static Integers LoadWords(const std::byte* from) { return _mm512_cvtepu16_epi32(LoadBytes(from)); }
 
     template <bool kStream = false>
-    static void Store(void* to, Integers value) {
+    static void Store(void* to, auto value) {
         auto* const at = static_cast<Integers*>(to);
-        kStream ? _mm512_stream_si512(at, value) : _mm512_storeu_si512(at, value);
-    }
-    template <bool kStream = false>
-    static void Store(void* to, Floats value) {
-        Store<kStream>(to, _mm512_castps_si512(value));
+        const auto bits = reinterpret_cast<Integers>(value);
+        kStream ? _mm512_stream_si512(at, bits) : _mm512_storeu_si512(at, bits);
     }
 
     static Floats Repeat(float value) { return _mm512_set1_ps(value); }
@@ -63,7 +60,7 @@ struct Vectors : Bytes256 {
         return _mm512_shuffle_epi8(pixels, _mm512_broadcast_i32x4(ByteOrder<kOrder>()));
     }
 
-    // The numbers in the comments are pixels; packs work within quarters of the register.
+    // Packs work within quarters of the register. The numbers in the comments are pixels.
     static Integers PackBytes(Integers p0, Integers p4, Integers p8, Integers p12) {
         const Integers lower = _mm512_packs_epi32(p0, p4);         // 0 4 | 1 5 | 2 6 | 3 7
         const Integers upper = _mm512_packs_epi32(p8, p12);        // 8 12 | 9 13 | 10 14 | 11 15

@@ -1,5 +1,5 @@
-// Pixels of four bytes in 32-byte registers, for AVX2 and wider: AVX-512 has them, too, and tiles come in steps of
-// eight pixels.
+// Operations on pixels of four bytes in 32-byte registers. AVX2 and AVX-512 share this text: tiles come in steps of
+// eight pixels, which is one such register.
 #pragma once
 
 #include <immintrin.h>
@@ -18,7 +18,7 @@ struct Bytes256 {
     static Bytes LargerBytes(Bytes a, Bytes b) { return _mm256_max_epu8(a, b); }
     static Bytes AllBitsUnlessZero(Bytes pixels) { return ~_mm256_cmpeq_epi32(pixels, _mm256_setzero_si256()); }
 
-    // For shuffles of bytes: the order of four channels, repeated for each of four pixels.
+    // The order of four channels as a shuffle of bytes takes it, for each of four pixels.
     template <int kOrder>
     static __m128i ByteOrder() {
         constexpr int k = (kOrder & 3) | (kOrder >> 2 & 3) << 8 | (kOrder >> 4 & 3) << 16 | (kOrder >> 6 & 3) << 24;

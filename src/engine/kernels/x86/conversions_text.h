@@ -1,5 +1,5 @@
-// The row conversions of one instruction set. Included by one file for each instruction set, after its vector
-// operations; the unnamed namespace keeps the objects apart. The scalar kernels convert the ends of rows.
+// The row conversions of an instruction set. One file for each instruction set includes this text after its vector
+// operations. The unnamed namespace keeps the objects apart. The scalar kernels convert the ends of rows.
 #pragma once
 
 #include "engine/kernels/x86/tile_kernels.h"
@@ -8,8 +8,8 @@ namespace nuv {
 namespace {
 
 struct Conversions : Vectors {
-    // Bytes of a pixel on either side, and the scalar kernel that does the same. Of each conversion below, Convert
-    // gives one register of the destination.
+    // Bytes of a pixel on either side, and the scalar kernel that does the same. Convert, in each conversion below,
+    // returns one register of the destination.
     template <int kFromBytes, int kToBytes, RowConversion RowKernels::*kKernel>
     struct Conversion {
         static constexpr int kFrom = kFromBytes, kTo = kToBytes;
@@ -34,7 +34,7 @@ struct Conversions : Vectors {
         }
     };
 
-    // From 0 to `white`. Larger gives its second operand for what is not a number.
+    // Integers from 0 to `white`. Larger returns its second operand, zero, for what is not a number.
     static Integers ToIntegers(Floats value, float white) {
         const Floats clamped = Smaller(Larger(value, Repeat(0.0f)), Repeat(1.0f));
         return Truncate(clamped * Repeat(white) + Repeat(0.5f));
@@ -60,7 +60,7 @@ struct Conversions : Vectors {
         }
     };
 
-    // Minus zero stays, so that a mask clears what is below zero or not a number.
+    // Minus zero stays as it is: only a mask clears what is below zero or not a number.
     template <int kOrder, RowConversion RowKernels::*kKernel>
     struct FloatOut : Conversion<16, 16, kKernel> {
         static Floats Convert(const std::byte* source, Floats scale) {
@@ -72,8 +72,8 @@ struct Conversions : Vectors {
     template <class Type, bool kStream>
     static void ConvertRow(const std::byte* source, std::byte* destination, std::int32_t width, float scale) {
         if (width < 1) return;
-        // Streaming writes whole cache lines past the cache, and the row's ends through it. A line that is written
-        // in both ways is slow.
+        // Streaming writes whole cache lines past the cache, and the ends of the row through it. A line that is
+        // written in both ways is slow.
         constexpr int kLine = 64;
         constexpr int kGroup = kStream ? 16 : kLanes;  // pixels; at least a line
         const auto scalar = [&](std::int32_t pixels) {

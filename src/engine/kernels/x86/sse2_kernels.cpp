@@ -1,4 +1,5 @@
-// For every x86-64 processor.
+// For every x86-64 processor. SSE2 cannot shuffle or gather by variable indices, so that these samplers read pixel
+// by pixel.
 #include "engine/kernels/x86/sse2_vectors.h"
 
 #include "engine/kernels/x86/conversions_text.h"

@@ -1,5 +1,5 @@
-// The vector operations that conversions_text.h and tiles_text.h are written in, in the instructions that every
-// x86-64 processor has. avx2_vectors.h and avx512_vectors.h give the same operations for wider registers.
+// The vector operations that the texts are written in, with SSE2, which every x86-64 processor has. The other
+// instruction sets give the same operations for wider registers.
 #pragma once
 
 #include <emmintrin.h>
@@ -10,31 +10,27 @@ namespace nuv {
 namespace {
 
 struct Vectors {
-    using Floats = __m128;            // whole pixels of four floats; + - * / work on each float
+    using Floats = __m128;            // whole pixels of four floats; + - * / work on each
     using Integers = __m128i;         // as many 32-bit integers; & | ~ work on the bits
-    using Mask = __m128;              // one answer for each float: all bits set, or none
+    using Mask = __m128;              // for each float: all bits set, or none
     static constexpr int kLanes = 4;  // floats in Floats
 
-    // Conversions prefetch this far ahead. The processor's own prefetching keeps too few lines of a large buffer on
-    // their way.
+    // Conversions prefetch this far ahead. The processor's own prefetching is too slow for a large buffer.
     static constexpr int kPrefetchBytes = 3072;
 
     static Integers Load(const void* from) { return _mm_loadu_si128(static_cast<const __m128i*>(from)); }
     static Floats LoadFloats(const void* from) { return _mm_loadu_ps(static_cast<const float*>(from)); }
-    // The next kLanes 16-bit integers, widened.
+    // The next kLanes integers of 16 bits, widened to 32.
     static Integers LoadWords(const std::byte* from) {
         return _mm_unpacklo_epi16(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(from)), _mm_setzero_si128());
     }
 
-    // A streaming store bypasses the cache; its destination is aligned to the register's size.
+    // A streaming store bypasses the cache. Its address must be aligned to the register's size.
     template <bool kStream = false>
-    static void Store(void* to, Integers value) {
+    static void Store(void* to, auto value) {
         auto* const at = static_cast<Integers*>(to);
-        kStream ? _mm_stream_si128(at, value) : _mm_storeu_si128(at, value);
-    }
-    template <bool kStream = false>
-    static void Store(void* to, Floats value) {
-        Store<kStream>(to, _mm_castps_si128(value));
+        const auto bits = reinterpret_cast<Integers>(value);
+        kStream ? _mm_stream_si128(at, bits) : _mm_storeu_si128(at, bits);
     }
 
     static Floats Repeat(float value) { return _mm_set1_ps(value); }
@@ -43,15 +39,15 @@ struct Vectors {
         return _mm_cvtepi32_ps(_mm_add_epi32(_mm_set1_epi32(first), _mm_setr_epi32(0, 1, 2, 3)));
     }
     static Floats ToFloats(Integers value) { return _mm_cvtepi32_ps(value); }
-    // Toward zero; the most negative integer for what does not fit.
+    // Rounds toward zero. What does not fit becomes the most negative integer.
     static Integers Truncate(Floats value) { return _mm_cvttps_epi32(value); }
     static Floats SquareRoot(Floats value) { return _mm_sqrt_ps(value); }
     static Floats Absolute(Floats value) { return _mm_andnot_ps(_mm_set1_ps(-0.0f), value); }
-    // a > b ? a : b and a < b ? a : b to the letter: b where either is not a number.
+    // Exactly a > b ? a : b, and a < b ? a : b. If either is not a number, the result is b.
     static Floats Larger(Floats a, Floats b) { return _mm_max_ps(a, b); }
     static Floats Smaller(Floats a, Floats b) { return _mm_min_ps(a, b); }
 
-    // What is not a number is not zero, and neither at least zero nor above it.
+    // Not-a-number is not zero, not at least zero, and not above zero.
     static Mask IsAtLeastZero(Floats value) { return _mm_cmpge_ps(value, _mm_setzero_ps()); }
     static Mask IsAboveZero(Floats value) { return _mm_cmpgt_ps(value, _mm_setzero_ps()); }
     static Mask IsNotZero(Floats value) { return _mm_cmpneq_ps(value, _mm_setzero_ps()); }
@@ -60,14 +56,14 @@ struct Vectors {
     static Floats Choose(Mask mask, Floats yes, Floats no) {
         return _mm_or_ps(_mm_and_ps(mask, yes), _mm_andnot_ps(mask, no));
     }
-    // The same four answers for each pixel.
+    // Repeats the four answers for each pixel.
     static Mask MaskOf(const ChannelMasks& masks) { return LoadFloats(&masks); }
-    // The colour of one and the alpha of the other.
+    // Takes colour from the first and alpha from the second.
     static Floats WithAlpha(Floats colour, Floats alpha) {
         return Choose(_mm_castsi128_ps(_mm_setr_epi32(-1, -1, -1, 0)), colour, alpha);
     }
 
-    // The channels of each pixel in another order (tile_kernels.h).
+    // Reorders the channels of each pixel; the orders are in tile_kernels.h.
     template <int kOrder>
     static Floats OrderFloats(Floats pixels) {
         return _mm_shuffle_ps(pixels, pixels, kOrder);
@@ -90,27 +86,27 @@ struct Vectors {
         }
     }
 
-    // Four registers of integers 0 to 255, pixel after pixel, as bytes.
+    // Packs four registers of integers from 0 to 255 into bytes, in the order of the pixels.
     static Integers PackBytes(Integers a, Integers b, Integers c, Integers d) {
         return _mm_packus_epi16(_mm_packs_epi32(a, b), _mm_packs_epi32(c, d));
     }
-    // Two registers of integers 0 to 65535 as 16 bits each. The only pack of SSE2 is signed: the values go through
-    // it less 32768.
+    // Packs two registers of integers from 0 to 65535 into 16 bits each. SSE2 can only pack signed integers, so
+    // that 32768 is subtracted before and added after.
     static Integers PackWords(Integers a, Integers b) {
         const Integers middle = _mm_set1_epi32(32768);
         return _mm_packs_epi32(_mm_sub_epi32(a, middle), _mm_sub_epi32(b, middle)) ^ _mm_set1_epi16(-32768);
     }
 
-    // Pixels of four bytes, of which a register may hold fewer than Integers does.
+    // Pixels of four bytes. AVX-512 uses shorter registers for them than for Integers.
     using Bytes = __m128i;
     static constexpr int kBytePixels = 4;
 
     static Bytes LoadBytes(const std::byte* from) { return Load(from); }
     static Bytes RepeatBits(std::uint32_t value) { return _mm_set1_epi32(static_cast<int>(value)); }
     static Bytes LargerBytes(Bytes a, Bytes b) { return _mm_max_epu8(a, b); }
-    // All bits of the pixels that are not zero.
+    // All bits set where a pixel is not zero, else none.
     static Bytes AllBitsUnlessZero(Bytes pixels) { return ~_mm_cmpeq_epi32(pixels, _mm_setzero_si128()); }
-    // The kPart-th register of floats that the bytes become.
+    // The kPart-th register of floats from these bytes.
     template <int kPart>
     static Floats BytesToFloats(Bytes pixels) {
         const Bytes none = _mm_setzero_si128();
@@ -118,7 +114,7 @@ struct Vectors {
         return ToFloats(kPart % 2 == 0 ? _mm_unpacklo_epi16(half, none) : _mm_unpackhi_epi16(half, none));
     }
 
-    // One register of float pixels from the addresses at(0), at(1), …
+    // One register of float pixels, read from the addresses at(0), at(1), …
     static Floats LoadPixels(auto at) { return LoadFloats(at(0)); }
 };
 

@@ -1,9 +1,9 @@
-// The row worker of the vector tables: the formulas of scalar_row_worker.cpp, taken apart into passes over runs
+// The row worker of the vector tables. It computes the formulas of scalar_row_worker.cpp in passes over short runs
 // of pixels.
 //
-// Both samples of a run are first brought into a row of neighbours: the direct ones usually are neighbours already
-// and are read in place, the enlarged ones are sampled. Then both are put together in one sweep. Runs are so short
-// that the arithmetic of one goes on while the stores of the one before are still on their way to memory.
+// A run needs two rows of samples, each without gaps. The direct samples usually have none and are read in place.
+// The enlarged samples are brought together first. Then one pass composes both. Runs are short, so that the
+// arithmetic of one run overlaps with the stores of the run before.
 #include <emmintrin.h>
 
 #include <algorithm>
@@ -16,28 +16,28 @@
 namespace nuv {
 namespace {
 
-// Rows are worked through in columns of tiles, from top to bottom, so that the tile below finds most of what it
-// reads in the cache, and few pages are in use at a time.
+// The worker goes through columns of tiles from top to bottom. Thus a tile finds most of what it reads in the
+// cache, and few memory pages are in use at a time.
 constexpr int kTilePixels = kLongRunPixels;
 static_assert(kTilePixels % kTileStep == 0 && kRunPixels % kTileStep == 0);
 
-// In a streaming row a tile begins and ends on a step's boundary of the result's addresses, so that no cache line
-// is split between two tiles. It may have to reach so far into the next one.
+// With streaming stores, a tile begins and ends where a step is aligned in memory, so that no cache line is split
+// between two tiles. A tile may therefore reach this far into the next one.
 constexpr int kMostPixels = kTilePixels + kTileStep;
 
-// Whether all distances within the source fit signed 32 bits.
+// Whether all distances within the source fit into signed 32 bits.
 bool IsNear(const SourcePixels& source) {
     const std::int64_t row = source.rowBytes;
     return (row < 0 ? -row : row) * source.height + std::int64_t{source.pixelBytes} * source.width <
            std::numeric_limits<std::int32_t>::max();
 }
 
-// Where the columns of a tile read in a source row, if that does not depend on the output's row: always for the
-// direct sample, and for the enlarged one as long as k is the same everywhere.
+// The source columns of a tile, where they are the same in each row of the output. This always holds for the direct
+// sample, and for the enlarged one if k is the same everywhere.
 struct ColumnMap {
-    bool contiguous;                               // all inside, and neighbours
-    bool close;                                    // all inside, and as SampleLine wants them
-    std::int32_t column[kMostPixels + kTileStep];  // -1: outside. Beyond the tile the last one is repeated
+    bool contiguous;                               // all inside the source, without gaps
+    bool close;                                    // all inside the source, and as SampleLine needs them
+    std::int32_t column[kMostPixels + kTileStep];  // -1 is outside; the last one is repeated after the tile
 };
 
 class TiledWorker {
@@ -76,7 +76,7 @@ private:
         return job_.output.pixels + std::ptrdiff_t{job_.output.rowBytes} * y;
     }
 
-    // Null outside of the source.
+    // Returns null outside the source.
     const std::byte* SourceLine(std::int32_t row) const {
         if (row < 0 || row >= source_.height) return nullptr;
         return source_.first + std::ptrdiff_t{source_.rowBytes} * row;
@@ -135,14 +135,14 @@ private:
             const int count = std::min(runPixels_, tail - x);
             const std::byte* const magnified = Magnified(x, count);
             const std::byte* const direct = Direct(x, count);
-            // The row below is read next.
+            // The next row reads the source row below.
             const std::byte* const next = direct == directRun_ ? direct : direct + source_.rowBytes;
             compose(direct, magnified, next, row + std::ptrdiff_t{x} * 16, count, masks_);
         }
         if (tail < end) ComposeFew(tail, end - tail, row);
     }
 
-    // Fewer pixels than a step take a detour, so that nothing beyond the row is touched.
+    // Fewer pixels than a step go through local buffers, so that nothing beyond the row is touched.
     void ComposeFew(std::int32_t x, int count, std::byte* row) {
         std::byte magnified[kTileStep * 16]{};
         std::byte direct[kTileStep * 16]{};
@@ -153,7 +153,7 @@ private:
         std::memcpy(row + std::ptrdiff_t{x} * 16, result, static_cast<std::size_t>(count * 16));
     }
 
-    // The first column from `x` on where a step of streaming stores may begin in this row of the result.
+    // The first column, from `x` on, where streaming stores may begin in this row of the result.
     std::int32_t StepBoundary(std::int32_t x, const std::byte* row) const {
         constexpr std::uintptr_t kStepBytes = kTileStep * 16;
         const std::uintptr_t beyond = reinterpret_cast<std::uintptr_t>(row + std::ptrdiff_t{x} * 16) % kStepBytes;
@@ -173,10 +173,10 @@ private:
 
     static constexpr std::size_t kRunBytes = std::max(kLongRunPixels * 4, kRunPixels * 16);
 
-    // So many pixels in whole steps.
+    // Rounds up to whole steps.
     static constexpr int Steps(int count) { return (count + kTileStep - 1) / kTileStep * kTileStep; }
 
-    // The samples of a line, in place or brought into `run`.
+    // Returns the samples of a line. They are read in place, or brought into `run`.
     const std::byte* OfLine(const std::byte* line, const ColumnMap& map, std::int32_t x, int count,
                             std::byte* run) const {
         const std::int32_t* const column = map.column + (x - x_);
@@ -201,26 +201,26 @@ private:
     const RenderData& job_;
     const FrameGeometry frame_;
     const int pixelBytes_ = job_.input.bitsPerChannel == 8 ? 4 : 16;
-    // Hosts may claim any width. Samplers count columns back from it, which must not pass the least integer.
+    // Hosts may claim any width. Samplers compute width - 8, which must not overflow.
     const SourcePixels source_{job_.input.pixels, std::max(job_.input.width, 0), std::max(job_.input.height, 0),
                                job_.input.rowBytes, pixelBytes_};
     const bool linear_ = job_.scaling != 1 && job_.scaling != 2;
     const float percent_ = job_.amount >= 0.0f ? 0.02f : -0.02f;
-    const float inv_ = 1.0f / (1.0f + job_.amount * percent_);  // for linear alone
+    const float inv_ = 1.0f / (1.0f + job_.amount * percent_);  // only for linear
     const Samplers& samplers_;
     const int runPixels_ = linear_ ? kRunPixels : samplers_.curveRunPixels;
     ComposePixels composeCached_, composeStreamed_;
     ChannelMasks masks_{};
 
-    // The column of tiles in work.
+    // The current column of tiles.
     std::int32_t x_ = 0;
     int count_ = 0;
     ColumnMap directColumns_;
     ColumnMap magnifiedColumns_;
 
-    // The row in work.
+    // The current row.
     const std::byte* directLine_ = nullptr;
-    const std::byte* magnifiedLine_ = nullptr;  // for linear alone
+    const std::byte* magnifiedLine_ = nullptr;  // only for linear
     MagnifiedRow magnifiedRow_{frame_.cx, frame_.cyE, frame_.R,           job_.amount,       percent_,
                                0,         0,          job_.sourceOffsetX, job_.sourceOffsetY};
     alignas(64) std::byte directRun_[kRunBytes];

@@ -1,5 +1,5 @@
-// What the tile kernels of all instruction sets have alike. Included by one file for each instruction set, after
-// its vector operations; the unnamed namespace keeps the objects apart.
+// What is the same in the tile kernels of all instruction sets. One file for each instruction set includes this
+// text after its vector operations. The unnamed namespace keeps the objects apart.
 #pragma once
 
 #include "engine/kernels/x86/tile_kernels.h"
@@ -18,7 +18,7 @@ struct Tiles : Vectors {
         return source.first + std::ptrdiff_t{source.rowBytes} * row + std::ptrdiff_t{column} * source.pixelBytes;
     }
 
-    // Brings the float pixels at the addresses at(0), at(1), … together.
+    // Brings float pixels together from the addresses at(0), at(1), …
     static void FetchFloats(const SourcePixels& source, int count, std::byte* samples, auto at) {
         const std::ptrdiff_t ahead = std::ptrdiff_t{source.rowBytes} * kRowsAhead;
         for (int i = 0; i < count; i += kLanes / 4) {
@@ -47,7 +47,7 @@ struct Tiles : Vectors {
 
     static Floats Inverse(Floats k) { return Repeat(1.0f) / k; }
 
-    // Columns or rows of the source. Without an offset the second conversion would change nothing: a float holds
+    // Columns or rows of the source. Without an offset, the second conversion would change nothing: a float holds
     // every truncated float exactly, also the most negative integer.
     static Integers PlacesAt(Floats inv, Floats distance, float centre, float offset) {
         const Integers whole = Truncate(inv * distance + Repeat(centre));
@@ -61,13 +61,13 @@ struct Tiles : Vectors {
         return PlacesAt(inv, Repeat(row.dy), row.cyE, row.offsetY);
     }
 
-    // Where a run reads its enlarged samples: columns and rows of the source, or beyond.
+    // The columns and rows where a run reads its enlarged samples. They may lie outside the source.
     struct Places {
         std::int32_t columns[kRunPixels], rows[kRunPixels];
     };
 
-    // In two passes: the processor looks only so far ahead, and would wait for each of one long chain of roots and
-    // quotients.
+    // There are two passes, because the processor looks only so far ahead: it would wait for each root and quotient
+    // of one long chain.
     template <bool kCubic>
     static void Locate(const MagnifiedRow& row, std::int32_t x, int count, Places& places) {
         static_assert(kRunPixels % kLanes == 0);
@@ -84,8 +84,8 @@ struct Tiles : Vectors {
     static constexpr float kFrom8Bits = 0.003921569f;
     static_assert(255 * kFrom8Bits == 1.0f, "full coverage is a byte of 255");
 
-    // Colour is in `pixels`, and alpha, too, but for shows 1 and 2: these compute it in floats, from both samples'
-    // alphas.
+    // `pixels` holds colour and alpha, except for the shows 1 and 2. These compute alpha in floats from both
+    // samples.
     template <int kShow, bool kStream, int kPart = 0>
     static void StoreBytesAsFloats(std::byte* result, Bytes pixels, Bytes direct, Bytes magnified) {
         const auto floats = [](Bytes bytes) { return BytesToFloats<kPart>(bytes) * Repeat(kFrom8Bits); };
@@ -101,7 +101,7 @@ struct Tiles : Vectors {
             StoreBytesAsFloats<kShow, kStream, kPart + 1>(result, pixels, direct, magnified);
     }
 
-    // The larger of two bytes is the larger value.
+    // The larger of two bytes becomes the larger float, so that bytes can be compared.
     template <int kShow, bool kStream>
     static void ComposeBytes(const std::byte* direct, const std::byte* magnified, const std::byte* next,
                              std::byte* result, int count, const ChannelMasks& masks) {
@@ -166,7 +166,7 @@ struct Tiles : Vectors {
          ComposeFloats<4, kStream>},
     };
 
-    // `Own` has the samplers of the instruction set.
+    // `Own` holds the samplers of the instruction set.
     template <class Own>
     static constexpr TileKernels TableOf(int bytesRunPixels, bool bytesNearOnly) {
         return {

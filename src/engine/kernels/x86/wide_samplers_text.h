@@ -1,5 +1,5 @@
-// Samplers that AVX2 and AVX-512 share as a text: both look for eight pixels at a time in 32-byte registers.
-// Included after tiles_text.h.
+// Samplers that are the same for AVX2 and AVX-512: both treat eight pixels at a time in 32-byte registers. Include
+// this text after tiles_text.h.
 #pragma once
 
 #include "engine/kernels/x86/tile_kernels.h"
@@ -8,7 +8,7 @@ namespace nuv {
 namespace {
 
 struct WideSamplers : Tiles {
-    // Eight neighbours at `pixels`, reordered.
+    // Reorders the eight pixels at `pixels`.
     static Bytes Pick(const std::byte* pixels, __m256i order) {
         return _mm256_permutevar8x32_epi32(LoadBytes(pixels), order);
     }
@@ -21,7 +21,7 @@ struct WideSamplers : Tiles {
                             int count, std::byte* samples) {
         const std::ptrdiff_t ahead = std::ptrdiff_t{source.rowBytes} * kRowsAhead;
         for (int i = 0; i < count; i += 8) {
-            // Eight neighbours from the first one on hold all eight, unless the line ends before.
+            // The eight pixels from `start` on hold all eight samples.
             const std::int32_t last = source.width - 8;
             const std::int32_t start = columns[i] < last ? columns[i] : last;
             const std::byte* const pixels = line + std::ptrdiff_t{start} * 4;
@@ -42,7 +42,7 @@ struct WideSamplers : Tiles {
                               std::byte* samples) {
         static constexpr std::byte kTransparent[16]{};
         const SourcePixels source = from;  // a copy, which stores to `samples` cannot change
-        // Addresses of the even places; those of the odd ones after a shift.
+        // Addresses of the even places. The odd ones are computed from shifted values.
         const auto address = [&](__m256i column, __m256i line, __m256i inside) {
             const __m256i offset = _mm256_add_epi64(_mm256_mul_epi32(line, _mm256_set1_epi32(source.rowBytes)),
                                                     _mm256_mul_epi32(column, _mm256_set1_epi32(16)));
