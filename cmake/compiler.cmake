@@ -1,14 +1,14 @@
 # Flags for all of our own code, given through the target `nuv_options`.
 add_library(nuv_options INTERFACE)
 
-# The pixels are exact to the bit on both systems and in every kernel: a multiply and an add stay two operations.
+# A multiply and an add stay two operations, so that both systems and every kernel give the same pixels to the bit.
 target_compile_options(nuv_options INTERFACE
   -ffp-contract=off
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Wcast-align
   -Wno-missing-field-initializers  # designated initialisers leave the rest at its default on purpose
   -Werror)
 
-# The same bytes from every folder.
+# The compiler writes no absolute path into the files, so that every folder gives the same bytes.
 target_compile_options(nuv_options INTERFACE -ffile-prefix-map=${CMAKE_SOURCE_DIR}=.)
 
 find_package(Threads REQUIRED)
@@ -22,7 +22,7 @@ function(nuv_optimize target level)
 endfunction()
 
 if(WIN32)
-  # A missing runtime library is the commonest reason why an effect does not load: everything is linked in.
+  # Everything is linked in, because a missing runtime library is the commonest reason why an effect does not load.
   target_link_options(nuv_options INTERFACE -static)
   target_compile_definitions(nuv_options INTERFACE WIN32_LEAN_AND_MEAN NOMINMAX UNICODE)
 endif()

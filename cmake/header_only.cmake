@@ -1,6 +1,6 @@
-# What nuvhost and the validator use of libraries that are headers alone.
+# The libraries of nuvhost and the validator that consist of headers only.
 if(CMAKE_CROSSCOMPILING)
-  # Header-only libraries of the build machine, without the rest of its headers.
+  # Links give the cross-compiler these headers of the build machine and none of its others.
   foreach(library IN ITEMS CLI nlohmann)
     find_path(${library}_folder NAMES ${library} PATHS /usr/include NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH REQUIRED)
     file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/header_only)

@@ -1,5 +1,5 @@
-# What the presets linux-asan, linux-tsan and linux-coverage build into all of our own code, by their variable
-# NUV_INSTRUMENTATION. An instrumented build is for running the tests alone.
+# The presets linux-asan, linux-tsan and linux-coverage set NUV_INSTRUMENTATION. These options then go into all of our
+# own code. An instrumented build is only for running the tests.
 set(instrumentation_address
   -fsanitize=address,undefined,float-cast-overflow -fno-sanitize-recover=all -fno-omit-frame-pointer)
 set(instrumentation_thread -fsanitize=thread -fno-omit-frame-pointer)
@@ -9,7 +9,7 @@ if(NUV_INSTRUMENTATION)
   if(NOT DEFINED instrumentation_${NUV_INSTRUMENTATION})
     message(FATAL_ERROR "NUV_INSTRUMENTATION: no instrumentation '${NUV_INSTRUMENTATION}'")
   endif()
-  # clang 14 cannot count all of nuvhost, and nobody asks for it: of coverage only src/ is reported.
+  # nuvhost is left out, because clang 14 fails on it; script/coverage reports src/ only.
   if(NUV_INSTRUMENTATION STREQUAL "coverage")
     set(wanted $<NOT:$<STREQUAL:$<TARGET_PROPERTY:NAME>,nuvhost>>)
   else()

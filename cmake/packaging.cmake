@@ -1,10 +1,10 @@
-# What script/package packs: a zip to copy from and an installer, both from the same files.
+# script/package packs a zip to copy from and an installer, both from the same files.
 set(texts ${CMAKE_BINARY_DIR}/texts)
-set(manual ${CMAKE_SOURCE_DIR}/build/manual/manual.html)  # by script/manual
+set(manual ${CMAKE_SOURCE_DIR}/build/manual/manual.html)  # script/manual writes it
 configure_file(packaging/README.txt ${texts}/README.txt @ONLY NEWLINE_STYLE DOS)
 configure_file(LICENSE ${texts}/LICENSE.txt @ONLY NEWLINE_STYLE DOS)
 install(FILES $<TARGET_FILE:nuv_chromaber> ${texts}/README.txt ${texts}/LICENSE.txt ${manual} DESTINATION .)
-set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON)  # packing does not need the tests built
+set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON)  # packing does not need the tests
 
 set(CPACK_GENERATOR ZIP NSIS)
 set(CPACK_PACKAGE_NAME nuv_chromaber)

@@ -1,5 +1,5 @@
-# nuv_sources(VARIABLE [FOLDER …]): every .cpp of the current folder, or of the folders named, and of their subfolder
-# for the target system, linux/ or windows/. A file that only one system has lies in such a subfolder; no list names it.
+# nuv_sources(VARIABLE [FOLDER …]): finds every .cpp of the current folder, or of the folders named, and of their
+# subfolder for the target system, linux/ or windows/. A file that only one system needs lies in such a subfolder.
 function(nuv_sources variable)
   if(WIN32)
     set(system windows)

@@ -1,4 +1,4 @@
-# As windows.cmake, but compiled by clang with GCC's headers and libraries, which clang 14 does not find by itself.
+# Like windows.cmake, but clang compiles. It uses GCC's headers and libraries, which clang 14 does not find by itself.
 include(${CMAKE_CURRENT_LIST_DIR}/windows.cmake)
 
 set(CMAKE_C_COMPILER clang)
@@ -7,7 +7,7 @@ set(CMAKE_C_COMPILER_TARGET x86_64-w64-mingw32)
 set(CMAKE_CXX_COMPILER_TARGET x86_64-w64-mingw32)
 
 file(GLOB gcc LIST_DIRECTORIES true /usr/lib/gcc/x86_64-w64-mingw32/*-posix)
-# Thread-local variables as GCC's library has them.
+# GCC's library has emulated thread-local variables, so clang must use the same.
 set(CMAKE_CXX_FLAGS_INIT "-femulated-tls -stdlib++-isystem ${gcc}/include/c++ \
 -stdlib++-isystem ${gcc}/include/c++/x86_64-w64-mingw32")
 foreach(kind IN ITEMS EXE SHARED MODULE)

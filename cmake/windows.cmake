@@ -1,4 +1,4 @@
-# 64-bit Windows, cross-compiled with the standard-thread flavour of MinGW-w64, tested under Wine.
+# 64-bit Windows, cross-compiled with MinGW-w64. Its -posix compiler is the one that has std::thread.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR AMD64)
 

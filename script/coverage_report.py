@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""coverage_report.py LCOV JSON: how much of src/ has run, by llvm-cov's two exports: lines from one, branches from
-the other.
+"""coverage_report.py LCOV JSON: prints how much of src/ has run. Lines come from the first of llvm-cov's two exports,
+branches from the second.
 
 A branch of a template counts as taken if any of its instances took it. A condition that the compiler knows beforehand
 has no branches.

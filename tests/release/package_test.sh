@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# The release as its users meet it: dist/ is unpacked, installed, used, upgraded and uninstalled under Wine, in a
-# prefix made for it; then it is built anew in two other folders, and signed.
+# Tests the release as users meet it. It unpacks, installs, uses, upgrades and uninstalls dist/ under Wine, in a prefix
+# of its own. Then it builds the release in two other folders, compares, and signs it.
 # Usage: package_test.sh FOLDER   (the folder is emptied first; script/package --test calls it)
 set -u
 export LC_ALL=C TZ=UTC
-unset NUV_SIGN_PKCS12 NUV_SIGN_PASSFILE NUV_SIGN_TIMESTAMP # a signature tells its time, so that no two are alike
+unset NUV_SIGN_PKCS12 NUV_SIGN_PASSFILE NUV_SIGN_TIMESTAMP # a signature holds its time, so no two have the same bytes
 root=$(cd "$(dirname "$0")/../.." && pwd)
 source "$root/tests/support/promise.sh"
 rm -rf "$1" && mkdir -p "$1" && cd "$1" || exit 2
@@ -22,7 +22,7 @@ texts=(LICENSE.txt README.txt manual.html)
 # ---- Tools --------------------------------------------------------------------------------------------------
 
 wine() { "$root/script/wine" "$@"; }
-# exits CODE COMMAND…: and its output stays in out.txt.
+# exits CODE COMMAND…: expects the exit code, and leaves the output in out.txt.
 exits() {
   local code=$1 actual=0
   shift
@@ -30,7 +30,7 @@ exits() {
   [ "$actual" = "$code" ] || { echo "     exit code $actual instead of $code:" && cat out.txt && false; }
 }
 install() { wine "$setup" /S; }
-# NSIS wants a folder as the last argument and without quotes, whatever spaces it has: only cmd passes it on like that.
+# NSIS wants the folder as the last argument and without quotes, even if it has spaces. Only cmd passes it on like that.
 install_into() { cp "$setup" "$drive/windows/setup.exe" && wine cmd /c "C:\\windows\\setup.exe /S /D=$1"; }
 uninstall_in_place() { cp "$1/uninstall.exe" "$drive/windows/" && wine cmd /c "C:\\windows\\uninstall.exe /S _?=$2"; }
 says() { grep -q -- "$1" out.txt || { cat out.txt && false; }; }
@@ -63,7 +63,7 @@ eventually() { # COMMAND…: within half a minute
   return 1
 }
 
-# Every file outside of Windows' own folders and the users' temporary ones, and every folder.
+# Lists every file and folder except Windows' own and the users' temporary ones.
 contents() { (cd "$drive" && find . -path ./windows -prune -o -path '*/Temp/*' -prune -o -print | sort); }
 
 # ---- Nothing but the file -----------------------------------------------------------------------------------

@@ -1,9 +1,9 @@
 # shellcheck shell=bash
-# Promises, counted: what the shell tests share. Sourced.
+# The shell tests source this. It runs promises and counts them.
 passed=0
 failed=0
 
-# promise TEXT COMMAND…: the command's exit code decides. It runs in a shell of its own.
+# promise TEXT COMMAND…: runs the command in a subshell; its exit code says whether the promise holds.
 promise() {
   local text=$1
   shift
@@ -15,7 +15,7 @@ promise() {
     failed=$((failed + 1))
   fi
 }
-# The last line of every test: its count, and whether all is well.
+# Prints the counts as the last line of a test; succeeds if every promise held.
 summary() {
   echo "$passed passed, $failed failed"
   [ "$failed" = 0 ]
