@@ -56,7 +56,7 @@ PF_InData Host::Impl::InData() {
     in.effect_ref = UnboundRef();
     in.quality = 1;
     in.version = {13, 27};
-    in.appl_id = options.personality == Personality::editor ? kAppIdEditor : kAppIdCompositor;
+    in.appl_id = TraitsOf(options.personality).applicationId;
     in.num_params = static_cast<std::int32_t>(parameters.size()) + 1;
     in.time_step = 1;
     in.local_time_step = 1;
@@ -124,12 +124,12 @@ const PluginLibrary& Host::library() const {
 
 Registration Host::Scan() {
     Registration registration;
+    const PersonalityTraits& host = TraitsOf(impl_->options.personality);
     CommandScope scope(*impl_, kScan, nullptr, nullptr);
     auto* const outer = std::exchange(scanned, &registration);
-    const bool editor = impl_->options.personality == Personality::editor;
     try {
-        registration.result = impl_->library.pluginDataEntryFunction(
-            ScanToken(), Register, BasicSuite(), editor ? "reference editor" : "reference compositor", "1.0");
+        registration.result =
+            impl_->library.pluginDataEntryFunction(ScanToken(), Register, BasicSuite(), host.scanName, "1.0");
     } catch (...) {
         impl_->State().AddMisuse("an exception left the effect in " + CommandName(kScan));
         registration.result = kEscaped;

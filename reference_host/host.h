@@ -20,12 +20,11 @@
 
 #include "pf_data.h"
 #include "pf_smart_render.h"
+#include "reference_host/personalities.h"
 #include "reference_host/plugin_library.h"
 #include "reference_host/world.h"
 
 namespace refhost {
-
-enum class Personality { compositor, editor };
 
 // The two ways in which a host has a frame rendered: by the commands pre-render and smart render, or by the one
 // command render.

@@ -6,6 +6,7 @@
 
 #include "reference_host/callbacks/callbacks.h"
 #include "reference_host/internal/host_impl.h"
+#include "reference_host/pixel_formats.h"
 
 namespace refhost {
 namespace {
@@ -45,7 +46,9 @@ bool SameWorld(const PF_EffectWorld& a, const PF_EffectWorld& b) {
 
 std::int16_t BitDepth(const RenderSettings& settings) {
     const World* world = settings.output ? settings.output : settings.input;
-    return static_cast<std::int16_t>(world ? BytesPerPixel(world->layout().format) * 2 : 8);
+    if (!world) return 8;
+    const PixelFormat* const format = FindFormat(world->layout().format);
+    return static_cast<std::int16_t>(format ? format->bitsPerChannel : 0);
 }
 
 PF_RenderRequest RequestOf(const RenderSettings& settings, const RenderJob& job) {
@@ -304,8 +307,8 @@ void Instance::Load(const SavedInstance& saved) {
 
 RenderResult Instance::SmartRender(const RenderSettings& settings, bool render) {
     auto& host = impl_->host;
-    if (host.options.personality == Personality::editor) {
-        throw std::logic_error("the editing host has no smart render");
+    if (const auto& traits = TraitsOf(host.options.personality); !traits.smartRender) {
+        throw std::logic_error("the " + std::string(traits.name) + " host has no smart render");
     }
     RenderResult result;
     RenderJob job = impl_->MakeJob(settings);

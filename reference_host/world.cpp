@@ -5,6 +5,8 @@
 #include <cstring>
 #include <stdexcept>
 
+#include "reference_host/pixel_formats.h"
+
 namespace refhost {
 namespace {
 
@@ -30,22 +32,6 @@ std::size_t StoredRow(const WorldLayout& layout, int y) {
 
 }  // namespace
 
-int BytesPerPixel(PF_PixelFormat format) {
-    switch (format) {
-        case kFormatArgb8:
-        case kFormatBgra8:
-            return 4;
-        case kFormatArgb16:
-            return 8;
-        case kFormatArgbFloat:
-        case kFormatBgraFloat:
-        case kFormatBgraFloatLinear:
-            return 16;
-        default:
-            return 0;
-    }
-}
-
 World::World(const WorldLayout& layout, std::uint8_t poison) : layout_(layout), poison_(poison) {
     const std::size_t rows = Stride(layout) * Size(layout.height);
     memory_.assign(kGuard + kAlignment + Size(layout.misalignment) + rows + kGuard, std::byte{poison});
@@ -64,7 +50,8 @@ World::World(const WorldLayout& layout, std::uint8_t poison) : layout_(layout), 
     world_.pix_aspect_ratio = {1, 1};
     world_.origin_x = layout.originX;
     world_.origin_y = layout.originY;
-    world_.world_flags = layout.format == kFormatArgb16 ? PF_WorldFlag_DEEP : 0;
+    const PixelFormat* const format = FindFormat(layout.format);
+    world_.world_flags = format && format->bitsPerChannel == 16 ? PF_WorldFlag_DEEP : 0;
 }
 
 std::size_t World::RowStart(int y) const {

@@ -8,11 +8,9 @@
 #include <vector>
 
 #include "pf_world.h"
+#include "reference_host/pixel_formats.h"
 
 namespace refhost {
-
-// Bytes of one pixel in a host format: 4, 8 or 16. 0 for a format that no host has.
-int BytesPerPixel(PF_PixelFormat format);
 
 struct WorldLayout {
     PF_PixelFormat format = kFormatArgb8;

@@ -1,6 +1,8 @@
 // Pixel worlds: the host's image buffers.
 #pragma once
 
+#include <array>
+
 #include "pf_basics.h"
 
 // 8 bits per channel, 0 to 255.
@@ -43,6 +45,10 @@ inline constexpr PF_PixelFormat kFormatArgb16 = 0x36316561;           // "ae16":
 inline constexpr PF_PixelFormat kFormatArgbFloat = 0x32336561;        // "ae32": floats A R G B
 inline constexpr PF_PixelFormat kFormatBgraFloat = 0x61724742;        // "BGra": floats B G R A
 inline constexpr PF_PixelFormat kFormatBgraFloatLinear = 0x4C614742;  // "BGaL": floats B G R A, linear light
+
+// All of them, for tables that must have a row for each.
+inline constexpr std::array kFormats{kFormatArgb8,     kFormatBgra8,     kFormatArgb16,
+                                     kFormatArgbFloat, kFormatBgraFloat, kFormatBgraFloatLinear};
 
 // A rectangle of pixels in host memory. Owned by the host; valid for the command that handed it over (input
 // pixels: until they are checked in). The pixel format is asked of a suite, not read from here.

@@ -10,6 +10,18 @@ struct Ended {};  // the check has reported why
 
 }  // namespace
 
+bool IsFor(const Check& check, refhost::Personality personality) {
+    switch (check.where) {
+        case Where::compositing:
+            return personality == refhost::Personality::compositor;
+        case Where::editing:
+            return personality == refhost::Personality::editor;
+        case Where::both:
+            break;
+    }
+    return true;
+}
+
 refhost::HostOptions Context::HostOptions() const {
     refhost::HostOptions options;
     options.personality = personality();

@@ -72,6 +72,7 @@ struct Check {
     void (*run)(Context&) = nullptr;
     Kind kind = Kind::usual;
 };
+bool IsFor(const Check& check, refhost::Personality personality);
 
 // One run of a check.
 struct Job {

@@ -9,10 +9,10 @@
 
 #include "commands/commands.h"
 #include "console/errors.h"
+#include "console/terminal.h"
 #include "validator/registry.h"
 #include "validator/run/report.h"
 #include "validator/run/runner.h"
-#include "console/terminal.h"
 
 namespace nuvhost {
 namespace {
@@ -78,9 +78,14 @@ std::uint64_t SeedOf(const std::string& text) {
 void RunHere(const ValidateOptions& options) {
     const Check* const check = FindCheck(options.childCheck);
     if (!check) throw UsageError("--check-in-process: \"" + options.childCheck + "\" is no check");
-    const bool editing = options.personality == NameOf(refhost::Personality::editor);
-    RunAsChild({check, options.plugin, editing ? refhost::Personality::editor : refhost::Personality::compositor,
-                options.seed});
+    const auto personality = [&] {
+        try {
+            return refhost::PersonalityNamed(options.personality);
+        } catch (const std::invalid_argument& unknown) {
+            throw UsageError("--personality: " + std::string(unknown.what()));
+        }
+    }();
+    RunAsChild({check, options.plugin, personality, options.seed});
 }
 
 void Validate(const ValidateOptions& given) {

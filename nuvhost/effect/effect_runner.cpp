@@ -12,6 +12,7 @@
 #include <thread>
 
 #include "console/errors.h"
+#include "reference_host/pixel_formats.h"
 
 namespace nuvhost {
 namespace {
@@ -67,25 +68,8 @@ refhost::PointValue PointFor(const Center& center, const Window& frame) {
 
 // Where each of a host pixel's channels lies in R, G, B, A.
 using Order = std::array<std::size_t, 4>;
-constexpr Order kArgb{3, 0, 1, 2};
-constexpr Order kBgra{2, 1, 0, 3};
-
-struct HostFormat {
-    PF_PixelFormat code;
-    Order order;
-};
-
-HostFormat FormatFor(Depth depth, Personality personality) {
-    if (personality == Personality::editor) return {kFormatBgra8, kBgra};
-    switch (depth) {
-        case Depth::bits8:
-            return {kFormatArgb8, kArgb};
-        case Depth::bits16:
-            return {kFormatArgb16, kArgb};
-        case Depth::bits32:
-            break;
-    }
-    return {kFormatArgbFloat, kArgb};
+Order OrderOf(const refhost::PixelFormat& format) {
+    return format.order == refhost::ChannelOrder::argb ? Order{3, 0, 1, 2} : Order{2, 1, 0, 3};
 }
 
 // The host's 16-bit white is 32768: what comes back has lost one bit, and a second trip changes nothing more.
@@ -246,14 +230,19 @@ void EffectRunner::Render(Picture& picture, const Window& frame, const EffectSet
     instance->Set(kAmount, refhost::SliderValue{settings.amount});
     instance->Set(kShow, refhost::PopupValue{settings.show});
 
-    const auto format = FormatFor(picture.depth, personality_);
-    const refhost::WorldLayout layout{.format = format.code,
-                                      .width = picture.width,
-                                      .height = picture.height,
-                                      .bottomUp = personality_ == Personality::editor};
+    const refhost::PersonalityTraits& host = refhost::TraitsOf(personality_);
+    const auto bits = static_cast<int>(picture.depth);
+    const refhost::PixelFormat* const format = refhost::FindFormat(personality_, bits);
+    if (!format) {
+        throw std::runtime_error("the " + std::string(host.name) + " host has no pictures with " +
+                                 std::to_string(bits) + " bits per channel");
+    }
+    const Order order = OrderOf(*format);
+    const refhost::WorldLayout layout{
+        .format = format->code, .width = picture.width, .height = picture.height, .bottomUp = host.bottomUp};
     World input(layout);
     World output(layout);
-    Fill(input, picture, format.order);
+    Fill(input, picture, order);
 
     // The effect answers success when it could not start its threads, and leaves the output alone. A successful
     // render writes every pixel, so a first row that still holds this noise betrays it.
@@ -276,7 +265,7 @@ void EffectRunner::Render(Picture& picture, const Window& frame, const EffectSet
         throw std::runtime_error("the effect reported success but wrote no pixels");
     }
 
-    Take(picture, output, format.order);
+    Take(picture, output, order);
 }
 
 void EffectRunner::Close() {

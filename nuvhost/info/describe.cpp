@@ -14,7 +14,6 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 using refhost::Host;
-using refhost::Personality;
 
 template <std::size_t size>
 std::string Text(const char (&field)[size]) {
@@ -138,17 +137,11 @@ Answers Ask(Host& host) {
 }  // namespace
 
 Json DescribeEffect(const std::filesystem::path& plugin) {
-    struct Player {
-        Personality personality;
-        const char* name;
-    };
-    static constexpr Player kPlayers[] = {{Personality::compositor, "compositor"}, {Personality::editor, "editor"}};
-
     const refhost::PluginLibrary library(plugin);
     Json description{{"file", plugin.string()}}, hosts = Json::array(), parameters;
-    for (const auto& [personality, name] : kPlayers) {
-        Host host(library, {.personality = personality});
-        Json told{{"host", name}};
+    for (const refhost::PersonalityTraits& traits : refhost::kPersonalities) {
+        Host host(library, {.personality = traits.personality});
+        Json told{{"host", traits.application}};
         try {
             const Answers answers = Ask(host);
             if (parameters.is_null()) {

@@ -5,6 +5,7 @@
 
 #include "reference_host/callbacks/callbacks.h"
 #include "reference_host/internal/command.h"
+#include "reference_host/pixel_formats.h"
 
 namespace refhost {
 namespace {

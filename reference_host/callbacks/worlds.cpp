@@ -8,6 +8,7 @@
 
 #include "reference_host/callbacks/callbacks.h"
 #include "reference_host/internal/command.h"
+#include "reference_host/pixel_formats.h"
 
 namespace refhost {
 namespace {
@@ -20,7 +21,7 @@ PF_Err Make(PF_ProgPtr ref, std::int32_t width, std::int32_t height, bool clear,
             PF_EffectWorld* record) {
     const Callback callback(Call::newWorld, ref);
     if (const auto fate = callback.Fate([&] { return Pixels(width, height); })) return *fate;
-    if (!record || width < 0 || height < 0 || BytesPerPixel(format) == 0) {
+    if (!record || width < 0 || height < 0 || !FindFormat(format)) {
         callback.Misuse("no record to fill, or a world that cannot be");
         return PF_Err_BAD_CALLBACK_PARAM;
     }
@@ -138,9 +139,10 @@ PF_Err ClearSupportedPixelFormats(PF_ProgPtr ref) {
 }
 
 PF_Err ConvertColor(PF_PixelFormat format, float alpha, float red, float green, float blue, void* pixel) {
-    const bool backwards = format == kFormatBgra8 || format == kFormatBgraFloat || format == kFormatBgraFloatLinear;
+    const PixelFormat* const known = FindFormat(format);
+    if (!pixel || !known) return PF_Err_BAD_CALLBACK_PARAM;
     std::array<float, 4> channels{alpha, red, green, blue};
-    if (backwards) std::ranges::reverse(channels);
+    if (known->order == ChannelOrder::bgra) std::ranges::reverse(channels);
     const auto put = [&](auto white) {
         std::array<decltype(white), 4> values;
         std::ranges::transform(channels, values.begin(), [white](float channel) {
@@ -149,11 +151,9 @@ PF_Err ConvertColor(PF_PixelFormat format, float alpha, float red, float green, 
         });
         std::memcpy(pixel, &values, sizeof values);
     };
-    const int bytes = BytesPerPixel(format);
-    if (!pixel || bytes == 0) return PF_Err_BAD_CALLBACK_PARAM;
-    if (bytes == 4) put(std::uint8_t{255});
-    if (bytes == 8) put(std::uint16_t{32768});
-    if (bytes == 16) put(1.0f);
+    if (known->bitsPerChannel == 8) put(std::uint8_t{255});
+    if (known->bitsPerChannel == 16) put(std::uint16_t{32768});
+    if (known->bitsPerChannel == 32) put(1.0f);
     return PF_Err_NONE;
 }
 

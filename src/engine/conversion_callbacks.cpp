@@ -6,19 +6,20 @@
 namespace nuv {
 
 const FormatConversions* FindConversions(PF_PixelFormat format) {
-    static constexpr std::array kFormats = std::to_array<FormatConversions>({
+    static constexpr std::array<FormatConversions, kFormats.size()> kConversions{{
         {kFormatArgb8, 8, CopyArgb8ToRgba8, ConvertRgbaFToArgb8},
         {kFormatBgra8, 8, CopyBgra8ToRgba8, ConvertRgbaFToBgra8},
         {kFormatArgb16, 32, ConvertArgb16ToRgbaF, ConvertRgbaFToArgb16},
         {kFormatArgbFloat, 32, ConvertArgbFToRgbaF, ConvertRgbaFToArgbF},
         {kFormatBgraFloat, 32, ConvertBgraFToRgbaF, ConvertRgbaFToBgraF},
         {kFormatBgraFloatLinear, 32, ConvertBgraFToRgbaF, ConvertRgbaFToBgraF},
-    });
+    }};
+    static_assert(std::ranges::equal(kConversions, kFormats, {}, &FormatConversions::format),
+                  "every format has its row, in the order of kFormats");
     static_assert(std::ranges::all_of(
-        kFormats, [](const FormatConversions& entry) { return entry.in != nullptr && entry.out != nullptr; }));
-    const auto found = std::find_if(kFormats.begin(), kFormats.end(),
-                                    [format](const FormatConversions& entry) { return entry.format == format; });
-    return found == kFormats.end() ? nullptr : &*found;
+        kConversions, [](const FormatConversions& entry) { return entry.in != nullptr && entry.out != nullptr; }));
+    const auto found = std::ranges::find(kConversions, format, &FormatConversions::format);
+    return found == kConversions.end() ? nullptr : &*found;
 }
 
 namespace {

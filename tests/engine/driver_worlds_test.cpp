@@ -8,7 +8,6 @@ namespace {
 using support::Describe;
 using support::ExpectAsModel;
 using support::ExpectRenders;
-using support::kFormats;
 using support::Scene;
 using support::SceneOf;
 using support::Stage;

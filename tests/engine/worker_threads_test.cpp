@@ -13,7 +13,6 @@ namespace {
 
 using support::ExpectAsModel;
 using support::ExpectRenders;
-using support::kFormats;
 using support::Scene;
 using support::SceneOf;
 using support::Stage;

@@ -22,7 +22,7 @@ int Side(Bytes& input, int sizeClass, bool isWidth) {
 
 refhost::WorldLayout Layout(Bytes& input) {
     refhost::WorldLayout layout;
-    layout.format = input.Below(8) == 7 ? input.Number() : input.Pick(support::kFormats);
+    layout.format = input.Below(8) == 7 ? input.Number() : input.Pick(kFormats);
     const int sizeClass = input.Below(17);
     layout.width = Side(input, sizeClass, true);
     layout.height = Side(input, sizeClass, false);
@@ -89,7 +89,7 @@ Frame::Frame(Bytes& input) {
 
     scene.source = Layout(input);
     scene.output = is(3) ? Layout(input) : scene.source;
-    if (is(4)) scene.output.format = input.Pick(support::kFormats);
+    if (is(4)) scene.output.format = input.Pick(kFormats);
     scene.values = is(5) ? support::Values::wild : support::Values::ordinary;
     scene.seed = input.Take<std::uint8_t>();
     poison = input.Take<std::uint8_t>();

@@ -16,7 +16,6 @@
 
 namespace {
 
-using support::kFormats;
 using support::RenderPath;
 using support::Scene;
 using support::Stage;

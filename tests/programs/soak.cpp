@@ -47,7 +47,7 @@ int Side(Random& random, int largest) {
 
 refhost::WorldLayout AnyLayout(Random& random, int width, int height) {
     refhost::WorldLayout layout;
-    layout.format = support::kFormats[random.Below(support::kFormats.size())];
+    layout.format = kFormats[random.Below(kFormats.size())];
     layout.width = width;
     layout.height = height;
     layout.padding = static_cast<int>(random.Below(3) * random.Below(40));

@@ -17,6 +17,7 @@
 #include "params/params.h"
 #include "plugin_path.h"
 #include "reference_host/host.h"
+#include "reference_host/pixel_formats.h"
 
 namespace protocol {
 
@@ -173,8 +174,7 @@ public:
 
     explicit Scene(refhost::HostOptions options = InOrder(), refhost::PluginLibrary library = Binary())
         : host(std::move(library), std::move(options)), instance(SetUp(host)) {
-        const bool editor = host.options().personality == refhost::Personality::editor;
-        UseFormat(editor ? kFormatBgra8 : kFormatArgb8);
+        UseFormat(refhost::FindFormat(host.options().personality, 8)->code);
         settings.input = &input;
         settings.output = &output;
         // All of the layer, whatever part is asked for.

@@ -23,8 +23,7 @@ void Put(std::vector<std::byte>& bytes, T value) {
 }
 
 bool IsAlpha(PF_PixelFormat format, int channel) {
-    const bool alphaFirst = format == kFormatArgb8 || format == kFormatArgb16 || format == kFormatArgbFloat;
-    return channel == (alphaFirst ? 0 : 3);
+    return channel == (refhost::FormatOf(format).order == refhost::ChannelOrder::argb ? 0 : 3);
 }
 
 // Nothing and everything, most often; else anything between.

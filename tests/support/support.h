@@ -14,13 +14,11 @@
 
 #include "model.h"
 #include "reference_host/host.h"
+#include "reference_host/pixel_formats.h"
 
 namespace support {
 
 using refhost::RenderPath;
-
-inline constexpr std::array<PF_PixelFormat, 6> kFormats = {
-    kFormatArgb8, kFormatBgra8, kFormatArgb16, kFormatArgbFloat, kFormatBgraFloat, kFormatBgraFloatLinear};
 
 // "argb", or the number for what is no readable name.
 std::string FormatName(PF_PixelFormat format);

@@ -133,9 +133,9 @@ auto Identity(const refhost::Registration& r) {
 void IsRepeatable(Context& context) {
     const auto library = context.Load();
     std::optional<refhost::Registration> first;
-    for (const auto personality : {refhost::Personality::compositor, refhost::Personality::editor}) {
+    for (const refhost::PersonalityTraits& traits : refhost::kPersonalities) {
         auto options = context.HostOptions();
-        options.personality = personality;
+        options.personality = traits.personality;
         refhost::Host host(library, options);
         for (int i = 0; i < 3; ++i) {
             const auto registration = host.Scan();

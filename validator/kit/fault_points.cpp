@@ -28,7 +28,8 @@ void Append(Lines& to, const Lines& lines) {
 
 // A plain render in float is nothing that a host sends of its own accord.
 bool IsUnusual(const Context& context, RenderCommand command, PF_PixelFormat format) {
-    return command == RenderCommand::plainRender && !context.editing() && refhost::BytesPerPixel(format) > 8;
+    return command == RenderCommand::plainRender && refhost::TraitsOf(context.personality()).smartRender &&
+           refhost::FormatOf(format).bitsPerChannel == 32;
 }
 
 }  // namespace

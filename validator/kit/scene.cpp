@@ -13,24 +13,6 @@ namespace {
 
 using refhost::World;
 
-struct FormatKind {
-    PF_PixelFormat format;
-    const char* name;
-    int bits;
-    bool argb;
-};
-constexpr FormatKind kFormats[] = {
-    {kFormatArgb8, "8-bit ARGB", 8, true},       {kFormatBgra8, "8-bit BGRA", 8, false},
-    {kFormatArgb16, "16-bit ARGB", 16, true},    {kFormatArgbFloat, "float ARGB", 32, true},
-    {kFormatBgraFloat, "float BGRA", 32, false}, {kFormatBgraFloatLinear, "linear float BGRA", 32, false},
-};
-
-const FormatKind& KindOf(PF_PixelFormat format) {
-    const auto found = std::ranges::find(kFormats, format, &FormatKind::format);
-    if (found == std::end(kFormats)) throw std::invalid_argument("a format that no host has");
-    return *found;
-}
-
 template <typename Channel>
 void PutPixel(const std::array<double, 4>& channels, double white, std::byte* to) {
     for (const double channel : channels) {
@@ -116,18 +98,20 @@ std::string Hex(const std::byte* bytes, int count) {
 }
 
 // What a host of this personality would hand over.
-std::vector<PF_PixelFormat> FormatsFor(bool editing, std::uint32_t flags, std::uint32_t flags2,
-                                       const refhost::Host& host) {
+std::vector<PF_PixelFormat> FormatsFor(const refhost::PersonalityTraits& traits, std::uint32_t flags,
+                                       std::uint32_t flags2, const refhost::Host& host) {
     std::vector<PF_PixelFormat> formats;
-    if (editing) {
+    if (traits.declaredFormats) {
         for (const PF_PixelFormat format : host.supportedFormats()) {
-            if (refhost::BytesPerPixel(format) != 0) formats.push_back(format);
+            if (refhost::FindFormat(format)) formats.push_back(format);
         }
         return formats.empty() ? std::vector{kFormatArgb8} : formats;
     }
-    formats.push_back(kFormatArgb8);
-    if (flags & PF_OutFlag_DEEP_COLOR_AWARE) formats.push_back(kFormatArgb16);
-    if (flags2 & PF_OutFlag2_FLOAT_COLOR_AWARE) formats.push_back(kFormatArgbFloat);
+    for (const refhost::PixelFormat& format : refhost::kPixelFormats) {
+        const bool declared =
+            (flags & format.outFlags) == format.outFlags && (flags2 & format.outFlags2) == format.outFlags2;
+        if (format.host == traits.personality && declared) formats.push_back(format.code);
+    }
     return formats;
 }
 
@@ -138,20 +122,20 @@ std::string_view NameOf(RenderPath path) {
 }
 
 std::string NameOf(PF_PixelFormat format) {
-    return KindOf(format).name;
+    return std::string(refhost::FormatOf(format).name);
 }
 
 void Paint(World& world, std::uint64_t number) {
-    const FormatKind& kind = KindOf(world.layout().format);
+    const refhost::PixelFormat& format = refhost::FormatOf(world.layout().format);
     std::mt19937_64 random(number);
     for (int y = 0; y < world.layout().height; ++y) {
         const auto row = world.Row(y);
-        for (std::size_t at = 0; at < row.size(); at += static_cast<std::size_t>(kind.bits / 2)) {
+        for (std::size_t at = 0; at < row.size(); at += static_cast<std::size_t>(format.BytesPerPixel())) {
             std::array<double, 4> pixel = RandomArgb(random);
-            if (!kind.argb) std::ranges::reverse(pixel);
-            if (kind.bits == 8) PutPixel<std::uint8_t>(pixel, 255, &row[at]);
-            if (kind.bits == 16) PutPixel<std::uint16_t>(pixel, 32768, &row[at]);
-            if (kind.bits == 32) PutPixel<float>(pixel, 1, &row[at]);
+            if (format.order == refhost::ChannelOrder::bgra) std::ranges::reverse(pixel);
+            if (format.bitsPerChannel == 8) PutPixel<std::uint8_t>(pixel, 255, &row[at]);
+            if (format.bitsPerChannel == 16) PutPixel<std::uint16_t>(pixel, 32768, &row[at]);
+            if (format.bitsPerChannel == 32) PutPixel<float>(pixel, 1, &row[at]);
         }
     }
 }
@@ -247,9 +231,10 @@ refhost::Host& Scene::SetUp() {
     require("parameter set-up", host.ParamsSetup());
     host.options().faults = faults;
 
+    const auto& traits = refhost::TraitsOf(context_.personality());
     const bool smart = (flags2_ & PF_OutFlag2_SUPPORTS_SMART_RENDER) != 0;
-    if (!context_.editing() && smart) path_ = RenderPath::smart;
-    formats_ = FormatsFor(context_.editing(), flags_, flags2_, host);
+    if (traits.smartRender && smart) path_ = RenderPath::smart;
+    formats_ = FormatsFor(traits, flags_, flags2_, host);
     return host;
 }
 

@@ -19,6 +19,7 @@
 #include <string_view>
 #include <vector>
 
+#include "reference_host/pixel_formats.h"
 #include "reference_host/world.h"
 #include "validator/check.h"
 

@@ -7,15 +7,14 @@
 
 #include <nlohmann/json.hpp>
 
-#include "validator/run/isolation.h"
 #include "validator/errors.h"
 #include "validator/registry.h"
+#include "validator/run/isolation.h"
 
 namespace validator {
 namespace {
 
 using nlohmann::json;
-using refhost::Personality;
 
 // Keeps only the last of two entries of one name by itself, and would hide the first.
 json Parse(std::istream& stream) {
@@ -35,11 +34,6 @@ bool IsText(const json& value) {
     return value.is_string() && !value.get_ref<const std::string&>().empty();
 }
 
-bool IsFor(const Check& check, Personality personality) {
-    const Where where = personality == Personality::editor ? Where::editing : Where::compositing;
-    return check.where == Where::both || check.where == where;
-}
-
 // Of an entry with one key taken after the other, so that what is left is unknown. Null for `check`: of the other
 // system.
 Deviation ReadDeviation(json entry, const Check* check) {
@@ -48,15 +42,15 @@ Deviation ReadDeviation(json entry, const Check* check) {
     if (!IsText(entry["reason"])) throw UsageError("has no reason");
     deviation.reason = entry["reason"];
     entry.erase("reason");
-    for (const Personality personality : {Personality::compositor, Personality::editor}) {
-        const std::string name(NameOf(personality));
+    for (const refhost::PersonalityTraits& traits : refhost::kPersonalities) {
+        const std::string name(traits.name);
         if (!entry.contains(name)) continue;
         const json& lines = entry[name];
         if (!lines.is_array() || lines.empty() || !std::ranges::all_of(lines, IsText)) {
             throw UsageError("\"" + name + "\" is not a list of patterns");
         }
-        if (check && !IsFor(*check, personality)) throw UsageError("is no check of the " + name + " host");
-        deviation.lines[personality] = lines.get<std::vector<std::string>>();
+        if (check && !IsFor(*check, traits.personality)) throw UsageError("is no check of the " + name + " host");
+        deviation.lines[traits.personality] = lines.get<std::vector<std::string>>();
         entry.erase(name);
     }
     if (!entry.empty()) throw UsageError("\"" + entry.begin().key() + "\" is unknown");

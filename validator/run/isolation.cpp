@@ -73,10 +73,6 @@ JobOutcome Timed(Run run) {
 
 }  // namespace
 
-std::string_view NameOf(refhost::Personality personality) {
-    return personality == refhost::Personality::editor ? "editing" : "compositing";
-}
-
 JobOutcome RunInThisProcess(const Job& job) {
     static const bool watched = std::atexit(RefuseToExit) == 0;
     if (!watched) throw std::runtime_error("the process has no room for what to do at its end");

@@ -31,6 +31,4 @@ JobOutcome RunInOwnProcess(const Job& job, std::chrono::milliseconds limit, cons
 // What the process of one check does on Windows: reports to standard output, as RunInOwnProcess reads it.
 void RunAsChild(const Job& job);
 
-std::string_view NameOf(refhost::Personality personality);  // "compositing", "editing"
-
 }  // namespace validator

@@ -5,19 +5,14 @@
 namespace validator {
 namespace {
 
-using refhost::Personality;
-
-std::vector<Personality> PersonalitiesOf(const Check& check) {
-    if (check.where == Where::compositing) return {Personality::compositor};
-    if (check.where == Where::editing) return {Personality::editor};
-    return {Personality::compositor, Personality::editor};
-}
-
 std::vector<Job> JobsOf(const Check& check, const RunOptions& options) {
     std::vector<Job> jobs;
     for (int i = 0; i < options.repeat; ++i) {
-        for (const Personality personality : PersonalitiesOf(check))
-            jobs.push_back({&check, options.plugin, personality, options.seed + static_cast<std::uint64_t>(i)});
+        for (const refhost::PersonalityTraits& traits : refhost::kPersonalities) {
+            if (!IsFor(check, traits.personality)) continue;
+            jobs.push_back(
+                {&check, options.plugin, traits.personality, options.seed + static_cast<std::uint64_t>(i)});
+        }
     }
     return jobs;
 }

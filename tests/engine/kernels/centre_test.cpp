@@ -10,7 +10,6 @@ namespace {
 using support::Describe;
 using support::ExpectAsModel;
 using support::ExpectRenders;
-using support::kFormats;
 using support::kOutside;
 using support::Paint;
 using support::Place;

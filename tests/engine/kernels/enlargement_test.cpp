@@ -11,7 +11,6 @@ namespace {
 
 using support::ExpectAsModel;
 using support::ExpectRenders;
-using support::kFormats;
 using support::kOutside;
 using support::Paint;
 using support::Place;

@@ -10,7 +10,6 @@
 namespace {
 
 using support::ExpectAsModel;
-using support::kFormats;
 using support::Paint;
 using support::Place;
 using support::Places;

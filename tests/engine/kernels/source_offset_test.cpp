@@ -11,7 +11,6 @@
 namespace {
 
 using support::ExpectAsModel;
-using support::kFormats;
 using support::RenderPath;
 using support::Scene;
 using support::SceneOf;
