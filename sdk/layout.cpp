@@ -1,4 +1,4 @@
-// Pins the layout of every host structure: one wrong offset would crash the user's application.
+// Checks the layout of every structure of the host, because one wrong offset would crash the user's application.
 #include <cstddef>
 
 #include "pf_data.h"

@@ -1,9 +1,9 @@
 // The host's basic types, codes and numbers.
 //
-// These headers describe the host's published 64-bit binary interface in our own words. Every size and
-// offset is pinned in layout.cpp; only fields and callbacks that the effect or the reference host uses carry
-// more than their name. Unless a line says otherwise, a pointer that the host passes in is valid for the
-// length of that one call and stays the host's.
+// These headers describe the host's published 64-bit binary interface in our own words. layout.cpp checks every
+// size and offset. A field or callback has a comment only if the effect or the reference host uses it. Unless a
+// comment says otherwise, the host owns each pointer that it passes, and the pointer is valid only during that
+// call.
 #pragma once
 
 #include <cstdint>
@@ -20,9 +20,9 @@ inline constexpr PF_Err PF_Err_INVALID_INDEX = 513;
 inline constexpr PF_Err PF_Err_UNRECOGNIZED_PARAM_TYPE = 514;
 inline constexpr PF_Err PF_Err_INVALID_CALLBACK = 515;
 inline constexpr PF_Err PF_Err_BAD_CALLBACK_PARAM = 516;
-inline constexpr PF_Err PF_Interrupt_CANCEL = 517;  // what `abort` answers once the user has stopped the render
+inline constexpr PF_Err PF_Interrupt_CANCEL = 517;  // what `abort` returns after the user has stopped the render
 
-// What the host asks of the effect in one call of EffectMain.
+// What the effect has to do in one call of EffectMain.
 using PF_Cmd = std::int32_t;
 
 inline constexpr PF_Cmd PF_Cmd_ABOUT = 0;
@@ -76,17 +76,18 @@ inline constexpr std::int32_t kAppIdEditor = 0x50724D72;
 // ---- Small records --------------------------------------------------------------------------------------------
 
 using PF_Boolean = char;             // 0 or 1
-using PF_Fixed = std::int32_t;       // 16.16 fixed point: the whole part is the high half, sign included
+using PF_Fixed = std::int32_t;       // 16.16 fixed point: the high 16 bits are the whole part, with the sign
 using A_HandleSize = std::uint64_t;  // bytes
 
-// A relocatable block of host memory. `*handle` is the block's current address; it may move unless the handle
-// is locked. Made and freed only through the host's handle callbacks.
+// A block of the host's memory. `*handle` is the block's current address. The host may move the block while the
+// handle is not locked. Only the host's handle callbacks make and free blocks.
 using PF_Handle = void**;
 
-// The host's name for one running instance of the effect; passed back to callbacks, never looked into.
+// Identifies a running instance of the effect to the host. The effect passes it to callbacks and never reads from
+// it.
 using PF_ProgPtr = struct PF_OpaqueEffect*;
 
-// Stands for callbacks whose signature nothing here needs.
+// The type of the callbacks that nothing here calls.
 using PF_UnusedCallback = void (*)();
 
 struct PF_RationalScale {

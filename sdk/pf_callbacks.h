@@ -5,19 +5,20 @@
 
 #include "pf_params.h"
 
-// Embedded in PF_InData. `ref` is PF_InData::effect_ref of the running command.
+// A part of PF_InData. The argument `ref` is PF_InData::effect_ref of the running command.
 struct PF_InteractCallbacks {
-    // Fills the caller's record with parameter `index` at a time, in units of 1/timeScale second. Command thread
-    // only. Every check-out is answered by one check-in, also one that failed.
+    // Fills the caller's record with the value of parameter `index` at `whatTime`, in units of 1/timeScale second.
+    // Command thread only. Every check-out needs one check-in, even if it failed.
     PF_Err (*checkout_param)(PF_ProgPtr ref, std::int32_t index, std::int32_t whatTime, std::int32_t timeStep,
                              std::uint32_t timeScale, PF_ParamDef* param);
-    // Ends the use of a checked-out record, which stays the caller's memory. Command thread, same command.
+    // Ends the use of a checked-out record. The caller still owns its memory. Command thread only, in the command
+    // that checked it out.
     PF_Err (*checkin_param)(PF_ProgPtr ref, PF_ParamDef* param);
-    // Parameter set-up only, on its thread. Index -1 appends; the host copies the record and the strings it
-    // points to.
+    // Adds a parameter; index -1 appends it. The host copies the record and the strings that it points to. During
+    // parameter set-up only, on its thread.
     PF_Err (*add_param)(PF_ProgPtr ref, std::int32_t index, PF_ParamDef* param);
-    // Non-zero once the user has stopped the render; the code is to be returned unchanged. Command thread, or
-    // the iteration thread with index 0.
+    // Returns a code other than 0 after the user has stopped the render. The effect must return the same code.
+    // Command thread, or the iteration thread with index 0.
     PF_Err (*abort)(PF_ProgPtr ref);
     PF_Err (*progress)(PF_ProgPtr ref, std::int32_t current, std::int32_t total);
     PF_Err (*register_ui)(PF_ProgPtr ref, void* customUiInfo);
@@ -46,7 +47,7 @@ struct PF_ANSICallbacks {
     double (*sqrt)(double x);
     double (*tan)(double x);
     int (*sprintf)(char* buffer, const char* format, ...);
-    // Unbounded: the destination holds the whole source and its terminating zero. Any thread.
+    // Checks no size: the destination must have room for the source and its terminating zero. Any thread.
     char* (*strcpy)(char* destination, const char* source);
     double (*asin)(double x);
     double (*acos)(double x);
@@ -57,8 +58,8 @@ struct PF_ColorCallbacks {
     PF_UnusedCallback entries[8];
 };
 
-// Pointed to by PF_InData::utils; valid for the command. The handle callbacks may be called from the command's
-// thread only.
+// PF_InData::utils points to this table, which is valid during the command. Only the command's thread may call the
+// handle callbacks.
 struct PF_UtilCallbacks {
     PF_UnusedCallback begin_sampling;
     PF_UnusedCallback subpixel_sample;
@@ -74,22 +75,25 @@ struct PF_UtilCallbacks {
     PF_UnusedCallback iterate;
     PF_UnusedCallback premultiply;
     PF_UnusedCallback premultiply_color;
-    // Makes an 8-bit world in the caller's record; the caller gives it back with dispose_world. Sizes in pixels.
+    // Makes an 8-bit world in the caller's record. The caller frees it with dispose_world. Width and height are in
+    // pixels.
     PF_Err (*new_world)(PF_ProgPtr ref, std::int32_t width, std::int32_t height, std::int32_t newWorldFlags,
                         PF_EffectWorld* world);
-    // Frees the pixels of a world made by new_world; the record stays the caller's. Command thread.
+    // Frees the pixels of a world that new_world made. The caller still owns the record. Command thread.
     PF_Err (*dispose_world)(PF_ProgPtr ref, PF_EffectWorld* world);
     PF_UnusedCallback iterate_origin;
     PF_UnusedCallback iterate_lut;
     PF_UnusedCallback transfer_rect;
     PF_UnusedCallback transform_world;
-    // A new block of `size` bytes, contents undefined, owned by the caller; null when there is no memory.
+    // Makes a block of `size` bytes, whose contents are undefined. The caller owns it. Returns null if there is no
+    // memory.
     PF_Handle (*host_new_handle)(A_HandleSize size);
-    // The block's address, fixed until unlocked; null when it cannot be had.
+    // Returns the block's address, which stays the same until the block is unlocked. Returns null if the block
+    // cannot be locked.
     void* (*host_lock_handle)(PF_Handle handle);
-    // Ends one lock. The effect passes null as well, where an instance has no block.
+    // Ends one lock. The effect also passes null, if an instance has no block.
     void (*host_unlock_handle)(PF_Handle handle);
-    // Ends the block's life. Unlocked first; not null.
+    // Frees the block, which must not be locked. The handle must not be null.
     void (*host_dispose_handle)(PF_Handle handle);
     PF_UnusedCallback get_callback_addr;
     PF_UnusedCallback app;
@@ -99,8 +103,8 @@ struct PF_UtilCallbacks {
     A_HandleSize (*host_get_handle_size)(PF_Handle handle);  // bytes
     PF_UnusedCallback iterate_origin_non_clip_src;
     PF_UnusedCallback iterate_generic;
-    // Keeps the block's contents up to the smaller size. May replace the handle that the second argument points
-    // to; leaves block and handle as they are when it fails. The block is not locked.
+    // Resizes the block and keeps its contents up to the smaller size. May replace the handle that the second
+    // argument points to. If it fails, block and handle are unchanged. The block must not be locked.
     PF_Err (*host_resize_handle)(A_HandleSize size, PF_Handle* handle);
     PF_UnusedCallback subpixel_sample16;
     PF_UnusedCallback area_sample16;

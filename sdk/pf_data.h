@@ -1,4 +1,4 @@
-// The two records that accompany every command, and the entry points that take them.
+// The two records that the host passes with every command, and the effect's entry points, which take them.
 #pragma once
 
 #include "pf_callbacks.h"
@@ -17,7 +17,8 @@ struct PF_SoundWorld {
     void* dataP;
 };
 
-// From the host to the effect; the host's, with all that it points to, for the length of the command.
+// What the host tells the effect. The host owns the record and all that it points to; they are valid during the
+// command.
 struct PF_InData {
     PF_InteractCallbacks inter;
     PF_UtilCallbacks* utils;
@@ -25,7 +26,7 @@ struct PF_InData {
     std::int32_t quality;
     PF_SpecVersion version;
     std::int32_t serial_num;
-    std::int32_t appl_id;  // kAppIdCompositor, kAppIdEditor, or another host's
+    std::int32_t appl_id;  // kAppIdCompositor, kAppIdEditor, or another host's id
     std::int32_t num_params;
     std::int32_t reserved;
     std::int32_t what_cpu;
@@ -46,40 +47,40 @@ struct PF_InData {
     PF_RationalScale downsample_y;
     PF_RationalScale pixel_aspect_ratio;  // a pixel's width over its height
     std::int32_t in_flags;
-    PF_Handle global_data;    // the effect's own for the whole session; null when it made none
-    PF_Handle sequence_data;  // this instance's block, carried and saved by the host; null when there is none
+    PF_Handle global_data;    // the effect's own data for the whole session; null if it has none
+    PF_Handle sequence_data;  // this instance's block, which the host keeps and saves; null if there is none
     PF_Handle frame_data;
     std::int32_t start_sampL;
     std::int32_t dur_sampL;
     std::int32_t total_sampL;
     PF_SoundWorld src_snd;
-    SPBasicSuite* pica_basicP;  // the way to every suite; null in a host without suites
+    SPBasicSuite* pica_basicP;  // gives the suites; null in a host without suites
     std::int32_t pre_effect_source_origin_x;
     std::int32_t pre_effect_source_origin_y;
     PF_Fixed shutter_phase;
 };
 
-// From the effect to the host; the host's record, written by the effect during the command.
+// What the effect tells the host. The host owns the record. The effect writes to it during the command.
 struct PF_OutData {
-    std::uint32_t my_version;  // global set-up
+    std::uint32_t my_version;  // written in global set-up
     char name[32];
     PF_Handle global_data;
-    std::int32_t num_params;       // parameter set-up; counts the input layer
-    PF_Handle sequence_data;       // sequence set-up: the new block, the host's from then on; set-down: null
-    std::int32_t flat_sdata_size;  // its size in bytes when saved
+    std::int32_t num_params;       // written in parameter set-up; counts the input layer, too
+    PF_Handle sequence_data;       // in sequence set-up the new block, which the host then owns; in set-down null
+    std::int32_t flat_sdata_size;  // the size of sequence_data in bytes when it is saved
     PF_Handle frame_data;
     std::int32_t width;
     std::int32_t height;
     PF_Point origin;
-    std::int32_t out_flags;  // capability flags at global set-up, requests such as a message otherwise
+    std::int32_t out_flags;  // in global set-up the capability flags, else requests, such as for a message
     char return_msg[256];    // zero-terminated text for the user
     std::int32_t start_sampL;
     std::int32_t dur_sampL;
     PF_SoundWorld dest_snd;
-    std::int32_t out_flags2;  // capability flags at global set-up
+    std::int32_t out_flags2;  // more capability flags in global set-up
 };
 
-// The host's registration record; passed through, never looked into.
+// The host's registration record. The effect passes it on and never reads from it.
 using PF_PluginDataPtr = struct PF_OpaquePluginData*;
 
 using PF_PluginDataCB = PF_Err (*)(PF_PluginDataPtr inPtr, const std::uint8_t* name, const std::uint8_t* matchName,
@@ -87,8 +88,9 @@ using PF_PluginDataCB = PF_Err (*)(PF_PluginDataPtr inPtr, const std::uint8_t* n
                                    std::int32_t kind, std::int32_t apiMajor, std::int32_t apiMinor,
                                    std::int32_t reserved);
 
-// Exported by the effect under the names "PluginDataEntryFunction" and "EffectMain". The first is called once
-// when the host scans its plug-ins; the second for every command, render commands from several threads at once.
+// The effect exports two functions under the names "PluginDataEntryFunction" and "EffectMain". The host calls the
+// first once, when it scans its plug-ins. It calls the second for every command, and for render commands on several
+// threads at the same time.
 using PluginDataEntryFunctionType = PF_Err (*)(PF_PluginDataPtr inPtr, PF_PluginDataCB callback,
                                                SPBasicSuite* basic, const char* hostName, const char* hostVersion);
 using EffectMainType = PF_Err (*)(PF_Cmd cmd, PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[],

@@ -24,8 +24,8 @@ inline constexpr PF_ParamType PF_Param_POINT_3D = 18;
 
 inline constexpr std::int16_t PF_Precision_HUNDREDTHS = 2;
 
-// A point in pixels of the (possibly reduced) layer when it is a value, in percent of the layer when it is a
-// default. 16.16 fixed point throughout.
+// A point in 16.16 fixed point. A value is in pixels of the layer at its current resolution, which may be reduced.
+// A default is in percent of the layer.
 struct PF_PointDef {
     PF_Fixed x_value;
     PF_Fixed y_value;
@@ -37,8 +37,8 @@ struct PF_PointDef {
 
 struct PF_PopupDef {
     std::int32_t value;        // 1 for the first choice
-    std::int16_t num_choices;  // how many the menu offers
-    std::int16_t dephault;     // as value
+    std::int16_t num_choices;  // how many choices the menu offers
+    std::int16_t dephault;     // counts like `value`
     union {
         const char* namesptr;  // choices separated by '|'; must outlive add_param
     } u;
@@ -49,12 +49,12 @@ struct PF_FloatSliderDef {
     double value;
     double phase;
     char value_desc[32];
-    float valid_min;  // what may be typed
+    float valid_min;  // the least and the greatest value that users may type
     float valid_max;
-    float slider_min;  // what the slider reaches, inside the valid range
+    float slider_min;  // the ends of the slider, inside the valid range
     float slider_max;
     float dephault;
-    std::int16_t precision;  // decimals shown
+    std::int16_t precision;  // the number of decimals that the host shows
     std::int16_t display_flags;
     std::uint32_t fs_flags;
     float curve_tolerance;  // how far the host may simplify a curve of values
@@ -69,19 +69,20 @@ union PF_ParamDefUnion {
     PF_FloatSliderDef fs_d;
 };
 
-// One parameter: its definition when the effect adds it, its value at one time when the effect checks it out.
-// The effect owns the record in both cases; the host owns what a checked-out record points to.
+// One parameter. When the effect adds the parameter, the record is its definition; when the effect checks it out,
+// the record is its value at one time. The effect owns the record in both cases. The host owns what a checked-out
+// record points to.
 struct PF_ParamDef {
     union {
-        std::int32_t id;  // disk id, 1 to 9999: names the parameter in saved projects
+        std::int32_t id;  // disk id, 1 to 9999, by which saved projects identify the parameter
         std::int32_t change_flags;
     } uu;
-    std::int32_t ui_flags;  // 0: nothing special in the user interface
+    std::int32_t ui_flags;  // 0: the host's usual controls
     std::int16_t ui_width;
     std::int16_t ui_height;
-    PF_ParamType param_type;  // says which member of `u` is meant
+    PF_ParamType param_type;  // tells which member of `u` is used
     char name[32];            // zero-terminated
-    std::int32_t flags;       // 0: animates freely, not supervised
+    std::int32_t flags;       // 0: users may animate it, and the host does not tell the effect of changes
     std::int32_t unused;
     PF_ParamDefUnion u;
 };

@@ -1,16 +1,16 @@
-// The basic suite and the callback suites reached through it.
+// The basic suite, and the suites of callbacks that it gives.
 #pragma once
 
 #include "pf_world.h"
 
 struct PF_InData;
 
-// Pointed to by PF_InData::pica_basicP. Command thread only. A suite table is the host's; it may be used
-// between its acquisition and its release, and each successful acquisition is owed one release.
+// PF_InData::pica_basicP points to it. Command thread only. The host owns the table of a suite, which the effect
+// may use from its acquisition to its release. Each successful acquisition needs one release.
 struct SPBasicSuite {
-    // Non-zero is an error; a zero does not promise that `suite` is not null.
+    // Returns 0 if it succeeds. Even then `suite` may be null.
     std::int32_t (*AcquireSuite)(const char* name, std::int32_t version, const void** suite);
-    // Ends one acquisition; the table is not used afterwards.
+    // Ends one acquisition. The table must not be used afterwards.
     std::int32_t (*ReleaseSuite)(const char* name, std::int32_t version);
     PF_UnusedCallback IsEqual;
     PF_UnusedCallback AllocateBlock;
@@ -37,14 +37,14 @@ struct PF_ANSICallbacksSuite1 {
     double (*sin)(double x);
     double (*sqrt)(double x);
     double (*tan)(double x);
-    // As the C library's, unbounded; returns the number of characters written.
+    // As the C library's: checks no size, and returns the number of characters that it wrote.
     int (*sprintf)(char* buffer, const char* format, ...);
     char* (*strcpy)(char* destination, const char* source);
     double (*asin)(double x);
     double (*acos)(double x);
 };
 
-// "PF Handle Suite" version 2 (the structure's own number stayed 1). As the handle callbacks of
+// "PF Handle Suite" version 2, although the structure's name has a 1. The callbacks do the same as those of
 // PF_UtilCallbacks.
 struct PF_HandleSuite1 {
     PF_Handle (*host_new_handle)(A_HandleSize size);
@@ -55,17 +55,17 @@ struct PF_HandleSuite1 {
     PF_Err (*host_resize_handle)(A_HandleSize size, PF_Handle* handle);
 };
 
-// Called once a pixel, from any host thread; (x, y) is the pixel's column and row in the iterated area.
+// The host calls it once for each pixel, on any of its threads. (x, y) is the pixel's column and row in the area.
 using PF_IteratePixel8Func = PF_Err (*)(void* refcon, std::int32_t x, std::int32_t y, PF_Pixel* in, PF_Pixel* out);
 
-// Called once an iteration (0 to iterations-1), from any host thread, in any order, several at a time.
-// `threadIndex` counts the host's threads from 0. A non-zero result stops the iteration.
+// The host calls it once for each `i` from 0 to iterations - 1, in any order, on any of its threads, on several at
+// the same time. `threadIndex` is the number of the thread, from 0. A result other than 0 stops the iteration.
 using PF_IterateRowFunc = PF_Err (*)(void* refcon, std::int32_t threadIndex, std::int32_t i,
                                      std::int32_t iterations);
 
-// "PF Iterate8 Suite" 1. Each call returns after its last callback.
+// "PF Iterate8 Suite" 1. Both functions return after the last callback has returned.
 struct PF_Iterate8Suite1 {
-    // A null `area` is the whole world. Progress runs from progressBase to progressFinal.
+    // A null `area` means the whole world. The host's progress runs from progressBase to progressFinal.
     PF_Err (*iterate)(PF_InData* in_data, std::int32_t progressBase, std::int32_t progressFinal,
                       PF_EffectWorld* src, const PF_Rect* area, void* refcon, PF_IteratePixel8Func pixelFunction,
                       PF_EffectWorld* dst);
@@ -80,13 +80,15 @@ struct PF_WorldSuite2 {
     PF_Err (*PF_NewWorld)(PF_ProgPtr ref, std::int32_t width, std::int32_t height, PF_Boolean clear,
                           PF_PixelFormat format, PF_EffectWorld* world);
     PF_Err (*PF_DisposeWorld)(PF_ProgPtr ref, PF_EffectWorld* world);
-    // Of a world that the host has handed out for the running command. `format` is written on success only.
+    // Tells the format of a world that the host has given to the running command. Writes `format` only if it
+    // succeeds.
     PF_Err (*PF_GetPixelFormat)(const PF_EffectWorld* world, PF_PixelFormat* format);
 };
 
 // "PF Pixel Format Suite" 1: the editing host's formats. Command thread.
 struct PF_PixelFormatSuite1 {
-    // Global set-up only: first clear what the host assumes, then add one format a call.
+    // In global set-up only. The effect first clears the formats that the host assumes, then adds one with each
+    // call.
     PF_Err (*AddSupportedPixelFormat)(PF_ProgPtr ref, PF_PixelFormat format);
     PF_Err (*ClearSupportedPixelFormats)(PF_ProgPtr ref);
     PF_Err (*NewWorldOfPixelFormat)(PF_ProgPtr ref, std::uint32_t width, std::uint32_t height, std::int32_t flags,

@@ -21,7 +21,7 @@ struct PF_Pixel16 {
     std::uint16_t blue;
 };
 
-// Nominally 0.0 to 1.0; values outside, infinities and not-a-number occur.
+// Usually 0.0 to 1.0, but other values, infinities and not-a-number occur, too.
 struct PF_PixelFloat {
     float alpha;
     float red;
@@ -50,14 +50,14 @@ inline constexpr PF_PixelFormat kFormatBgraFloatLinear = 0x4C614742;  // "BGaL":
 inline constexpr std::array kFormats{kFormatArgb8,     kFormatBgra8,     kFormatArgb16,
                                      kFormatArgbFloat, kFormatBgraFloat, kFormatBgraFloatLinear};
 
-// A rectangle of pixels in host memory. Owned by the host; valid for the command that handed it over (input
-// pixels: until they are checked in). The pixel format is asked of a suite, not read from here.
+// A rectangle of pixels in the host's memory. The host owns it. It is valid during the command that got it; input
+// pixels are valid until they are checked in. The record does not hold the pixel format: a suite tells it.
 struct PF_LayerDef {
     void* reserved0;
     void* reserved1;
     std::int32_t world_flags;
     PF_Pixel* data;         // first byte of row 0, the top row; any alignment; null in a layer without pixels
-    std::int32_t rowbytes;  // bytes from one row to the next; may exceed the row's pixels, may be negative
+    std::int32_t rowbytes;  // bytes from one row to the next; may be larger than a row's pixels, or negative
     std::int32_t width;     // pixels
     std::int32_t height;    // rows
     PF_Rect extent_hint;
