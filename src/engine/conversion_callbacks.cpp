@@ -31,7 +31,7 @@ struct TrampolineRefcon {
     std::int32_t iterations;
 };
 
-// Each pixel of the scratch column stands for one row.
+// Is called for each pixel of the scratch column. Each pixel stands for one row.
 PF_Err IterateRowTrampoline(void* refcon, std::int32_t /*x*/, std::int32_t y, PF_Pixel* /*in*/, PF_Pixel* /*out*/) {
     const auto& rows = *static_cast<const TrampolineRefcon*>(refcon);
     return rows.callback(rows.context, 1, y, rows.iterations);

@@ -9,8 +9,9 @@ namespace nuv {
 
 // While this object lives, its thread rounds to nearest, keeps denormals and traps nothing, so that a picture
 // depends neither on the host's settings nor on the thread that a row runs on. The destructor restores the thread's
-// own state, with its exception flags. None of the host's code may run meanwhile. The object protects only what
-// happens behind a pointer: the compiler may compute local variables earlier or later.
+// own state, with its exception flags. None of the host's code may run meanwhile. The object protects only
+// computations that read or write memory through a pointer: the compiler may move a computation in local variables
+// out of the object's life.
 class PlainFloats {
 public:
     PlainFloats() : hosts_(_mm_getcsr()) {

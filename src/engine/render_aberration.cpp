@@ -77,7 +77,8 @@ bool GiveMemory(ImageBuffer& buffer, std::int32_t bitsPerChannel, HostBuffer& me
     return true;
 }
 
-// Zeroes the rows that no worker has. From 2^29 rows on, single precision can leave some.
+// Sets the rows from `end` on to zero, which no worker writes. There can be some from 2^29 rows on, because the
+// workers' bands are computed in single precision.
 void ClearBelow(std::int32_t end, const ImageBuffer& buffer) {
     if (end >= buffer.height) return;
     std::memset(buffer.pixels + std::ptrdiff_t{buffer.rowBytes} * end, 0,
@@ -133,8 +134,8 @@ PF_Err RenderAberration(PF_InData* inData, RenderData& job, PF_EffectWorld* sour
     FillFrame(job, *inData);
 
     if (!IsUsable(output)) return PF_Err_BAD_CALLBACK_PARAM;
-    // Both worlds are copied, because the host can change its records in every callback. A buffer that was
-    // allocated for one size must not meet another.
+    // Both worlds are copied, because the host can change its records in every callback. The buffers would then be
+    // too small for the new size.
     const PF_EffectWorld target = *output;
     context.kernels = &SelectKernels(ResultBytes(target));
     // For an empty layer, hosts give no world, or one without memory. Then all pixels lie outside the source.

@@ -6,9 +6,9 @@
 
 namespace nuv {
 
-// This is std::thread, except on Windows. There std::thread gives the joining thread handles and memory, and frees
-// them only in libraries that hear of the end of threads. Hosts start a thread for a frame and end it, so that
-// these would pile up.
+// This is std::thread, except on Windows. There std::thread allocates handles and memory for the thread that joins,
+// and frees them only if the library is told when that thread ends. Hosts start a thread for one frame and end it,
+// so the process would lose handles and memory with every frame.
 class WorkerThread {
 public:
     using Work = void (*)(void* argument);  // it must not throw

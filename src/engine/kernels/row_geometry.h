@@ -21,9 +21,9 @@ inline std::int32_t Truncate(float value) {
 // Columns and rows are pixels of the output, counted from its top left. Distances are taken between pixel
 // positions, which are whole numbers, and not between the middles of pixels.
 struct FrameGeometry {
-    float cx;              // centre of the enlargement
-    float cyE;             // mirrored vertically only: looks that users have saved depend on it
-    float R;               // distance from the centre to the farthest corner
+    float cx;   // centre of the enlargement
+    float cyE;  // its row, mirrored from top to bottom; cx is not mirrored, and saved pictures depend on both
+    float R;    // distance from the centre to the farthest corner
     std::int32_t columns;  // computed columns of each row, at most output.width; the rest is zero
 };
 

@@ -1,4 +1,5 @@
-// Compiled for AVX2. It holds only code that no other file can come to share.
+// Compiled for AVX2. All functions are in unnamed namespaces. Otherwise the linker could use one of them for
+// another file, which must run on every processor.
 #include "engine/kernels/x86/avx2_vectors.h"
 
 #include "engine/kernels/x86/conversions_text.h"

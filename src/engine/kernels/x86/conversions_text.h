@@ -8,8 +8,8 @@ namespace nuv {
 namespace {
 
 struct Conversions : Vectors {
-    // Bytes of a pixel on either side, and the scalar kernel that does the same. Convert, in each conversion below,
-    // returns one register of the destination.
+    // The bytes of a pixel in source and destination, and the scalar kernel that does the same. The function
+    // Convert of each conversion below returns one register of the destination.
     template <int kFromBytes, int kToBytes, RowConversion RowKernels::*kKernel>
     struct Conversion {
         static constexpr int kFrom = kFromBytes, kTo = kToBytes;
@@ -60,7 +60,7 @@ struct Conversions : Vectors {
         }
     };
 
-    // Minus zero stays as it is: only a mask clears what is below zero or not a number.
+    // A mask sets negative values and not-a-number to zero. Larger would also change minus zero, which must stay.
     template <int kOrder, RowConversion RowKernels::*kKernel>
     struct FloatOut : Conversion<16, 16, kKernel> {
         static Floats Convert(const std::byte* source, Floats scale) {
@@ -72,10 +72,10 @@ struct Conversions : Vectors {
     template <class Type, bool kStream>
     static void ConvertRow(const std::byte* source, std::byte* destination, std::int32_t width, float scale) {
         if (width < 1) return;
-        // Streaming writes whole cache lines past the cache, and the ends of the row through it. A line that is
-        // written in both ways is slow.
+        // Streaming stores bypass the cache and write whole cache lines. The ends of the row are written through
+        // the cache. No line is written in both ways, because that is slow.
         constexpr int kLine = 64;
-        constexpr int kGroup = kStream ? 16 : kLanes;  // pixels; at least a line
+        constexpr int kGroup = kStream ? 16 : kLanes;  // in pixels; at least a cache line
         const auto scalar = [&](std::int32_t pixels) {
             (kScalarKernels.*Type::kScalar)(source, destination, pixels, scale);
             source += std::ptrdiff_t{pixels} * Type::kFrom;
@@ -96,7 +96,7 @@ struct Conversions : Vectors {
                 for (int i = 0; i < kGroup * Type::kFrom; i += kLine)
                     _mm_prefetch(reinterpret_cast<const char*>(source + kPrefetchBytes + i), _MM_HINT_T1);
             }
-            constexpr int kPixels = kLanes * 4 / Type::kTo;  // in a register
+            constexpr int kPixels = kLanes * 4 / Type::kTo;  // the pixels of one register
             for (int i = 0; i < kGroup; i += kPixels) {
                 Store<kStream>(destination, Type::Convert(source, scales));
                 source += kPixels * Type::kFrom;

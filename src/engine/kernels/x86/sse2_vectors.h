@@ -1,5 +1,5 @@
-// The vector operations that the texts are written in, with SSE2, which every x86-64 processor has. The other
-// instruction sets give the same operations for wider registers.
+// The vector operations that conversions_text.h and tiles_text.h use, with SSE2, which every x86-64 processor has.
+// The headers of the other instruction sets have the same operations for wider registers.
 #pragma once
 
 #include <emmintrin.h>
@@ -47,7 +47,7 @@ struct Vectors {
     static Floats Larger(Floats a, Floats b) { return _mm_max_ps(a, b); }
     static Floats Smaller(Floats a, Floats b) { return _mm_min_ps(a, b); }
 
-    // Not-a-number is not zero, not at least zero, and not above zero.
+    // For not-a-number, IsNotZero is true, and IsAtLeastZero and IsAboveZero are false.
     static Mask IsAtLeastZero(Floats value) { return _mm_cmpge_ps(value, _mm_setzero_ps()); }
     static Mask IsAboveZero(Floats value) { return _mm_cmpgt_ps(value, _mm_setzero_ps()); }
     static Mask IsNotZero(Floats value) { return _mm_cmpneq_ps(value, _mm_setzero_ps()); }
@@ -104,9 +104,9 @@ struct Vectors {
     static Bytes LoadBytes(const std::byte* from) { return Load(from); }
     static Bytes RepeatBits(std::uint32_t value) { return _mm_set1_epi32(static_cast<int>(value)); }
     static Bytes LargerBytes(Bytes a, Bytes b) { return _mm_max_epu8(a, b); }
-    // All bits set where a pixel is not zero, else none.
+    // Sets all bits of each pixel that is not zero, and none of the others.
     static Bytes AllBitsUnlessZero(Bytes pixels) { return ~_mm_cmpeq_epi32(pixels, _mm_setzero_si128()); }
-    // The kPart-th register of floats from these bytes.
+    // The bytes become several registers of floats. Returns register kPart.
     template <int kPart>
     static Floats BytesToFloats(Bytes pixels) {
         const Bytes none = _mm_setzero_si128();

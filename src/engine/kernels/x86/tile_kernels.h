@@ -34,8 +34,8 @@ inline constexpr int kRowsAhead = 2;
 // Samplers write the samples of a run to `samples`, without gaps. There is room for a whole run, and a sampler may
 // write more than `count` pixels of it.
 
-// Samples from one source row, which has at least kTileStep pixels. `line` is its first pixel. All columns lie
-// inside the row. Columns ascend, and any eight of them in a row span at most eight source pixels.
+// Fetches samples from one source row, which has at least kTileStep pixels. `line` is its first pixel. All columns
+// lie inside the row. Columns ascend, and any eight of them in a row span at most eight source pixels.
 using SampleLine = void (*)(const SourcePixels& source, const std::byte* line, const std::int32_t* columns,
                             int count, std::byte* samples);
 
@@ -47,8 +47,8 @@ struct MagnifiedRow {
     float offsetX, offsetY;  // job.sourceOffsetX and job.sourceOffsetY
 };
 
-// Samples from where the pixels x, x + 1, … of the output row read their enlarged samples. Outside the source it
-// gives transparent black.
+// Fetches the enlarged samples of the output pixels x, x + 1, … from any places in the source. Outside the source
+// they are transparent black.
 using SampleCurve = void (*)(const SourcePixels& source, const MagnifiedRow& row, std::int32_t x, int count,
                              std::byte* samples);
 
@@ -57,7 +57,7 @@ struct Samplers {
     SampleLine line;
     SampleCurve square, cubic;
     int curveRunPixels;  // the longest run that `square` and `cubic` take
-    bool nearOnly;       // they reach only pixels less than 2^31 bytes after the first one
+    bool nearOnly;       // whether they reach only pixels less than 2^31 bytes after the first one
 };
 
 // A channel (R, G, B) that comes from the enlarged sample has all bits set; the others, and alpha, have none.
@@ -100,11 +100,12 @@ consteval bool IsComplete(const TileKernels& table) {
     return IsComplete(bytes) && IsComplete(floats) && IsComplete(cached) && IsComplete(streamed);
 }
 
-// The baseline's kernels also replace those that take only near sources.
+// The kernels for every x86-64 processor. They also replace samplers with `nearOnly` if the source is too large for
+// these.
 extern const TileKernels kSse2Tiles;
 
-// The row worker over these kernels. With `stream`, stores bypass the cache wherever the result is aligned to its
-// pixels.
+// The row worker that uses these kernels. With `stream`, stores bypass the cache wherever the result is aligned to
+// its pixels.
 void RenderTiles(const TileKernels& kernels, bool stream, const RenderData& job, std::int32_t firstRow,
                  std::int32_t endRow);
 

@@ -1,9 +1,9 @@
 // The row worker of the vector tables. It computes the formulas of scalar_row_worker.cpp in passes over short runs
 // of pixels.
 //
-// A run needs two rows of samples, each without gaps. The direct samples usually have none and are read in place.
-// The enlarged samples are brought together first. Then one pass composes both. Runs are short, so that the
-// arithmetic of one run overlaps with the stores of the run before.
+// A run needs its direct and its enlarged samples, each of them without gaps. The direct samples usually have no
+// gaps in the source, and are read there. The enlarged samples are first copied together. Then one pass composes
+// both. Runs are short, so that the arithmetic of one run overlaps with the stores of the run before.
 #include <emmintrin.h>
 
 #include <algorithm>
@@ -32,12 +32,13 @@ bool IsNear(const SourcePixels& source) {
            std::numeric_limits<std::int32_t>::max();
 }
 
-// The source columns of a tile, where they are the same in each row of the output. This always holds for the direct
-// sample, and for the enlarged one if k is the same everywhere.
+// The source columns that a tile reads, if they are the same in each row of the output. This always holds for the
+// direct sample, and for the enlarged one if k is the same everywhere.
 struct ColumnMap {
-    bool contiguous;                               // all inside the source, without gaps
-    bool close;                                    // all inside the source, and as SampleLine needs them
-    std::int32_t column[kMostPixels + kTileStep];  // -1 is outside; the last one is repeated after the tile
+    bool contiguous;  // all inside the source, without gaps
+    bool close;       // all inside the source, and as SampleLine needs them
+    std::int32_t
+        column[kMostPixels + kTileStep];  // -1 is outside the source; after the tile the last one is repeated
 };
 
 class TiledWorker {
@@ -135,7 +136,7 @@ private:
             const int count = std::min(runPixels_, tail - x);
             const std::byte* const magnified = Magnified(x, count);
             const std::byte* const direct = Direct(x, count);
-            // The next row reads the source row below.
+            // The next output row most likely reads the source row below.
             const std::byte* const next = direct == directRun_ ? direct : direct + source_.rowBytes;
             compose(direct, magnified, next, row + std::ptrdiff_t{x} * 16, count, masks_);
         }

@@ -18,7 +18,7 @@ struct Tiles : Vectors {
         return source.first + std::ptrdiff_t{source.rowBytes} * row + std::ptrdiff_t{column} * source.pixelBytes;
     }
 
-    // Brings float pixels together from the addresses at(0), at(1), …
+    // Copies the float pixels at the addresses at(0), at(1), … to `samples`.
     static void FetchFloats(const SourcePixels& source, int count, std::byte* samples, auto at) {
         const std::ptrdiff_t ahead = std::ptrdiff_t{source.rowBytes} * kRowsAhead;
         for (int i = 0; i < count; i += kLanes / 4) {
@@ -33,10 +33,10 @@ struct Tiles : Vectors {
         FetchFloats(source, count, samples, [=](int i) { return line + std::ptrdiff_t{columns[i]} * 16; });
     }
 
-    // The distances of the pixels x, x + 1, … from the centre's column.
+    // The horizontal distances of the pixels x, x + 1, … from the centre.
     static Floats DistancesFrom(const MagnifiedRow& row, std::int32_t x) { return CountFrom(x) - Repeat(row.cx); }
 
-    // k at these distances.
+    // The enlargement k at these distances.
     template <bool kCubic>
     static Floats Enlargement(const MagnifiedRow& row, Floats dx) {
         const Floats t = SquareRoot(dx * dx + Repeat(row.dy2)) / Repeat(row.R);
