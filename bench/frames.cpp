@@ -143,7 +143,7 @@ PageFaults CountPageFaults() {
     const Depth& depth = kDepths[2];
     Effect effect(NUV_PLUGIN_PATH, false);
     Worlds& worlds = WorldsOf(kFull, depth);
-    effect.Render(worlds, linear);  // takes the faults of what is touched only once
+    effect.Render(worlds, linear);  // touches the memory that only the first frame touches
     const long before = MinorFaults(RUSAGE_SELF), beforeHere = MinorFaults(RUSAGE_THREAD);
     effect.Render(worlds, linear);
     const long page = sysconf(_SC_PAGESIZE);

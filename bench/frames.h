@@ -58,7 +58,7 @@ void StartThreads();
 struct PageFaults {
     long least;
     long taken;
-    long byCommandThread;  // how many of the taken ones
+    long byCommandThread;  // how many of `taken`
 };
 PageFaults CountPageFaults();
 

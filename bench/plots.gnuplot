@@ -1,4 +1,4 @@
-# Draws what script/bench measured.
+# Draws the two pictures of docs/performance.md from what script/bench has measured.
 set terminal svg size 760,420 font "sans-serif,13" background "white"
 set border 3 lc rgb "#888888"
 set grid ytics lc rgb "#dddddd" lt 1

@@ -8,7 +8,7 @@
 
 namespace bench {
 
-// Buffers of one 4K frame. Conversions run on two threads, and the effect on its sixteen.
+// Has the buffers of one frame. The conversions run on two threads, and the workers on sixteen, as in a frame.
 class Stages {
 public:
     Stages(Size size, const Depth& depth);
