@@ -1,4 +1,5 @@
-// The sub-commands. Each is added to the program with its options and runs when the command line names it.
+// The sub-commands. Each function adds one command with its options to the program. It runs if the command line
+// names it.
 #pragma once
 
 namespace CLI {
@@ -7,7 +8,8 @@ class App;
 
 namespace nuvhost {
 
-// What they do is thrown out of the program's parse(): UsageError, another std::exception, or ExitWith.
+// The commands run inside the program's parse(), which throws their errors: UsageError, another std::exception, or
+// ExitWith.
 void AddRenderCommand(CLI::App& program);
 void AddChartCommand(CLI::App& program);
 void AddSheetCommand(CLI::App& program);

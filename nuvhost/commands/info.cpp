@@ -8,9 +8,9 @@
 #include <string>
 
 #include "commands/commands.h"
-#include "info/describe.h"
 #include "commands/effect_options.h"
 #include "console/one_line.h"
+#include "info/describe.h"
 
 namespace nuvhost {
 namespace {
@@ -20,7 +20,8 @@ struct InfoOptions {
     bool json = false;
 };
 
-// What is said when the effect brings the process down; a handler may not put it together.
+// The message for an effect that crashes the process. It is made in advance, because a signal handler may not build
+// it.
 std::string g_crashed;
 
 void ReportCrash(int) {
@@ -29,7 +30,7 @@ void ReportCrash(int) {
     std::_Exit(1);
 }
 
-// Effects of all kinds are asked here, also those that want more of their host than the reference host has.
+// This command is for all effects, and some need more than the reference host has. They may crash.
 void ReportCrashesOf(const std::filesystem::path& plugin) {
     g_crashed = "nuvhost: " + OneLine(plugin.string()) + ": the effect crashed\n";
     for (const int signal : {SIGSEGV, SIGILL, SIGFPE, SIGABRT}) {
@@ -54,8 +55,8 @@ void Info(const InfoOptions& options) {
 
 void AddInfoCommand(CLI::App& program) {
     auto options = std::make_shared<InfoOptions>();
-    auto& command = *program.add_subcommand("info", "Tell what an effect's binary says of itself");
-    command.add_option("PLUGIN", options->plugin, "The effect's binary, this one's or another's")
+    auto& command = *program.add_subcommand("info", "Describe an effect by what it tells its hosts");
+    command.add_option("PLUGIN", options->plugin, "The effect's binary, of this effect or any other")
         ->required()
         ->check(FileName())
         ->type_name("");

@@ -123,7 +123,7 @@ void Validate(const ValidateOptions& given) {
                   .onResult =
                       [&](const Result& result) {
                           if (progress.shown() && result.status == Status::passed) return;
-                          if (result.status == Status::notRun) return;  // all that is left; counted below
+                          if (result.status == Status::notRun) return;  // their number is printed below
                           progress.Clear();
                           std::fputs(Lines(result, options.plugin, options.verbose).c_str(), stdout);
                           std::fflush(stdout);
@@ -151,8 +151,8 @@ void AddValidateCommand(CLI::App& program) {
     command
         .add_option("--check", options->globs, "Only checks whose id matches; * and ? as in file names; repeatable")
         ->type_name("GLOB")
-        ->allow_extra_args(false);  // or it would take PLUGIN as well
-    command.add_flag("-v,--verbose", options->verbose, "Tell what was seen of the deviations, too");
+        ->allow_extra_args(false);  // otherwise the option would take PLUGIN, too
+    command.add_flag("-v,--verbose", options->verbose, "Also print what was seen of the deviations");
     command.add_flag("--quick", options->quick, "Leave out the slow checks");
     command
         .add_option_function<std::string>(
@@ -171,8 +171,8 @@ void AddValidateCommand(CLI::App& program) {
     command
         .add_option("--deviations", options->deviations,
                     "Promises that the effect breaks on purpose: a JSON object of check ids, each with its reason "
-                    "and with patterns of the lines that the check fails by in each host; the run is green when "
-                    "exactly these come (default: PLUGIN's name with .deviations.json)")
+                    "and with patterns of the lines with which the check fails in each host; the run is green if "
+                    "exactly these occur (default: PLUGIN's name with .deviations.json)")
         ->type_name("FILE");
     command.add_option("--json", options->json, "Write the results as JSON")->type_name("FILE");
     command.add_option("--junit", options->junit, "Write the results as JUnit XML")->type_name("FILE");

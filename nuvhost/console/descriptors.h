@@ -3,8 +3,9 @@
 
 namespace nuvhost {
 
-// Takes the place of each that is closed, so that no file which is opened later gets its number and, with it, what
-// was meant for the terminal. Reading or writing the substitute fails. Called before anything else.
+// Opens a substitute for each one that is closed. Otherwise a file that is opened later would get its number, and
+// with it the output that is meant for the terminal. Reading or writing a substitute fails. Call it before anything
+// else.
 void HoldStandardDescriptors();
 
 // Whether a standard descriptor can be read, or written.

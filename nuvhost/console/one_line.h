@@ -1,4 +1,4 @@
-// Names and values as they come, fit for a message on a terminal.
+// Makes names and values from outside safe for a one-line message on a terminal.
 #pragma once
 
 #include <string>
@@ -6,7 +6,7 @@
 
 namespace nuvhost {
 
-// Control characters, those beyond ASCII as well, as \n, \t or \x1b.
+// Writes each control character, also those beyond ASCII, as \n, \t or \x1b.
 std::string OneLine(std::string_view text);
 
 }  // namespace nuvhost

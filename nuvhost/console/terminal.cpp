@@ -18,7 +18,7 @@ std::filesystem::path ThisProgram() {
     return name;
 }
 
-ProgressLine::ProgressLine() : shown_(false) {}  // old consoles print the codes that clear a line
+ProgressLine::ProgressLine() : shown_(false) {}  // never shown: old consoles print the codes that clear a line
 
 #else
 

@@ -1,4 +1,4 @@
-// The program's surroundings.
+// What the program needs to know of its terminal.
 #pragma once
 
 #include <filesystem>
@@ -8,7 +8,7 @@ namespace nuvhost {
 
 std::filesystem::path ThisProgram();
 
-// One line at the foot of a terminal's output; nothing where standard output is no terminal.
+// A line of progress below the output on a terminal. If standard output is not a terminal, it shows nothing.
 class ProgressLine {
 public:
     ProgressLine();

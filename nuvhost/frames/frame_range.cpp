@@ -24,7 +24,7 @@ std::string_view Trimmed(std::string_view text) {
     return text;
 }
 
-// Takes a number off the front of the text.
+// Reads a number from the start of the text and removes it there.
 std::optional<int> TakeNumber(std::string_view& text) {
     int number = 0;
     const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), number);
@@ -40,7 +40,7 @@ bool Take(std::string_view& text, char letter) {
 }
 
 struct Range {
-    std::int64_t first, last, step;  // the step's sign is the direction
+    std::int64_t first, last, step;  // a negative step runs backwards
 };
 
 std::optional<Range> ParseRange(std::string_view text) {
@@ -83,7 +83,7 @@ std::vector<int> ParseFrames(std::string_view option, std::string_view text) {
 
 FrameClip ParseFrameClip(std::string_view option, std::string_view text) {
     const auto range = ParseRange(Trimmed(text));
-    const bool stepped = range && range->step != 1;  // also one that runs backwards
+    const bool stepped = range && range->step != 1;  // true for a range that runs backwards, too
     if (!range || stepped) Reject(option, text, "is not FIRST-LAST, such as 1-100");
     return {static_cast<int>(range->first), static_cast<int>(range->last)};
 }
@@ -96,7 +96,7 @@ std::string FramesText(std::span<const int> frames) {
         const std::int64_t step = first + 1 < frames.size() ? at(first + 1) - at(first) : 1;
         while (last + 1 < frames.size() && at(last + 1) - at(last) == step)
             ++last;
-        if (step > 1 && last < first + 2) last = first;  // two frames far apart are no range
+        if (step > 1 && last < first + 2) last = first;  // two frames with a gap are not written as a range
         if (!text.empty()) text += ',';
         text += std::to_string(at(first));
         if (last > first) text += '-' + std::to_string(at(last));

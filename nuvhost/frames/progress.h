@@ -1,4 +1,4 @@
-// Tells how far a render has come: to a person, to a queue manager, to a program.
+// Reports the progress of a render to a person, a queue manager or a program.
 #pragma once
 
 #include <chrono>
@@ -13,27 +13,27 @@
 namespace nuvhost {
 
 enum class ProgressMode {
-    automatic = 1,  // a bar where standard error is a terminal; lines where it is not, or standard output is none
-    json,           // an object a line: "start", "frame" for each frame, "end"
+    automatic = 1,  // a bar if standard error is a terminal; lines if standard error or standard output is not one
+    json,           // one JSON object in each line: "start", "frame" for each frame, "end"
     none,
 };
 
 struct ProgressOptions {
     ProgressMode mode = ProgressMode::automatic;
     bool quiet = false;    // errors only
-    bool verbose = false;  // and what was done how, on standard error
-    bool single = false;   // one picture without a number: only json tells of it
-    bool stream = false;   // standard output is for pictures: lines go to standard error
+    bool verbose = false;  // also tells on standard error how each frame was made
+    bool single = false;   // one picture without a number: only json reports it
+    bool stream = false;   // standard output carries pictures, so lines go to standard error
 };
 
 struct FrameTimes {
     double read = 0, render = 0, write = 0;  // seconds
 };
 
-// All members from any thread. Every line is written at once and whole.
+// Any thread may call all members. Each line is written at once, so lines never mix.
 class Progress {
 public:
-    // nullopt: nobody knows how many frames will come.
+    // `nullopt` if the number of frames is not known.
     Progress(const ProgressOptions& options, std::optional<std::size_t> total);
     ~Progress();
     Progress(const Progress&) = delete;
@@ -41,7 +41,7 @@ public:
 
     void Done(const FrameJob& job, const FrameTimes& times);
     void Skipped(const FrameJob& job);  // its output exists
-    // Tells it only if the render goes on; the last word is the caller's otherwise.
+    // Prints the error only if the render goes on. Otherwise the caller prints it at the end.
     void Failed(const FrameJob& job, const std::string& why, bool goesOn);
     void Note(const std::string& text);     // unless quiet
     void Verbose(const std::string& text);  // only if verbose
@@ -66,8 +66,8 @@ private:
     std::vector<int> failed_;
 };
 
-// For a process about to die: no bar stays on the terminal, and none comes any more. From any thread; waits for no
-// terminal.
+// Removes the bar from the terminal and prevents a new one. Call it when the process is about to die, from any
+// thread. It does not wait for a stopped terminal.
 void WipeBarForGood();
 
 }  // namespace nuvhost

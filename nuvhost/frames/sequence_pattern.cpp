@@ -58,7 +58,7 @@ std::string Padded(int frame, int width) {
 
 std::optional<SequencePattern> SequencePattern::Parse(const std::filesystem::path& path) {
     const std::string text = path.string();
-    const auto name = text.rfind('/') + 1;  // 0 if there is no folder
+    const auto name = text.rfind('/') + 1;  // 0 if the text has no folder
     auto place = FindPlace(text, name);
     if (!place) place = FindPlace(text, 0);
     if (!place) return std::nullopt;
@@ -78,7 +78,7 @@ std::filesystem::path SequencePattern::At(int frame) const {
 }
 
 std::vector<int> SequencePattern::Existing() const {
-    // The number may be part of a folder's name: its entries are looked through, and the rest must be in them.
+    // If the number is part of a folder's name, the folders with such names are searched for the rest of the path.
     const auto slash = before_.rfind('/');
     const std::string folder = slash == before_.npos ? "." : before_.substr(0, slash + 1);
     const std::string start = slash == before_.npos ? before_ : before_.substr(slash + 1);

@@ -8,12 +8,13 @@
 
 namespace nuvhost {
 
-// A path with a place for the frame's number, at least so many digits wide, padded with zeros:
-//   #       four digits; a run of two or more has as many digits as it is long, so #### is four as well
-//   @       one digit; a run as above
-//   %04d    as printf has it; %d has one digit
-// A minus sign counts as a digit: frame -5 at four digits is -005. Folders are taken as they are if the file's own
-// name has the place.
+// A path with a place for the frame's number. The number has at least as many digits as the place says, filled with
+// zeros:
+//   #       four digits; several # have one digit each, so #### has four, too
+//   @       one digit; several @ have one digit each
+//   %04d    as in printf; %d has one digit
+// A minus sign counts as a digit: frame -5 with four digits is -005. If the file's name has such a place, the names
+// of the folders are taken literally.
 class SequencePattern {
 public:
     // nullopt if the path has no such place. Throws UsageError if the file's name, or else its folders, has more

@@ -27,7 +27,7 @@ namespace {
     throw std::runtime_error(what + ": " + std::generic_category().message(errno));
 }
 
-// Bytes read, fewer than asked for only at the end.
+// Returns the number of bytes read, which is smaller than asked for only at the end of the input.
 std::size_t ReadFully(std::vector<std::byte>& bytes) {
     std::size_t at = 0;
     while (at < bytes.size()) {
@@ -51,7 +51,7 @@ void WriteFully(const std::vector<std::byte>& bytes) {
     }
 }
 
-// Planes of G, B, R, A and pixels of R, G, B, A; floats.
+// Converts between planes of G, B, R, A and pixels of R, G, B, A, in floats.
 constexpr std::array<std::size_t, 4> kPlaneOf{2, 0, 1, 3};
 
 std::vector<std::byte> Interleaved(const std::vector<std::byte>& planes) {
@@ -107,7 +107,7 @@ private:
         }
     }
 
-    // The frame's number; nullopt at the end.
+    // Returns the frame's number, or nullopt at the end of the input.
     std::optional<int> Read(Picture& picture) {
         const std::lock_guard lock(input_);
         if (ended_) return std::nullopt;
@@ -140,7 +140,7 @@ private:
         if (settings_.format.planar) picture.pixels = Planes(picture.pixels);
     }
 
-    // Waits for its turn.
+    // Writes a frame when it is its turn, and waits until then.
     void Write(const Picture& picture, int frame) {
         std::unique_lock lock(output_);
         turn_.wait(lock, [&] { return written_ == frame || frame > lost_; });
@@ -154,7 +154,7 @@ private:
         progress_.Done(job, {});
     }
 
-    // Nothing more is read, and nothing written after a frame that could not be.
+    // After a frame that failed, no frame is read and no later frame is written.
     void End(int frame, const std::exception_ptr& failure) {
         ended_ = true;
         const std::lock_guard lock(output_);

@@ -1,4 +1,4 @@
-// Raw frames from standard input to standard output, as ffmpeg's rawvideo has them.
+// Renders raw frames from standard input to standard output, in the layout of ffmpeg's rawvideo.
 #pragma once
 
 #include <array>
@@ -10,16 +10,16 @@
 
 namespace nuvhost {
 
-// In the machine's byte order, rows from the top, with nothing between them.
+// Numbers are in the machine's byte order. Rows start at the top, and there is nothing between them.
 struct RawFormat {
     std::string_view name;
     Depth depth;
-    bool planar;  // whole planes of G, B, R, A; else pixels of R, G, B, A
+    bool planar;  // true: planes of G, B, R, A; false: pixels of R, G, B, A
 };
 inline constexpr std::array<RawFormat, 4> kRawFormats{{
     {"rgba8", Depth::bits8, false},     // ffmpeg: rgba
     {"rgba16", Depth::bits16, false},   // rgba64le
-    {"rgbaf32", Depth::bits32, false},  // rgbaf32le, where it has that
+    {"rgbaf32", Depth::bits32, false},  // rgbaf32le, in newer versions of ffmpeg
     {"gbrapf32", Depth::bits32, true},  // gbrapf32le
 }};
 
@@ -28,12 +28,13 @@ struct StreamSettings {
     RenderPath path = RenderPath::smart;
     Size size;
     RawFormat format = kRawFormats[0];
-    bool premultiply = true;  // the stream's colour is straight, the effect's is multiplied by alpha
+    bool premultiply = true;  // the stream's colour is straight, and is multiplied by alpha for the effect
 };
 
-// Until the input ends. Frames are read and written in order, each whole; as many are under way as there are
-// threads, and the runner has as many instances. Throws std::runtime_error, also for an input that ends within a
-// frame or before the first. Dies of SIGPIPE when nobody reads the output any more, as others in a pipe do.
+// Renders until the input ends. Frames are read and written in order and as a whole. As many frames are worked on
+// at the same time as there are threads, and the runner must have as many instances. Throws std::runtime_error,
+// also if the input ends within a frame or before the first one. If nobody reads the output any more, the process
+// dies of SIGPIPE, as other programs in a pipe do.
 void RenderStream(const StreamSettings& settings, EffectRunner& runner, int threads, Progress& progress);
 
 }  // namespace nuvhost

@@ -21,7 +21,7 @@ std::string Text(const char (&field)[size]) {
     return {field, end ? end : field + size};
 }
 
-// The nearest number with the fewest digits: 0.05, not 0.0500000007.
+// The shortest decimal number that is this float: 0.05, not 0.0500000007.
 double Shortest(float number) {
     std::array<char, 32> text{};
     const char* end = std::to_chars(text.data(), text.data() + text.size(), number).ptr;
@@ -46,7 +46,7 @@ Json Flags(std::int32_t word, std::span<const Flag> known) {
 Json PixelFormats(const Host& host) {
     Json formats = Json::array();
     for (const PF_PixelFormat format : host.supportedFormats()) {
-        const auto code = static_cast<std::uint32_t>(format);  // named by its bytes in memory
+        const auto code = static_cast<std::uint32_t>(format);  // its name is its bytes as they lie in memory
         formats.push_back(FourCharacters(code << 24 | (code & 0xFF00) << 8 | (code >> 8 & 0xFF00) | code >> 24));
     }
     return formats;
@@ -101,7 +101,7 @@ Json Parameters(const Host& host) {
     return parameters;
 }
 
-// What one host learns. Throws std::runtime_error that names the command that fails and its code.
+// What the effect tells one host. Throws a std::runtime_error that names the command that fails and its code.
 struct Answers {
     Json identity, capabilities, parameters;
 };

@@ -14,13 +14,14 @@ struct Flag {
     std::uint32_t bit;
     std::string_view name;
 };
-// By ascending bit.
+// In ascending order of bits.
 std::span<const Flag> OutFlags();
 std::span<const Flag> OutFlags2();
 
-// "float slider"; "type 19" for a number without a name.
+// "float slider", or "type 19" for a number without a name.
 std::string TypeName(PF_ParamType type);
-// Four characters, the most significant byte first: 0x65464B54 is "eFKT". In hexadecimal if one is not printable.
+// Four characters, the most significant byte first: 0x65464B54 is "eFKT". If one of them is not printable, the
+// number in hexadecimal.
 std::string FourCharacters(std::uint32_t code);
 // "0x06008244"
 std::string Hexadecimal(std::uint32_t number);

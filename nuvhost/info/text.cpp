@@ -14,7 +14,8 @@ using Json = nlohmann::ordered_json;
 
 constexpr std::size_t kColumns = 80;
 
-// What an effect says, fit for a terminal: control characters as JSON writes them, what is no UTF-8 replaced.
+// Makes a text of an effect safe for a terminal: writes control characters as JSON does, and replaces what is not
+// UTF-8.
 std::string Printable(const std::string& text) {
     const std::string quoted = Json(text).dump(-1, ' ', false, Json::error_handler_t::replace);
     return quoted.substr(1, quoted.size() - 2);
@@ -22,7 +23,7 @@ std::string Printable(const std::string& text) {
 std::string Value(const Json& json) {
     if (json.is_string()) return Printable(json.get<std::string>());
     if (!json.is_number_float()) return json.dump();
-    std::ostringstream text;  // 100, not 100.0
+    std::ostringstream text;  // writes 100, not 100.0
     text << json.get<double>();
     return text.str();
 }
@@ -32,7 +33,7 @@ std::string Padded(std::string text, std::size_t width) {
     return text;
 }
 
-// The words in lines of up to 80 columns, each after `indent` spaces.
+// Breaks the words into lines of at most 80 columns. Each line starts with `indent` spaces.
 std::string Wrapped(const std::string& text, std::size_t indent) {
     std::string lines, line(indent, ' '), word;
     for (std::istringstream words(text); words >> word;) {

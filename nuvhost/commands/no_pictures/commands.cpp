@@ -1,4 +1,4 @@
-// Stands for the picture commands where there is no library for pictures to build them with.
+// Replaces the picture commands in a build without the picture library.
 #include <CLI/CLI.hpp>
 
 #include <string>

@@ -8,7 +8,7 @@
 namespace nuvhost {
 namespace {
 
-// -1: it is closed.
+// Returns -1 if it is closed.
 int Access(int descriptor) {
     const int flags = ::fcntl(descriptor, F_GETFL);
     return flags < 0 ? -1 : flags & O_ACCMODE;
