@@ -9,11 +9,12 @@ namespace nuvhost {
 
 // Loads the effect, and sets it up in both hosts up to parameter set-up. The result has these fields:
 //
-//   file, name, match_name, category, kind, entry_point, effect_api, about    strings, empty if the effect does not
-//   tell them version        value, text hosts          one for each host, "compositor" and "editor": host,
-//   out_flags and out_flags2 (value, names,
-//                  unknown_bits), pixel_formats (those that it declares); for a host that it refuses: host and
-//                  refused, the reason
+//   file, name, match_name, category, kind, entry_point, effect_api, about
+//                  strings, empty if the effect does not tell them
+//   version        value, text
+//   hosts          one for each host, "compositor" and "editor": host, out_flags and out_flags2 (value, names,
+//                  unknown_bits), pixel_formats (those that it declares); for a host that the effect refuses: host
+//                  and refused, the reason
 //   parameters     index, id, type, name and, for the types whose values the hosts' records describe, default and
 //                  ranges; the input layer, index 0, is not among them
 //
