@@ -9,35 +9,16 @@
 namespace validator {
 namespace {
 
-constexpr std::span<const Check> (*kFamilies[])() = {
-    LoadingChecks,      RegistrationChecks, SetupChecks,     SetupParamsChecks, AboutChecks,
-    SequenceChecks,     SequenceDataChecks, PrerenderChecks, RenderChecks,      LayoutChecks,
-    PixelsChecks,       ThreadsChecks,      FaultsChecks,    SetUpFaultsChecks,
-#if defined(__linux__)
-    SystemFaultsChecks,
-#endif
-    MisuseChecks,       ExceptionsChecks,
+#define NUV_CHECKS(family) family##Checks,
+constexpr std::span<const Check> (*kFamilies[])() = {NUV_FAMILIES(NUV_CHECKS)};
 #if defined(_WIN32)
-    PropertyListChecks,
-#endif
-};
-
-// A check that is compiled for one system alone stands here as well: a deviation file may name it on both.
-constexpr std::string_view kOnLinuxAlone[] = {
-    "faults.session-thread", "faults.session-memory", "faults.smart-thread",
-    "faults.smart-memory",   "faults.plain-thread",   "faults.plain-memory",
-};
-constexpr std::string_view kOnWindowsAlone[] = {
-    "property-list.once",
-    "property-list.well-formed",
-    "property-list.registration",
-    "property-list.global-setup",
-};
-#if defined(_WIN32)
-constexpr std::span<const std::string_view> kOnThisAlone = kOnWindowsAlone, kOnOtherAlone = kOnLinuxAlone;
+constexpr std::span<const Check> (*kOfThisSystem[])() = {NUV_WINDOWS_FAMILIES(NUV_CHECKS)};
+constexpr std::span<const std::string_view> kOnThis = kWindowsChecks, kOnOther = kLinuxChecks;
 #else
-constexpr std::span<const std::string_view> kOnThisAlone = kOnLinuxAlone, kOnOtherAlone = kOnWindowsAlone;
+constexpr std::span<const Check> (*kOfThisSystem[])() = {NUV_LINUX_FAMILIES(NUV_CHECKS)};
+constexpr std::span<const std::string_view> kOnThis = kLinuxChecks, kOnOther = kWindowsChecks;
 #endif
+#undef NUV_CHECKS
 
 bool IsId(std::string_view id) {
     const std::size_t dot = id.find('.');
@@ -57,10 +38,15 @@ std::vector<Check> Collect() {
             checks.push_back(check);
         }
     }
-    for (const std::string_view id : kOnThisAlone) {
-        if (!ids.contains(id)) throw std::logic_error("check \"" + std::string(id) + "\": listed, but not there");
+    std::set<std::string_view> alone;
+    for (const auto family : kOfThisSystem) {
+        for (const Check& check : family())
+            alone.insert(check.id);
     }
-    for (const std::string_view id : kOnOtherAlone) {
+    if (alone != std::set(kOnThis.begin(), kOnThis.end())) {
+        throw std::logic_error("registry.h lists other checks of this system than its families have");
+    }
+    for (const std::string_view id : kOnOther) {
         if (ids.contains(id)) throw std::logic_error("check \"" + std::string(id) + "\": there on both systems");
     }
     std::ranges::stable_sort(checks, std::ranges::greater{},
@@ -81,7 +67,7 @@ const Check* FindCheck(std::string_view id) {
 }
 
 bool IsOfOtherSystem(std::string_view id) {
-    return std::ranges::find(kOnOtherAlone, id) != kOnOtherAlone.end();
+    return std::ranges::find(kOnOther, id) != kOnOther.end();
 }
 
 // Only the last star is ever taken up again, so that a long text with many stars takes no time.

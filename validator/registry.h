@@ -5,35 +5,31 @@
 #include <string_view>
 
 #include "validator/check.h"
+#include "validator/families.h"
 
 namespace validator {
 
-// The families' tables, one file each.
-std::span<const Check> LoadingChecks();
-std::span<const Check> RegistrationChecks();
-std::span<const Check> SetupChecks();
-std::span<const Check> SetupParamsChecks();
-std::span<const Check> SequenceChecks();
-std::span<const Check> SequenceDataChecks();
-std::span<const Check> PrerenderChecks();
-std::span<const Check> RenderChecks();
-std::span<const Check> LayoutChecks();
-std::span<const Check> PixelsChecks();
-std::span<const Check> ThreadsChecks();
-std::span<const Check> FaultsChecks();
-std::span<const Check> SetUpFaultsChecks();
-std::span<const Check> SystemFaultsChecks();  // on Linux only
-std::span<const Check> AboutChecks();
-std::span<const Check> MisuseChecks();
-std::span<const Check> ExceptionsChecks();
-std::span<const Check> PropertyListChecks();  // on Windows only
+// The table of each family: std::span<const Check> LoadingChecks() and so on.
+#define NUV_DECLARE(family) std::span<const Check> family##Checks();
+NUV_FAMILIES(NUV_DECLARE)
+#undef NUV_DECLARE
 
-// All of them in the families' order, gates first. Throws std::logic_error where two have one id or an id is not
-// "family.name" in lower case.
+// The ids of the checks that one system has alone. A deviation file is the same on both systems, so both know them.
+inline constexpr std::string_view kLinuxChecks[] = {
+    "faults.session-thread", "faults.session-memory", "faults.smart-thread",
+    "faults.smart-memory",   "faults.plain-thread",   "faults.plain-memory",
+};
+inline constexpr std::string_view kWindowsChecks[] = {
+    "property-list.once",        "property-list.well-formed",  "property-list.registration",
+    "property-list.entry-point", "property-list.global-setup",
+};
+
+// All checks in the order of their families, but gates first. Throws std::logic_error if an id is not "family.name"
+// in lower case, if two checks have the same id, or if the lists above do not agree with the tables.
 std::span<const Check> AllChecks();
 // Null if there is none.
 const Check* FindCheck(std::string_view id);
-// Of a check that is compiled for the other system alone: a deviation file is the same on both.
+// Whether only the other system has this check.
 bool IsOfOtherSystem(std::string_view id);
 // `*` stands for any characters, `?` for one.
 bool MatchesGlob(std::string_view text, std::string_view glob);

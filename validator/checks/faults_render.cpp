@@ -163,7 +163,7 @@ constexpr Check kChecks[] = {
 
 }  // namespace
 
-std::span<const Check> FaultsChecks() {
+std::span<const Check> FaultsRenderChecks() {
     return kChecks;
 }
 

@@ -87,7 +87,7 @@ constexpr Check kChecks[] = {
 
 }  // namespace
 
-std::span<const Check> SetUpFaultsChecks() {
+std::span<const Check> FaultsSetupChecks() {
     return kChecks;
 }
 

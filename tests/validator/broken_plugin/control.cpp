@@ -8,14 +8,9 @@
 namespace broken {
 namespace {
 
-constexpr std::span<const Control> (*kFamilies[])() = {
-    LoadingControls,      RegistrationControls, SetupControls,   SetupParamsControls, SequenceControls,
-    PrerenderControls,    PixelsControls,       ThreadsControls, FaultsControls,      AboutControls,
-    MisuseControls,       ExceptionsControls,   RenderControls,  LayoutControls,
-#if defined(_WIN32)
-    PropertyListControls,
-#endif
-};
+#define NUV_CONTROLS(family) family##Controls,
+constexpr std::span<const Control> (*kFamilies[])() = {NUV_FAMILIES(NUV_CONTROLS)};
+#undef NUV_CONTROLS
 
 std::atomic<const PF_InData*> g_host{nullptr};
 

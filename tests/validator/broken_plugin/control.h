@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "pf_data.h"
+#include "validator/families.h"
 
 namespace broken {
 
@@ -48,22 +49,10 @@ struct Control {
     bool mends = false;
 };
 
-// The families' tables, one file each.
-std::span<const Control> LoadingControls();
-std::span<const Control> RegistrationControls();
-std::span<const Control> SetupControls();
-std::span<const Control> SetupParamsControls();
-std::span<const Control> SequenceControls();
-std::span<const Control> PrerenderControls();
-std::span<const Control> RenderControls();
-std::span<const Control> LayoutControls();
-std::span<const Control> PixelsControls();
-std::span<const Control> ThreadsControls();
-std::span<const Control> FaultsControls();
-std::span<const Control> AboutControls();
-std::span<const Control> MisuseControls();
-std::span<const Control> ExceptionsControls();
-std::span<const Control> PropertyListControls();  // on Windows only
+// The table of each family: std::span<const Control> LoadingControls() and so on.
+#define NUV_DECLARE(family) std::span<const Control> family##Controls();
+NUV_FAMILIES(NUV_DECLARE)
+#undef NUV_DECLARE
 
 // All of them. Linked into the test as well.
 std::span<const Control> AllControls();

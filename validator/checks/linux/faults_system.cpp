@@ -93,7 +93,7 @@ constexpr Check kChecks[] = {
 
 }  // namespace
 
-std::span<const Check> SystemFaultsChecks() {
+std::span<const Check> FaultsSystemChecks() {
     return kChecks;
 }
 

@@ -1,93 +1,13 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <new>
 #include <span>
 #include <string_view>
 
-#include "fault_watch.h"
-
-#if defined(__linux__)
-#include <pthread.h>
-#endif
+#include "callback_fault.h"
 
 namespace broken {
 namespace {
-
-// The checks of this family render frames of this width; others do not.
-constexpr std::int32_t kWidth = 7;
-
-bool IsOfThisFamily(const Command& command) {
-    return command.inData != nullptr && command.inData->width == kWidth;
-}
-
-// Whether a command is one in which the fault shows.
-using Moment = bool (*)(const Command& command);
-
-bool InSetUp(const Command& command) {
-    return command.inData != nullptr && command.cmd <= PF_Cmd_SEQUENCE_SETDOWN;
-}
-
-template <PF_Cmd cmd>
-bool In(const Command& command) {
-    return command.cmd == cmd && IsOfThisFamily(command);
-}
-constexpr Moment InPreRender = In<PF_Cmd_SMART_PRE_RENDER>;
-constexpr Moment InSmartRender = In<PF_Cmd_SMART_RENDER>;
-constexpr Moment InPlainRender = In<PF_Cmd_RENDER>;
-
-// Forgets a handle when something has failed.
-template <Moment in, Seen seen>
-PF_Err Leaks(Command& command) {
-    if (!in(command)) return Effect(command);
-    const FaultWatch watch(command);
-    const PF_Err result = Effect(command);
-    if (watch.Saw(seen)) OwnRecords::Host().utils->host_new_handle(24);
-    return result;
-}
-
-// Succeeds whatever the host says.
-template <Moment in, Seen seen>
-PF_Err Swallows(Command& command) {
-    if (!in(command)) return Effect(command);
-    const FaultWatch watch(command);
-    const PF_Err result = Effect(command);
-    return watch.Saw(seen) ? PF_Err_NONE : result;
-}
-
-#if defined(__linux__)
-
-// Without an allocation, which may fail as well.
-template <Moment in>
-PF_Err StartsThread(Command& command) {
-    if (in(command)) {
-        pthread_t thread;
-        if (::pthread_create(
-                &thread, nullptr, [](void* memory) { return memory; }, nullptr) != 0)
-            throw 1;
-        ::pthread_join(thread, nullptr);
-    }
-    return Effect(command);
-}
-
-enum class Form { usual, aligned, nothrow };
-
-template <Moment in, Form form>
-PF_Err Allocates(Command& command) {
-    constexpr std::align_val_t kAlignment{64};
-    if (in(command)) {
-        if constexpr (form == Form::usual) ::operator delete(::operator new(100));
-        if constexpr (form == Form::aligned) ::operator delete(::operator new(100, kAlignment), kAlignment);
-        if constexpr (form == Form::nothrow) {
-            void* const memory = ::operator new(100, std::nothrow);
-            if (memory == nullptr) throw 1;
-            ::operator delete(memory);
-        }
-    }
-    return Effect(command);
-}
-
-#endif
 
 // ---- The effect without a habit -------------------------------------------------------------------------------
 
@@ -182,28 +102,6 @@ PF_Err TellsOfFailure(Command& command) {
 }
 
 constexpr Control kControls[] = {
-    {.check = "faults.setup-suite-refused",
-     .fault = "forgets a handle when a suite is refused",
-     .command = Leaks<InSetUp, suiteRefused>},
-    {.check = "faults.setup-suite-null",
-     .fault = "forgets a handle when a suite is null",
-     .command = Leaks<InSetUp, suiteNull>},
-    {.check = "faults.setup-parameter",
-     .fault = "does not mind that a parameter is refused",
-     .command = Swallows<InSetUp, parameterRefused>},
-    {.check = "faults.setup-handle",
-     .fault = "forgets a handle when another is refused",
-     .command = Leaks<InSetUp, handleNull>},
-    {.check = "faults.setup-other",
-     .fault = "forgets a handle when a suite's release fails",
-     .command = Leaks<InSetUp, releaseRefused>},
-    {.check = "faults.setup-handle-told",
-     .fault = "does not mind that there is no memory for its data",
-     .command = Swallows<InSetUp, handleNull>},
-    {.check = "faults.setup-formats",
-     .fault = "forgets a handle when a format is refused",
-     .command = Leaks<InSetUp, formatRefused>},
-
     {.check = "faults.prerender-suite-refused",
      .fault = "forgets a handle when a suite is refused",
      .command = Leaks<InPreRender, suiteRefused>},
@@ -293,27 +191,6 @@ constexpr Control kControls[] = {
      .fault = "forgets a handle when a world is refused",
      .command = Leaks<InPlainRender, worldRefused>},
 
-#if defined(__linux__)
-    {.check = "faults.session-thread",
-     .fault = "starts a thread and lets the exception out",
-     .command = StartsThread<InSetUp>},
-    {.check = "faults.session-memory",
-     .fault = "allocates and lets the exception out",
-     .command = Allocates<InSetUp, Form::usual>},
-    {.check = "faults.smart-thread",
-     .fault = "starts a thread and lets the exception out",
-     .command = StartsThread<InSmartRender>},
-    {.check = "faults.smart-memory",
-     .fault = "allocates and lets the exception out",
-     .command = Allocates<InSmartRender, Form::aligned>},
-    {.check = "faults.plain-thread",
-     .fault = "starts a thread and lets the exception out",
-     .command = StartsThread<InPlainRender>},
-    {.check = "faults.plain-memory",
-     .fault = "allocates and lets the exception out",
-     .command = Allocates<InPlainRender, Form::nothrow>},
-#endif
-
     {.check = "faults.suites-given-back",
      .fault = "the effect without its early exit's suites",
      .command = GivesSuitesBack,
@@ -330,7 +207,7 @@ constexpr Control kControls[] = {
 
 }  // namespace
 
-std::span<const Control> FaultsControls() {
+std::span<const Control> FaultsRenderControls() {
     return kControls;
 }
 

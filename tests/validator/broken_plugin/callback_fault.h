@@ -1,0 +1,49 @@
+// Faults that show when one of the host's callbacks has failed.
+#pragma once
+
+#include "fault_watch.h"
+
+namespace broken {
+
+// The checks of this family render frames of this width; others do not.
+inline constexpr std::int32_t kWidth = 7;
+
+inline bool IsOfThisFamily(const Command& command) {
+    return command.inData != nullptr && command.inData->width == kWidth;
+}
+
+// Whether a command is one in which the fault shows.
+using Moment = bool (*)(const Command& command);
+
+inline bool InSetUp(const Command& command) {
+    return command.inData != nullptr && command.cmd <= PF_Cmd_SEQUENCE_SETDOWN;
+}
+
+template <PF_Cmd cmd>
+bool In(const Command& command) {
+    return command.cmd == cmd && IsOfThisFamily(command);
+}
+inline constexpr Moment InPreRender = In<PF_Cmd_SMART_PRE_RENDER>;
+inline constexpr Moment InSmartRender = In<PF_Cmd_SMART_RENDER>;
+inline constexpr Moment InPlainRender = In<PF_Cmd_RENDER>;
+
+// Forgets a handle when something has failed.
+template <Moment in, Seen seen>
+PF_Err Leaks(Command& command) {
+    if (!in(command)) return Effect(command);
+    const FaultWatch watch(command);
+    const PF_Err result = Effect(command);
+    if (watch.Saw(seen)) OwnRecords::Host().utils->host_new_handle(24);
+    return result;
+}
+
+// Succeeds whatever the host says.
+template <Moment in, Seen seen>
+PF_Err Swallows(Command& command) {
+    if (!in(command)) return Effect(command);
+    const FaultWatch watch(command);
+    const PF_Err result = Effect(command);
+    return watch.Saw(seen) ? PF_Err_NONE : result;
+}
+
+}  // namespace broken
