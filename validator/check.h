@@ -51,6 +51,7 @@
 #include <vector>
 
 #include "reference_host/host.h"
+#include "validator/signs.h"
 
 namespace validator {
 
@@ -95,6 +96,8 @@ public:
     const std::filesystem::path& plugin() const { return job_.plugin; }
     refhost::Personality personality() const { return job_.personality; }
     bool editing() const { return personality() == refhost::Personality::editor; }
+    // The size of the frames that no other check renders.
+    signs::Size size() const { return signs::SizeOf(job_.check->id); }
     std::mt19937_64& random() { return random_; }  // the same numbers for the same --seed
 
     // Loads the plug-in; unloaded with the last copy. Throws std::runtime_error with a line for the user.

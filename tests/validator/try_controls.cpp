@@ -48,9 +48,9 @@ std::string Joined(const Ids& ids) {
 
 void ChooseFault(const std::string& id) {
 #if defined(_WIN32)
-    _putenv_s("NUV_BROKEN", id.c_str());
+    _putenv_s(broken::kChoice, id.c_str());
 #else
-    ::setenv("NUV_BROKEN", id.c_str(), 1);  // NOLINT(concurrency-mt-unsafe): this program has one thread
+    ::setenv(broken::kChoice, id.c_str(), 1);  // NOLINT(concurrency-mt-unsafe): this program has one thread
 #endif
 }
 
@@ -166,6 +166,11 @@ void CompareTables(const Deviations& deviations) {
 #define NUV_COMPARE(family) CompareFamily(#family, family##Checks(), broken::family##Controls());
     NUV_FAMILIES(NUV_COMPARE)
 #undef NUV_COMPARE
+    for (const signs::FrameSize& frame : signs::kFrameSizes) {
+        const bool named = std::ranges::any_of(
+            AllChecks(), [&](const Check& check) { return MatchesGlob(check.id, frame.check); });
+        Judge(named, std::string(frame.check) + ": the frame size is a check's");
+    }
     for (const broken::Control& control : broken::AllControls()) {
         Judge(control.mends == deviations.contains(control.check),
               std::string(control.check) + ": the control mends exactly what deviates");

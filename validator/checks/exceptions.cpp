@@ -11,11 +11,9 @@
 namespace validator {
 namespace {
 
-constexpr int kThrown = 4711;
-
 using Thrower = void (*)();
 constexpr Thrower kThrowers[] = {
-    [] { throw int{kThrown}; },
+    [] { throw int{signs::kThrown}; },
     [] { throw std::bad_alloc(); },
     [] { throw std::runtime_error("a callback's exception"); },
 };

@@ -4,8 +4,8 @@
 #include <array>
 #include <iterator>
 
-#include "validator/kit/fault_points.h"
 #include "reference_host/calls.h"
+#include "validator/kit/fault_points.h"
 #include "validator/registry.h"
 
 namespace validator {

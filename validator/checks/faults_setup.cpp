@@ -1,8 +1,8 @@
 // The host's callbacks fail while it sets the effect and its instances up.
 #include <algorithm>
 
-#include "validator/kit/fault_session.h"
 #include "reference_host/calls.h"
+#include "validator/kit/fault_session.h"
 #include "validator/registry.h"
 
 namespace validator {

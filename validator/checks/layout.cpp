@@ -1,12 +1,12 @@
 // Pixels in memory: where rows may lie, and what around them is not the effect's.
 //
-// Each check renders at a size of its own, by which its control knows it.
+// Each check renders at the size that signs.h gives it.
 #include <cstring>
 #include <vector>
 
 #include "platform/mapped_memory.h"
-#include "validator/registry.h"
 #include "validator/kit/scene.h"
+#include "validator/registry.h"
 
 namespace validator {
 namespace {
@@ -30,8 +30,8 @@ struct Rows {
     bool bottomUp = false;
 };
 
-WorldLayout LaidOut(PF_PixelFormat format, int width, int height, const Rows& rows) {
-    WorldLayout layout = Scene::Layout(format, width, height);
+WorldLayout LaidOut(PF_PixelFormat format, signs::Size size, const Rows& rows) {
+    WorldLayout layout = Scene::Layout(format, size);
     const int channel = refhost::BytesPerPixel(format) / 4;
     layout.padding = rows.padding * channel;
     layout.misalignment = rows.misalignment * channel;
@@ -39,12 +39,12 @@ WorldLayout LaidOut(PF_PixelFormat format, int width, int height, const Rows& ro
     return layout;
 }
 
-template <int width, int height, Rows in, Rows out>
+template <Rows in, Rows out>
 void IsSamePicture(Context& context) {
     Scene scene(context);
     for (const PF_PixelFormat format : scene.formats()) {
-        Frame usual(Scene::Layout(format, width, height));
-        Frame other(LaidOut(format, width, height, in), LaidOut(format, width, height, out));
+        Frame usual(Scene::Layout(format, context.size()));
+        Frame other(LaidOut(format, context.size(), in), LaidOut(format, context.size(), out));
         ExpectSame(context, scene.Picture(other), scene.Picture(usual), usual.output.layout(),
                    "laid out like this");
     }
@@ -56,7 +56,8 @@ void IsSamePicture(Context& context) {
 void PaddingIsUntouched(Context& context) {
     Scene scene(context);
     for (const PF_PixelFormat format : scene.formats()) {
-        Frame frame(LaidOut(format, 25, 6, {.padding = 4}), LaidOut(format, 25, 6, {.padding = 20}));
+        Frame frame(LaidOut(format, context.size(), {.padding = 4}),
+                    LaidOut(format, context.size(), {.padding = 20}));
         scene.Picture(frame);
     }
 }
@@ -64,7 +65,7 @@ void PaddingIsUntouched(Context& context) {
 void PaddingIsNotRead(Context& context) {
     Scene scene(context);
     for (const PF_PixelFormat format : scene.formats()) {
-        const WorldLayout layout = LaidOut(format, 25, 7, {.padding = 8});
+        const WorldLayout layout = LaidOut(format, context.size(), {.padding = 8});
         Frame frame(layout);
         const auto expected = scene.Picture(frame);
         Frame other(layout);
@@ -98,11 +99,11 @@ private:
     std::byte* data_;
 };
 
-template <int width, int height, bool input, bool atEnd>
+template <bool input, bool atEnd>
 void StaysBetweenPages(Context& context) {
     Scene scene(context);
     for (const PF_PixelFormat format : scene.formats()) {
-        Frame frame(Scene::Layout(format, width, height));
+        Frame frame(Scene::Layout(format, context.size()));
         const auto expected = scene.Picture(frame);
         frame.Poison();
         const BetweenPages pages(input ? frame.input : frame.output, atEnd);
@@ -135,7 +136,7 @@ std::byte* CutOut(refhost::World& world, const WorldLayout& inner) {
 void InputMayBeCutOut(Context& context) {
     Scene scene(context);
     for (const PF_PixelFormat format : scene.formats()) {
-        const WorldLayout inner = Scene::Layout(format, 36, 6);
+        const WorldLayout inner = Scene::Layout(format, context.size());
         Frame cut(Around(inner), inner);
         const std::byte* const data = CutOut(cut.input, inner);
         Frame whole(inner);
@@ -167,7 +168,7 @@ void ExpectPoisonAround(Context& context, const refhost::World& world) {
 void OutputMayBeCutOut(Context& context) {
     Scene scene(context);
     for (const PF_PixelFormat format : scene.formats()) {
-        const WorldLayout inner = Scene::Layout(format, 36, 7);
+        const WorldLayout inner = Scene::Layout(format, context.size());
         Frame whole(inner);
         Frame cut(inner, Around(inner));
         const std::byte* const data = CutOut(cut.output, inner);
@@ -182,12 +183,13 @@ void OutputMayBeCutOut(Context& context) {
 // ---- Fields ---------------------------------------------------------------------------------------------------
 
 // Worlds of every second row of a frame.
-template <int field, int height>
+template <int field>
 void RendersField(Context& context) {
     Scene scene(context);
+    const auto [width, height] = context.size();
     for (const PF_PixelFormat format : scene.formats()) {
-        const WorldLayout layout = Scene::Layout(format, 37, height);
-        const WorldLayout both = Scene::Layout(format, 37, 2 * height);
+        const WorldLayout layout = Scene::Layout(format, width, height);
+        const WorldLayout both = Scene::Layout(format, width, 2 * height);
         const int rowBytes = layout.width * refhost::BytesPerPixel(format);
         Frame packed(layout), frame(both);
         for (refhost::World* world : {&frame.input, &frame.output}) {
@@ -216,7 +218,7 @@ void RendersField(Context& context) {
 
 // ---- Rows further apart than 32-bit arithmetic reaches --------------------------------------------------------
 
-constexpr int kFarWidth = 9, kFarStride = 3'200'000;  // 700 rows take 2.24 GB
+constexpr int kFarStride = 3'200'000;  // 700 rows take 2.24 GB
 
 // Spreads a world's rows, and gives them back in its place at the end.
 class Spread {
@@ -242,11 +244,11 @@ private:
     MappedMemory memory_;
 };
 
-template <bool input, int height>
+template <bool input>
 void RowsMayBeFarApart(Context& context) {
     Scene scene(context);
     const PF_PixelFormat format = scene.formats().back();
-    Frame frame(Scene::Layout(format, kFarWidth, height));
+    Frame frame(Scene::Layout(format, context.size()));
     const auto expected = scene.Picture(frame);
     frame.Poison();
     const Spread rows(input ? frame.input : frame.output);
@@ -260,50 +262,51 @@ constexpr Rows kByPixel{.misalignment = 4}, kByChannel{.misalignment = 1}, kOddS
 
 constexpr Check kChecks[] = {
     {"layout.input-padded", "Input rows may lie further apart than output rows.", Where::both,
-     IsSamePicture<20, 5, kPadded, kUsual>},
+     IsSamePicture<kPadded, kUsual>},
     {"layout.output-padded", "Output rows may lie further apart than input rows.", Where::both,
-     IsSamePicture<20, 6, kUsual, kPadded>},
+     IsSamePicture<kUsual, kPadded>},
     {"layout.input-bottom-up", "The input may be stored bottom row first.", Where::both,
-     IsSamePicture<20, 7, kBottomUp, kUsual>},
+     IsSamePicture<kBottomUp, kUsual>},
     {"layout.output-bottom-up", "The output may be stored bottom row first.", Where::both,
-     IsSamePicture<20, 8, kUsual, kBottomUp>},
+     IsSamePicture<kUsual, kBottomUp>},
     {"layout.both-bottom-up", "Input and output may both be stored bottom row first.", Where::both,
-     IsSamePicture<20, 9, kBottomUp, kBottomUp>},
+     IsSamePicture<kBottomUp, kBottomUp>},
     {"layout.input-at-any-pixel", "The input may start at any pixel's address, not at multiples of 16 bytes alone.",
-     Where::both, IsSamePicture<21, 5, kByPixel, kUsual>},
+     Where::both, IsSamePicture<kByPixel, kUsual>},
     {"layout.output-at-any-pixel",
      "The output may start at any pixel's address, not at multiples of 16 bytes alone.", Where::both,
-     IsSamePicture<21, 6, kUsual, kByPixel>},
+     IsSamePicture<kUsual, kByPixel>},
     {"layout.input-at-any-channel", "The input may start at any channel's address, an odd one in 8 bits.",
-     Where::both, IsSamePicture<21, 7, kByChannel, kUsual>},
+     Where::both, IsSamePicture<kByChannel, kUsual>},
     {"layout.output-at-any-channel", "The output may start at any channel's address, an odd one in 8 bits.",
-     Where::both, IsSamePicture<21, 8, kUsual, kByChannel>},
+     Where::both, IsSamePicture<kUsual, kByChannel>},
     {"layout.input-odd-stride", "The distance of input rows need not be a multiple of a pixel.", Where::both,
-     IsSamePicture<22, 5, kOddStride, kUsual>},
+     IsSamePicture<kOddStride, kUsual>},
     {"layout.output-odd-stride", "The distance of output rows need not be a multiple of a pixel.", Where::both,
-     IsSamePicture<22, 6, kUsual, kOddStride>},
+     IsSamePicture<kUsual, kOddStride>},
     {"layout.padding-untouched", "Bytes between rows are not written.", Where::both, PaddingIsUntouched},
     {"layout.padding-unread", "Bytes between the input's rows make no difference.", Where::both, PaddingIsNotRead},
     {"layout.input-begin", "Nothing before the input's first byte is touched.", Where::both,
-     StaysBetweenPages<23, 5, true, false>},
+     StaysBetweenPages<true, false>},
     {"layout.input-end", "Nothing behind the input's last byte is touched.", Where::both,
-     StaysBetweenPages<23, 6, true, true>},
+     StaysBetweenPages<true, true>},
     {"layout.output-begin", "Nothing before the output's first byte is touched.", Where::both,
-     StaysBetweenPages<23, 7, false, false>},
+     StaysBetweenPages<false, false>},
     {"layout.output-end", "Nothing behind the output's last byte is touched.", Where::both,
-     StaysBetweenPages<23, 8, false, true>},
+     StaysBetweenPages<false, true>},
     {"layout.input-cut-out", "The input may be a rectangle of a larger world.", Where::both, InputMayBeCutOut},
     {"layout.output-cut-out", "The output may be a rectangle of a larger world, the rest of which is left alone.",
      Where::both, OutputMayBeCutOut},
     {"layout.upper-field", "The upper field's rows are rendered in their places, the others left alone.",
-     Where::both, RendersField<1, 6>},
+     Where::both, RendersField<1>},
     {"layout.lower-field", "The lower field's rows are rendered in their places, the others left alone.",
-     Where::both, RendersField<2, 7>},
+     Where::both, RendersField<2>},
     {"layout.input-past-2-gib", "The input's rows may lie more than 2 GiB apart.", Where::both,
-     RowsMayBeFarApart<true, 700>},
+     RowsMayBeFarApart<true>},
     {"layout.output-past-2-gib", "The output's rows may lie more than 2 GiB apart.", Where::both,
-     RowsMayBeFarApart<false, 701>},
+     RowsMayBeFarApart<false>},
 };
+static_assert(signs::EachHasSize(kChecks, &Check::id));
 
 }  // namespace
 

@@ -29,9 +29,9 @@ void ExpectBalance(Context& context, Interview& interview) {
 
 std::vector<PF_Cmd> UnknownCommands(Context& context) {
     std::vector<PF_Cmd> commands{
-        2, 64, 100, 255, 256, 1000, 65536 + PF_Cmd_RENDER, std::numeric_limits<PF_Cmd>::max()};
+        2, signs::kUnknownCommands, 100, 255, 256, 1000, 65536 + PF_Cmd_RENDER, std::numeric_limits<PF_Cmd>::max()};
     for (int i = 0; i < 20; ++i)
-        commands.push_back(static_cast<PF_Cmd>(64 + context.random()() % 0x7FFFFF00));
+        commands.push_back(static_cast<PF_Cmd>(signs::kUnknownCommands + context.random()() % 0x7FFFFF00));
     return commands;
 }
 
@@ -78,7 +78,8 @@ void AnswersNegativeCommands(Context& context) {
 
 // ---- A host that nobody knows ---------------------------------------------------------------------------------
 
-constexpr std::int32_t kStrangeHosts[] = {0, -1, 0x41424344, 0x4354584A /* the compositing host's, other order */};
+constexpr std::int32_t kStrangeHosts[] = {0, signs::kStrangeHost, 0x41424344,
+                                          0x4354584A /* the compositor's, other order */};
 
 PF_Err SendAs(Interview& interview, std::int32_t host, PF_Cmd cmd) {
     interview.Prepare();
@@ -185,7 +186,7 @@ void RefusesRenderWithoutParams(Context& context) {
 template <bool Frame::*part>
 void LivesWithout(Context& context) {
     Scene scene(context);
-    Frame frame(Scene::Layout(scene.formats().front(), 19, 11));
+    Frame frame(Scene::Layout(scene.formats().front(), context.size()));
     const auto expected = scene.Picture(frame);
     std::vector<RenderPath> paths{RenderPath::plain};
     if (scene.path() == RenderPath::smart) paths.push_back(RenderPath::smart);
@@ -217,7 +218,7 @@ void LivesBeforeGlobalSetup(Context& context) {
 
 void SetsUpAgain(Context& context) {
     Interview interview(context);
-    for (int i = 0; i < 3; ++i) {
+    for (int i = 0; i < signs::kSessions; ++i) {
         interview.SetUp();
         PF_Handle block = nullptr;
         ExpectSuccess(context, interview.Send(PF_Cmd_SEQUENCE_SETUP, &block), "sequence set-up");

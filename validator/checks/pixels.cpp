@@ -1,6 +1,6 @@
 // Pixels: each depth, every size, and the numbers that occur in them.
 //
-// Each check renders at a size of its own, by which its control knows it.
+// Each check renders at the size that signs.h gives it.
 #include <array>
 #include <cmath>
 #include <cstring>
@@ -9,13 +9,14 @@
 
 #include "platform/mapped_memory.h"
 #include "platform/process_state.h"
-#include "validator/registry.h"
 #include "validator/kit/scene.h"
+#include "validator/registry.h"
 
 namespace validator {
 namespace {
 
 using refhost::WorldLayout;
+using signs::SizeOf;
 
 // One poison shows through wherever nothing was written, the other where it happens to be the right answer.
 void ExpectWritten(Context& context, Scene& scene, Frame& frame) {
@@ -39,17 +40,17 @@ std::vector<Channel> ChannelsOf(const std::vector<std::byte>& pixels) {
 
 // ---- Depths ---------------------------------------------------------------------------------------------------
 
-template <int bytesPerPixel, int width, int height>
+template <int bytesPerPixel>
 void IsWritten(Context& context) {
     Scene scene(context);
     const PF_PixelFormat format = FormatOf(context, scene, bytesPerPixel);
-    Frame frame(Scene::Layout(format, width, height));
+    Frame frame(Scene::Layout(format, context.size()));
     ExpectWritten(context, scene, frame);
 }
 
 void StaysBelowWhite16(Context& context) {
     Scene scene(context);
-    Frame frame(Scene::Layout(FormatOf(context, scene, 8), 18, 7));
+    Frame frame(Scene::Layout(FormatOf(context, scene, 8), context.size()));
     for (const std::uint16_t channel : ChannelsOf<std::uint16_t>(scene.Picture(frame)))
         context.Require(channel <= 32768,
                         "a channel is " + std::to_string(channel) + ", above white, which is 32768");
@@ -57,7 +58,7 @@ void StaysBelowWhite16(Context& context) {
 
 void StaysFinite(Context& context) {
     Scene scene(context);
-    Frame frame(Scene::Layout(FormatOf(context, scene, 16), 18, 8));
+    Frame frame(Scene::Layout(FormatOf(context, scene, 16), context.size()));
     for (const float channel : ChannelsOf<float>(scene.Picture(frame)))
         context.Require(std::isfinite(channel), "a channel is not finite though all of the input is");
 }
@@ -91,7 +92,7 @@ void DepthsAgree(Context& context) {
     if (scene.formats().size() < 2) context.NotApplicable("the effect declares one depth only");
     std::array<double, 4> first{};
     for (const PF_PixelFormat format : scene.formats()) {
-        Frame frame(Scene::Layout(format, 40, 30));
+        Frame frame(Scene::Layout(format, context.size()));
         const auto averages = Averages(scene.Picture(frame), refhost::BytesPerPixel(format));
         if (format == scene.formats().front()) first = averages;
         for (std::size_t i = 0; i < 4; ++i) {
@@ -107,10 +108,9 @@ void DepthsAgree(Context& context) {
 
 // In every channel, each in a pixel of its own, in an ordinary picture. Any result will do that the effect gives
 // twice; what is asked is that it comes, and that nothing beside it is hurt.
-template <int height>
 void ExpectRenders(Context& context, const std::vector<float>& values) {
     Scene scene(context);
-    Frame frame(Scene::Layout(FormatOf(context, scene, 16), 19, height));
+    Frame frame(Scene::Layout(FormatOf(context, scene, 16), context.size()));
     auto pixels = frame.input.Pixels();
     std::size_t at = 0;
     for (const float value : values) {
@@ -125,27 +125,27 @@ void ExpectRenders(Context& context, const std::vector<float>& values) {
 using Limits = std::numeric_limits<float>;
 
 void TakesBelowZero(Context& context) {
-    ExpectRenders<5>(context, {-0.0f, -0.001f, -1.0f, -70000.0f, Limits::lowest()});
+    ExpectRenders(context, {-0.0f, -0.001f, -1.0f, -70000.0f, Limits::lowest()});
 }
 
 void TakesAboveOne(Context& context) {
-    ExpectRenders<6>(context, {1.0000001f, 2.0f, 70000.0f, 3e9f, 2e19f, Limits::max()});
+    ExpectRenders(context, {1.0000001f, 2.0f, 70000.0f, 3e9f, 2e19f, Limits::max()});
 }
 
 void TakesInfinite(Context& context) {
-    ExpectRenders<7>(context, {Limits::infinity(), -Limits::infinity()});
+    ExpectRenders(context, {Limits::infinity(), -Limits::infinity()});
 }
 
 void TakesNotANumber(Context& context) {
-    ExpectRenders<8>(context, {Limits::quiet_NaN(), -Limits::quiet_NaN()});
+    ExpectRenders(context, {Limits::quiet_NaN(), -Limits::quiet_NaN()});
 }
 
 void TakesSignalling(Context& context) {
-    ExpectRenders<9>(context, {Limits::signaling_NaN()});
+    ExpectRenders(context, {Limits::signaling_NaN()});
 }
 
 void TakesDenormal(Context& context) {
-    ExpectRenders<10>(context, {Limits::denorm_min(), -Limits::denorm_min(), 1e-40f, Limits::min() / 2});
+    ExpectRenders(context, {Limits::denorm_min(), -Limits::denorm_min(), 1e-40f, Limits::min() / 2});
 }
 
 // ---- Sizes ----------------------------------------------------------------------------------------------------
@@ -157,39 +157,47 @@ refhost::HostOptions WithoutRecords(const Context& context) {
     return options;
 }
 
-template <int width, int height>
 void HasSize(Context& context) {
     Scene scene(context, WithoutRecords(context));
     for (const PF_PixelFormat format : scene.formats()) {
-        Frame frame(Scene::Layout(format, width, height));
+        Frame frame(Scene::Layout(format, context.size()));
         ExpectWritten(context, scene, frame);
     }
 }
 
+constexpr signs::Size kLargestSmall = SizeOf("pixels.small-sizes");
+
+constexpr int HeightAt(int width) {
+    return 1 + width * 7 % 18;
+}
+static_assert(HeightAt(kLargestSmall.width) == kLargestSmall.height);
+
 void HasEverySmallSize(Context& context) {
     Scene scene(context, WithoutRecords(context));
     for (const PF_PixelFormat format : scene.formats()) {
-        for (int size = 1; size <= 34; ++size) {
-            Frame frame(Scene::Layout(format, size, 1 + size * 7 % 18));
+        for (int width = 1; width <= kLargestSmall.width; ++width) {
+            Frame frame(Scene::Layout(format, width, HeightAt(width)));
             ExpectWritten(context, scene, frame);
         }
     }
 }
 
-template <int inWidth, int inHeight, int outWidth, int outHeight>
-void HasSizes(Context& context) {
+template <int inWidth, int inHeight>
+void HasInputOf(Context& context) {
     Scene scene(context);
     for (const PF_PixelFormat format : scene.formats()) {
-        Frame frame(Scene::Layout(format, inWidth, inHeight), Scene::Layout(format, outWidth, outHeight));
+        Frame frame(Scene::Layout(format, inWidth, inHeight), Scene::Layout(format, context.size()));
         ExpectWritten(context, scene, frame);
     }
 }
 
-// A frame 30,000 pixels wide, whose first and last rows hold a picture and all between them is empty, since pages
+constexpr signs::Size kHuge = SizeOf("pixels.past-2-gib");  // in the deepest format
+
+// A wide frame, whose first and last rows hold a picture and all between them is empty, since pages
 // that nobody writes take no memory.
 class WideFrame {
 public:
-    static constexpr int kWidth = 30000;
+    static constexpr int kWidth = kHuge.width;
 
     WideFrame(PF_PixelFormat format, int height)
         : format_(format), height_(height), input_(Bytes()), output_(Bytes()) {
@@ -205,7 +213,7 @@ public:
         const std::size_t last = Bytes() - RowBytes();
         for (const std::size_t at : {std::size_t{0}, last})
             std::memset(output_.begin() + at, poison, RowBytes());
-        SetDefaults(scene.host, scene.instance, kWidth, height_);
+        SetDefaults(scene.host, scene.instance, {kWidth, height_});
         Frame frame(Scene::Layout(format_, 0, 0));
         Place(frame.input, input_);
         Place(frame.output, output_);
@@ -239,7 +247,7 @@ private:
 // Worlds of 2.16 GB each. An effect that draws the ends of two small frames alike, whatever lies between them, has
 // to draw those of the large one so as well; of any other effect it is only asked that it writes them.
 void HasHugeFrame(Context& context) {
-    constexpr std::int64_t kWorld = 2'160'000'000,
+    constexpr std::int64_t kWorld = std::int64_t{kHuge.width} * kHuge.height * 16,
                            kNeeded = 4 * kWorld;  // an effect may keep two copies of its own
     if (MemoryAvailable() < kNeeded) {
         context.NotApplicable("less than " + std::to_string(kNeeded >> 20) + " MiB of memory are available");
@@ -264,11 +272,11 @@ void HasHugeFrame(Context& context) {
 
 constexpr Check kChecks[] = {
     {"pixels.written-8-bit", "In 8 bits every output pixel is written, whatever was there before.", Where::both,
-     IsWritten<4, 17, 5>},
+     IsWritten<4>},
     {"pixels.written-16-bit", "In 16 bits every output pixel is written, whatever was there before.",
-     Where::compositing, IsWritten<8, 17, 6>},
+     Where::compositing, IsWritten<8>},
     {"pixels.written-float", "In 32-bit float every output pixel is written, whatever was there before.",
-     Where::compositing, IsWritten<16, 17, 7>},
+     Where::compositing, IsWritten<16>},
     {"pixels.white-16-bit", "In 16 bits no output channel exceeds white, which is 32768.", Where::compositing,
      StaysBelowWhite16},
     {"pixels.finite", "A float picture of ordinary values gives finite values.", Where::compositing, StaysFinite},
@@ -282,18 +290,19 @@ constexpr Check kChecks[] = {
     {"pixels.signalling", "Float values that signal when they are used are rendered.", Where::compositing,
      TakesSignalling},
     {"pixels.denormal", "Denormal float values are rendered.", Where::compositing, TakesDenormal},
-    {"pixels.one-pixel", "A layer of one pixel is rendered.", Where::both, HasSize<1, 1>},
-    {"pixels.one-row", "A layer of one row is rendered.", Where::both, HasSize<47, 1>},
-    {"pixels.one-column", "A layer of one column is rendered.", Where::both, HasSize<1, 47>},
+    {"pixels.one-pixel", "A layer of one pixel is rendered.", Where::both, HasSize},
+    {"pixels.one-row", "A layer of one row is rendered.", Where::both, HasSize},
+    {"pixels.one-column", "A layer of one column is rendered.", Where::both, HasSize},
     {"pixels.small-sizes", "Every width from 1 to 34 pixels is rendered to the last column.", Where::both,
      HasEverySmallSize, Kind::slow},
-    {"pixels.long-row", "A layer of 30,000 x 1 pixels is rendered.", Where::both, HasSize<30000, 1>},
-    {"pixels.long-column", "A layer of 1 x 30,000 pixels is rendered.", Where::both, HasSize<1, 30000>},
-    {"pixels.larger-input", "The input may be larger than the output.", Where::both, HasSizes<31, 23, 16, 10>},
-    {"pixels.larger-output", "The output may be larger than the input.", Where::both, HasSizes<15, 10, 33, 24>},
+    {"pixels.long-row", "A layer of 30,000 x 1 pixels is rendered.", Where::both, HasSize},
+    {"pixels.long-column", "A layer of 1 x 30,000 pixels is rendered.", Where::both, HasSize},
+    {"pixels.larger-input", "The input may be larger than the output.", Where::both, HasInputOf<31, 23>},
+    {"pixels.larger-output", "The output may be larger than the input.", Where::both, HasInputOf<15, 10>},
     {"pixels.past-2-gib", "A frame whose worlds pass 2 GiB is rendered to its ends.", Where::compositing,
      HasHugeFrame, Kind::slow},
 };
+static_assert(signs::EachHasSize(kChecks, &Check::id));
 
 }  // namespace
 

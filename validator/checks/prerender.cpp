@@ -32,11 +32,10 @@ std::string Text(const PF_LRect& r) {
            std::to_string(r.bottom) + ")";
 }
 
-// A scene of an effect that has pre-render, and one frame of it. Each check has a size of its own, by which its
-// control knows it.
+// A scene of an effect that has pre-render, and one frame of the size that signs.h gives the check.
 struct Smart {
-    Smart(Context& theContext, int width, int height)
-        : context(theContext), scene(theContext), frame(Scene::Layout(scene.formats().front(), width, height)) {
+    explicit Smart(Context& theContext)
+        : context(theContext), scene(theContext), frame(Scene::Layout(scene.formats().front(), theContext.size())) {
         if (scene.path() != RenderPath::smart) context.NotApplicable("the effect declares no smart render");
     }
 
@@ -60,7 +59,7 @@ const PF_LRect kRequests[] = {{0, 0, 8, 8}, {3, 2, 9, 6}, {-5, -5, 4, 3}, {10, 8
 // ---- Rectangles -----------------------------------------------------------------------------------------------
 
 void ResultIsInMaximum(Context& context) {
-    Smart smart(context, 20, 10);
+    Smart smart(context);
     for (const PF_LRect& request : kRequests) {
         smart.frame.settings.request = request;
         const auto out = smart.PreRender().preRenderOutput;
@@ -71,7 +70,7 @@ void ResultIsInMaximum(Context& context) {
 }
 
 void ResultIsInRequest(Context& context) {
-    Smart smart(context, 20, 11);
+    Smart smart(context);
     for (const PF_LRect& request : kRequests) {
         smart.frame.settings.request = request;
         const auto out = smart.PreRender().preRenderOutput;
@@ -83,7 +82,7 @@ void ResultIsInRequest(Context& context) {
 }
 
 void MaximumIsFixed(Context& context) {
-    Smart smart(context, 20, 12);
+    Smart smart(context);
     smart.frame.settings.request = kRequests[0];
     const PF_LRect first = smart.PreRender().preRenderOutput.max_result_rect;
     for (const PF_LRect& request : kRequests) {
@@ -95,7 +94,7 @@ void MaximumIsFixed(Context& context) {
 }
 
 void IgnoresOldRectangles(Context& context) {
-    Smart smart(context, 20, 13);
+    Smart smart(context);
     const auto first = smart.PreRender().preRenderOutput;
     smart.frame.settings.initialResultRect = {-50, -60, 70, 80};
     const auto second = smart.PreRender().preRenderOutput;
@@ -109,7 +108,7 @@ bool IsOrdered(const PF_LRect& r) {
 }
 
 void TakesFarRequests(Context& context) {
-    Smart smart(context, 20, 14);
+    Smart smart(context);
     const PF_LRect far[] = {{INT_MIN, INT_MIN, INT_MAX, INT_MAX}, {INT_MAX - 1, INT_MAX - 1, INT_MAX, INT_MAX}};
     for (const PF_LRect& request : far) {
         smart.frame.settings.request = request;
@@ -121,7 +120,7 @@ void TakesFarRequests(Context& context) {
 }
 
 void TakesEmptyRequest(Context& context) {
-    Smart smart(context, 20, 15);
+    Smart smart(context);
     smart.frame.withOutput = false;  // an empty request stays empty without an output
     const auto out = smart.PreRender().preRenderOutput;
     context.Expect(IsOrdered(out.result_rect) && IsOrdered(out.max_result_rect),
@@ -129,10 +128,10 @@ void TakesEmptyRequest(Context& context) {
 }
 
 void TakesEmptyLayer(Context& context) {
-    Smart smart(context, 20, 16);
+    Smart smart(context);
     smart.frame.withInput = false;
-    smart.frame.settings.layerWidth = 20;
-    smart.frame.settings.layerHeight = 16;
+    smart.frame.settings.layerWidth = context.size().width;
+    smart.frame.settings.layerHeight = context.size().height;
     smart.frame.settings.checkoutResult = PF_LRect{};
     const auto out = smart.PreRender().preRenderOutput;
     context.Expect(IsOrdered(out.result_rect) && IsOrdered(out.max_result_rect),
@@ -140,7 +139,7 @@ void TakesEmptyLayer(Context& context) {
 }
 
 void IsRepeatable(Context& context) {
-    Smart smart(context, 20, 17);
+    Smart smart(context);
     const auto first = smart.PreRender();
     const auto second = smart.PreRender();
     context.Expect(Same(first.preRenderOutput.result_rect, second.preRenderOutput.result_rect) &&
@@ -159,7 +158,7 @@ refhost::RenderResult AsksForInput(Smart& smart) {
 }
 
 void PassesField(Context& context) {
-    Smart smart(context, 21, 10);
+    Smart smart(context);
     for (const std::int32_t field : {0, 1, 2}) {
         smart.frame.settings.field = field;
         const std::int32_t asked = AsksForInput(smart).inputRequest.field;
@@ -169,7 +168,7 @@ void PassesField(Context& context) {
 }
 
 void PassesChannels(Context& context) {
-    Smart smart(context, 21, 11);
+    Smart smart(context);
     for (const std::int32_t mask : {1, 2, 6, 15}) {
         smart.frame.settings.channelMask = mask;
         const std::int32_t asked = AsksForInput(smart).inputRequest.channel_mask;
@@ -179,14 +178,14 @@ void PassesChannels(Context& context) {
 }
 
 void PassesColourOfClear(Context& context) {
-    Smart smart(context, 21, 12);
+    Smart smart(context);
     smart.frame.settings.preserveRgbOfZeroAlpha = true;
     context.Expect(AsksForInput(smart).inputRequest.preserve_rgb_of_zero_alpha != 0,
                    "the host wants colour under zero alpha, and the input is asked for without");
 }
 
 void NamesEachCheckoutOnce(Context& context) {
-    Smart smart(context, 21, 14);
+    Smart smart(context);
     smart.PreRender();
     context.ExpectNone(smart.scene.host.account().Misuse(), "misuse");
 }
@@ -194,7 +193,7 @@ void NamesEachCheckoutOnce(Context& context) {
 // ---- What it leaves -------------------------------------------------------------------------------------------
 
 void TouchesNoPixel(Context& context) {
-    Smart smart(context, 22, 10);
+    Smart smart(context);
     const auto rendered = smart.scene.Picture(smart.frame);
     smart.PreRender();
     context.ExpectNone(smart.frame.Damage(), "damage");
@@ -205,7 +204,7 @@ void TouchesNoPixel(Context& context) {
 }
 
 void ChecksParametersIn(Context& context) {
-    Smart smart(context, 22, 11);
+    Smart smart(context);
     smart.PreRender();
     context.Expect(smart.Calls(refhost::Call::checkoutParam) == smart.Calls(refhost::Call::checkinParam),
                    "of the parameters " + std::to_string(smart.Calls(refhost::Call::checkoutParam)) +
@@ -213,27 +212,27 @@ void ChecksParametersIn(Context& context) {
 }
 
 void ReleasesSuites(Context& context) {
-    Smart smart(context, 22, 12);
+    Smart smart(context);
     smart.PreRender();
     for (const std::string& line : smart.scene.host.account().Outstanding())
         context.Expect(!line.starts_with("suite"), "kept: " + line);
 }
 
 void LeavesNothingLocked(Context& context) {
-    Smart smart(context, 22, 13);
+    Smart smart(context);
     smart.PreRender();
     context.ExpectNone(smart.scene.host.account().Misuse(), "misuse");
 }
 
 void HasDeleteFunction(Context& context) {
-    Smart smart(context, 22, 14);
+    Smart smart(context);
     const auto out = smart.PreRender().preRenderOutput;
     context.Expect(!out.pre_render_data || out.delete_pre_render_data_func,
                    "pre-render leaves data and no function that deletes them");
 }
 
 void NeedsNoRender(Context& context) {
-    Smart smart(context, 22, 15);
+    Smart smart(context);
     for (int i = 0; i < 50; ++i)
         smart.PreRender();
     for (const std::string& line : smart.scene.host.account().Outstanding())
@@ -241,7 +240,7 @@ void NeedsNoRender(Context& context) {
 }
 
 void SaysNothing(Context& context) {
-    Smart smart(context, 22, 16);
+    Smart smart(context);
     const auto out = smart.PreRender().outData;
     context.Expect(out.return_msg[0] == '\0' &&
                        (static_cast<std::uint32_t>(out.out_flags) & PF_OutFlag_DISPLAY_ERROR_MESSAGE) == 0,
@@ -255,7 +254,7 @@ void ExpectSame(Smart& smart, const std::vector<std::byte>& expected, const std:
 }
 
 void MayComeTwice(Context& context) {
-    Smart smart(context, 23, 10);
+    Smart smart(context);
     const auto expected = smart.scene.Picture(smart.frame);
     smart.frame.Poison();
     smart.PreRender();
@@ -266,7 +265,7 @@ void MayComeTwice(Context& context) {
 
 // A whole other frame between the pre-render and the render of this one, as when a host plans ahead.
 void MayBeFollowedByOther(Context& context) {
-    Smart smart(context, 23, 11);
+    Smart smart(context);
     const auto expected = smart.scene.Picture(smart.frame);
     smart.frame.Poison();
     std::atomic<bool> done{false};
@@ -285,12 +284,12 @@ void MayBeFollowedByOther(Context& context) {
 }
 
 void ReadsWhatItAnnounced(Context& context) {
-    Smart smart(context, 23, 12);
+    Smart smart(context);
     smart.scene.Render(smart.frame);
 }
 
 void ReadsEachLayerOnce(Context& context) {
-    Smart smart(context, 23, 13);
+    Smart smart(context);
     smart.scene.Render(smart.frame);
 }
 
@@ -340,6 +339,7 @@ constexpr Check kChecks[] = {
     {"prerender.read-once", "The render fetches each announced layer once.", Where::compositing,
      ReadsEachLayerOnce},
 };
+static_assert(signs::EachHasSize(kChecks, &Check::id));
 
 }  // namespace
 

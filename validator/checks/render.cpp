@@ -1,6 +1,6 @@
 // Rendering: what the effect leaves alone, and under which circumstances it still renders.
 //
-// Each check renders at a size of its own, by which its control knows it.
+// Each check renders at the size that signs.h gives it.
 #include <cstdint>
 #include <optional>
 #include <vector>
@@ -16,10 +16,10 @@ using refhost::WorldLayout;
 
 // One frame in each format.
 template <typename Try>
-void InEachFormat(Context& context, int width, int height, Try attempt) {
+void InEachFormat(Context& context, Try attempt) {
     Scene scene(context);
     for (const PF_PixelFormat format : scene.formats()) {
-        Frame frame(Scene::Layout(format, width, height));
+        Frame frame(Scene::Layout(format, context.size()));
         attempt(scene, frame);
     }
 }
@@ -28,19 +28,19 @@ void InEachFormat(Context& context, int width, int height, Try attempt) {
 
 // Scene::Render reports whatever was damaged; each of these looks for what no other does.
 void KeepsInput(Context& context) {
-    InEachFormat(context, 24, 5, [](Scene& scene, Frame& frame) { scene.Picture(frame); });
+    InEachFormat(context, [](Scene& scene, Frame& frame) { scene.Picture(frame); });
 }
 
 void KeepsRecords(Context& context) {
-    InEachFormat(context, 24, 6, [](Scene& scene, Frame& frame) { scene.Picture(frame); });
+    InEachFormat(context, [](Scene& scene, Frame& frame) { scene.Picture(frame); });
 }
 
 void KeepsParameters(Context& context) {
-    InEachFormat(context, 24, 7, [](Scene& scene, Frame& frame) { scene.Picture(frame); });
+    InEachFormat(context, [](Scene& scene, Frame& frame) { scene.Picture(frame); });
 }
 
 void KeepsSequenceData(Context& context) {
-    InEachFormat(context, 24, 8, [&](Scene& scene, Frame& frame) {
+    InEachFormat(context, [&](Scene& scene, Frame& frame) {
         const PF_Handle handle = scene.instance.sequenceData();
         const auto bytes = [&] {
             const auto held = scene.host.HandleBytes(handle);
@@ -55,7 +55,7 @@ void KeepsSequenceData(Context& context) {
 }
 
 void KeepsFloatState(Context& context) {
-    InEachFormat(context, 24, 9, [&](Scene& scene, Frame& frame) {
+    InEachFormat(context, [&](Scene& scene, Frame& frame) {
         const std::string before = FloatState();
         scene.Render(frame);
         context.Expect(FloatState() == before, "a render changes the host's floating-point settings");
@@ -63,14 +63,14 @@ void KeepsFloatState(Context& context) {
 }
 
 void HoldsNothing(Context& context) {
-    InEachFormat(context, 24, 10, [&](Scene& scene, Frame& frame) {
+    InEachFormat(context, [&](Scene& scene, Frame& frame) {
         scene.Render(frame);
         context.ExpectNone(scene.host.account().Outstanding(), "kept after the render");
     });
 }
 
 void SaysNothing(Context& context) {
-    InEachFormat(context, 24, 11, [&](Scene& scene, Frame& frame) {
+    InEachFormat(context, [&](Scene& scene, Frame& frame) {
         const auto out = scene.Render(frame).outData;
         context.Expect(out.return_msg[0] == '\0',
                        "a render leaves the message \"" + std::string(out.return_msg) + "\"");
@@ -82,7 +82,7 @@ void SaysNothing(Context& context) {
 // ---- The same again -------------------------------------------------------------------------------------------
 
 void IsRepeatable(Context& context) {
-    InEachFormat(context, 25, 11, [&](Scene& scene, Frame& frame) {
+    InEachFormat(context, [&](Scene& scene, Frame& frame) {
         const auto first = scene.Picture(frame);
         for (int i = 0; i < 3; ++i)
             ExpectSame(context, scene.Picture(frame), first, frame.output.layout(), "rendered again");
@@ -90,7 +90,7 @@ void IsRepeatable(Context& context) {
 }
 
 void IsSameInANewInstance(Context& context) {
-    InEachFormat(context, 25, 12, [&](Scene& scene, Frame& frame) {
+    InEachFormat(context, [&](Scene& scene, Frame& frame) {
         const auto first = scene.Picture(frame);
         refhost::Instance other(scene.host);
         other.SequenceSetup();
@@ -108,11 +108,11 @@ void IsSameInANewInstance(Context& context) {
 
 // A layer drawn by two instances by turns.
 void InstancesAreApart(Context& context) {
-    InEachFormat(context, 25, 13, [&](Scene& scene, Frame& frame) {
+    InEachFormat(context, [&](Scene& scene, Frame& frame) {
         const auto first = scene.Picture(frame);
         refhost::Instance other(scene.host);
         other.SequenceSetup();
-        SetRandomValues(context, scene.host, other, 25, 13);
+        SetRandomValues(context, scene.host, other, context.size());
         frame.Poison();
         frame.Render(scene.host, other, scene.path());
         ExpectSame(context, scene.Picture(frame), first, frame.output.layout(), "after another instance's render");
@@ -121,11 +121,11 @@ void InstancesAreApart(Context& context) {
 }
 
 void ForgetsOtherFrames(Context& context) {
-    InEachFormat(context, 25, 14, [&](Scene& scene, Frame& frame) {
+    InEachFormat(context, [&](Scene& scene, Frame& frame) {
         const auto first = scene.Picture(frame);
         const WorldLayout small = Scene::Layout(frame.output.layout().format, 7, 4);
         Frame other(small, small, 2);
-        other.settings.currentTime = 50;
+        other.settings.currentTime = signs::kOtherFramesTime;
         scene.Render(other);
         ExpectSame(context, scene.Picture(frame), first, frame.output.layout(), "after another frame");
     });
@@ -136,7 +136,7 @@ void SmartAndPlainAgree(Context& context) {
     Scene scene(context);
     if (scene.path() != RenderPath::smart) context.NotApplicable("the effect declares no smart render");
     for (const PF_PixelFormat format : scene.formats()) {
-        Frame frame(Scene::Layout(format, 25, 15));
+        Frame frame(Scene::Layout(format, context.size()));
         const auto smart = scene.Picture(frame);
         frame.Poison();
         const PF_Err code = CodeOf(frame.Render(scene.host, scene.instance, RenderPath::plain));
@@ -146,8 +146,8 @@ void SmartAndPlainAgree(Context& context) {
 }
 
 void RendersDefaults(Context& context) {
-    InEachFormat(context, 25, 16, [&](Scene& scene, Frame& frame) {
-        SetDefaults(scene.host, scene.instance, 25, 16);
+    InEachFormat(context, [&](Scene& scene, Frame& frame) {
+        SetDefaults(scene.host, scene.instance, context.size());
         ExpectSame(context, scene.Picture(frame, 0x5A), scene.Picture(frame), frame.output.layout(),
                    "with what was in the output before");
     });
@@ -156,42 +156,43 @@ void RendersDefaults(Context& context) {
 // ---- Circumstances --------------------------------------------------------------------------------------------
 
 // Rendered, and the same from whatever was in the output.
-void ExpectRenders(Context& context, int width, int height, void (*change)(Frame&)) {
-    InEachFormat(context, width, height, [&](Scene& scene, Frame& frame) {
+void ExpectRenders(Context& context, void (*change)(Frame&)) {
+    InEachFormat(context, [&](Scene& scene, Frame& frame) {
         change(frame);
         const auto first = scene.Picture(frame);
         ExpectSame(context, scene.Picture(frame, 0x5A), first, frame.output.layout(), "rendered again");
     });
 }
 
-template <int height, std::int32_t time, std::int32_t step>
+template <std::int32_t time, std::int32_t step>
 void RendersAt(Context& context) {
-    ExpectRenders(context, 26, height, [](Frame& frame) {
+    ExpectRenders(context, [](Frame& frame) {
         frame.settings.currentTime = time;
         frame.settings.timeStep = step;
     });
 }
 
-template <int height, std::int32_t x, std::uint32_t xOf, std::int32_t y, std::uint32_t yOf>
+template <std::int32_t x, std::uint32_t xOf, std::int32_t y, std::uint32_t yOf>
 void RendersReduced(Context& context) {
-    ExpectRenders(context, 27, height, [](Frame& frame) {
+    ExpectRenders(context, [](Frame& frame) {
+        const WorldLayout& layout = frame.output.layout();
         frame.settings.downsampleX = {x, xOf};
         frame.settings.downsampleY = {y, yOf};
-        frame.settings.layerWidth = 27 * static_cast<int>(xOf) / x;
-        frame.settings.layerHeight = height * static_cast<int>(yOf) / y;
+        frame.settings.layerWidth = layout.width * static_cast<int>(xOf) / x;
+        frame.settings.layerHeight = layout.height * static_cast<int>(yOf) / y;
     });
 }
 
-template <int height, std::int32_t num, std::uint32_t den>
+template <std::int32_t num, std::uint32_t den>
 void RendersAspect(Context& context) {
-    ExpectRenders(context, 28, height, [](Frame& frame) { frame.settings.pixelAspect = {num, den}; });
+    ExpectRenders(context, [](Frame& frame) { frame.settings.pixelAspect = {num, den}; });
 }
 
-template <int inX, int inY, int outX, int outY, int height>
+template <int inX, int inY, int outX, int outY>
 void RendersFromOrigin(Context& context) {
     Scene scene(context);
     for (const PF_PixelFormat format : scene.formats()) {
-        WorldLayout in = Scene::Layout(format, 29, height), out = in;
+        WorldLayout in = Scene::Layout(format, context.size()), out = in;
         in.originX = inX;
         in.originY = inY;
         out.originX = outX;
@@ -216,17 +217,19 @@ void ExpectReturns(Context& context, Scene& scene, Frame& frame) {
 
 template <bool withInput>
 void ReturnsWithoutWorld(Context& context) {
-    InEachFormat(context, 30, withInput ? 5 : 6, [&](Scene& scene, Frame& frame) {
+    InEachFormat(context, [&](Scene& scene, Frame& frame) {
         (withInput ? frame.withOutput : frame.withInput) = false;
         ExpectReturns(context, scene, frame);
     });
 }
 
-template <int inWidth, int inHeight, int outWidth, int outHeight>
-void ReturnsFromEmpty(Context& context) {
+template <bool withInput, bool withOutput>
+void ReturnsWithoutPixels(Context& context) {
     Scene scene(context);
+    const signs::Size size = context.size();
     for (const PF_PixelFormat format : scene.formats()) {
-        Frame frame(Scene::Layout(format, inWidth, inHeight), Scene::Layout(format, outWidth, outHeight));
+        Frame frame(Scene::Layout(format, withInput ? size : signs::Size{}),
+                    Scene::Layout(format, withOutput ? size : signs::Size{}));
         ExpectReturns(context, scene, frame);
     }
 }
@@ -256,33 +259,33 @@ constexpr Check kChecks[] = {
     {"render.smart-and-plain", "Smart and plain render give the same picture.", Where::compositing,
      SmartAndPlainAgree},
     {"render.defaults", "The declared defaults render.", Where::both, RendersDefaults},
-    {"render.time-zero", "A frame at time 0 renders.", Where::both, RendersAt<5, 0, 1>},
-    {"render.time-negative", "A frame before time 0 renders.", Where::both, RendersAt<6, -1001, 1>},
-    {"render.time-latest", "A frame at the latest time there is renders.", Where::both, RendersAt<7, kLatest, 1>},
+    {"render.time-zero", "A frame at time 0 renders.", Where::both, RendersAt<0, 1>},
+    {"render.time-negative", "A frame before time 0 renders.", Where::both, RendersAt<-1001, 1>},
+    {"render.time-latest", "A frame at the latest time there is renders.", Where::both, RendersAt<kLatest, 1>},
     {"render.time-earliest", "A frame at the earliest time there is renders.", Where::both,
-     RendersAt<8, kEarliest, 1>},
-    {"render.step-zero", "A still frame, whose time step is 0, renders.", Where::both, RendersAt<9, 10, 0>},
-    {"render.step-negative", "A frame of a layer played backwards renders.", Where::both, RendersAt<10, 10, -1>},
-    {"render.half-resolution", "A frame at half the resolution renders.", Where::both,
-     RendersReduced<5, 1, 2, 1, 2>},
+     RendersAt<kEarliest, 1>},
+    {"render.step-zero", "A still frame, whose time step is 0, renders.", Where::both, RendersAt<10, 0>},
+    {"render.step-negative", "A frame of a layer played backwards renders.", Where::both, RendersAt<10, -1>},
+    {"render.half-resolution", "A frame at half the resolution renders.", Where::both, RendersReduced<1, 2, 1, 2>},
     {"render.unequal-resolution", "Resolutions that differ in x and y render.", Where::both,
-     RendersReduced<6, 1, 2, 1, 3>},
-    {"render.wide-pixels", "Pixels wider than high render.", Where::both, RendersAspect<5, 2, 1>},
-    {"render.narrow-pixels", "Pixels narrower than high render.", Where::both, RendersAspect<6, 10, 11>},
+     RendersReduced<1, 2, 1, 3>},
+    {"render.wide-pixels", "Pixels wider than high render.", Where::both, RendersAspect<2, 1>},
+    {"render.narrow-pixels", "Pixels narrower than high render.", Where::both, RendersAspect<10, 11>},
     {"render.input-origin", "An input that starts elsewhere than the layer renders.", Where::both,
-     RendersFromOrigin<-4, 3, 0, 0, 5>},
+     RendersFromOrigin<-4, 3, 0, 0>},
     {"render.output-origin", "An output that starts elsewhere than the layer renders.", Where::both,
-     RendersFromOrigin<0, 0, 3, -2, 6>},
+     RendersFromOrigin<0, 0, 3, -2>},
     {"render.no-input", "A layer without a world of pixels does no harm.", Where::both, ReturnsWithoutWorld<false>},
     {"render.no-output", "A smart render without an output world does no harm.", Where::compositing,
      ReturnsWithoutWorld<true>},
-    {"render.empty-input", "An input of no pixels does no harm.", Where::both, ReturnsFromEmpty<0, 0, 30, 7>},
-    {"render.empty-output", "An output of no pixels does no harm.", Where::both, ReturnsFromEmpty<30, 8, 0, 0>},
+    {"render.empty-input", "An input of no pixels does no harm.", Where::both, ReturnsWithoutPixels<false, true>},
+    {"render.empty-output", "An output of no pixels does no harm.", Where::both, ReturnsWithoutPixels<true, false>},
     {"render.no-rows", "Worlds that have a width but no rows do no harm.", Where::both,
-     ReturnsFromEmpty<30, 0, 30, 0>},
+     ReturnsWithoutPixels<true, true>},
     {"render.no-columns", "Worlds that have a height but no columns do no harm.", Where::both,
-     ReturnsFromEmpty<0, 30, 0, 30>},
+     ReturnsWithoutPixels<true, true>},
 };
+static_assert(signs::EachHasSize(kChecks, &Check::id));
 
 }  // namespace
 

@@ -2,15 +2,14 @@
 #include <array>
 
 #include "platform/process_state.h"
-#include "validator/registry.h"
 #include "validator/kit/sequence_host.h"
+#include "validator/registry.h"
 
 namespace validator {
 namespace {
 
 using namespace sequence;
 
-constexpr std::uint64_t kLargest = std::uint64_t{64} << 20;
 constexpr int kCycles = 1000;
 
 // ---- A new instance -------------------------------------------------------------------------------------------
@@ -63,11 +62,11 @@ void TellsItsSize(Context& context) {
 
 void AreOfSaneSize(Context& context) {
     InEachHost(context, [&](Interview& host) {
-        for (int i = 0; i < 3; ++i) {
+        for (int i = 0; i < signs::kNewInstances; ++i) {
             PF_Handle block = nullptr;
             host.Send(PF_Cmd_SEQUENCE_SETUP, &block);
             const std::uint64_t size = host.host.HandleSize(block);
-            context.Expect(size <= kLargest, In(host) + "it has " + std::to_string(size) + " bytes");
+            context.Expect(size <= signs::kLargestBlock, In(host) + "it has " + std::to_string(size) + " bytes");
         }
     });
 }

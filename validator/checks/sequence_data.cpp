@@ -1,7 +1,9 @@
 // The data of an instance as hosts save them with projects, copy them and hand them back.
-#include "validator/registry.h"
+#include <array>
+
 #include "validator/kit/scene.h"
 #include "validator/kit/sequence_host.h"
+#include "validator/registry.h"
 
 namespace validator {
 namespace {
@@ -67,7 +69,7 @@ void TakesForeignData(Context& context) {
     constexpr std::string_view kText = "sequence data of another effect; ";
     WithBlock(context, [&](Interview& host, PF_Handle) {
         host.host.account().Reclaim();
-        for (const std::size_t size : {5u, 64u, 300u, 65536u}) {
+        for (const std::size_t size : std::to_array<std::size_t>({5, 64, 300, signs::kForeignBlock})) {
             Bytes bytes;
             for (std::size_t i = 0; i < size; ++i)
                 bytes.push_back(static_cast<std::byte>(kText[i % kText.size()]));

@@ -7,8 +7,8 @@
 #include <utility>
 
 #include "platform/process_state.h"
-#include "validator/registry.h"
 #include "validator/kit/threads_at_once.h"
+#include "validator/registry.h"
 
 namespace validator {
 namespace {
@@ -16,16 +16,17 @@ namespace {
 using namespace std::chrono_literals;
 using refhost::Call;
 using refhost::CallRecord;
+using signs::kRowThreads;
 
 constexpr int kThreads = 4;
 constexpr int kRounds = 4;
 
 // ---- Frames at once -------------------------------------------------------------------------------------------
 
-template <bool oneInstance, int width>
+template <bool oneInstance>
 void FramesAtOnce(Context& context) {
     Scene scene(context);
-    Crowd crowd(context, scene, kThreads, oneInstance, width);
+    Crowd crowd(context, scene, kThreads, oneInstance);
     for (int round = 0; round < kRounds; ++round)
         AtOnce(kThreads, [&](int i) { crowd.Render(i); });
     context.ExpectNone(scene.host.account().Misuse(), "misuse");
@@ -35,7 +36,7 @@ void FramesAtOnce(Context& context) {
 void WhileOthersAreSetUp(Context& context) {
     constexpr int kSetUps = 50;
     Scene scene(context);
-    Crowd crowd(context, scene, 2, false, 35);
+    Crowd crowd(context, scene, 2, false);
     std::atomic<int> rendering{crowd.size()}, setUps{0};
     std::vector<std::thread> threads;
     for (int i = 0; i < crowd.size(); ++i) {
@@ -68,7 +69,7 @@ void AbortsAlone(Context& context) {
     auto options = context.HostOptions();
     options.iterationThreads = 1;
     Scene scene(context, options);
-    Crowd crowd(context, scene, kThreads, false, 36);
+    Crowd crowd(context, scene, kThreads, false);
     if (scene.host.account().Count(Call::abort) == 0) context.NotApplicable("the effect never asks for an abort");
     scene.host.options().faults = [](const CallRecord& call) {
         return call.call == Call::abort && t_aborts ? std::optional(kStopped) : std::nullopt;
@@ -88,7 +89,7 @@ void WaitForEachOther(Context& context) {
     auto options = context.HostOptions();
     options.iterationThreads = 1;
     Scene scene(context, options);
-    Crowd crowd(context, scene, 2, false, 41);
+    Crowd crowd(context, scene, 2, false);
     scene.host.account().Reset();
     crowd.Render(0);
     std::vector<Call> kinds;
@@ -138,7 +139,7 @@ void ExpectSame(Context& context, Scene& scene, Frame& frame, const std::vector<
 void RowsInAnyOrder(Context& context) {
     Scene scene(context);
     for (const PF_PixelFormat format : scene.formats()) {
-        Frame frame(Scene::Layout(format, 30, 17));
+        Frame frame(Scene::Layout(format, context.size()));
         const auto expected = OneByOne(scene, frame);
         RequireRows(context, scene);
         for (int i = 0; i < 5; ++i) {
@@ -151,10 +152,9 @@ void RowsInAnyOrder(Context& context) {
 
 // No row begins before each of the threads has got one.
 void RowsOnManyThreads(Context& context) {
-    constexpr int kRowThreads = 8;
     Scene scene(context);
     for (const PF_PixelFormat format : scene.formats()) {
-        Frame frame(Scene::Layout(format, 31, 17));
+        Frame frame(Scene::Layout(format, context.size()));
         const auto expected = OneByOne(scene, frame);
         RequireRows(context, scene);
 
@@ -193,7 +193,7 @@ void CallsOnItsOwnThread(Context& context) {
     auto options = context.HostOptions();
     options.iterationThreads = kThreads;
     Scene scene(context, options);
-    Frame frame(Scene::Layout(scene.formats().front(), 32, 17));
+    Frame frame(Scene::Layout(scene.formats().front(), context.size()));
     RequireRender(context, scene, frame);
     for (const std::string& line : scene.host.account().Misuse()) {
         if (line.find(": called on ") != std::string::npos) context.Fail(line);
@@ -202,10 +202,10 @@ void CallsOnItsOwnThread(Context& context) {
 
 // ---- Threads that are the host's ------------------------------------------------------------------------------
 
-template <std::string (*state)(), int width>
+template <std::string (*state)()>
 void KeepsThreads(Context& context) {
     Scene scene(context);
-    Frame frame(Scene::Layout(scene.formats().front(), width, 9));
+    Frame frame(Scene::Layout(scene.formats().front(), context.size()));
     const std::string before = state();
     RequireRender(context, scene, frame);
     context.Expect(state() == before, "it was " + before + " before the render and is now " + state());
@@ -213,14 +213,14 @@ void KeepsThreads(Context& context) {
 
 void KeepsAffinity(Context& context) {
     if (ProcessorCount() < 2) context.NotApplicable("there is one processor only");
-    KeepsThreads<ThreadAffinity, 39>(context);
+    KeepsThreads<ThreadAffinity>(context);
 }
 
 void LeavesNoThread(Context& context) {
     auto options = context.HostOptions();
     options.iterationThreads = 1;
     Scene scene(context, options);
-    Frame frame(Scene::Layout(scene.formats().front(), 42, 9));
+    Frame frame(Scene::Layout(scene.formats().front(), context.size()));
     const int before = ThreadCount();
     scene.Render(frame);
     const int left = ThreadsBeyond(before);
@@ -230,7 +230,7 @@ void LeavesNoThread(Context& context) {
 void OnAnyThread(Context& context) {
     Scene scene(context);
     refhost::Instance instance(scene.host);
-    Frame frame(Scene::Layout(scene.formats().front(), 43, 9));
+    Frame frame(Scene::Layout(scene.formats().front(), context.size()));
     // All three live until the end, since a thread's number may be the next one's.
     Meeting end(3);
     std::deque<Meeting> meetings;
@@ -262,7 +262,7 @@ void ThreadsComeAndGo(Context& context) {
     options.iterationThreads = 1;
     options.recordCalls = false;
     Scene scene(context, options);
-    Frame frame(Scene::Layout(scene.formats().front(), 44, 9));
+    Frame frame(Scene::Layout(scene.formats().front(), context.size()));
     int failures = 0;
     const auto comeAndGo = [&](int threads) {
         for (int i = 0; i < threads; ++i) {
@@ -287,9 +287,9 @@ void ThreadsComeAndGo(Context& context) {
 
 constexpr Check kChecks[] = {
     {"threads.several-instances", "Frames of several instances come out at once as they do alone.", Where::both,
-     FramesAtOnce<false, 33>},
+     FramesAtOnce<false>},
     {"threads.one-instance", "Frames of one instance come out at once as they do alone.", Where::both,
-     FramesAtOnce<true, 34>},
+     FramesAtOnce<true>},
     {"threads.set-up-meanwhile", "A render goes on while other instances are set up and torn down.", Where::both,
      WhileOthersAreSetUp},
     {"threads.abort-alone", "An abort stops the one render that is told of it, and no other.", Where::both,
@@ -303,18 +303,18 @@ constexpr Check kChecks[] = {
     {"threads.any-thread", "An instance may be set up on one thread, rendered on another and set down on a third.",
      Where::both, OnAnyThread},
     {"threads.none-left", "A render leaves no thread behind.", Where::both, LeavesNoThread},
-    {"threads.name", "A render leaves the name of the host's thread alone.", Where::both,
-     KeepsThreads<ThreadName, 37>},
+    {"threads.name", "A render leaves the name of the host's thread alone.", Where::both, KeepsThreads<ThreadName>},
     {"threads.priority", "A render leaves the priority of the host's thread alone.", Where::both,
-     KeepsThreads<ThreadPriority, 38>},
+     KeepsThreads<ThreadPriority>},
     {"threads.affinity", "A render leaves the processors of the host's thread alone.", Where::both, KeepsAffinity},
     {"threads.float-state", "A render leaves rounding, flushing and trapping on the host's thread alone.",
-     Where::both, KeepsThreads<FloatState, 40>},
+     Where::both, KeepsThreads<FloatState>},
     {"threads.no-lock-in-callbacks", "Two renders at once may wait for one another in the host's callbacks.",
      Where::both, WaitForEachOther, Kind::slow},
     {"threads.come-and-go", "1,000 threads that render a frame and end leave memory and handles as they were.",
      Where::both, ThreadsComeAndGo, Kind::slow},
 };
+static_assert(signs::EachHasSize(kChecks, &Check::id));
 
 }  // namespace
 

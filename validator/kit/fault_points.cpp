@@ -13,7 +13,7 @@ using refhost::CallRecord;
 constexpr std::string_view kSuite = "suite ", kUnlock = "host_unlock_handle: ";
 
 refhost::WorldLayout LayoutOf(PF_PixelFormat format) {
-    auto layout = Scene::Layout(format, Bench::kWidth, Bench::kHeight);
+    auto layout = Scene::Layout(format, signs::SizeOf("faults.*"));
     layout.padding = 12;
     return layout;
 }

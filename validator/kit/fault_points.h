@@ -80,8 +80,6 @@ private:
 // A frame of few pixels in one format, rendered again and again by one instance.
 class Bench {
 public:
-    static constexpr int kWidth = 7, kHeight = 3;
-
     // Renders it once. The scene's fault plan is the bench's from here on.
     Bench(Scene& scene, RenderCommand command, PF_PixelFormat format);
 

@@ -100,15 +100,15 @@ void SessionBench::RunInstance(SessionOutcome& outcome, bool made) {
 }
 
 void SessionBench::RunFrame(SessionOutcome& outcome, refhost::Instance& instance, const std::string& whose) {
-    Frame frame(Scene::Layout(format_, kWidth, kHeight));
-    SetDefaults(host_, instance, kWidth, kHeight);
+    Frame frame(Scene::Layout(format_, kSize));
+    SetDefaults(host_, instance, kSize);
     const PF_Err code = CodeOf(frame.Render(host_, instance, path_));
     if (code != PF_Err_NONE) {
         outcome.frames.push_back(whose + ": the frame gives code " + std::to_string(code));
         return;
     }
     if (picture_.empty()) picture_ = frame.output.Pixels();
-    const std::string difference = Difference(frame.output.Pixels(), picture_, format_, kWidth);
+    const std::string difference = Difference(frame.output.Pixels(), picture_, format_, kSize.width);
     if (!difference.empty()) outcome.frames.push_back(whose + ": the frame is not right: " + difference);
 }
 

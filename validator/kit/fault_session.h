@@ -28,7 +28,7 @@ struct SessionOutcome {
 // set-up fails. An instance whose set-up fails is set up once more.
 class SessionBench {
 public:
-    static constexpr int kWidth = 5, kHeight = 3;
+    static constexpr signs::Size kSize{5, 3};
 
     // Runs a session in which nothing fails; ends the check if the effect does.
     explicit SessionBench(Context& context);

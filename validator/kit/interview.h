@@ -9,7 +9,7 @@
 namespace validator {
 
 // Checks ask under each: effects that look at the host's version differ in the newer one, which nobody has tried.
-inline constexpr PF_SpecVersion kHostVersions[] = {{13, 27}, {13, 30}};
+inline constexpr PF_SpecVersion kHostVersions[] = {{13, 27}, signs::kNewerHost};
 
 // A definition as the effect hands it over, byte for byte.
 struct AddedParam {

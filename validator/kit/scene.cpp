@@ -33,13 +33,14 @@ PF_Fixed Percent(PF_Fixed percent, int size) {
     return static_cast<PF_Fixed>(std::int64_t{percent} * size / 100);
 }
 
-refhost::ParamValue DefaultOf(const PF_ParamDef& param, int width, int height) {
+refhost::ParamValue DefaultOf(const PF_ParamDef& param, signs::Size size) {
     if (param.param_type == PF_Param_POPUP) return refhost::PopupValue{param.u.pd.dephault};
     if (param.param_type == PF_Param_FLOAT_SLIDER) return refhost::SliderValue{param.u.fs_d.dephault};
-    return refhost::PointValue{Percent(param.u.td.x_dephault, width), Percent(param.u.td.y_dephault, height)};
+    return refhost::PointValue{Percent(param.u.td.x_dephault, size.width),
+                               Percent(param.u.td.y_dephault, size.height)};
 }
 
-refhost::ParamValue RandomOf(const PF_ParamDef& param, std::mt19937_64& random, int width, int height) {
+refhost::ParamValue RandomOf(const PF_ParamDef& param, std::mt19937_64& random, signs::Size size) {
     if (param.param_type == PF_Param_POPUP) {
         return refhost::PopupValue{
             std::uniform_int_distribution(1, std::max<int>(param.u.pd.num_choices, 1))(random)};
@@ -49,10 +50,10 @@ refhost::ParamValue RandomOf(const PF_ParamDef& param, std::mt19937_64& random, 
         const double most = std::max<double>(param.u.fs_d.slider_max, least);
         return refhost::SliderValue{std::uniform_real_distribution(least, most)(random)};
     }
-    const auto within = [&](int size) {
-        return std::uniform_int_distribution(0, std::min(size, 32767) * 65536)(random);
+    const auto within = [&](int length) {
+        return std::uniform_int_distribution(0, std::min(length, 32767) * 65536)(random);
     };
-    return refhost::PointValue{within(width), within(height)};
+    return refhost::PointValue{within(size.width), within(size.height)};
 }
 
 bool HasValue(const PF_ParamDef& param) {
@@ -192,12 +193,12 @@ PF_Err CodeOf(const refhost::RenderResult& result) {
     return result.preRender != PF_Err_NONE ? result.preRender : result.render;
 }
 
-void SetRandomValues(Context& context, refhost::Host& host, refhost::Instance& instance, int width, int height) {
-    SetEach(host, instance, [&](const PF_ParamDef& p) { return RandomOf(p, context.random(), width, height); });
+void SetRandomValues(Context& context, refhost::Host& host, refhost::Instance& instance, signs::Size size) {
+    SetEach(host, instance, [&](const PF_ParamDef& p) { return RandomOf(p, context.random(), size); });
 }
 
-void SetDefaults(refhost::Host& host, refhost::Instance& instance, int width, int height) {
-    SetEach(host, instance, [&](const PF_ParamDef& p) { return DefaultOf(p, width, height); });
+void SetDefaults(refhost::Host& host, refhost::Instance& instance, signs::Size size) {
+    SetEach(host, instance, [&](const PF_ParamDef& p) { return DefaultOf(p, size); });
 }
 
 std::string WithoutSuites(refhost::Host& host) {
@@ -214,7 +215,7 @@ Scene::Scene(Context& context, refhost::HostOptions options)
     host.options().faults = faults;
     context.Require(code == PF_Err_NONE,
                     "sequence set-up gives code " + std::to_string(code) + WithoutSuites(host));
-    SetRandomValues(context, host, instance, kWidth, kHeight);
+    SetRandomValues(context, host, instance, kSize);
     host.account().Reset();
 }
 

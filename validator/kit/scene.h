@@ -65,9 +65,9 @@ PF_Err CodeOf(const refhost::RenderResult& result);
 
 // Puts a random valid value, by type and declared range, into each parameter, for a layer of this size. Points lie
 // inside the layer.
-void SetRandomValues(Context& context, refhost::Host& host, refhost::Instance& instance, int width, int height);
+void SetRandomValues(Context& context, refhost::Host& host, refhost::Instance& instance, signs::Size size);
 // The declared defaults, which for a point are percentages of this size.
-void SetDefaults(refhost::Host& host, refhost::Instance& instance, int width, int height);
+void SetDefaults(refhost::Host& host, refhost::Instance& instance, signs::Size size);
 
 // To be put behind a code that the effect gave: empty, or "; it asked for …, which this host does not have", as
 // that may be why.
@@ -75,7 +75,7 @@ std::string WithoutSuites(refhost::Host& host);
 
 class Scene {
 public:
-    static constexpr int kWidth = 21, kHeight = 13;
+    static constexpr signs::Size kSize{21, 13};
 
     // Set up to where a host renders, with random values in the parameters. Ends the check if that fails.
     explicit Scene(Context& context) : Scene(context, context.HostOptions()) {}
@@ -88,7 +88,10 @@ public:
     std::uint32_t flags() const { return flags_; }  // out_flags and out_flags2 of global set-up
     std::uint32_t flags2() const { return flags2_; }
 
-    static refhost::WorldLayout Layout(PF_PixelFormat format, int width = kWidth, int height = kHeight);
+    static refhost::WorldLayout Layout(PF_PixelFormat format, int width, int height);
+    static refhost::WorldLayout Layout(PF_PixelFormat format, signs::Size size = kSize) {
+        return Layout(format, size.width, size.height);
+    }
 
     // Renders by path(). A code ends the check; Damage() and misuse are reported; the account is reset.
     refhost::RenderResult Render(Frame& frame);

@@ -35,8 +35,7 @@ void Meeting::Restart(int expected) {
     failed_ = false;
 }
 
-Crowd::Crowd(Context& context, Scene& scene, int frames, bool oneInstance, int width, int height)
-    : context_(context), scene_(scene) {
+Crowd::Crowd(Context& context, Scene& scene, int frames, bool oneInstance) : context_(context), scene_(scene) {
     // The editing host renders instances at once whatever an effect declares.
     const bool threaded = (scene.flags2() & PF_OutFlag2_SUPPORTS_THREADED_RENDERING) != 0;
     if (!threaded && (oneInstance || !context.editing())) {
@@ -44,12 +43,12 @@ Crowd::Crowd(Context& context, Scene& scene, int frames, bool oneInstance, int w
     }
     for (int i = 0; i < frames; ++i) {
         const auto format = scene.formats()[static_cast<std::size_t>(i) % scene.formats().size()];
-        const auto layout = Scene::Layout(format, width, height);
+        const auto layout = Scene::Layout(format, context.size());
         frames_.push_back(std::make_unique<Frame>(layout, layout, static_cast<std::uint64_t>(i + 1)));
         if (!oneInstance && i > 0) {
             auto& instance = *instances_.emplace_back(std::make_unique<refhost::Instance>(scene.host));
             context.Require(instance.SequenceSetup() == PF_Err_NONE, "sequence set-up fails");
-            SetRandomValues(context, scene.host, instance, width, height);
+            SetRandomValues(context, scene.host, instance, context.size());
         }
         of_.push_back(instances_.empty() ? &scene.instance : instances_.back().get());
         const PF_Err code = RenderForCode(i);

@@ -37,7 +37,7 @@ class Crowd {
 public:
     // With `instances` 1 all frames are that of the scene; else each has an instance of its own. Ends the check if
     // the effect does not want several renders at once, or if one fails.
-    Crowd(Context& context, Scene& scene, int frames, bool oneInstance, int width, int height = 9);
+    Crowd(Context& context, Scene& scene, int frames, bool oneInstance);
     ~Crowd();
 
     int size() const { return static_cast<int>(frames_.size()); }

@@ -5,11 +5,8 @@
 
 namespace broken {
 
-// The checks of this family render frames of this width; others do not.
-inline constexpr std::int32_t kWidth = 7;
-
 inline bool IsOfThisFamily(const Command& command) {
-    return command.inData != nullptr && command.inData->width == kWidth;
+    return IsOfSize(command, signs::SizeOf("faults.*"));
 }
 
 // Whether a command is one in which the fault shows.

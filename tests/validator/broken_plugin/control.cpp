@@ -1,6 +1,7 @@
 #include "control.h"
 
 #include <atomic>
+#include <cstdlib>
 #include <vector>
 
 #include "entry/entry_points.h"
@@ -28,6 +29,28 @@ std::span<const Control> AllControls() {
         return all;
     }();
     return controls;
+}
+
+const Control* Chosen() {
+    static const Control* const chosen = [] {
+        const char* const id = std::getenv(kChoice);  // NOLINT(concurrency-mt-unsafe)
+        const Control* found = nullptr;
+        for (const Control& control : AllControls()) {
+            if (id != nullptr && control.check == id) found = &control;
+        }
+        return found;
+    }();
+    return chosen;
+}
+
+signs::Size OwnSize() {
+    static const signs::Size size = signs::SizeOf(Chosen()->check);
+    return size;
+}
+
+bool IsOfSize(const Command& command, signs::Size size) {
+    return command.inData != nullptr && command.inData->width == size.width &&
+           command.inData->height == size.height;
 }
 
 PF_Err Effect(const Command& c) {

@@ -1,5 +1,5 @@
-// The broken plug-in: the effect with one fault, chosen at run time by the environment variable NUV_BROKEN, which
-// names the check that has to find it. How to add one is told in nuvhost/validate/check.h.
+// The broken plug-in: the effect with one fault, which is chosen at run time. docs/contributing/check.md says how
+// to add one.
 #pragma once
 
 #include <cstdint>
@@ -8,6 +8,7 @@
 
 #include "pf_data.h"
 #include "validator/families.h"
+#include "validator/signs.h"
 
 namespace broken {
 
@@ -56,6 +57,19 @@ NUV_FAMILIES(NUV_DECLARE)
 
 // All of them. Linked into the test as well.
 std::span<const Control> AllControls();
+
+// The environment variable that holds the id of the check whose control is wanted.
+inline constexpr char kChoice[] = "NUV_BROKEN";
+// The control that it names; null: no fault.
+const Control* Chosen();
+
+// The size of the frames that only the chosen control's check renders.
+signs::Size OwnSize();
+// Whether a command is about a layer of this size.
+bool IsOfSize(const Command& command, signs::Size size);
+inline bool IsOfOwnSize(const Command& command) {
+    return IsOfSize(command, OwnSize());
+}
 
 // A copy of the host's records for one command, for a hook that puts functions of its own in place of the host's:
 //

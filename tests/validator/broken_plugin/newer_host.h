@@ -1,5 +1,5 @@
-// Faults in a host of version 13.30 only, in which some checks ask what others ask in 13.27: they stay alone with
-// them.
+// Faults that only show in the newer of the two hosts in which checks ask. Checks that ask only in the older one do
+// not see them.
 #pragma once
 
 #include "control.h"
@@ -7,7 +7,7 @@
 namespace broken {
 
 inline bool InNewerHost(const Command& c) {
-    return c.inData != nullptr && c.inData->version.minor == 30;
+    return c.inData != nullptr && c.inData->version.minor == signs::kNewerHost.minor;
 }
 inline bool InNewerHost(const Command& c, PF_Cmd cmd) {
     return c.cmd == cmd && InNewerHost(c);

@@ -17,15 +17,15 @@ struct Render {
     std::uint8_t lastPixel[16] = {};  // of the output, as it was before
     PF_Err result = PF_Err_NONE;
 
-    bool OutputIs(int width, int height) const { return IsOfSize(output, width, height); }
-    bool InputIs(int width, int height) const { return IsOfSize(input, width, height); }
+    bool OutputIs(signs::Size size) const { return IsOfSize(output, size); }
+    bool InputIs(signs::Size size) const { return IsOfSize(input, size); }
 
     std::uint8_t* LastPixel() const;  // of the output
     // Its rows do not follow each other without a gap, top row first.
     bool IsSpread(const PF_EffectWorld* world) const { return world->rowbytes != world->width * pixelBytes; }
 
-    static bool IsOfSize(const PF_EffectWorld* world, int width, int height) {
-        return world != nullptr && world->width == width && world->height == height;
+    static bool IsOfSize(const PF_EffectWorld* world, signs::Size size) {
+        return world != nullptr && world->width == size.width && world->height == size.height;
     }
 };
 
@@ -37,12 +37,12 @@ inline std::uint8_t* Bytes(const PF_EffectWorld* world) {
 Render RenderTruly(Command& command);
 bool IsRender(const Command& command);
 
-// The hook of a fault that shows in renders whose output has this size, afterwards.
-template <int width, int height, void (*fault)(Render&)>
+// The hook of a fault that shows after renders whose output has the check's own size.
+template <void (*fault)(Render&)>
 PF_Err With(Command& command) {
     if (!IsRender(command)) return Effect(command);
     Render render = RenderTruly(command);
-    if (render.OutputIs(width, height)) fault(render);
+    if (render.OutputIs(OwnSize())) fault(render);
     return render.result;
 }
 

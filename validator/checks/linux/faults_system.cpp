@@ -4,10 +4,10 @@
 #include <algorithm>
 #include <iterator>
 
-#include "validator/kit/fault_session.h"
 #include "platform/process_state.h"
-#include "validator/registry.h"
 #include "platform/system_refusal.h"
+#include "validator/kit/fault_session.h"
+#include "validator/registry.h"
 
 namespace validator {
 namespace {

@@ -6,9 +6,8 @@ namespace {
 // What the checks throw comes back as a code, and goes on as an exception where the fault is.
 template <PF_Cmd... cmds>
 PF_Err LetsItPass(Command& c) {
-    constexpr PF_Err kThrown = 4711;
     const PF_Err result = Effect(c);
-    if (result == kThrown && ((c.cmd == cmds) || ...)) throw int{kThrown};
+    if (result == signs::kThrown && ((c.cmd == cmds) || ...)) throw int{signs::kThrown};
     return result;
 }
 

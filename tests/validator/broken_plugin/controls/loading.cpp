@@ -23,12 +23,15 @@
 namespace broken {
 namespace {
 
-// How often the library has been loaded into this process, this time included, counted up to 6: its own variables
-// go with it, and the C library keeps every value that a variable of the environment ever had.
+using namespace std::chrono_literals;
+
+// How often the library has been loaded into this process, this time included. The count is in the environment,
+// because the library's own variables go when it is unloaded. It ends beyond what the checks need, because the C
+// library keeps every value that a variable of the environment ever had.
 int Loads() {
     const char* const counted = std::getenv("NUV_BROKEN_LOADS");  // NOLINT(concurrency-mt-unsafe)
     const int loads = counted ? std::atoi(counted) + 1 : 1;
-    if (loads > 6) return loads;
+    if (loads > signs::kTimedLoads + 1) return loads;
 #if defined(_WIN32)
     _putenv_s("NUV_BROKEN_LOADS", std::to_string(loads).c_str());
 #else
@@ -37,14 +40,9 @@ int Loads() {
     return loads;
 }
 
-// As often as the check loads it; others load it a hundred times.
+// Other checks load it a hundred times, so only the first loads are slow.
 void LoadsSlowly() {
-    if (Loads() > 5) return;
-#if defined(_WIN32)
-    Sleep(120);
-#else
-    ::usleep(120'000);
-#endif
+    if (Loads() <= signs::kTimedLoads) std::this_thread::sleep_for(signs::kLoadTime + 20ms);
 }
 
 void StaysLoaded() {

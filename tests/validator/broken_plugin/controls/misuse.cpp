@@ -9,11 +9,11 @@ namespace broken {
 namespace {
 
 PF_Err KnowsItsCommandsOnly(Command& c) {
-    return c.cmd >= 64 ? PF_Err_BAD_CALLBACK_PARAM : Effect(c);
+    return c.cmd >= signs::kUnknownCommands ? PF_Err_BAD_CALLBACK_PARAM : Effect(c);
 }
 
 PF_Err WritesForAnyCommand(Command& c) {
-    if (c.cmd >= 64 && c.outData != nullptr) c.outData->width = 1;
+    if (c.cmd >= signs::kUnknownCommands && c.outData != nullptr) c.outData->width = 1;
     return Effect(c);
 }
 
@@ -22,7 +22,7 @@ PF_Err RefusesNegativeCommands(Command& c) {
 }
 
 bool InStrangeHost(const Command& c, PF_Cmd cmd) {
-    return c.cmd == cmd && c.inData != nullptr && c.inData->appl_id == -1;
+    return c.cmd == cmd && c.inData != nullptr && c.inData->appl_id == signs::kStrangeHost;
 }
 
 PF_Err RefusesStrangers(Command& c) {
@@ -63,21 +63,21 @@ PF_Err AcceptsNoParams(Command& c) {
     return c.cmd == PF_Cmd_RENDER && c.params == nullptr ? PF_Err_NONE : Effect(c);
 }
 
-// Of the size that the check takes, as others take frames apart too.
-bool Is19By11(const PF_LayerDef* world) {
-    return world != nullptr && world->width == 19 && world->height == 11;
+// Other checks leave parts of a frame out, too, but in frames of another size.
+bool IsOfOwnSize(const PF_LayerDef* world) {
+    return world != nullptr && world->width == OwnSize().width && world->height == OwnSize().height;
 }
 const PF_LayerDef* InputOf(const Command& c) {
     return c.cmd == PF_Cmd_RENDER && c.params != nullptr && c.params[0] != nullptr ? &c.params[0]->u.ld : nullptr;
 }
 
 PF_Err NeedsAnInput(Command& c) {
-    if (InputOf(c) != nullptr && InputOf(c)->data == nullptr && Is19By11(c.output)) std::abort();
+    if (InputOf(c) != nullptr && InputOf(c)->data == nullptr && IsOfOwnSize(c.output)) std::abort();
     return Effect(c);
 }
 
 PF_Err NeedsAnOutput(Command& c) {
-    if (Is19By11(InputOf(c)) && c.output == nullptr) std::abort();
+    if (IsOfOwnSize(InputOf(c)) && c.output == nullptr) std::abort();
     return Effect(c);
 }
 
@@ -94,7 +94,8 @@ PF_Err IsSetUpTwiceAtMost(Command& c) {
     static bool rendered = false;
     if (c.inData == nullptr || InNewerHost(c)) return Effect(c);
     rendered = rendered || c.cmd == PF_Cmd_RENDER || c.cmd == PF_Cmd_SMART_PRE_RENDER;
-    if (c.cmd == PF_Cmd_SEQUENCE_SETUP && ends >= 2 && !rendered) return PF_Err_INTERNAL_STRUCT_DAMAGED;
+    if (c.cmd == PF_Cmd_SEQUENCE_SETUP && ends >= signs::kSessions - 1 && !rendered)
+        return PF_Err_INTERNAL_STRUCT_DAMAGED;
     instances += c.cmd == PF_Cmd_SEQUENCE_SETUP;
     if (c.cmd == PF_Cmd_GLOBAL_SETDOWN) ends += std::exchange(instances, 0) == 1;
     return Effect(c);

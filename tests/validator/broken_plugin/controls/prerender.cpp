@@ -26,14 +26,14 @@ bool IsPreRender(const Command& command) {
     return extra.input && extra.output && extra.cb;
 }
 
-// The hook of a fault in the pre-render of a layer of this size.
-template <int width, int height, void (*fault)(PreRender&)>
+// The hook of a fault in the pre-render of a layer of the check's own size.
+template <void (*fault)(PreRender&)>
 PF_Err After(Command& command) {
     if (!IsPreRender(command)) return Effect(command);
     auto& extra = *static_cast<PF_PreRenderExtra*>(command.extra);
     PreRender pre{command, extra, *extra.output, extra.output->result_rect};
     pre.result = Effect(command);
-    if (command.inData->width == width && command.inData->height == height) fault(pre);
+    if (IsOfOwnSize(command)) fault(pre);
     return pre.result;
 }
 
@@ -74,11 +74,10 @@ PF_Err Checkout(PF_ProgPtr ref, std::int32_t index, std::int32_t id, const PF_Re
     return g_theirs->checkout_layer(ref, index, id, &changed, time, step, scale, result);
 }
 
-// The hook that puts another request in place of the effect's, for a layer of this size.
-template <int width, int height, void (*change)(PF_RenderRequest&)>
+// The hook that puts another request in place of the effect's, for a layer of the check's own size.
+template <void (*change)(PF_RenderRequest&)>
 PF_Err Asking(Command& command) {
-    const bool here = command.inData && command.inData->width == width && command.inData->height == height;
-    if (!here || !IsPreRender(command)) return Effect(command);
+    if (!IsOfOwnSize(command) || !IsPreRender(command)) return Effect(command);
     PF_PreRenderExtra extra = *static_cast<PF_PreRenderExtra*>(command.extra);
     PF_PreRenderCallbacks callbacks = *extra.cb;
     g_theirs = extra.cb;
@@ -113,10 +112,10 @@ PF_Err WritesOldOutput(Command& command) {
     static std::atomic<std::uint8_t*> output{nullptr};
     if (IsRender(command)) {
         const Render render = RenderTruly(command);
-        if (render.OutputIs(22, 10)) output = Bytes(render.output);
+        if (render.OutputIs(OwnSize())) output = Bytes(render.output);
         return render.result;
     }
-    if (command.cmd == PF_Cmd_SMART_PRE_RENDER && output && command.inData->height == 10) *output ^= 1;
+    if (command.cmd == PF_Cmd_SMART_PRE_RENDER && output && IsOfOwnSize(command)) *output ^= 1;
     return Effect(command);
 }
 
@@ -163,7 +162,7 @@ void LeavesAMessage(PreRender& pre) {
 std::atomic<int> g_preRenders{0};
 std::atomic<std::int32_t> g_lastHeight{0};
 
-template <int width, int height, bool (*when)()>
+template <bool (*when)()>
 PF_Err ChangesAPixelWhen(Command& command) {
     if (command.cmd == PF_Cmd_SMART_PRE_RENDER) {
         ++g_preRenders;
@@ -171,7 +170,7 @@ PF_Err ChangesAPixelWhen(Command& command) {
     }
     if (!IsRender(command)) return Effect(command);
     Render render = RenderTruly(command);
-    if (render.OutputIs(width, height) && when()) ChangesAPixel(render);
+    if (render.OutputIs(OwnSize()) && when()) ChangesAPixel(render);
     g_preRenders = 0;
     return render.result;
 }
@@ -180,7 +179,7 @@ bool AfterSeveral() {
     return g_preRenders > 1;
 }
 bool AfterAnothers() {
-    return g_lastHeight != 11;
+    return g_lastHeight != OwnSize().height;
 }
 
 // Fetches a layer's pixels after the effect has done so.
@@ -194,59 +193,58 @@ void Fetches(Render& render) {
 constexpr Control kControls[] = {
     {.check = "prerender.result-in-maximum",
      .fault = "answers a result wider than the maximum",
-     .command = After<20, 10, ExceedsMaximum>},
+     .command = After<ExceedsMaximum>},
     {.check = "prerender.result-in-request",
      .fault = "does not announce extra pixels",
-     .command = After<20, 11, AnnouncesNothing>},
+     .command = After<AnnouncesNothing>},
     {.check = "prerender.maximum-fixed",
      .fault = "widens the maximum to the request",
-     .command = After<20, 12, WidensMaximum>},
+     .command = After<WidensMaximum>},
     {.check = "prerender.old-rectangles",
      .fault = "adds the rectangle that was there",
-     .command = After<20, 13, AddsOldRectangle>},
+     .command = After<AddsOldRectangle>},
     {.check = "prerender.far-request",
      .fault = "counts the request's pixels in 32 bits",
-     .command = After<20, 14, CountsPixelsIn32Bits>},
-    {.check = "prerender.empty-request", .fault = "refuses the frame", .command = After<20, 15, Refuses>},
-    {.check = "prerender.empty-layer", .fault = "refuses the frame", .command = After<20, 16, Refuses>},
+     .command = After<CountsPixelsIn32Bits>},
+    {.check = "prerender.empty-request", .fault = "refuses the frame", .command = After<Refuses>},
+    {.check = "prerender.empty-layer", .fault = "refuses the frame", .command = After<Refuses>},
     {.check = "prerender.repeatable",
      .fault = "answers something else the second time",
-     .command = After<20, 17, ChangesItsMind>},
-    {.check = "prerender.field",
-     .fault = "asks for whole frames always",
-     .command = Asking<21, 10, ForWholeFrames>},
-    {.check = "prerender.channels", .fault = "asks for alpha only", .command = Asking<21, 11, ForAlpha>},
+     .command = After<ChangesItsMind>},
+    {.check = "prerender.field", .fault = "asks for whole frames always", .command = Asking<ForWholeFrames>},
+    {.check = "prerender.channels", .fault = "asks for alpha only", .command = Asking<ForAlpha>},
     {.check = "prerender.colour-of-clear",
      .fault = "asks for no colour under zero alpha",
-     .command = Asking<21, 12, ForVisibleColour>},
+     .command = Asking<ForVisibleColour>},
     {.check = "prerender.one-id",
      .fault = "announces a layer twice under one id",
-     .command = After<21, 14, AnnouncesTwice>},
+     .command = After<AnnouncesTwice>},
     {.check = "prerender.no-pixel", .fault = "writes the last output", .command = WritesOldOutput},
     {.check = "prerender.parameters",
      .fault = "checks a parameter out and keeps it",
-     .command = After<22, 11, KeepsAParameter>},
-    {.check = "prerender.suites", .fault = "acquires a suite and keeps it", .command = After<22, 12, KeepsASuite>},
-    {.check = "prerender.unlocked", .fault = "leaves its data locked", .command = After<22, 13, LeavesItLocked>},
+     .command = After<KeepsAParameter>},
+    {.check = "prerender.suites", .fault = "acquires a suite and keeps it", .command = After<KeepsASuite>},
+    {.check = "prerender.unlocked", .fault = "leaves its data locked", .command = After<LeavesItLocked>},
     {.check = "prerender.delete-function",
      .fault = "has a function that deletes its data",
      .command = DeletesItsData,
      .mends = true},
     {.check = "prerender.no-render",
      .fault = "forgets 40 bytes at each pre-render",
-     .command = After<22, 15, ForgetsMemory>},
-    {.check = "prerender.no-message", .fault = "leaves a message", .command = After<22, 16, LeavesAMessage>},
+     .command = After<ForgetsMemory>},
+    {.check = "prerender.no-message", .fault = "leaves a message", .command = After<LeavesAMessage>},
     {.check = "prerender.thrice",
      .fault = "draws another picture after several pre-renders",
-     .command = ChangesAPixelWhen<23, 10, AfterSeveral>},
+     .command = ChangesAPixelWhen<AfterSeveral>},
     {.check = "prerender.order",
      .fault = "takes the last pre-render for its own",
-     .command = ChangesAPixelWhen<23, 11, AfterAnothers>},
+     .command = ChangesAPixelWhen<AfterAnothers>},
     {.check = "prerender.announced",
      .fault = "reads a layer that it has not announced",
-     .command = With<23, 12, Fetches<7>>},
-    {.check = "prerender.read-once", .fault = "reads its layer twice", .command = With<23, 13, Fetches<0>>},
+     .command = With<Fetches<7>>},
+    {.check = "prerender.read-once", .fault = "reads its layer twice", .command = With<Fetches<0>>},
 };
+static_assert(signs::EachHasSize(kControls, &Control::check));
 
 }  // namespace
 

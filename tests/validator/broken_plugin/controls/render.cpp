@@ -63,7 +63,8 @@ PF_Err KeepsOtherTimesCache(Command& command) {
     static std::atomic<std::int32_t> last{0};
     if (!IsRender(command)) return Effect(command);
     Render render = RenderTruly(command);
-    if (last.exchange(command.inData->current_time) == 50 && render.OutputIs(25, 14)) ChangesAPixel(render);
+    if (last.exchange(command.inData->current_time) == signs::kOtherFramesTime && render.OutputIs(OwnSize()))
+        ChangesAPixel(render);
     return render.result;
 }
 
@@ -81,12 +82,12 @@ void ReadsMissingInput(Render& r) {
     if (!r.input->data) g_read = *Bytes(r.input);
 }
 
-// What the size is of that is given as the input's.
-template <int width, int height, void (*fault)(Render&)>
+// The hook of a fault that shows in renders whose input has the check's own size, afterwards.
+template <void (*fault)(Render&)>
 PF_Err WithInput(Command& command) {
     if (!IsRender(command)) return Effect(command);
     Render render = RenderTruly(command);
-    if (render.InputIs(width, height)) fault(render);
+    if (render.InputIs(OwnSize())) fault(render);
     return render.result;
 }
 
@@ -95,70 +96,57 @@ void WritesMissingOutput(Render& r) {
 }
 
 constexpr Control kControls[] = {
-    {.check = "render.input-unchanged", .fault = "writes the input", .command = With<24, 5, WritesInput>},
-    {.check = "render.records-unchanged",
-     .fault = "changes the input's stride",
-     .command = With<24, 6, ChangesRecord>},
+    {.check = "render.input-unchanged", .fault = "writes the input", .command = With<WritesInput>},
+    {.check = "render.records-unchanged", .fault = "changes the input's stride", .command = With<ChangesRecord>},
     {.check = "render.parameters-unchanged",
      .fault = "changes the first parameter's flags",
-     .command = With<24, 7, ChangesParameter>},
+     .command = With<ChangesParameter>},
     {.check = "render.sequence-data-unchanged",
      .fault = "counts frames in the sequence data",
-     .command = With<24, 8, ChangesSequenceData>},
+     .command = With<ChangesSequenceData>},
     {.check = "render.float-state",
      .fault = "flushes denormals to zero from then on",
-     .command = With<24, 9, FlushesToZero>},
-    {.check = "render.holds-nothing",
-     .fault = "acquires a suite and keeps it",
-     .command = With<24, 10, KeepsASuite>},
-    {.check = "render.no-message", .fault = "leaves a message", .command = With<24, 11, LeavesAMessage>},
-    {.check = "render.repeatable", .fault = "differs from render to render", .command = With<25, 11, Alternates>},
+     .command = With<FlushesToZero>},
+    {.check = "render.holds-nothing", .fault = "acquires a suite and keeps it", .command = With<KeepsASuite>},
+    {.check = "render.no-message", .fault = "leaves a message", .command = With<LeavesAMessage>},
+    {.check = "render.repeatable", .fault = "differs from render to render", .command = With<Alternates>},
     {.check = "render.new-instance",
      .fault = "renders the first instance well only",
-     .command = With<25, 12, KnowsOneInstance>},
+     .command = With<KnowsOneInstance>},
     {.check = "render.instances-apart",
      .fault = "uses what another instance has left",
-     .command = With<25, 13, KeepsOthersCache>},
+     .command = With<KeepsOthersCache>},
     {.check = "render.frames-apart", .fault = "uses what another frame has left", .command = KeepsOtherTimesCache},
     {.check = "render.smart-and-plain",
      .fault = "draws another picture in a plain render",
-     .command = With<25, 15, DiffersPlainly>},
-    {.check = "render.defaults", .fault = "leaves the last pixel out", .command = With<25, 16, KeepsLastPixel>},
-    {.check = "render.time-zero", .fault = "refuses the frame", .command = With<26, 5, Refuses>},
-    {.check = "render.time-negative", .fault = "refuses the frame", .command = With<26, 6, Refuses>},
-    {.check = "render.time-latest", .fault = "leaves the last pixel out", .command = With<26, 7, KeepsLastPixel>},
-    {.check = "render.time-earliest", .fault = "differs from render to render", .command = With<26, 8, Alternates>},
-    {.check = "render.step-zero", .fault = "refuses the frame", .command = With<26, 9, Refuses>},
-    {.check = "render.step-negative", .fault = "refuses the frame", .command = With<26, 10, Refuses>},
-    {.check = "render.half-resolution",
-     .fault = "leaves the last pixel out",
-     .command = With<27, 5, KeepsLastPixel>},
+     .command = With<DiffersPlainly>},
+    {.check = "render.defaults", .fault = "leaves the last pixel out", .command = With<KeepsLastPixel>},
+    {.check = "render.time-zero", .fault = "refuses the frame", .command = With<Refuses>},
+    {.check = "render.time-negative", .fault = "refuses the frame", .command = With<Refuses>},
+    {.check = "render.time-latest", .fault = "leaves the last pixel out", .command = With<KeepsLastPixel>},
+    {.check = "render.time-earliest", .fault = "differs from render to render", .command = With<Alternates>},
+    {.check = "render.step-zero", .fault = "refuses the frame", .command = With<Refuses>},
+    {.check = "render.step-negative", .fault = "refuses the frame", .command = With<Refuses>},
+    {.check = "render.half-resolution", .fault = "leaves the last pixel out", .command = With<KeepsLastPixel>},
     {.check = "render.unequal-resolution",
      .fault = "writes before the output",
-     .command = With<27, 6, WritesBeforeOutput>},
-    {.check = "render.wide-pixels", .fault = "leaves the last pixel out", .command = With<28, 5, KeepsLastPixel>},
-    {.check = "render.narrow-pixels", .fault = "refuses the frame", .command = With<28, 6, Refuses>},
-    {.check = "render.input-origin", .fault = "writes the input", .command = With<29, 5, WritesInput>},
-    {.check = "render.output-origin",
-     .fault = "writes before the output",
-     .command = With<29, 6, WritesBeforeOutput>},
-    {.check = "render.no-input",
-     .fault = "reads the input without a look",
-     .command = With<30, 6, ReadsMissingInput>},
+     .command = With<WritesBeforeOutput>},
+    {.check = "render.wide-pixels", .fault = "leaves the last pixel out", .command = With<KeepsLastPixel>},
+    {.check = "render.narrow-pixels", .fault = "refuses the frame", .command = With<Refuses>},
+    {.check = "render.input-origin", .fault = "writes the input", .command = With<WritesInput>},
+    {.check = "render.output-origin", .fault = "writes before the output", .command = With<WritesBeforeOutput>},
+    {.check = "render.no-input", .fault = "reads the input without a look", .command = With<ReadsMissingInput>},
     {.check = "render.no-output",
      .fault = "writes the output without a look",
-     .command = WithInput<30, 5, WritesMissingOutput>},
-    {.check = "render.empty-input",
-     .fault = "writes before the output",
-     .command = With<30, 7, WritesBeforeOutput>},
+     .command = WithInput<WritesMissingOutput>},
+    {.check = "render.empty-input", .fault = "writes before the output", .command = With<WritesBeforeOutput>},
     {.check = "render.empty-output",
      .fault = "writes an output of no pixels",
-     .command = WithInput<30, 8, WritesFirstByte>},
-    {.check = "render.no-rows", .fault = "writes an output of no rows", .command = With<30, 0, WritesFirstByte>},
-    {.check = "render.no-columns",
-     .fault = "writes an output of no columns",
-     .command = With<0, 30, WritesFirstByte>},
+     .command = WithInput<WritesFirstByte>},
+    {.check = "render.no-rows", .fault = "writes an output of no rows", .command = With<WritesFirstByte>},
+    {.check = "render.no-columns", .fault = "writes an output of no columns", .command = With<WritesFirstByte>},
 };
+static_assert(signs::EachHasSize(kControls, &Control::check));
 
 }  // namespace
 

@@ -50,10 +50,10 @@ PF_Err MakesALargeBlock(Command& c) {
     static int inARow = 0;
     const bool isNew = InNewerHost(c, kSetup) && c.inData->sequence_data == nullptr;
     inARow = isNew ? inARow + 1 : 0;
-    if (inARow != 3) return Effect(c);
+    if (inARow != signs::kNewInstances) return Effect(c);
     OwnRecords own(c);
     own.utils.host_new_handle = [](A_HandleSize) {
-        return OwnRecords::Host().utils->host_new_handle((A_HandleSize{64} << 20) + 4096);
+        return OwnRecords::Host().utils->host_new_handle(A_HandleSize{signs::kLargestBlock} + 1);
     };
     return Effect(c);
 }

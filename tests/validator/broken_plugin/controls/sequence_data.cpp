@@ -47,7 +47,7 @@ PF_Err TrustsTheSize(Command& c) {
 }
 
 PF_Err FallsOverLargeBlocks(Command& c) {
-    if (HandedBackSize(c) > 4096) std::abort();
+    if (HandedBackSize(c) >= signs::kForeignBlock) std::abort();
     return Effect(c);
 }
 

@@ -26,11 +26,10 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Each check of this family renders frames of a width of its own. The callbacks below may be under way on several
-// threads, so they keep to what the host passes with every command and do not ask OwnRecords::Host.
-bool IsRender(const Command& command, std::int32_t width) {
-    return (command.cmd == PF_Cmd_RENDER || command.cmd == PF_Cmd_SMART_RENDER) && command.inData != nullptr &&
-           command.inData->width == width;
+// The callbacks below may be under way on several threads. So they use what the host passes with every command, and
+// do not ask OwnRecords::Host.
+bool IsOwnRender(const Command& command) {
+    return (command.cmd == PF_Cmd_RENDER || command.cmd == PF_Cmd_SMART_RENDER) && IsOfOwnSize(command);
 }
 
 // Something that two commands at once have in common.
@@ -56,17 +55,17 @@ private:
     bool met_ = false;
 };
 
-template <std::int32_t width, bool same>
+template <bool same>
 PF_Err FailsBesideAnother(Command& command) {
     static Clash clash;
-    if (IsRender(command, width) && clash.Meets(command.inData->sequence_data, same)) return PF_Err_OUT_OF_MEMORY;
+    if (IsOwnRender(command) && clash.Meets(command.inData->sequence_data, same)) return PF_Err_OUT_OF_MEMORY;
     return Effect(command);
 }
 
 PF_Err FailsBesideSetUp(Command& command) {
     static std::atomic<int> setUps{0};
     if (command.cmd == PF_Cmd_SEQUENCE_SETUP) ++setUps;
-    if (!IsRender(command, 35)) return Effect(command);
+    if (!IsOwnRender(command)) return Effect(command);
     const int before = setUps;
     for (int i = 0; i < 20 && setUps == before; ++i)
         std::this_thread::sleep_for(1ms);
@@ -79,7 +78,7 @@ std::atomic<PF_Err (*)(PF_ProgPtr)> g_abort{nullptr};
 std::atomic<bool> g_aborted{false};
 
 PF_Err AbortsOthersToo(Command& command) {
-    if (!IsRender(command, 36)) return Effect(command);
+    if (!IsOwnRender(command)) return Effect(command);
     if (g_aborted) return PF_Err_OUT_OF_MEMORY;
     g_abort = command.inData->inter.abort;
     PF_InData inData = *command.inData;
@@ -116,9 +115,9 @@ std::int32_t AcquireWith(const char* name, std::int32_t version, const void** su
     return code;
 }
 
-template <std::int32_t width, IterateGeneric iterate>
+template <IterateGeneric iterate>
 PF_Err Iterates(Command& command) {
-    if (!IsRender(command, width)) return Effect(command);
+    if (!IsOwnRender(command)) return Effect(command);
     g_acquire = command.inData->pica_basicP->AcquireSuite;
     OwnRecords own(command);
     own.basic.AcquireSuite = AcquireWith<iterate>;
@@ -136,18 +135,21 @@ PF_Err FromTheTop(std::int32_t iterations, void* refcon, PF_IterateRowFunc funct
                      });
 }
 
+constexpr int kRoom = 5;
+static_assert(kRoom < signs::kRowThreads);
+
 PF_Err OnFewThreads(std::int32_t iterations, void* refcon, PF_IterateRowFunc function) {
     Rows rows{function, refcon, false};
     return g_iterate(iterations, &rows,
                      [](void* memory, std::int32_t thread, std::int32_t row, std::int32_t count) {
                          const auto& own = *static_cast<const Rows*>(memory);
-                         if (thread >= 5) return PF_Err{PF_Err_OUT_OF_MEMORY};
+                         if (thread >= kRoom) return PF_Err{PF_Err_OUT_OF_MEMORY};
                          return own.function(own.refcon, thread, row, count);
                      });
 }
 
 PF_Err AllocatesElsewhere(Command& command) {
-    if (!IsRender(command, 32)) return Effect(command);
+    if (!IsOwnRender(command)) return Effect(command);
     std::thread([utils = command.inData->utils] { utils->host_dispose_handle(utils->host_new_handle(24)); }).join();
     return Effect(command);
 }
@@ -157,7 +159,7 @@ PF_Err AllocatesElsewhere(Command& command) {
 PF_Err StaysOnItsThread(Command& command) {
     static std::atomic<std::thread::id> setUp;
     if (command.cmd == PF_Cmd_SEQUENCE_SETUP) setUp = std::this_thread::get_id();
-    if (IsRender(command, 43) && setUp.load() != std::this_thread::get_id()) return PF_Err_OUT_OF_MEMORY;
+    if (IsOwnRender(command) && setUp.load() != std::this_thread::get_id()) return PF_Err_OUT_OF_MEMORY;
     return Effect(command);
 }
 
@@ -168,7 +170,7 @@ To SystemCode(From function) {
 
 // The thread runs code of the system only, since the library goes before it.
 PF_Err LeavesThread(Command& command) {
-    if (IsRender(command, 42)) {
+    if (IsOwnRender(command)) {
 #if defined(_WIN32)
         CloseHandle(CreateThread(nullptr, 0, SystemCode<LPTHREAD_START_ROUTINE>(&Sleep),
                                  reinterpret_cast<void*>(std::uintptr_t{INFINITE}), 0, nullptr));
@@ -227,16 +229,16 @@ void FlushToZero() {
     _mm_setcsr(_mm_getcsr() | _MM_FLUSH_ZERO_ON);
 }
 
-template <std::int32_t width, void (*change)()>
+template <void (*change)()>
 PF_Err Changes(Command& command) {
     const PF_Err result = Effect(command);
-    if (IsRender(command, width)) change();
+    if (IsOwnRender(command)) change();
     return result;
 }
 
 PF_Err LeaksOnEachThread(Command& command) {
     thread_local bool known = false;
-    if (IsRender(command, 44) && !std::exchange(known, true)) {
+    if (IsOwnRender(command) && !std::exchange(known, true)) {
         [[maybe_unused]] static void* volatile leaked;
         leaked = std::malloc(100);
     }
@@ -253,7 +255,7 @@ std::atomic<const Basic*> g_basic{nullptr};
 
 // The driver's first callback gives the mutex up, and its last one takes it again.
 PF_Err RendersUnlocked(Command& command) {
-    if (!IsRender(command, 41)) return Effect(command);
+    if (!IsOwnRender(command)) return Effect(command);
     static const Basic basic{command.inData->pica_basicP->AcquireSuite, command.inData->pica_basicP->ReleaseSuite};
     g_basic = &basic;
     SPBasicSuite own = *command.inData->pica_basicP;
@@ -276,40 +278,39 @@ PF_Err RendersUnlocked(Command& command) {
 constexpr Control kControls[] = {
     {.check = "threads.several-instances",
      .fault = "fails when another instance renders",
-     .command = FailsBesideAnother<33, false>},
+     .command = FailsBesideAnother<false>},
     {.check = "threads.one-instance",
      .fault = "fails when the instance renders another frame",
-     .command = FailsBesideAnother<34, true>},
+     .command = FailsBesideAnother<true>},
     {.check = "threads.set-up-meanwhile",
      .fault = "fails when an instance is set up meanwhile",
      .command = FailsBesideSetUp},
     {.check = "threads.abort-alone", .fault = "takes one render's abort for all", .command = AbortsOthersToo},
-    {.check = "threads.shuffled-rows", .fault = "wants the first row first", .command = Iterates<30, FromTheTop>},
-    {.check = "threads.many-row-threads",
-     .fault = "has room for five threads",
-     .command = Iterates<31, OnFewThreads>},
+    {.check = "threads.shuffled-rows", .fault = "wants the first row first", .command = Iterates<FromTheTop>},
+    {.check = "threads.many-row-threads", .fault = "has room for five threads", .command = Iterates<OnFewThreads>},
     {.check = "threads.own-thread",
      .fault = "makes a handle on a thread of its own",
      .command = AllocatesElsewhere},
     {.check = "threads.any-thread", .fault = "renders where it was set up only", .command = StaysOnItsThread},
     {.check = "threads.none-left", .fault = "leaves a thread at work", .command = LeavesThread},
-    {.check = "threads.name", .fault = "renames the host's thread", .command = Changes<37, Rename>},
+    {.check = "threads.name", .fault = "renames the host's thread", .command = Changes<Rename>},
     {.check = "threads.priority",
      .fault = "changes the priority of the host's thread",
-     .command = Changes<38, ChangePriority>},
+     .command = Changes<ChangePriority>},
     {.check = "threads.affinity",
      .fault = "keeps the host's thread on one processor",
-     .command = Changes<39, TakeOneProcessor>,
+     .command = Changes<TakeOneProcessor>,
      .needs = "two processors"},
     {.check = "threads.float-state",
      .fault = "flushes denormals to zero from then on",
-     .command = Changes<40, FlushToZero>},
+     .command = Changes<FlushToZero>},
     {.check = "threads.no-lock-in-callbacks",
      .fault = "the effect without its render mutex",
      .command = RendersUnlocked,
      .mends = true},
     {.check = "threads.come-and-go", .fault = "forgets 100 bytes on each thread", .command = LeaksOnEachThread},
 };
+static_assert(signs::EachHasSize(kControls, &Control::check));
 
 }  // namespace
 

@@ -1,7 +1,4 @@
 // The broken plug-in's boundary.
-#include <cstdlib>
-#include <string_view>
-
 #include "control.h"
 #include "entry/entry_points.h"
 #include "entry/exception_state.h"
@@ -16,19 +13,6 @@
 namespace {
 
 using namespace broken;
-
-// Null: no fault.
-const Control* Chosen() {
-    static const Control* const chosen = [] {
-        const char* const id = std::getenv("NUV_BROKEN");  // NOLINT(concurrency-mt-unsafe)
-        const Control* found = nullptr;
-        for (const Control& control : AllControls()) {
-            if (id != nullptr && control.check == id) found = &control;
-        }
-        return found;
-    }();
-    return chosen;
-}
 
 [[maybe_unused]] const bool g_loaded = [] {
     if (Chosen() && Chosen()->load) Chosen()->load();
