@@ -3,10 +3,10 @@
 
 #include <cstddef>
 
-namespace validator {
+namespace platform {
 
-// At least so many bytes, all zero, between two pages whose touching ends the process. Pages that nobody writes
-// take no memory, so that it may be far larger than the machine's.
+// At least so many bytes, all zero, between two pages that end the process when they are touched. Pages that nobody
+// writes take no memory, so the block may be far larger than the machine's memory.
 class MappedMemory {
 public:
     explicit MappedMemory(std::size_t bytes);  // throws std::bad_alloc
@@ -18,10 +18,10 @@ public:
     std::byte* end() const { return begin() + bytes_; }
 
 private:
-    static constexpr std::size_t kPage = 65536;  // of every system, and Windows' unit of address space
+    static constexpr std::size_t kPage = 4096;
 
-    std::size_t bytes_;
+    std::size_t bytes_;  // whole pages
     std::byte* base_ = nullptr;
 };
 
-}  // namespace validator
+}  // namespace platform

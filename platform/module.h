@@ -3,7 +3,7 @@
 
 #include <filesystem>
 
-namespace validator {
+namespace platform {
 
 // Loaded with every symbol bound; unloaded at the end.
 class Module {
@@ -23,4 +23,4 @@ private:
     void* handle_ = nullptr;
 };
 
-}  // namespace validator
+}  // namespace platform

@@ -15,7 +15,7 @@
 #include <thread>
 #include <vector>
 
-#include "support/process_usage.h"
+#include "platform/process_usage.h"
 #include "support/support.h"
 
 namespace {
@@ -166,7 +166,7 @@ void Round(std::uint64_t seed) {
     }
 }
 
-bool Grew(const support::Usage& first, const support::Usage& last) {
+bool Grew(const platform::Usage& first, const platform::Usage& last) {
     return last.heapBytes > first.heapBytes + kHeapSlack || last.handles > first.handles ||
            last.threads > first.threads;
 }
@@ -175,11 +175,11 @@ int Soak(std::int64_t seconds, std::uint64_t seed) {
     const auto begin = Clock::now();
     const auto elapsed = [begin] { return std::chrono::duration<double>(Clock::now() - begin).count(); };
     Random random(seed);
-    support::Usage first, last;
+    platform::Usage first, last;
     std::int64_t rounds = 0;
     do {
         Round(random.Next());
-        last = support::UsageNow();
+        last = platform::UsageNow();
         if (++rounds <= 2) first = last;  // the second still finds allocators and threads new to their work
     } while (!failed && (rounds < 3 || elapsed() < static_cast<double>(seconds)));
     const double time = elapsed();

@@ -5,13 +5,13 @@
 // out.
 #include <algorithm>
 #include <cstdio>
-#include <cstdlib>
 #include <set>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "control.h"
+#include "system.h"
 #include "validator/registry.h"
 #include "validator/run/runner.h"
 
@@ -46,12 +46,8 @@ std::string Joined(const Ids& ids) {
     return text.empty() ? "none" : text;
 }
 
-void ChooseFault(const std::string& id) {
-#if defined(_WIN32)
-    _putenv_s(broken::kChoice, id.c_str());
-#else
-    ::setenv(broken::kChoice, id.c_str(), 1);  // NOLINT(concurrency-mt-unsafe): this program has one thread
-#endif
+void ChooseFault(std::string_view id) {
+    broken::SetVariable(broken::kChoice, std::string(id));
 }
 
 std::vector<const Check*> ChecksFor(const broken::Control& control, const Arguments& arguments) {
@@ -81,7 +77,7 @@ Seen Try(const broken::Control& control, const std::vector<const Check*>& checks
     run.nuvhost = arguments.nuvhost;
     run.checks = checks;
     run.timeout = control.mends ? kEnough : std::chrono::seconds(10);  // some faults hang
-    ChooseFault(std::string(control.check));
+    ChooseFault(control.check);
     Seen seen;
     for (const Result& result : Run(run)) {
         if (result.status == Status::failed) seen.failing.insert(std::string(result.check->id));

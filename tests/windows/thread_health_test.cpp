@@ -10,14 +10,14 @@
 #include <functional>
 #include <thread>
 
+#include "platform/process_usage.h"
 #include "support/plugin_path.h"
-#include "support/process_usage.h"
 #include "support/protocol_support.h"
 
 namespace {
 
 using namespace protocol;
-using support::Usage;
+using platform::Usage;
 
 constexpr int kThreads = 1000;
 
@@ -44,10 +44,10 @@ Usage Growth(const Work& work) {
     constexpr int kRounds = 6;
     Usage growth;
     OnThreads(kThreads / 2, work);
-    Usage before = support::UsageNow();
+    Usage before = platform::UsageNow();
     for (int round = 0; round < kRounds; ++round) {
         OnThreads(kThreads, work);
-        const Usage after = support::UsageNow();
+        const Usage after = platform::UsageNow();
         growth = {after.heapBytes - before.heapBytes, after.handles - before.handles};
         if (growth.handles <= 0 && growth.heapBytes <= 0) break;
         before = after;

@@ -5,25 +5,25 @@
 #include <stdexcept>
 #include <vector>
 
+#include "platform/process_usage.h"
 #include "support/plugin_path.h"
-#include "support/process_usage.h"
 #include "support/protocol_support.h"
 
 namespace {
 
 using namespace protocol;
-using support::Usage;
+using platform::Usage;
 
 // By how much the process grows while the effect is loaded, used and unloaded a hundred times.
 Usage Growth(const std::function<void(const refhost::PluginLibrary&)>& use) {
     constexpr int kUnmeasured = 10, kTimes = 100;
     Usage before;
     for (int i = 0; i < kUnmeasured + kTimes; ++i) {
-        if (i == kUnmeasured) before = support::UsageNow();
+        if (i == kUnmeasured) before = platform::UsageNow();
         use(refhost::PluginLibrary(support::PluginPath()));
         EXPECT_EQ(GetModuleHandleW(L"nuv_chromaber.aex"), nullptr);
     }
-    const Usage after = support::UsageNow();
+    const Usage after = platform::UsageNow();
     return {after.heapBytes - before.heapBytes, after.handles - before.handles};
 }
 

@@ -95,7 +95,7 @@ private:
     }
 
     refhost::World& world_;
-    MappedMemory memory_;
+    platform::MappedMemory memory_;
     std::byte* data_;
 };
 
@@ -241,7 +241,7 @@ private:
     std::byte* Row(int y) const { return memory_.begin() + std::ptrdiff_t{kFarStride} * y; }
 
     refhost::World& world_;
-    MappedMemory memory_;
+    platform::MappedMemory memory_;
 };
 
 template <bool input>

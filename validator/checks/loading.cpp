@@ -5,6 +5,8 @@
 
 #include "platform/module.h"
 #include "platform/process_state.h"
+#include "platform/process_usage.h"
+#include "validator/kit/heap_count.h"
 #include "validator/registry.h"
 
 namespace validator {
@@ -15,11 +17,11 @@ constexpr int kWarmUps = 20;            // in which the loader and the C library
 constexpr std::int64_t kGrowth = 4096;  // bytes; less than one block of 64 bytes in each load
 
 void Loads(Context& context) {
-    const Module module(context.plugin());
+    const platform::Module module(context.plugin());
 }
 
 void ExportsEntryPoints(Context& context) {
-    const Module module(context.plugin());
+    const platform::Module module(context.plugin());
     for (const char* name : {"EffectMain", "PluginDataEntryFunction"})
         context.Expect(module.Find(name) != nullptr, std::string(name) + " is not exported");
 }
@@ -30,7 +32,7 @@ void LoadsQuickly(Context& context) {
     auto fastest = Clock::duration::max();
     for (int i = 0; i < signs::kTimedLoads; ++i) {
         const auto start = Clock::now();
-        const Module module(context.plugin());
+        const platform::Module module(context.plugin());
         fastest = std::min(fastest, Clock::now() - start);
     }
     const auto time = std::chrono::duration_cast<std::chrono::milliseconds>(fastest);
@@ -39,24 +41,24 @@ void LoadsQuickly(Context& context) {
 }
 
 void Unloads(Context& context) {
-    { const Module module(context.plugin()); }
-    context.Expect(!Module::IsLoaded(context.plugin()), "the file is still loaded after it was unloaded");
+    { const platform::Module module(context.plugin()); }
+    context.Expect(!platform::Module::IsLoaded(context.plugin()), "the file is still loaded after it was unloaded");
 }
 
 void ExpectNoGrowth(Context& context, const std::function<void()>& cycle) {
     for (int i = 0; i < kWarmUps; ++i)
         cycle();
     RequireHeapCount(context);
-    const std::int64_t before = HeapBytesInUse();
+    const std::int64_t before = platform::HeapBytesInUse();
     for (int i = 0; i < kLoads; ++i)
         cycle();
-    const std::int64_t grown = HeapBytesInUse() - before;
+    const std::int64_t grown = platform::HeapBytesInUse() - before;
     context.Expect(grown < kGrowth, "after " + std::to_string(kLoads) + " times the heap holds " +
                                         std::to_string(grown) + " bytes more");
 }
 
 void DoesNotGrow(Context& context) {
-    ExpectNoGrowth(context, [&] { const Module module(context.plugin()); });
+    ExpectNoGrowth(context, [&] { const platform::Module module(context.plugin()); });
 }
 
 void DoesNotGrowInUse(Context& context) {
@@ -71,44 +73,46 @@ void DoesNotGrowInUse(Context& context) {
 // ---- What loading leaves as it was -----------------------------------------------------------------
 
 void StartsNoThread(Context& context) {
-    const int before = ThreadCount();
-    const Module module(context.plugin());
-    const int threads = ThreadCount() - before;
+    const int before = platform::ThreadCount();
+    const platform::Module module(context.plugin());
+    const int threads = platform::ThreadCount() - before;
     context.Expect(threads == 0, "loading starts " + std::to_string(threads) + " threads");
 }
 
 void LeavesNoHandles(Context& context) {
-    { const Module warmUp(context.plugin()); }
-    const std::int64_t before = OpenHandles();
+    { const platform::Module warmUp(context.plugin()); }
+    const std::int64_t before = platform::OpenHandles();
     for (int i = 0; i < 5; ++i)
-        const Module module(context.plugin());
-    const std::int64_t left = OpenHandles() - before;
+        const platform::Module module(context.plugin());
+    const std::int64_t left = platform::OpenHandles() - before;
     context.Expect(left == 0,
                    "after loading and unloading five times " + std::to_string(left) + " more handles are open");
 }
 
 void KeepsFloatState(Context& context) {
-    const std::string before = FloatState();
-    const Module module(context.plugin());
-    context.Expect(FloatState() == before, "loading changes the floating-point settings of the host's thread");
+    const std::string before = platform::FloatState();
+    const platform::Module module(context.plugin());
+    context.Expect(platform::FloatState() == before,
+                   "loading changes the floating-point settings of the host's thread");
 }
 
 void KeepsLocale(Context& context) {
-    const std::string before = LocaleName();
-    const Module module(context.plugin());
-    context.Expect(LocaleName() == before, "the locale was " + before + " and is now " + LocaleName());
+    const std::string before = platform::LocaleName();
+    const platform::Module module(context.plugin());
+    context.Expect(platform::LocaleName() == before,
+                   "the locale was " + before + " and is now " + platform::LocaleName());
 }
 
 void KeepsWorkingFolder(Context& context) {
-    const std::string before = WorkingFolder();
-    const Module module(context.plugin());
-    context.Expect(WorkingFolder() == before, "the working folder is now " + WorkingFolder());
+    const std::string before = platform::WorkingFolder();
+    const platform::Module module(context.plugin());
+    context.Expect(platform::WorkingFolder() == before, "the working folder is now " + platform::WorkingFolder());
 }
 
 void KeepsCrashHandlers(Context& context) {
-    const std::string before = CrashHandlers();
-    const Module module(context.plugin());
-    context.Expect(CrashHandlers() == before, "loading takes the host's crash handlers away");
+    const std::string before = platform::CrashHandlers();
+    const platform::Module module(context.plugin());
+    context.Expect(platform::CrashHandlers() == before, "loading takes the host's crash handlers away");
 }
 
 constexpr Check kChecks[] = {

@@ -7,8 +7,8 @@
 #include <limits>
 #include <vector>
 
+#include "platform/machine.h"
 #include "platform/mapped_memory.h"
-#include "platform/process_state.h"
 #include "validator/kit/scene.h"
 #include "validator/registry.h"
 
@@ -230,7 +230,7 @@ private:
     }
     std::size_t Bytes() const { return RowBytes() * static_cast<std::size_t>(height_); }
 
-    void Place(refhost::World& world, const MappedMemory& memory) const {
+    void Place(refhost::World& world, const platform::MappedMemory& memory) const {
         PF_EffectWorld& record = *world.effectWorld();
         record.data = reinterpret_cast<PF_Pixel*>(memory.begin());
         record.rowbytes = static_cast<std::int32_t>(RowBytes());
@@ -241,7 +241,7 @@ private:
 
     PF_PixelFormat format_;
     int height_;
-    MappedMemory input_, output_;
+    platform::MappedMemory input_, output_;
 };
 
 // Worlds of 2.16 GB each. An effect that draws the ends of two small frames alike, whatever lies between them, has
@@ -249,7 +249,7 @@ private:
 void HasHugeFrame(Context& context) {
     constexpr std::int64_t kWorld = std::int64_t{kHuge.width} * kHuge.height * 16,
                            kNeeded = 4 * kWorld;  // an effect may keep two copies of its own
-    if (MemoryAvailable() < kNeeded) {
+    if (platform::MemoryAvailable() < kNeeded) {
         context.NotApplicable("less than " + std::to_string(kNeeded >> 20) + " MiB of memory are available");
     }
     Scene scene(context, WithoutRecords(context));

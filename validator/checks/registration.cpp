@@ -53,7 +53,7 @@ void HasMatchName(Context& context) {
 
 void NamesTheEntryPoint(Context& context) {
     const std::string name = Scan(context).entryPoint;
-    context.Expect(!name.empty() && Module(context.plugin()).Find(name.c_str()) != nullptr,
+    context.Expect(!name.empty() && platform::Module(context.plugin()).Find(name.c_str()) != nullptr,
                    "the entry point \"" + name + "\" is not exported");
 }
 

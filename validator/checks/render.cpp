@@ -56,9 +56,9 @@ void KeepsSequenceData(Context& context) {
 
 void KeepsFloatState(Context& context) {
     InEachFormat(context, [&](Scene& scene, Frame& frame) {
-        const std::string before = FloatState();
+        const std::string before = platform::FloatState();
         scene.Render(frame);
-        context.Expect(FloatState() == before, "a render changes the host's floating-point settings");
+        context.Expect(platform::FloatState() == before, "a render changes the host's floating-point settings");
     });
 }
 

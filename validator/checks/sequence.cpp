@@ -1,7 +1,8 @@
 // The data of an instance, from set-up to set-down.
 #include <array>
 
-#include "platform/process_state.h"
+#include "platform/process_usage.h"
+#include "validator/kit/heap_count.h"
 #include "validator/kit/sequence_host.h"
 #include "validator/registry.h"
 
@@ -133,7 +134,7 @@ void DoesNotGrow(Context& context) {
     InEachHost(context, [&](Interview& host) {
         host.host.options().recordCalls = false;
         for (int i = 0; i < kWarmUp + kCycles; ++i) {
-            if (i == kWarmUp) used[0] = HeapBytesInUse();
+            if (i == kWarmUp) used[0] = platform::HeapBytesInUse();
             PF_Handle block = nullptr;
             host.Send(PF_Cmd_SEQUENCE_SETUP, &block);
             PF_Handle copy = block == nullptr ? nullptr : host.NewBlock(Saved(host, block));
@@ -142,7 +143,7 @@ void DoesNotGrow(Context& context) {
             host.Send(PF_Cmd_SEQUENCE_SETDOWN, &copy);
             host.Send(PF_Cmd_SEQUENCE_SETDOWN, &block);
         }
-        used[1] = HeapBytesInUse();
+        used[1] = platform::HeapBytesInUse();
         context.Expect(used[1] - used[0] < kGrowth,
                        In(host) + "the heap holds " + std::to_string(used[1] - used[0]) + " bytes more");
         context.ExpectNone(host.host.account().Outstanding(), In(host) + "kept");

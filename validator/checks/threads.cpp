@@ -6,7 +6,10 @@
 #include <thread>
 #include <utility>
 
+#include "platform/machine.h"
 #include "platform/process_state.h"
+#include "platform/process_usage.h"
+#include "validator/kit/heap_count.h"
 #include "validator/kit/threads_at_once.h"
 #include "validator/registry.h"
 
@@ -212,8 +215,8 @@ void KeepsThreads(Context& context) {
 }
 
 void KeepsAffinity(Context& context) {
-    if (ProcessorCount() < 2) context.NotApplicable("there is one processor only");
-    KeepsThreads<ThreadAffinity>(context);
+    if (platform::ProcessorCount() < 2) context.NotApplicable("there is one processor only");
+    KeepsThreads<platform::ThreadAffinity>(context);
 }
 
 void LeavesNoThread(Context& context) {
@@ -221,9 +224,9 @@ void LeavesNoThread(Context& context) {
     options.iterationThreads = 1;
     Scene scene(context, options);
     Frame frame(Scene::Layout(scene.formats().front(), context.size()));
-    const int before = ThreadCount();
+    const int before = platform::ThreadCount();
     scene.Render(frame);
-    const int left = ThreadsBeyond(before);
+    const int left = platform::ThreadsBeyond(before);
     context.Expect(left <= 0, std::to_string(left) + " threads are left after a render");
 }
 
@@ -275,9 +278,9 @@ void ThreadsComeAndGo(Context& context) {
     for (int i = 0; i < 5000; ++i)
         scene.host.DisposeHandle(scene.host.NewHandle(1));
     comeAndGo(kWarmUps);
-    const auto heap = HeapBytesInUse(), handles = OpenHandles();
+    const auto heap = platform::HeapBytesInUse(), handles = platform::OpenHandles();
     comeAndGo(kComing);
-    const auto grown = HeapBytesInUse() - heap, opened = OpenHandles() - handles;
+    const auto grown = platform::HeapBytesInUse() - heap, opened = platform::OpenHandles() - handles;
     context.Expect(failures == 0, std::to_string(failures) + " of the renders give a code");
     context.Expect(grown < 16 * kComing,
                    "after 1,000 threads the heap holds " + std::to_string(grown) + " bytes more");
@@ -303,12 +306,13 @@ constexpr Check kChecks[] = {
     {"threads.any-thread", "An instance may be set up on one thread, rendered on another and set down on a third.",
      Where::both, OnAnyThread},
     {"threads.none-left", "A render leaves no thread behind.", Where::both, LeavesNoThread},
-    {"threads.name", "A render leaves the name of the host's thread alone.", Where::both, KeepsThreads<ThreadName>},
+    {"threads.name", "A render leaves the name of the host's thread alone.", Where::both,
+     KeepsThreads<platform::ThreadName>},
     {"threads.priority", "A render leaves the priority of the host's thread alone.", Where::both,
-     KeepsThreads<ThreadPriority>},
+     KeepsThreads<platform::ThreadPriority>},
     {"threads.affinity", "A render leaves the processors of the host's thread alone.", Where::both, KeepsAffinity},
     {"threads.float-state", "A render leaves rounding, flushing and trapping on the host's thread alone.",
-     Where::both, KeepsThreads<FloatState>},
+     Where::both, KeepsThreads<platform::FloatState>},
     {"threads.no-lock-in-callbacks", "Two renders at once may wait for one another in the host's callbacks.",
      Where::both, WaitForEachOther, Kind::slow},
     {"threads.come-and-go", "1,000 threads that render a frame and end leave memory and handles as they were.",

@@ -1,12 +1,10 @@
 // The operating system refuses threads and memory.
-#if defined(__linux__)
-
 #include <algorithm>
 #include <iterator>
 
-#include "platform/process_state.h"
-#include "platform/system_refusal.h"
+#include "platform/process_usage.h"
 #include "validator/kit/fault_session.h"
+#include "validator/kit/system_refusal.h"
 #include "validator/registry.h"
 
 namespace validator {
@@ -25,7 +23,7 @@ void EachRefusal(Context& context) {
     const auto* const code = reinterpret_cast<const void*>(scene.host.library().effectMain);
     Trial trial(context);
     for (Bench& bench : BenchesOf(context, scene, command)) {
-        const int threads = ThreadCount();
+        const int threads = platform::ThreadCount();
         const auto asked = [&] {
             const Refusal nothing(ask, code);
             bench.Render();
@@ -37,7 +35,7 @@ void EachRefusal(Context& context) {
                 return bench.Render();
             }();
             Lines lines = StrictLook(outcome);
-            if (ThreadsBeyond(threads) > 0) lines.push_back("threads are left behind");
+            if (platform::ThreadsBeyond(threads) > 0) lines.push_back("threads are left behind");
             std::ranges::copy(bench.NextIsRight(), std::back_inserter(lines));
             trial.Add(lines, bench.Name() + ", " + NameOf(ask) + " " + std::to_string(failing) + " of " +
                                  std::to_string(asked) + " is refused");
@@ -51,7 +49,7 @@ template <Ask ask>
 void EachRefusalInSession(Context& context) {
     SessionBench bench(context);
     const auto* const code = reinterpret_cast<const void*>(bench.host().library().effectMain);
-    const int threads = ThreadCount();
+    const int threads = platform::ThreadCount();
     const auto run = [&](int failing, int* asked) {
         const Refusal refusal(ask, code, failing);
         const SessionOutcome outcome = bench.Run();
@@ -68,7 +66,7 @@ void EachRefusalInSession(Context& context) {
             lines.push_back("kept: " + line);
         for (const std::string& line : outcome.misuse)
             lines.push_back("misuse: " + line);
-        if (ThreadsBeyond(threads) > 0) lines.push_back("threads are left behind");
+        if (platform::ThreadsBeyond(threads) > 0) lines.push_back("threads are left behind");
         std::ranges::copy(bench.NextIsRight(), std::back_inserter(lines));
         trial.Add(lines, std::string(NameOf(ask)) + " " + std::to_string(failing) + " of " + std::to_string(asked) +
                              " in a session is refused");
@@ -98,5 +96,3 @@ std::span<const Check> FaultsSystemChecks() {
 }
 
 }  // namespace validator
-
-#endif

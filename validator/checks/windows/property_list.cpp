@@ -1,7 +1,5 @@
 // The property list in the file's resources, which hosts read before they run any of its code. Only on Windows,
 // where there are resources.
-#if defined(_WIN32)
-
 #include <windows.h>
 
 #include <algorithm>
@@ -177,5 +175,3 @@ std::span<const Check> PropertyListChecks() {
 }
 
 }  // namespace validator
-
-#endif

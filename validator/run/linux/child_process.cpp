@@ -1,5 +1,3 @@
-#if !defined(_WIN32)
-
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
@@ -113,5 +111,3 @@ ChildEnd RunChild(const Job& job, std::chrono::milliseconds limit, const std::fi
 }
 
 }  // namespace validator
-
-#endif

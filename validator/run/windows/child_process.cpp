@@ -1,5 +1,3 @@
-#if defined(_WIN32)
-
 #include <windows.h>
 
 #include <cstdio>
@@ -88,5 +86,3 @@ ChildEnd RunChild(const Job& job, std::chrono::milliseconds limit, const std::fi
 }
 
 }  // namespace validator
-
-#endif

@@ -10,16 +10,9 @@
 
 #include "control.h"
 #include "render/render_mutex.h"
+#include "system.h"
 
 #include <immintrin.h>
-
-#if defined(_WIN32)
-#include <windows.h>
-#else
-#include <pthread.h>
-#include <sched.h>
-#include <unistd.h>
-#endif
 
 namespace broken {
 namespace {
@@ -163,66 +156,9 @@ PF_Err StaysOnItsThread(Command& command) {
     return Effect(command);
 }
 
-template <typename To, typename From>
-To SystemCode(From function) {
-    return reinterpret_cast<To>(reinterpret_cast<void (*)()>(function));
-}
-
-// The thread runs code of the system only, since the library goes before it.
 PF_Err LeavesThread(Command& command) {
-    if (IsOwnRender(command)) {
-#if defined(_WIN32)
-        CloseHandle(CreateThread(nullptr, 0, SystemCode<LPTHREAD_START_ROUTINE>(&Sleep),
-                                 reinterpret_cast<void*>(std::uintptr_t{INFINITE}), 0, nullptr));
-#else
-        pthread_t thread;
-        ::pthread_create(&thread, nullptr, SystemCode<void* (*)(void*)>(&::sleep),
-                         reinterpret_cast<void*>(std::uintptr_t{1'000'000}));
-        ::pthread_detach(thread);
-#endif
-    }
+    if (IsOwnRender(command)) LeaveThread();
     return Effect(command);
-}
-
-void Rename() {
-#if defined(_WIN32)
-    using Set = HRESULT(WINAPI*)(HANDLE, PCWSTR);
-    const auto set = SystemCode<Set>(GetProcAddress(GetModuleHandleW(L"kernelbase.dll"), "SetThreadDescription"));
-    if (set != nullptr) set(GetCurrentThread(), L"render");
-#else
-    ::pthread_setname_np(::pthread_self(), "render");
-#endif
-}
-
-// To whatever it has not been: whoever runs the tests may have lowered it as far as it goes.
-void ChangePriority() {
-#if defined(_WIN32)
-    const bool lower = GetThreadPriority(GetCurrentThread()) == THREAD_PRIORITY_BELOW_NORMAL;
-    SetThreadPriority(GetCurrentThread(), lower ? THREAD_PRIORITY_LOWEST : THREAD_PRIORITY_BELOW_NORMAL);
-#else
-    const sched_param param{};
-    const bool batch = ::sched_getscheduler(0) == SCHED_BATCH;
-    ::sched_setscheduler(0, batch ? SCHED_OTHER : SCHED_BATCH, &param);
-#endif
-}
-
-// The last processor of those that there are.
-void TakeOneProcessor() {
-#if defined(_WIN32)
-    DWORD_PTR mask = 0, system = 0;
-    GetProcessAffinityMask(GetCurrentProcess(), &mask, &system);
-    while (mask & (mask - 1))
-        mask &= mask - 1;
-    SetThreadAffinityMask(GetCurrentThread(), mask);
-#else
-    cpu_set_t all, one;
-    ::sched_getaffinity(0, sizeof all, &all);
-    CPU_ZERO(&one);
-    for (std::size_t i = 0; i < CPU_SETSIZE && CPU_COUNT(&one) == 0; ++i) {
-        if (CPU_ISSET(i, &all)) CPU_SET(i, &one);
-    }
-    ::sched_setaffinity(0, sizeof one, &one);
-#endif
 }
 
 void FlushToZero() {
@@ -293,7 +229,7 @@ constexpr Control kControls[] = {
      .command = AllocatesElsewhere},
     {.check = "threads.any-thread", .fault = "renders where it was set up only", .command = StaysOnItsThread},
     {.check = "threads.none-left", .fault = "leaves a thread at work", .command = LeavesThread},
-    {.check = "threads.name", .fault = "renames the host's thread", .command = Changes<Rename>},
+    {.check = "threads.name", .fault = "renames the host's thread", .command = Changes<RenameThread>},
     {.check = "threads.priority",
      .fault = "changes the priority of the host's thread",
      .command = Changes<ChangePriority>},

@@ -1,6 +1,6 @@
 // The broken plug-in's boundary.
-#include "control.h"
 #include "entry/entry_points.h"
+#include "control.h"
 #include "entry/exception_state.h"
 #include "resources/identity.h"
 

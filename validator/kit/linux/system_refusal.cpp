@@ -1,6 +1,4 @@
-#if defined(__linux__)
-
-#include "platform/system_refusal.h"
+#include "validator/kit/system_refusal.h"
 
 #include <dlfcn.h>
 #include <link.h>
@@ -180,5 +178,3 @@ int Refusal::asked() const {
 }
 
 }  // namespace validator
-
-#endif
