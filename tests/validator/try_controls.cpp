@@ -1,8 +1,9 @@
-// Every check of nuvhost validate against the plug-in with the one fault that it has to find.
-//   try_controls PLUGIN BROKEN_PLUGIN NUVHOST [--own | --full] [--check GLOB] [--share I/N]
-// Each control is tried with the checks of its own family; with --own only with the check that it is for, with
-// --full with all but the slow ones. --share takes every N-th control, from the I-th on (0 …), and leaves the rest
-// out.
+// Tries every check of nuvhost validate on the effect, where it must hold, and on its control, where it must fail.
+//   try_controls PLUGIN BROKEN_PLUGIN [NUVHOST] [--family | --full] [--check GLOB] [--share I/N]
+// A control is tried with its own check. With --family it is also tried with the other checks of the family, and
+// with
+// --full with all checks but the slow ones; there the other checks must hold. --share tries every N-th control,
+// from number I on (the first one is 0). Only Windows needs NUVHOST, which runs each check in a process of its own.
 #include <algorithm>
 #include <cstdio>
 #include <set>
@@ -22,7 +23,7 @@ using Ids = std::set<std::string>;
 
 struct Arguments {
     std::filesystem::path plugin, broken, nuvhost;
-    bool own = false, full = false;
+    bool family = false, full = false;
     std::string glob = "*";
     std::size_t share = 0, shares = 1;
 };
@@ -54,8 +55,8 @@ std::vector<const Check*> ChecksFor(const broken::Control& control, const Argume
     std::vector<const Check*> checks;
     for (const Check& check : AllChecks()) {
         const bool itself = check.id == control.check;
-        const bool family = FamilyOf(check.id) == FamilyOf(control.check);
-        const bool other = !arguments.own && (family || arguments.full) && check.kind != Kind::slow;
+        const bool relative = FamilyOf(check.id) == FamilyOf(control.check);
+        const bool other = (arguments.full || (arguments.family && relative)) && check.kind != Kind::slow;
         if (itself || other) checks.push_back(&check);
     }
     return checks;
@@ -174,25 +175,32 @@ void CompareTables(const Deviations& deviations) {
 }
 
 Arguments Parse(int argc, char** argv) {
-    std::vector<std::string> words(argv + 1, argv + argc);
-    if (words.size() < 3) throw std::invalid_argument("PLUGIN, BROKEN_PLUGIN and NUVHOST are needed");
-    const auto path = [](const std::string& word) { return std::filesystem::absolute(word).make_preferred(); };
-    Arguments arguments{path(words[0]), path(words[1]), path(words[2])};
-    for (std::size_t i = 3; i < words.size(); ++i) {
-        if (words[i] == "--own") {
-            arguments.own = true;
-        } else if (words[i] == "--full") {
+    std::vector<std::filesystem::path> files;
+    Arguments arguments;
+    for (int i = 1; i < argc; ++i) {
+        const std::string word = argv[i];
+        const bool hasValue = i + 1 < argc;
+        if (word == "--family") {
+            arguments.family = true;
+        } else if (word == "--full") {
             arguments.full = true;
-        } else if (words[i] == "--check" && i + 1 < words.size()) {
-            arguments.glob = words[++i];
-        } else if (words[i] == "--share" && i + 1 < words.size()) {
-            const std::string& text = words[++i];
+        } else if (word == "--check" && hasValue) {
+            arguments.glob = argv[++i];
+        } else if (word == "--share" && hasValue) {
+            const std::string text = argv[++i];
             arguments.share = std::stoul(text);
             arguments.shares = std::stoul(text.substr(text.find('/') + 1));
+        } else if (!word.starts_with("-") && files.size() < 3) {
+            files.push_back(std::filesystem::absolute(word).make_preferred());
         } else {
-            throw std::invalid_argument(words[i] + ": unknown option");
+            throw std::invalid_argument(word + ": unknown option");
         }
     }
+    if (files.size() < 2) throw std::invalid_argument("PLUGIN and BROKEN_PLUGIN are needed");
+    files.resize(3);
+    arguments.plugin = files[0];
+    arguments.broken = files[1];
+    arguments.nuvhost = files[2];
     return arguments;
 }
 
@@ -201,6 +209,10 @@ Arguments Parse(int argc, char** argv) {
 int main(int argc, char** argv) {
     try {
         const Arguments arguments = Parse(argc, argv);
+        if (std::ranges::none_of(AllChecks(),
+                                 [&](const Check& check) { return MatchesGlob(check.id, arguments.glob); })) {
+            throw std::invalid_argument("--check: \"" + arguments.glob + "\" matches no check");
+        }
         const Deviations deviations = ReadDeviations(DeviationsBeside(arguments.plugin));
         ChooseFault("");
         if (arguments.share == 0) {
