@@ -12,9 +12,9 @@ struct Ended {};  // the check has reported why
 
 bool IsFor(const Check& check, refhost::Personality personality) {
     switch (check.where) {
-        case Where::compositing:
+        case Where::compositor:
             return personality == refhost::Personality::compositor;
-        case Where::editing:
+        case Where::editor:
             return personality == refhost::Personality::editor;
         case Where::both:
             break;

@@ -1,11 +1,11 @@
-// How the validator says that what it was given is wrong.
+// How the validator says that its input is wrong.
 #pragma once
 
 #include <stdexcept>
 
 namespace validator {
 
-// A file or an option that its user has to mend. Every other std::exception is a failure of the run.
+// A file or an option is wrong, and the user has to correct it. Every other std::exception is a failure of the run.
 struct UsageError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs every check of the validator in a process that it has to itself from the start: the race detector watches no
-# threads in processes that were forked.
+# Runs every check of the validator in a program of its own, because the race detector does not watch threads in forked
+# processes.
 # Usage: each_check_alone.sh NUVHOST EFFECT
 set -uo pipefail
 nuvhost=$1 effect=$2

@@ -1,9 +1,9 @@
 // Tries every check of nuvhost validate on the effect, where it must hold, and on its control, where it must fail.
 //   try_controls PLUGIN BROKEN_PLUGIN [NUVHOST] [--family | --full] [--check GLOB] [--share I/N]
 // A control is tried with its own check. With --family it is also tried with the other checks of the family, and
-// with
-// --full with all checks but the slow ones; there the other checks must hold. --share tries every N-th control,
-// from number I on (the first one is 0). Only Windows needs NUVHOST, which runs each check in a process of its own.
+// with --full with all checks but the slow ones; there the other checks must hold. --share tries every N-th check
+// and every N-th control, from number I on (the first one is 0). Only Windows needs NUVHOST, which runs each check
+// in a process of its own.
 #include <algorithm>
 #include <cstdio>
 #include <set>
@@ -62,15 +62,15 @@ std::vector<const Check*> ChecksFor(const broken::Control& control, const Argume
     return checks;
 }
 
-// Where nothing is to fail: thousands of threads take their time under Wine, and on a busy machine.
+// The time limit where nothing may fail. Thousands of threads take long under Wine and on a busy machine.
 constexpr std::chrono::seconds kEnough{120};
 
-struct Seen {
+struct Tried {
     Ids failing;
-    std::string lacking;  // why the control's own check does not apply
+    std::string lacking;  // why the control's own check does not apply; empty if it does
 };
 
-Seen Try(const broken::Control& control, const std::vector<const Check*>& checks, const Arguments& arguments) {
+Tried Try(const broken::Control& control, const std::vector<const Check*>& checks, const Arguments& arguments) {
     RunOptions run;
     run.plugin = arguments.broken;
     if (!control.file.empty())
@@ -79,19 +79,19 @@ Seen Try(const broken::Control& control, const std::vector<const Check*>& checks
     run.checks = checks;
     run.timeout = control.mends ? kEnough : std::chrono::seconds(10);  // some faults hang
     ChooseFault(control.check);
-    Seen seen;
+    Tried tried;
     for (const Result& result : Run(run)) {
-        if (result.status == Status::failed) seen.failing.insert(std::string(result.check->id));
-        if (result.check->id == control.check) seen.lacking = result.outcome.notApplicable;
+        if (result.status == Status::failed) tried.failing.insert(std::string(result.check->id));
+        if (result.check->id == control.check) tried.lacking = result.outcome.notApplicable;
     }
     ChooseFault("");
-    return seen;
+    return tried;
 }
 
 Ids Expected(const broken::Control& control, const std::vector<const Check*>& checks,
              const Deviations& deviations) {
     const Check* const own = FindCheck(control.check);
-    if (own != nullptr && own->kind == Kind::gate) return {std::string(control.check)};  // nothing else is then run
+    if (own != nullptr && own->kind == Kind::gate) return {std::string(control.check)};  // no other check runs then
     Ids expected;
     for (const Check* check : checks) {
         if (deviations.contains(check->id)) expected.insert(std::string(check->id));
@@ -124,8 +124,10 @@ void TryTrueEffect(const Arguments& arguments, const Deviations& deviations) {
     run.nuvhost = arguments.nuvhost;
     run.deviations = deviations;
     run.timeout = kEnough;
+    std::size_t number = 0;
     for (const Check& check : AllChecks()) {
-        if (MatchesGlob(check.id, arguments.glob)) run.checks.push_back(&check);
+        if (!MatchesGlob(check.id, arguments.glob)) continue;
+        if (number++ % arguments.shares == arguments.share) run.checks.push_back(&check);
     }
     Ids needy;  // checks that may not apply
     for (const broken::Control& control : broken::AllControls()) {
@@ -215,10 +217,8 @@ int main(int argc, char** argv) {
         }
         const Deviations deviations = ReadDeviations(DeviationsBeside(arguments.plugin));
         ChooseFault("");
-        if (arguments.share == 0) {
-            CompareTables(deviations);
-            TryTrueEffect(arguments, deviations);
-        }
+        if (arguments.share == 0) CompareTables(deviations);
+        TryTrueEffect(arguments, deviations);
         std::size_t number = 0;
         for (const broken::Control& control : broken::AllControls()) {
             if (!MatchesGlob(control.check, arguments.glob)) continue;

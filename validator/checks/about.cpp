@@ -1,4 +1,4 @@
-// The text that a host shows of the effect.
+// The text that a host shows about the effect.
 #include <algorithm>
 #include <cstring>
 
@@ -8,7 +8,7 @@
 namespace validator {
 namespace {
 
-// Sends the command with a message buffer that is nowhere zero.
+// Sends the command with a message buffer that contains no zero byte.
 PF_Err Ask(Interview& interview) {
     interview.SetUp();
     interview.host.account().Reclaim();
@@ -75,11 +75,12 @@ void GivesBack(Context& context) {
 
 constexpr Check kChecks[] = {
     {"about.succeeds", "The about command succeeds.", Where::both, Succeeds},
-    {"about.text", "The about command writes a text.", Where::compositing, HasText},
+    {"about.text", "The about command writes a text.", Where::compositor, HasText},
     {"about.bounded", "The about text ends within the message's 256 bytes.", Where::both, EndsInTime},
     {"about.text-only", "The about command writes nothing but the text.", Where::both, WritesTheTextOnly},
     {"about.printable", "The about text is printable ASCII and line ends.", Where::both, IsPrintable},
-    {"about.balanced", "The about command gives back what it takes of the host.", Where::both, GivesBack},
+    {"about.balanced", "The about command gives back everything that it takes from the host.", Where::both,
+     GivesBack},
 };
 
 }  // namespace

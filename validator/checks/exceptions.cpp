@@ -1,4 +1,5 @@
-// Host callbacks that throw, each in turn: an exception may reach the effect, but not the host again.
+// The host's callbacks throw, one after the other. The exception may reach the effect, but must not come back to
+// the host.
 #include <iterator>
 #include <new>
 #include <optional>
@@ -24,8 +25,8 @@ public:
     Throwing(const Throwing&) = delete;
     Throwing& operator=(const Throwing&) = delete;
 
-    // Runs the commands once to count the callbacks, then lets each of them throw, in each of the ways, but not the
-    // first ones. `prepare` runs before each time, with callbacks that work.
+    // Runs the commands once to count the callbacks. Then each callback from number `first` on throws, once for
+    // each thrower. `prepare` runs each time before the commands, with callbacks that work.
     template <typename Prepare, typename Commands>
     void AtEach(Prepare prepare, Commands commands, std::int64_t first = 0) {
         const auto run = [&] {
@@ -49,7 +50,7 @@ public:
         context_.AddPoints((calls - first) * static_cast<std::int64_t>(std::size(kThrowers)));
     }
 
-    // The callbacks that the commands make.
+    // How many callbacks the commands make.
     template <typename Commands>
     std::int64_t Run(Commands commands) {
         host_.account().Reset();
@@ -102,9 +103,9 @@ void InSequences(Context& context) {
 }
 
 // One small frame, on one thread.
-class Render {
+class OneFrame {
 public:
-    Render(Context& context, RenderPath path)
+    OneFrame(Context& context, RenderPath path)
         : scene_(context, OneThread(context)), frame_(Scene::Layout(scene_.formats().front(), 4, 3)), path_(path) {
         if (path == RenderPath::smart && scene_.path() != RenderPath::smart)
             context.NotApplicable("there is no smart render");
@@ -134,34 +135,40 @@ private:
 };
 
 void InPreRender(Context& context) {
-    Render render(context, RenderPath::smart);
+    OneFrame render(context, RenderPath::smart);
     Throwing(context, render.host()).AtEach(render.Prepare(), render.PreRender());
 }
 
 void InSmartRender(Context& context) {
-    Render render(context, RenderPath::smart);
+    OneFrame render(context, RenderPath::smart);
     Throwing throwing(context, render.host());
     const std::int64_t ofPreRender = throwing.Run(render.PreRender());
     throwing.AtEach(render.Prepare(), render.All(), ofPreRender);
 }
 
 void InPlainRender(Context& context) {
-    Render render(context, RenderPath::plain);
+    OneFrame render(context, RenderPath::plain);
     Throwing(context, render.host()).AtEach(render.Prepare(), render.All());
 }
 
 constexpr Check kChecks[] = {
-    {"exceptions.set-up", "Beyond the protocol: no callback's exception leaves global and parameter set-up.",
+    {"exceptions.set-up",
+     "Beyond the protocol: if a callback throws, the exception does not leave global or parameter set-up.",
      Where::both, InSetUp},
-    {"exceptions.about", "Beyond the protocol: no callback's exception leaves the about command.",
-     Where::compositing, InAbout},
-    {"exceptions.sequence", "Beyond the protocol: no callback's exception leaves a sequence command.", Where::both,
+    {"exceptions.about",
+     "Beyond the protocol: if a callback throws, the exception does not leave the about command.",
+     Where::compositor, InAbout},
+    {"exceptions.sequence",
+     "Beyond the protocol: if a callback throws, the exception does not leave a sequence command.", Where::both,
      InSequences},
-    {"exceptions.pre-render", "Beyond the protocol: no callback's exception leaves a pre-render.",
-     Where::compositing, InPreRender},
-    {"exceptions.smart-render", "Beyond the protocol: no callback's exception leaves a smart render.",
-     Where::compositing, InSmartRender},
-    {"exceptions.plain-render", "Beyond the protocol: no callback's exception leaves a plain render.", Where::both,
+    {"exceptions.pre-render",
+     "Beyond the protocol: if a callback throws, the exception does not leave a pre-render.", Where::compositor,
+     InPreRender},
+    {"exceptions.smart-render",
+     "Beyond the protocol: if a callback throws, the exception does not leave a smart render.", Where::compositor,
+     InSmartRender},
+    {"exceptions.plain-render",
+     "Beyond the protocol: if a callback throws, the exception does not leave a plain render.", Where::both,
      InPlainRender},
 };
 

@@ -1,5 +1,5 @@
-// The host's callbacks fail while a frame is rendered. What becomes of set-up commands is in faults_setup.cpp, what
-// the system refuses in faults_system.cpp.
+// The host's callbacks fail while the effect renders a frame. faults_setup.cpp has the set-up commands, and
+// linux/faults_system.cpp has what the operating system refuses.
 #include <algorithm>
 #include <array>
 #include <iterator>
@@ -27,11 +27,11 @@ constexpr auto kPre = RenderCommand::preRender;
 constexpr auto kSmart = RenderCommand::smartRender;
 constexpr auto kPlain = RenderCommand::plainRender;
 
-template <RenderCommand command, Look look, Call... calls>
+template <RenderCommand command, Flaws flaws, Call... calls>
 void Each(Context& context) {
     static constexpr Call kCalls[] = {calls...};
     Trial trial(context);
-    TryEach(trial, command, {.calls = kCalls}, look);
+    TryEach(trial, command, {.calls = kCalls}, flaws);
     trial.End(kNoSuchCall);
 }
 
@@ -41,7 +41,7 @@ void EachBut(Context& context) {
     std::ranges::copy_if(kEveryCall, std::back_inserter(calls),
                          [](Call call) { return (... && (call != others)); });
     Trial trial(context);
-    TryEach(trial, command, {.calls = calls}, UsualLook);
+    TryEach(trial, command, {.calls = calls}, UsualFlaws);
     trial.End(kNoSuchCall);
 }
 
@@ -49,116 +49,118 @@ template <RenderCommand command>
 void NullSuite(Context& context) {
     static constexpr Call kCalls[] = {Call::acquireSuite};
     Trial trial(context);
-    TryEach(trial, command, {.calls = kCalls, .code = PF_Err_NONE}, UsualLook);
+    TryEach(trial, command, {.calls = kCalls, .code = PF_Err_NONE}, UsualFlaws);
     trial.End(kNoSuchCall);
 }
 
-// Hosts that iterate over pixels only are where effects make worlds of their own.
+// Effects make their own worlds in hosts that only iterate over pixels.
 template <RenderCommand command>
 void World(Context& context) {
     static constexpr Call kCalls[] = {Call::newWorld};
     Trial trial(context);
-    TryEach(trial, command, {.calls = kCalls, .generic = false}, UsualLook);
+    TryEach(trial, command, {.calls = kCalls, .generic = false}, UsualFlaws);
     trial.End(kNoSuchCall);
 }
 
 // ---- Promises of their own ------------------------------------------------------------------------------------
 
-// Every callback of every command, in hosts of both ways to iterate.
-template <Look look>
+// Every callback of every command, in hosts with and without iterate_generic.
+template <Flaws flaws>
 void EachOfAll(Context& context) {
     static constexpr Call kSuites[] = {Call::acquireSuite};
     Trial trial(context);
     for (const RenderCommand command : CommandsOf(context)) {
         for (const bool generic : {true, false}) {
-            TryEach(trial, command, {.calls = kEveryCall, .generic = generic}, look);
-            TryEach(trial, command, {.calls = kSuites, .code = PF_Err_NONE, .generic = generic}, look);
+            TryEach(trial, command, {.calls = kEveryCall, .generic = generic}, flaws);
+            TryEach(trial, command, {.calls = kSuites, .code = PF_Err_NONE, .generic = generic}, flaws);
         }
     }
     trial.End("the effect calls nothing in the host");
 }
 
-Lines ToldLook(const FrameOutcome& outcome) {
+Lines ToldFlaws(const FrameOutcome& outcome) {
     if (outcome.code != PF_Err_NONE || outcome.difference.empty()) return {};
     return {"the effect answers with success, and the picture is not right"};
 }
 
 constexpr Check kChecks[] = {
-    {"faults.prerender-suite-refused", "Pre-render survives each suite that the host refuses.", Where::compositing,
-     Each<kPre, UsualLook, Call::acquireSuite>},
+    {"faults.prerender-suite-refused", "Pre-render survives each suite that the host refuses.", Where::compositor,
+     Each<kPre, UsualFlaws, Call::acquireSuite>},
     {"faults.prerender-suite-null", "Pre-render survives each suite that the host answers with a null pointer.",
-     Where::compositing, NullSuite<kPre>},
+     Where::compositor, NullSuite<kPre>},
     {"faults.prerender-handle", "Pre-render, and the render after it, survive each handle that the host refuses.",
-     Where::compositing, Each<kPre, UsualLook, Call::newHandle>},
+     Where::compositor, Each<kPre, UsualFlaws, Call::newHandle>},
     {"faults.prerender-lock", "Pre-render, and the render after it, survive each handle that cannot be locked.",
-     Where::compositing, Each<kPre, UsualLook, Call::lockHandle>},
-    {"faults.prerender-layer", "The code of a layer that cannot be checked out is pre-render's code.",
-     Where::compositing, Each<kPre, PassesOnLook, Call::checkoutLayer>},
+     Where::compositor, Each<kPre, UsualFlaws, Call::lockHandle>},
+    {"faults.prerender-layer", "If a layer cannot be checked out, pre-render returns the host's code.",
+     Where::compositor, Each<kPre, PassesOnFlaws, Call::checkoutLayer>},
 
     {"faults.prerender-other", "Pre-render, and the render after it, survive the failure of any other callback.",
-     Where::compositing, EachBut<kPre, Call::acquireSuite, Call::newHandle, Call::lockHandle, Call::checkoutLayer>},
+     Where::compositor, EachBut<kPre, Call::acquireSuite, Call::newHandle, Call::lockHandle, Call::checkoutLayer>},
 
-    {"faults.smart-suite-refused", "A smart render survives each suite that the host refuses.", Where::compositing,
-     Each<kSmart, UsualLook, Call::acquireSuite>},
+    {"faults.smart-suite-refused", "A smart render survives each suite that the host refuses.", Where::compositor,
+     Each<kSmart, UsualFlaws, Call::acquireSuite>},
     {"faults.smart-suite-null", "A smart render survives each suite that the host answers with a null pointer.",
-     Where::compositing, NullSuite<kSmart>},
-    {"faults.smart-handle", "A smart render survives each handle that the host refuses.", Where::compositing,
-     Each<kSmart, UsualLook, Call::newHandle>},
-    {"faults.smart-lock", "A smart render survives each handle that cannot be locked.", Where::compositing,
-     Each<kSmart, UsualLook, Call::lockHandle>},
+     Where::compositor, NullSuite<kSmart>},
+    {"faults.smart-handle", "A smart render survives each handle that the host refuses.", Where::compositor,
+     Each<kSmart, UsualFlaws, Call::newHandle>},
+    {"faults.smart-lock", "A smart render survives each handle that cannot be locked.", Where::compositor,
+     Each<kSmart, UsualFlaws, Call::lockHandle>},
     {"faults.smart-parameter-out", "A smart render survives each parameter that cannot be checked out.",
-     Where::compositing, Each<kSmart, UsualLook, Call::checkoutParam>},
+     Where::compositor, Each<kSmart, UsualFlaws, Call::checkoutParam>},
     {"faults.smart-parameter-in",
-     "The code of a parameter's check-in is a smart render's code, if nothing has failed before.",
-     Where::compositing, Each<kSmart, PassesOnLook, Call::checkinParam>},
-    {"faults.smart-layer", "The code of a layer whose pixels cannot be checked out is a smart render's code.",
-     Where::compositing, Each<kSmart, PassesOnLook, Call::checkoutLayerPixels>},
-    {"faults.smart-output", "The code of an output that cannot be checked out is a smart render's code.",
-     Where::compositing, Each<kSmart, PassesOnLook, Call::checkoutOutput>},
-    {"faults.smart-rows", "The code that stops an iteration, at whatever row, is a smart render's code.",
-     Where::compositing, Each<kSmart, PassesOnLook, Call::iterate, Call::iterateGeneric, Call::row>},
-    {"faults.smart-abort", "The code of an abort, whenever it comes, is a smart render's code.", Where::compositing,
-     Each<kSmart, PassesOnLook, Call::abort>},
-    {"faults.smart-format", "A smart render survives each pixel format that the host does not tell.",
-     Where::compositing, Each<kSmart, UsualLook, Call::getPixelFormat>},
-    {"faults.smart-world", "A smart render survives each world that the host does not make.", Where::compositing,
+     "If a parameter's check-in fails, and nothing before it, a smart render returns the host's code.",
+     Where::compositor, Each<kSmart, PassesOnFlaws, Call::checkinParam>},
+    {"faults.smart-layer", "If a layer's pixels cannot be checked out, a smart render returns the host's code.",
+     Where::compositor, Each<kSmart, PassesOnFlaws, Call::checkoutLayerPixels>},
+    {"faults.smart-output", "If the output cannot be checked out, a smart render returns the host's code.",
+     Where::compositor, Each<kSmart, PassesOnFlaws, Call::checkoutOutput>},
+    {"faults.smart-rows", "If the host stops an iteration at any row, a smart render returns the host's code.",
+     Where::compositor, Each<kSmart, PassesOnFlaws, Call::iterate, Call::iterateGeneric, Call::row>},
+    {"faults.smart-abort", "If the host aborts at any time, a smart render returns the host's code.",
+     Where::compositor, Each<kSmart, PassesOnFlaws, Call::abort>},
+    {"faults.smart-format",
+     "A smart render survives each question about a pixel format that the host does not answer.", Where::compositor,
+     Each<kSmart, UsualFlaws, Call::getPixelFormat>},
+    {"faults.smart-world", "A smart render survives each world that the host does not make.", Where::compositor,
      World<kSmart>},
-    {"faults.smart-other", "A smart render survives the failure of any other callback.", Where::compositing,
+    {"faults.smart-other", "A smart render survives the failure of any other callback.", Where::compositor,
      EachBut<kSmart, Call::acquireSuite, Call::newHandle, Call::lockHandle, Call::checkoutParam, Call::checkinParam,
              Call::checkoutLayerPixels, Call::checkoutOutput, Call::iterate, Call::iterateGeneric, Call::row,
              Call::abort, Call::getPixelFormat, Call::newWorld>},
 
     {"faults.plain-suite-refused", "A plain render survives each suite that the host refuses.", Where::both,
-     Each<kPlain, UsualLook, Call::acquireSuite>},
+     Each<kPlain, UsualFlaws, Call::acquireSuite>},
     {"faults.plain-suite-null", "A plain render survives each suite that the host answers with a null pointer.",
      Where::both, NullSuite<kPlain>},
     {"faults.plain-handle", "A plain render survives each handle that the host refuses.", Where::both,
-     Each<kPlain, UsualLook, Call::newHandle>},
+     Each<kPlain, UsualFlaws, Call::newHandle>},
     {"faults.plain-lock", "A plain render survives each handle that cannot be locked.", Where::both,
-     Each<kPlain, UsualLook, Call::lockHandle>},
+     Each<kPlain, UsualFlaws, Call::lockHandle>},
     {"faults.plain-parameter-out", "A plain render survives each parameter that cannot be checked out.",
-     Where::both, Each<kPlain, UsualLook, Call::checkoutParam>},
+     Where::both, Each<kPlain, UsualFlaws, Call::checkoutParam>},
     {"faults.plain-parameter-in",
-     "The code of a parameter's check-in is a plain render's code, if nothing has failed before.", Where::both,
-     Each<kPlain, PassesOnLook, Call::checkinParam>},
-    {"faults.plain-rows", "The code that stops an iteration, at whatever row, is a plain render's code.",
-     Where::both, Each<kPlain, PassesOnLook, Call::iterate, Call::iterateGeneric, Call::row>},
-    {"faults.plain-abort", "The code of an abort, whenever it comes, is a plain render's code.", Where::both,
-     Each<kPlain, PassesOnLook, Call::abort>},
-    {"faults.plain-format", "A plain render survives each pixel format that the host does not tell.", Where::both,
-     Each<kPlain, UsualLook, Call::getPixelFormat>},
+     "If a parameter's check-in fails, and nothing before it, a plain render returns the host's code.", Where::both,
+     Each<kPlain, PassesOnFlaws, Call::checkinParam>},
+    {"faults.plain-rows", "If the host stops an iteration at any row, a plain render returns the host's code.",
+     Where::both, Each<kPlain, PassesOnFlaws, Call::iterate, Call::iterateGeneric, Call::row>},
+    {"faults.plain-abort", "If the host aborts at any time, a plain render returns the host's code.", Where::both,
+     Each<kPlain, PassesOnFlaws, Call::abort>},
+    {"faults.plain-format",
+     "A plain render survives each question about a pixel format that the host does not answer.", Where::both,
+     Each<kPlain, UsualFlaws, Call::getPixelFormat>},
     {"faults.plain-world", "A plain render survives each world that the host does not make.", Where::both,
      World<kPlain>},
     {"faults.plain-other", "A plain render survives the failure of any other callback.", Where::both,
      EachBut<kPlain, Call::acquireSuite, Call::newHandle, Call::lockHandle, Call::checkoutParam, Call::checkinParam,
              Call::iterate, Call::iterateGeneric, Call::row, Call::abort, Call::getPixelFormat, Call::newWorld>},
 
-    {"faults.suites-given-back", "Whatever fails, a render command gives back the suites that it got.", Where::both,
-     EachOfAll<SuitesLook>},
+    {"faults.suites-given-back", "Whatever fails, a render command gives back the suites that it has acquired.",
+     Where::both, EachOfAll<SuitesFlaws>},
     {"faults.unlocks-its-locks", "Whatever fails, a render command unlocks only what it has locked.", Where::both,
-     EachOfAll<UnlocksLook>},
-    {"faults.failure-told", "Whatever fails, the effect does not answer with success and a wrong picture.",
-     Where::both, EachOfAll<ToldLook>},
+     EachOfAll<UnlocksFlaws>},
+    {"faults.failure-told", "Whatever fails, the effect never reports success with a wrong picture.", Where::both,
+     EachOfAll<ToldFlaws>},
 };
 
 }  // namespace

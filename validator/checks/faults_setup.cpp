@@ -13,9 +13,9 @@ using refhost::Call;
 
 constexpr char kNoSuchCall[] = "the effect makes no such call in set-up";
 
-using SessionLook = Lines (*)(const SessionOutcome& outcome, const SessionOutcome& clean);
+using SessionFlaws = Lines (*)(const SessionOutcome& outcome, const SessionOutcome& clean);
 
-Lines SurvivesLook(const SessionOutcome& outcome, const SessionOutcome&) {
+Lines SurvivesFlaws(const SessionOutcome& outcome, const SessionOutcome&) {
     Lines lines = outcome.frames;
     for (const std::string& line : outcome.kept)
         lines.push_back("kept: " + line);
@@ -24,13 +24,13 @@ Lines SurvivesLook(const SessionOutcome& outcome, const SessionOutcome&) {
     return lines;
 }
 
-Lines FailsLook(const SessionOutcome& outcome, const SessionOutcome& clean) {
-    Lines lines = SurvivesLook(outcome, clean);
+Lines FailsFlaws(const SessionOutcome& outcome, const SessionOutcome& clean) {
+    Lines lines = SurvivesFlaws(outcome, clean);
     if (!outcome.Failed()) lines.push_back("every command succeeds");
     return lines;
 }
 
-Lines DataLook(const SessionOutcome& outcome, const SessionOutcome& clean) {
+Lines DataFlaws(const SessionOutcome& outcome, const SessionOutcome& clean) {
     Lines lines;
     for (std::size_t i = 0; i < std::min(outcome.sent.size(), clean.sent.size()); ++i) {
         const Sent& sent = outcome.sent[i];
@@ -41,13 +41,13 @@ Lines DataLook(const SessionOutcome& outcome, const SessionOutcome& clean) {
 }
 
 template <typename Wanted>
-void TryEachInSetUp(Context& context, PF_Err code, SessionLook look, Wanted wanted) {
+void TryEachInSetUp(Context& context, PF_Err code, SessionFlaws flaws, Wanted wanted) {
     SessionBench bench(context);
     Trial trial(context);
     for (const refhost::CallRecord& call : bench.calls()) {
         if (!wanted(call.call)) continue;
         bool came = false;
-        Lines lines = look(bench.Run(OneFault{call, code, &came}), bench.clean());
+        Lines lines = flaws(bench.Run(OneFault{call, code, &came}), bench.clean());
         const Lines next = bench.NextIsRight();
         if (!came) continue;
         lines.insert(lines.end(), next.begin(), next.end());
@@ -56,30 +56,30 @@ void TryEachInSetUp(Context& context, PF_Err code, SessionLook look, Wanted want
     trial.End(kNoSuchCall);
 }
 
-template <SessionLook look, PF_Err code, Call... calls>
+template <SessionFlaws flaws, PF_Err code, Call... calls>
 void Each(Context& context) {
-    TryEachInSetUp(context, code, look, [](Call call) { return (... || (call == calls)); });
+    TryEachInSetUp(context, code, flaws, [](Call call) { return (... || (call == calls)); });
 }
 
 template <Call... others>
 void EachBut(Context& context) {
-    TryEachInSetUp(context, kRefused, SurvivesLook, [](Call call) { return (... && (call != others)); });
+    TryEachInSetUp(context, kRefused, SurvivesFlaws, [](Call call) { return (... && (call != others)); });
 }
 
 constexpr Check kChecks[] = {
     {"faults.setup-suite-refused", "Each set-up command survives each suite that the host refuses.", Where::both,
-     Each<SurvivesLook, kRefused, Call::acquireSuite>},
+     Each<SurvivesFlaws, kRefused, Call::acquireSuite>},
     {"faults.setup-suite-null",
      "Each set-up command survives each suite that the host answers with a null pointer.", Where::both,
-     Each<SurvivesLook, PF_Err_NONE, Call::acquireSuite>},
+     Each<SurvivesFlaws, PF_Err_NONE, Call::acquireSuite>},
     {"faults.setup-parameter", "Parameter set-up fails when the host refuses a parameter.", Where::both,
-     Each<FailsLook, kRefused, Call::addParam>},
+     Each<FailsFlaws, kRefused, Call::addParam>},
     {"faults.setup-handle", "Each set-up command survives each handle that the host refuses or cannot lock.",
-     Where::both, Each<SurvivesLook, kRefused, Call::newHandle, Call::lockHandle>},
-    {"faults.setup-handle-told", "A set-up command that gets no memory for its data does not succeed.", Where::both,
-     Each<DataLook, kRefused, Call::newHandle, Call::lockHandle>},
-    {"faults.setup-formats", "Global set-up survives each pixel format that the host refuses.", Where::editing,
-     Each<SurvivesLook, kRefused, Call::clearPixelFormats, Call::addPixelFormat>},
+     Where::both, Each<SurvivesFlaws, kRefused, Call::newHandle, Call::lockHandle>},
+    {"faults.setup-handle-told", "A set-up command that gets no memory for its data fails.", Where::both,
+     Each<DataFlaws, kRefused, Call::newHandle, Call::lockHandle>},
+    {"faults.setup-formats", "Global set-up survives each pixel format that the host refuses.", Where::editor,
+     Each<SurvivesFlaws, kRefused, Call::clearPixelFormats, Call::addPixelFormat>},
     {"faults.setup-other", "Each set-up command survives the failure of any other callback.", Where::both,
      EachBut<Call::acquireSuite, Call::addParam, Call::newHandle, Call::lockHandle, Call::clearPixelFormats,
              Call::addPixelFormat>},

@@ -1,4 +1,4 @@
-// Pixels in memory: where rows may lie, and what around them is not the effect's.
+// Pixels in memory: where rows may lie, and which bytes around them do not belong to the effect.
 //
 // Each check renders at the size that signs.h gives it.
 #include <cstring>
@@ -23,14 +23,14 @@ std::vector<std::byte> Packed(const std::byte* data, std::ptrdiff_t stride, int 
 
 // ---- Where rows may lie ---------------------------------------------------------------------------------------
 
-// Otherwise a world starts at a multiple of 64 bytes, and its rows follow each other, the top one first.
-struct Rows {
+// By default a world starts at a multiple of 64 bytes, its top row comes first, and nothing lies between the rows.
+struct RowPlaces {
     int padding = 0;       // channels between rows
     int misalignment = 0;  // channels
     bool bottomUp = false;
 };
 
-WorldLayout LaidOut(PF_PixelFormat format, signs::Size size, const Rows& rows) {
+WorldLayout LaidOut(PF_PixelFormat format, signs::Size size, const RowPlaces& rows) {
     WorldLayout layout = Scene::Layout(format, size);
     const int channel = refhost::BytesPerPixel(format) / 4;
     layout.padding = rows.padding * channel;
@@ -39,7 +39,7 @@ WorldLayout LaidOut(PF_PixelFormat format, signs::Size size, const Rows& rows) {
     return layout;
 }
 
-template <Rows in, Rows out>
+template <RowPlaces in, RowPlaces out>
 void IsSamePicture(Context& context) {
     Scene scene(context);
     for (const PF_PixelFormat format : scene.formats()) {
@@ -52,7 +52,7 @@ void IsSamePicture(Context& context) {
 
 // ---- What is not the effect's ---------------------------------------------------------------------------------
 
-// Scene::Render reports the bytes; this gives it rows with something between them.
+// Scene::Render reports bytes that were written. This check gives it rows with bytes between them.
 void PaddingIsUntouched(Context& context) {
     Scene scene(context);
     for (const PF_PixelFormat format : scene.formats()) {
@@ -75,7 +75,8 @@ void PaddingIsNotRead(Context& context) {
     }
 }
 
-// Puts a world's pixels between pages that end the process: up against the one before, or the one behind.
+// Puts a world's pixels between two pages that end the process when they are touched. The pixels touch the page
+// before them or the page after them.
 class BetweenPages {
 public:
     BetweenPages(refhost::World& world, bool atEnd) : world_(world), memory_(Bytes(world)) {
@@ -115,13 +116,13 @@ void StaysBetweenPages(Context& context) {
 
 // ---- Worlds cut out of larger ones ----------------------------------------------------------------------------
 
-constexpr int kLeft = 3, kTop = 2, kRight = 5, kBottom = 4;  // what is around the rectangle
+constexpr int kLeft = 3, kTop = 2, kRight = 5, kBottom = 4;  // the margins around the rectangle
 
 WorldLayout Around(const WorldLayout& inner) {
     return Scene::Layout(inner.format, inner.width + kLeft + kRight, inner.height + kTop + kBottom);
 }
 
-// Makes the world's record that of the rectangle, and gives the address of its first pixel.
+// Makes the world's record describe the rectangle only. Returns the address of the rectangle's first pixel.
 std::byte* CutOut(refhost::World& world, const WorldLayout& inner) {
     PF_EffectWorld& record = *world.effectWorld();
     std::byte* const data = reinterpret_cast<std::byte*>(record.data) + kTop * record.rowbytes +
@@ -147,7 +148,7 @@ void InputMayBeCutOut(Context& context) {
     }
 }
 
-// The larger world has every pixel as it was but for the rectangle's.
+// Every pixel of the larger world outside the rectangle must be as it was.
 void ExpectPoisonAround(Context& context, const refhost::World& world) {
     const auto& layout = world.layout();
     const int bytes = refhost::BytesPerPixel(layout.format);
@@ -182,7 +183,7 @@ void OutputMayBeCutOut(Context& context) {
 
 // ---- Fields ---------------------------------------------------------------------------------------------------
 
-// Worlds of every second row of a frame.
+// The worlds are every second row of a frame.
 template <int field>
 void RendersField(Context& context) {
     Scene scene(context);
@@ -220,7 +221,7 @@ void RendersField(Context& context) {
 
 constexpr int kFarStride = 3'200'000;  // 700 rows take 2.24 GB
 
-// Spreads a world's rows, and gives them back in its place at the end.
+// Copies a world's rows to memory where they lie far apart, and lets the world's record describe them there.
 class Spread {
 public:
     explicit Spread(refhost::World& world) : world_(world), memory_(Bytes(world)) {
@@ -257,8 +258,8 @@ void RowsMayBeFarApart(Context& context) {
                "with the last row 2 GB behind the first");
 }
 
-constexpr Rows kUsual{}, kPadded{.padding = 16}, kBottomUp{.bottomUp = true};
-constexpr Rows kByPixel{.misalignment = 4}, kByChannel{.misalignment = 1}, kOddStride{.padding = 1};
+constexpr RowPlaces kUsual{}, kPadded{.padding = 16}, kBottomUp{.bottomUp = true};
+constexpr RowPlaces kByPixel{.misalignment = 4}, kByChannel{.misalignment = 1}, kOddStride{.padding = 1};
 
 constexpr Check kChecks[] = {
     {"layout.input-padded", "Input rows may lie further apart than output rows.", Where::both,
@@ -271,36 +272,44 @@ constexpr Check kChecks[] = {
      IsSamePicture<kUsual, kBottomUp>},
     {"layout.both-bottom-up", "Input and output may both be stored bottom row first.", Where::both,
      IsSamePicture<kBottomUp, kBottomUp>},
-    {"layout.input-at-any-pixel", "The input may start at any pixel's address, not at multiples of 16 bytes alone.",
-     Where::both, IsSamePicture<kByPixel, kUsual>},
+    {"layout.input-at-any-pixel",
+     "The input may start at the address of any pixel, not only at multiples of 16 bytes.", Where::both,
+     IsSamePicture<kByPixel, kUsual>},
     {"layout.output-at-any-pixel",
-     "The output may start at any pixel's address, not at multiples of 16 bytes alone.", Where::both,
+     "The output may start at the address of any pixel, not only at multiples of 16 bytes.", Where::both,
      IsSamePicture<kUsual, kByPixel>},
-    {"layout.input-at-any-channel", "The input may start at any channel's address, an odd one in 8 bits.",
-     Where::both, IsSamePicture<kByChannel, kUsual>},
-    {"layout.output-at-any-channel", "The output may start at any channel's address, an odd one in 8 bits.",
-     Where::both, IsSamePicture<kUsual, kByChannel>},
-    {"layout.input-odd-stride", "The distance of input rows need not be a multiple of a pixel.", Where::both,
-     IsSamePicture<kOddStride, kUsual>},
-    {"layout.output-odd-stride", "The distance of output rows need not be a multiple of a pixel.", Where::both,
-     IsSamePicture<kUsual, kOddStride>},
-    {"layout.padding-untouched", "Bytes between rows are not written.", Where::both, PaddingIsUntouched},
-    {"layout.padding-unread", "Bytes between the input's rows make no difference.", Where::both, PaddingIsNotRead},
-    {"layout.input-begin", "Nothing before the input's first byte is touched.", Where::both,
+    {"layout.input-at-any-channel",
+     "The input may start at the address of any channel, which can be odd in 8 bits.", Where::both,
+     IsSamePicture<kByChannel, kUsual>},
+    {"layout.output-at-any-channel",
+     "The output may start at the address of any channel, which can be odd in 8 bits.", Where::both,
+     IsSamePicture<kUsual, kByChannel>},
+    {"layout.input-odd-stride", "The distance between input rows need not be a multiple of the pixel size.",
+     Where::both, IsSamePicture<kOddStride, kUsual>},
+    {"layout.output-odd-stride", "The distance between output rows need not be a multiple of the pixel size.",
+     Where::both, IsSamePicture<kUsual, kOddStride>},
+    {"layout.padding-untouched", "The effect does not write the bytes between the output's rows.", Where::both,
+     PaddingIsUntouched},
+    {"layout.padding-unread", "The bytes between the input's rows do not change the picture.", Where::both,
+     PaddingIsNotRead},
+    {"layout.input-begin", "The effect touches nothing before the input's first byte.", Where::both,
      StaysBetweenPages<true, false>},
-    {"layout.input-end", "Nothing behind the input's last byte is touched.", Where::both,
+    {"layout.input-end", "The effect touches nothing after the input's last byte.", Where::both,
      StaysBetweenPages<true, true>},
-    {"layout.output-begin", "Nothing before the output's first byte is touched.", Where::both,
+    {"layout.output-begin", "The effect touches nothing before the output's first byte.", Where::both,
      StaysBetweenPages<false, false>},
-    {"layout.output-end", "Nothing behind the output's last byte is touched.", Where::both,
+    {"layout.output-end", "The effect touches nothing after the output's last byte.", Where::both,
      StaysBetweenPages<false, true>},
     {"layout.input-cut-out", "The input may be a rectangle of a larger world.", Where::both, InputMayBeCutOut},
-    {"layout.output-cut-out", "The output may be a rectangle of a larger world, the rest of which is left alone.",
-     Where::both, OutputMayBeCutOut},
-    {"layout.upper-field", "The upper field's rows are rendered in their places, the others left alone.",
-     Where::both, RendersField<1>},
-    {"layout.lower-field", "The lower field's rows are rendered in their places, the others left alone.",
-     Where::both, RendersField<2>},
+    {"layout.output-cut-out",
+     "The output may be a rectangle of a larger world, and the effect does not write the rest of it.", Where::both,
+     OutputMayBeCutOut},
+    {"layout.upper-field",
+     "The effect renders the rows of the upper field in their places and leaves the other rows alone.", Where::both,
+     RendersField<1>},
+    {"layout.lower-field",
+     "The effect renders the rows of the lower field in their places and leaves the other rows alone.", Where::both,
+     RendersField<2>},
     {"layout.input-past-2-gib", "The input's rows may lie more than 2 GiB apart.", Where::both,
      RowsMayBeFarApart<true>},
     {"layout.output-past-2-gib", "The output's rows may lie more than 2 GiB apart.", Where::both,

@@ -1,4 +1,4 @@
-// The file and the loader: what a host meets before it asks the effect for anything.
+// Loading the file, before a host asks the effect for anything.
 #include <algorithm>
 #include <chrono>
 #include <functional>
@@ -13,8 +13,8 @@ namespace validator {
 namespace {
 
 constexpr int kLoads = 100;
-constexpr int kWarmUps = 20;            // in which the loader and the C library fill their own caches
-constexpr std::int64_t kGrowth = 4096;  // bytes; less than one block of 64 bytes in each load
+constexpr int kWarmUps = 20;            // the loader and the C library fill their caches in these
+constexpr std::int64_t kGrowth = 4096;  // bytes, which is less than 64 bytes for each load
 
 void Loads(Context& context) {
     const platform::Module module(context.plugin());
@@ -26,7 +26,7 @@ void ExportsEntryPoints(Context& context) {
         context.Expect(module.Find(name) != nullptr, std::string(name) + " is not exported");
 }
 
-// The fastest of a few, since a busy machine is not the effect's fault.
+// Judges the fastest of a few loads, because a busy machine is not the effect's fault.
 void LoadsQuickly(Context& context) {
     using Clock = std::chrono::steady_clock;
     auto fastest = Clock::duration::max();
@@ -116,27 +116,28 @@ void KeepsCrashHandlers(Context& context) {
 }
 
 constexpr Check kChecks[] = {
-    {"loading.loads", "The file loads with every import resolved: no runtime or other library is missing.",
-     Where::compositing, Loads, Kind::gate},
-    {"loading.exports", "The file exports EffectMain and PluginDataEntryFunction.", Where::compositing,
+    {"loading.loads", "The file loads with every import resolved, so no runtime or other library is missing.",
+     Where::compositor, Loads, Kind::gate},
+    {"loading.exports", "The file exports EffectMain and PluginDataEntryFunction.", Where::compositor,
      ExportsEntryPoints, Kind::gate},
-    {"loading.time", "Loading takes less than 100 ms once the file is in the system's cache.", Where::compositing,
+    {"loading.time", "Loading takes less than 100 ms once the file is in the system's cache.", Where::compositor,
      LoadsQuickly},
-    {"loading.unloads", "The file can be unloaded: nothing in it keeps it in the process.", Where::compositing,
-     Unloads},
-    {"loading.no-growth", "Loading and unloading 100 times leaves the heap as it was.", Where::compositing,
+    {"loading.unloads", "The file can be unloaded, because nothing in it keeps it in the process.",
+     Where::compositor, Unloads},
+    {"loading.no-growth", "Loading and unloading 100 times leaves the heap as it was.", Where::compositor,
      DoesNotGrow},
     {"loading.no-growth-in-use", "Scanning, setting up and setting down 100 times leaves the heap as it was.",
      Where::both, DoesNotGrowInUse},
-    {"loading.no-thread", "Loading starts no thread.", Where::compositing, StartsNoThread},
-    {"loading.no-handle-left", "Loading and unloading leaves no handle or file open.", Where::compositing,
+    {"loading.no-thread", "Loading starts no thread.", Where::compositor, StartsNoThread},
+    {"loading.no-handle-left", "Loading and unloading leaves no handle or file open.", Where::compositor,
      LeavesNoHandles},
-    {"loading.float-state", "Loading leaves rounding, flushing and trapping of floating-point numbers alone.",
-     Where::compositing, KeepsFloatState},
-    {"loading.locale", "Loading leaves the process's locale alone.", Where::compositing, KeepsLocale},
-    {"loading.working-folder", "Loading leaves the process's working folder alone.", Where::compositing,
+    {"loading.float-state",
+     "Loading does not change the rounding, flushing and trapping of floating-point numbers.", Where::compositor,
+     KeepsFloatState},
+    {"loading.locale", "Loading does not change the process's locale.", Where::compositor, KeepsLocale},
+    {"loading.working-folder", "Loading does not change the process's working folder.", Where::compositor,
      KeepsWorkingFolder},
-    {"loading.crash-handlers", "Loading leaves the host's crash handlers in place.", Where::compositing,
+    {"loading.crash-handlers", "Loading leaves the host's crash handlers in place.", Where::compositor,
      KeepsCrashHandlers},
 };
 

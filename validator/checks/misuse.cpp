@@ -1,5 +1,5 @@
-// Hosts that do what no host should: the effect may refuse, but not fall over. No protocol asks that much of an
-// effect, and the promises say so where a host that keeps to it never gets there.
+// Hosts that do what no host should do. The effect may refuse, but must not crash. Where no correct host can do
+// such a thing, the promise begins with "Beyond the protocol".
 #include <array>
 #include <limits>
 #include <optional>
@@ -42,7 +42,7 @@ void AnswersUnknownCommands(Context& context) {
         ExpectSuccess(context, interview.Send(cmd), Numbered(cmd));
 }
 
-// Sends a command, with records all of which it could write to.
+// Sends a command with every record that it could write to.
 void ExpectUntouched(Context& context, Interview& interview, PF_Cmd cmd) {
     PF_ParamDef layer{};
     PF_ParamDef* params[] = {&layer};
@@ -110,7 +110,7 @@ void OffersStrangeHostsTheSame(Context& context) {
 
 // ---- Null pointers --------------------------------------------------------------------------------------------
 
-// Whatever the code: a crash ends the check.
+// Any code is right. A crash ends the check.
 void LivesWithoutOutData(Context& context) {
     Interview interview(context);
     interview.SetUp();
@@ -182,7 +182,7 @@ void RefusesRenderWithoutParams(Context& context) {
     ExpectRefusal(context, interview, PF_Cmd_RENDER, nullptr, nullptr);
 }
 
-// A frame of which a part is missing is answered somehow, and the next one is as if nothing had been.
+// The effect may answer a frame with a missing part by any code. The next frame must be right.
 template <bool Frame::*part>
 void LivesWithout(Context& context) {
     Scene scene(context);
@@ -202,7 +202,7 @@ void LivesWithout(Context& context) {
 
 // ---- Out of order ---------------------------------------------------------------------------------------------
 
-// The first commands of this process.
+// These are the first commands of this process.
 void LivesBeforeGlobalSetup(Context& context) {
     Interview interview(context);
     PF_Handle block = nullptr;
@@ -236,7 +236,7 @@ void SetsDownTwice(Context& context) {
     ExpectBalance(context, interview);
 }
 
-// A host that shows its about box while the effect adds its first parameter.
+// The host shows the about box while the effect adds its first parameter.
 void AnswersInsideACallback(Context& context) {
     Interview interview(context);
     interview.Send(PF_Cmd_GLOBAL_SETUP);
@@ -256,25 +256,25 @@ void AnswersInsideACallback(Context& context) {
 }
 
 constexpr Check kChecks[] = {
-    {"misuse.unknown-commands", "A command that there is not is answered with success.", Where::compositing,
+    {"misuse.unknown-commands", "An unknown command is answered with success.", Where::compositor,
      AnswersUnknownCommands},
-    {"misuse.unknown-untouched", "A command that there is not changes and calls nothing.", Where::compositing,
+    {"misuse.unknown-untouched", "An unknown command changes nothing and calls nothing.", Where::compositor,
      LeavesUnknownCommandsAlone},
-    {"misuse.negative-commands", "A negative command is answered with success, and changes and calls nothing.",
-     Where::compositing, AnswersNegativeCommands},
-    {"misuse.unknown-host", "A host of an unknown application id can set the effect up.", Where::compositing,
+    {"misuse.negative-commands", "A negative command is answered with success, changes nothing and calls nothing.",
+     Where::compositor, AnswersNegativeCommands},
+    {"misuse.unknown-host", "A host with an unknown application id can set the effect up.", Where::compositor,
      ServesStrangeHosts},
-    {"misuse.unknown-host-params", "A host of an unknown application id gets the same parameters.",
-     Where::compositing, OffersStrangeHostsTheSame},
+    {"misuse.unknown-host-params", "A host with an unknown application id gets the same parameters as a known one.",
+     Where::compositor, OffersStrangeHostsTheSame},
     {"misuse.no-out-data",
      "Beyond the protocol: a set-up or set-down command without a record for the answer does no harm.", Where::both,
      LivesWithoutOutData},
     {"misuse.no-suites", "A host without suites can set the effect and its instances up and down.", Where::both,
      LivesWithoutSuites},
-    {"misuse.no-extra", "Beyond the protocol: a smart command without its record is refused.", Where::compositing,
+    {"misuse.no-extra", "Beyond the protocol: a smart command without its record is refused.", Where::compositor,
      RefusesSmartRenderWithoutRecord},
     {"misuse.empty-extra", "Beyond the protocol: a smart command whose record holds null pointers is refused.",
-     Where::compositing, RefusesSmartRenderWithEmptyRecord},
+     Where::compositor, RefusesSmartRenderWithEmptyRecord},
     {"misuse.no-params", "Beyond the protocol: a plain render without parameters is refused.", Where::both,
      RefusesRenderWithoutParams},
     {"misuse.no-input", "A frame without an input world does no harm.", Where::both,
@@ -285,8 +285,8 @@ constexpr Check kChecks[] = {
      LivesBeforeGlobalSetup},
     {"misuse.set-up-again", "The effect can be set up again after each global set-down.", Where::both, SetsUpAgain},
     {"misuse.set-down-twice", "A second global set-down succeeds.", Where::both, SetsDownTwice},
-    {"misuse.nested-command", "A command that arrives in the middle of another is answered.", Where::both,
-     AnswersInsideACallback},
+    {"misuse.nested-command", "The effect answers a command that arrives while it handles another one.",
+     Where::both, AnswersInsideACallback},
 };
 
 }  // namespace

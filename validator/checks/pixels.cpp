@@ -1,4 +1,4 @@
-// Pixels: each depth, every size, and the numbers that occur in them.
+// Every depth of pixels, every size, and unusual values in pixels.
 //
 // Each check renders at the size that signs.h gives it.
 #include <array>
@@ -18,7 +18,7 @@ namespace {
 using refhost::WorldLayout;
 using signs::SizeOf;
 
-// One poison shows through wherever nothing was written, the other where it happens to be the right answer.
+// Renders with two poisons, because a pixel that is not written may by chance hold the right value in one of them.
 void ExpectWritten(Context& context, Scene& scene, Frame& frame) {
     const auto first = scene.Picture(frame, 0xA5);
     ExpectSame(context, scene.Picture(frame, 0x5A), first, frame.output.layout(), "what was in the output shows");
@@ -63,7 +63,7 @@ void StaysFinite(Context& context) {
         context.Require(std::isfinite(channel), "a channel is not finite though all of the input is");
 }
 
-// The average of each channel, white being 1.
+// The average of each channel. White is 1.
 std::array<double, 4> Averages(const std::vector<std::byte>& pixels, int bytesPerPixel) {
     std::array<double, 4> sums{};
     const std::size_t channel = static_cast<std::size_t>(bytesPerPixel) / 4, channels = pixels.size() / channel;
@@ -106,8 +106,8 @@ void DepthsAgree(Context& context) {
 
 // ---- Float values ---------------------------------------------------------------------------------------------
 
-// In every channel, each in a pixel of its own, in an ordinary picture. Any result will do that the effect gives
-// twice; what is asked is that it comes, and that nothing beside it is hurt.
+// Puts each value into each channel of different pixels of an ordinary picture. The effect may render anything, but
+// twice the same, and must not damage anything else.
 void ExpectRenders(Context& context, const std::vector<float>& values) {
     Scene scene(context);
     Frame frame(Scene::Layout(FormatOf(context, scene, 16), context.size()));
@@ -150,7 +150,7 @@ void TakesDenormal(Context& context) {
 
 // ---- Sizes ----------------------------------------------------------------------------------------------------
 
-// Tens of thousands of rows would be as many records of calls.
+// Each of tens of thousands of rows would be a record of a call.
 refhost::HostOptions WithoutRecords(const Context& context) {
     auto options = context.HostOptions();
     options.recordCalls = false;
@@ -191,10 +191,10 @@ void HasInputOf(Context& context) {
     }
 }
 
-constexpr signs::Size kHuge = SizeOf("pixels.past-2-gib");  // in the deepest format
+constexpr signs::Size kHuge = SizeOf("pixels.past-2-gib");  // in 32-bit float
 
-// A wide frame, whose first and last rows hold a picture and all between them is empty, since pages
-// that nobody writes take no memory.
+// A wide frame. Only the first and last rows of the input hold a picture, because pages that nobody writes take no
+// memory.
 class WideFrame {
 public:
     static constexpr int kWidth = kHuge.width;
@@ -208,7 +208,7 @@ public:
         std::memcpy(input_.begin() + Bytes() - pixels.size(), pixels.data(), pixels.size());
     }
 
-    // With the parameters at their defaults. Gives the first and the last row.
+    // Renders with the parameters' defaults. Returns the first and the last row.
     std::array<std::vector<std::byte>, 2> Render(Scene& scene, int poison) {
         const std::size_t last = Bytes() - RowBytes();
         for (const std::size_t at : {std::size_t{0}, last})
@@ -244,8 +244,8 @@ private:
     platform::MappedMemory input_, output_;
 };
 
-// Worlds of 2.16 GB each. An effect that draws the ends of two small frames alike, whatever lies between them, has
-// to draw those of the large one so as well; of any other effect it is only asked that it writes them.
+// Each world has 2.16 GB. If the effect draws the same first and last rows in two small frames of different
+// heights, it must draw these rows in the large frame, too. If not, it must only write them.
 void HasHugeFrame(Context& context) {
     constexpr std::int64_t kWorld = std::int64_t{kHuge.width} * kHuge.height * 16,
                            kNeeded = 4 * kWorld;  // an effect may keep two copies of its own
@@ -274,22 +274,21 @@ constexpr Check kChecks[] = {
     {"pixels.written-8-bit", "In 8 bits every output pixel is written, whatever was there before.", Where::both,
      IsWritten<4>},
     {"pixels.written-16-bit", "In 16 bits every output pixel is written, whatever was there before.",
-     Where::compositing, IsWritten<8>},
+     Where::compositor, IsWritten<8>},
     {"pixels.written-float", "In 32-bit float every output pixel is written, whatever was there before.",
-     Where::compositing, IsWritten<16>},
-    {"pixels.white-16-bit", "In 16 bits no output channel exceeds white, which is 32768.", Where::compositing,
+     Where::compositor, IsWritten<16>},
+    {"pixels.white-16-bit", "In 16 bits no output channel exceeds white, which is 32768.", Where::compositor,
      StaysBelowWhite16},
-    {"pixels.finite", "A float picture of ordinary values gives finite values.", Where::compositing, StaysFinite},
-    {"pixels.depths-agree", "The same picture has the same average colour in every depth, to 2 per cent.",
-     Where::compositing, DepthsAgree},
-    {"pixels.below-zero", "Float values below 0 are rendered.", Where::compositing, TakesBelowZero},
-    {"pixels.above-one", "Float values above 1, to the largest, are rendered.", Where::compositing, TakesAboveOne},
-    {"pixels.infinite", "Infinite float values are rendered.", Where::compositing, TakesInfinite},
-    {"pixels.not-a-number", "Float values that are not a number are rendered.", Where::compositing,
-     TakesNotANumber},
-    {"pixels.signalling", "Float values that signal when they are used are rendered.", Where::compositing,
+    {"pixels.finite", "A float picture of ordinary values gives finite values.", Where::compositor, StaysFinite},
+    {"pixels.depths-agree", "The same picture has the same average colour in every depth, within 2 per cent.",
+     Where::compositor, DepthsAgree},
+    {"pixels.below-zero", "Float values below 0 are rendered.", Where::compositor, TakesBelowZero},
+    {"pixels.above-one", "Float values above 1, to the largest, are rendered.", Where::compositor, TakesAboveOne},
+    {"pixels.infinite", "Infinite float values are rendered.", Where::compositor, TakesInfinite},
+    {"pixels.not-a-number", "Float values that are quiet NaNs are rendered.", Where::compositor, TakesNotANumber},
+    {"pixels.signalling", "Float values that are signalling NaNs are rendered.", Where::compositor,
      TakesSignalling},
-    {"pixels.denormal", "Denormal float values are rendered.", Where::compositing, TakesDenormal},
+    {"pixels.denormal", "Denormal float values are rendered.", Where::compositor, TakesDenormal},
     {"pixels.one-pixel", "A layer of one pixel is rendered.", Where::both, HasSize},
     {"pixels.one-row", "A layer of one row is rendered.", Where::both, HasSize},
     {"pixels.one-column", "A layer of one column is rendered.", Where::both, HasSize},
@@ -299,8 +298,8 @@ constexpr Check kChecks[] = {
     {"pixels.long-column", "A layer of 1 x 30,000 pixels is rendered.", Where::both, HasSize},
     {"pixels.larger-input", "The input may be larger than the output.", Where::both, HasInputOf<31, 23>},
     {"pixels.larger-output", "The output may be larger than the input.", Where::both, HasInputOf<15, 10>},
-    {"pixels.past-2-gib", "A frame whose worlds pass 2 GiB is rendered to its ends.", Where::compositing,
-     HasHugeFrame, Kind::slow},
+    {"pixels.past-2-gib", "A frame whose worlds are larger than 2 GiB is rendered from its first to its last row.",
+     Where::compositor, HasHugeFrame, Kind::slow},
 };
 static_assert(signs::EachHasSize(kChecks, &Check::id));
 

@@ -1,4 +1,4 @@
-// Pre-render: what the effect answers, and what it leaves to the render.
+// What the effect answers to a pre-render, and what it keeps for the render.
 #include <atomic>
 #include <climits>
 #include <cstdint>
@@ -39,7 +39,7 @@ struct Smart {
         if (scene.path() != RenderPath::smart) context.NotApplicable("the effect declares no smart render");
     }
 
-    // Pre-render alone; a code ends the check.
+    // Sends pre-render without a render. A code ends the check.
     refhost::RenderResult PreRender() {
         scene.host.account().Reset();
         auto result = frame.Render(scene.host, scene.instance, RenderPath::smart, false);
@@ -121,7 +121,7 @@ void TakesFarRequests(Context& context) {
 
 void TakesEmptyRequest(Context& context) {
     Smart smart(context);
-    smart.frame.withOutput = false;  // an empty request stays empty without an output
+    smart.frame.withOutput = false;  // with an output the host would request its whole area
     const auto out = smart.PreRender().preRenderOutput;
     context.Expect(IsOrdered(out.result_rect) && IsOrdered(out.max_result_rect),
                    "the rectangles are " + Text(out.result_rect) + " and " + Text(out.max_result_rect));
@@ -263,7 +263,7 @@ void MayComeTwice(Context& context) {
     ExpectSame(smart, expected, "after three pre-renders");
 }
 
-// A whole other frame between the pre-render and the render of this one, as when a host plans ahead.
+// A host that plans ahead renders another frame between the pre-render and the render of this one.
 void MayBeFollowedByOther(Context& context) {
     Smart smart(context);
     const auto expected = smart.scene.Picture(smart.frame);
@@ -294,50 +294,50 @@ void ReadsEachLayerOnce(Context& context) {
 }
 
 constexpr Check kChecks[] = {
-    {"prerender.result-in-maximum", "The result rectangle lies inside the maximal one.", Where::compositing,
+    {"prerender.result-in-maximum", "The result rectangle lies inside the maximal rectangle.", Where::compositor,
      ResultIsInMaximum},
     {"prerender.result-in-request",
-     "The result rectangle lies inside the request unless extra pixels are announced.", Where::compositing,
+     "The result rectangle lies inside the request unless extra pixels are announced.", Where::compositor,
      ResultIsInRequest},
-    {"prerender.maximum-fixed", "The maximal rectangle does not depend on the request.", Where::compositing,
+    {"prerender.maximum-fixed", "The maximal rectangle does not depend on the request.", Where::compositor,
      MaximumIsFixed},
-    {"prerender.old-rectangles", "Rectangles that are in the record on entry make no difference.",
-     Where::compositing, IgnoresOldRectangles},
-    {"prerender.far-request", "A request as large as numbers go is answered by proper rectangles.",
-     Where::compositing, TakesFarRequests},
-    {"prerender.empty-request", "An empty request is answered with success.", Where::compositing,
-     TakesEmptyRequest},
-    {"prerender.empty-layer", "A layer without pixels is answered with success.", Where::compositing,
+    {"prerender.old-rectangles", "Rectangles that are in the record on entry do not change the answer.",
+     Where::compositor, IgnoresOldRectangles},
+    {"prerender.far-request",
+     "A request as large as 32-bit numbers allow is answered with rectangles whose edges are in order.",
+     Where::compositor, TakesFarRequests},
+    {"prerender.empty-request", "An empty request is answered with success.", Where::compositor, TakesEmptyRequest},
+    {"prerender.empty-layer", "A layer without pixels is answered with success.", Where::compositor,
      TakesEmptyLayer},
-    {"prerender.repeatable", "The same question has the same answer.", Where::compositing, IsRepeatable},
-    {"prerender.field", "The input is asked for in the field that the host wants.", Where::compositing,
+    {"prerender.repeatable", "Two pre-renders of the same frame give the same answer.", Where::compositor,
+     IsRepeatable},
+    {"prerender.field", "Pre-render asks for the input in the field that the host wants.", Where::compositor,
      PassesField},
-    {"prerender.channels", "The input is asked for with every channel that the host wants.", Where::compositing,
+    {"prerender.channels", "Pre-render asks for every channel of the input that the host wants.", Where::compositor,
      PassesChannels},
-    {"prerender.colour-of-clear",
-     "The input is asked for with its colour under zero alpha where the host wants that.", Where::compositing,
-     PassesColourOfClear},
-    {"prerender.one-id", "Each layer is announced under a check-out id of its own.", Where::compositing,
+    {"prerender.colour-of-clear", "Pre-render asks for the colour of clear input pixels if the host wants it.",
+     Where::compositor, PassesColourOfClear},
+    {"prerender.one-id", "Pre-render checks out each layer under a different id.", Where::compositor,
      NamesEachCheckoutOnce},
-    {"prerender.no-pixel", "Pre-render touches no pixel.", Where::compositing, TouchesNoPixel},
-    {"prerender.parameters", "Pre-render checks in every parameter that it checks out.", Where::compositing,
+    {"prerender.no-pixel", "Pre-render touches no pixel.", Where::compositor, TouchesNoPixel},
+    {"prerender.parameters", "Pre-render checks in every parameter that it checks out.", Where::compositor,
      ChecksParametersIn},
-    {"prerender.suites", "Pre-render releases every suite that it acquires.", Where::compositing, ReleasesSuites},
-    {"prerender.unlocked", "What pre-render leaves to the render is not locked.", Where::compositing,
-     LeavesNothingLocked},
-    {"prerender.delete-function", "What pre-render leaves to the render comes with a function that deletes it.",
-     Where::compositing, HasDeleteFunction},
-    {"prerender.no-render", "Pre-render without a render, 50 times, leaves no memory behind.", Where::compositing,
+    {"prerender.suites", "Pre-render releases every suite that it acquires.", Where::compositor, ReleasesSuites},
+    {"prerender.unlocked", "Pre-render does not leave the data that it keeps for the render locked.",
+     Where::compositor, LeavesNothingLocked},
+    {"prerender.delete-function",
+     "Pre-render gives the host a function that deletes the data that it keeps for the render.", Where::compositor,
+     HasDeleteFunction},
+    {"prerender.no-render", "50 pre-renders without a render leave no memory behind.", Where::compositor,
      NeedsNoRender},
-    {"prerender.no-message", "A pre-render that succeeds asks for no message.", Where::compositing, SaysNothing},
-    {"prerender.thrice", "Further pre-renders before a render make no difference to it.", Where::compositing,
+    {"prerender.no-message", "A pre-render that succeeds asks for no message.", Where::compositor, SaysNothing},
+    {"prerender.thrice", "More than one pre-render before a render does not change the picture.", Where::compositor,
      MayComeTwice},
-    {"prerender.order", "Another frame between pre-render and render makes no difference to it.",
-     Where::compositing, MayBeFollowedByOther},
-    {"prerender.announced", "The render reads no layer that pre-render has not announced.", Where::compositing,
+    {"prerender.order", "Another frame between pre-render and render does not change the picture.",
+     Where::compositor, MayBeFollowedByOther},
+    {"prerender.announced", "The render reads only layers that pre-render has checked out.", Where::compositor,
      ReadsWhatItAnnounced},
-    {"prerender.read-once", "The render fetches each announced layer once.", Where::compositing,
-     ReadsEachLayerOnce},
+    {"prerender.read-once", "The render fetches each layer once.", Where::compositor, ReadsEachLayerOnce},
 };
 static_assert(signs::EachHasSize(kChecks, &Check::id));
 

@@ -1,4 +1,4 @@
-// What the effect tells a host that scans its plug-ins.
+// What the effect tells a host that scans plug-ins.
 #include <algorithm>
 #include <optional>
 #include <tuple>
@@ -84,7 +84,7 @@ void HasApiForThreads(Context& context) {
 
 // ---- The callback ---------------------------------------------------------------------------------------------
 
-// A scan by hand: what the effect passes to the callback, and what becomes of the callback's answer.
+// A scan with a callback of our own, which sees what the effect passes, and chooses the answer.
 struct ByHand {
     PF_Err answer = PF_Err_NONE;
     PF_Err result = PF_Err_NONE;
@@ -157,26 +157,27 @@ constexpr Check kChecks[] = {
      Kind::gate},
     {"registration.once", "One scan registers one effect, by one call of the host's callback.", Where::both,
      RegistersOnce},
-    {"registration.name", "The name has 1 to 31 characters, none of them a control character.", Where::compositing,
+    {"registration.name", "The name has 1 to 31 characters, none of them a control character.", Where::compositor,
      HasName},
     {"registration.category", "The category has 1 to 31 characters, none of them a control character.",
-     Where::compositing, HasCategory},
-    {"registration.match-name", "The match name has 1 to 31 characters of printable ASCII.", Where::compositing,
+     Where::compositor, HasCategory},
+    {"registration.match-name", "The match name has 1 to 31 characters of printable ASCII.", Where::compositor,
      HasMatchName},
-    {"registration.entry-point", "The registration names the entry point that the file exports.",
-     Where::compositing, NamesTheEntryPoint},
-    {"registration.kind", "The registration is that of an effect.", Where::compositing, IsAnEffect},
-    {"registration.api-version", "The effect interface is version 13, which is what hosts load.",
-     Where::compositing, HasApiVersion},
-    {"registration.api-for-threads", "Who declares threaded rendering asks for effect interface 13.25 or later.",
-     Where::both, HasApiForThreads},
-    {"registration.record-passed", "The callback gets the record that the host passed.", Where::compositing,
+    {"registration.entry-point", "The registration names the entry point that the file exports.", Where::compositor,
+     NamesTheEntryPoint},
+    {"registration.kind", "The plug-in registers as an effect.", Where::compositor, IsAnEffect},
+    {"registration.api-version", "The effect interface is version 13, which is what hosts load.", Where::compositor,
+     HasApiVersion},
+    {"registration.api-for-threads",
+     "An effect that declares threaded rendering asks for effect interface 13.25 or later.", Where::both,
+     HasApiForThreads},
+    {"registration.record-passed", "The effect passes the host's own record to the callback.", Where::compositor,
      PassesTheRecord},
-    {"registration.answer-passed", "The callback's answer is registration's result, whatever it is.",
-     Where::compositing, PassesTheAnswer},
-    {"registration.repeatable", "Every scan, in every host, registers the same.", Where::compositing, IsRepeatable},
-    {"registration.holds-nothing", "A scan leaves nothing of the host's in the effect's hands.", Where::both,
-     HoldsNothing},
+    {"registration.answer-passed", "Registration returns whatever code the callback returns.", Where::compositor,
+     PassesTheAnswer},
+    {"registration.repeatable", "Every scan in every host registers the same effect.", Where::compositor,
+     IsRepeatable},
+    {"registration.holds-nothing", "After a scan the effect holds nothing of the host.", Where::both, HoldsNothing},
 };
 
 }  // namespace

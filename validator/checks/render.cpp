@@ -1,4 +1,4 @@
-// Rendering: what the effect leaves alone, and under which circumstances it still renders.
+// What a render must not change, and the circumstances in which it must work.
 //
 // Each check renders at the size that signs.h gives it.
 #include <cstdint>
@@ -14,7 +14,7 @@ namespace {
 
 using refhost::WorldLayout;
 
-// One frame in each format.
+// Calls `attempt` with one frame in each format.
 template <typename Try>
 void InEachFormat(Context& context, Try attempt) {
     Scene scene(context);
@@ -26,7 +26,7 @@ void InEachFormat(Context& context, Try attempt) {
 
 // ---- Left alone -----------------------------------------------------------------------------------------------
 
-// Scene::Render reports whatever was damaged; each of these looks for what no other does.
+// Scene::Render reports what was damaged. The control of each of these checks damages something else.
 void KeepsInput(Context& context) {
     InEachFormat(context, [](Scene& scene, Frame& frame) { scene.Picture(frame); });
 }
@@ -106,7 +106,7 @@ void IsSameInANewInstance(Context& context) {
     });
 }
 
-// A layer drawn by two instances by turns.
+// Two instances render the same layer in turn.
 void InstancesAreApart(Context& context) {
     InEachFormat(context, [&](Scene& scene, Frame& frame) {
         const auto first = scene.Picture(frame);
@@ -131,7 +131,7 @@ void ForgetsOtherFrames(Context& context) {
     });
 }
 
-// The host renders by the other path, as other hosts do.
+// The host also renders by the other path, which is what other hosts do.
 void SmartAndPlainAgree(Context& context) {
     Scene scene(context);
     if (scene.path() != RenderPath::smart) context.NotApplicable("the effect declares no smart render");
@@ -155,7 +155,7 @@ void RendersDefaults(Context& context) {
 
 // ---- Circumstances --------------------------------------------------------------------------------------------
 
-// Rendered, and the same from whatever was in the output.
+// The frame must render, and what was in the output before must not change the picture.
 void ExpectRenders(Context& context, void (*change)(Frame&)) {
     InEachFormat(context, [&](Scene& scene, Frame& frame) {
         change(frame);
@@ -205,7 +205,7 @@ void RendersFromOrigin(Context& context) {
 
 // ---- Nothing to render ----------------------------------------------------------------------------------------
 
-// Any code will do: what is asked is that it comes back, with everything in order.
+// Any code is right, but nothing may be damaged, and the next frame must render.
 void ExpectReturns(Context& context, Scene& scene, Frame& frame) {
     scene.host.account().Reset();
     frame.Render(scene.host, scene.instance, scene.path());
@@ -240,43 +240,44 @@ constexpr Check kChecks[] = {
     {"render.input-unchanged", "A render leaves the input's pixels as they are.", Where::both, KeepsInput},
     {"render.records-unchanged", "A render leaves the host's records of the worlds as they are.", Where::both,
      KeepsRecords},
-    {"render.parameters-unchanged", "A plain render leaves the host's parameter array as it is.", Where::editing,
+    {"render.parameters-unchanged", "A plain render leaves the host's parameter array as it is.", Where::editor,
      KeepsParameters},
     {"render.sequence-data-unchanged", "A render leaves the sequence data as they are.", Where::both,
      KeepsSequenceData},
-    {"render.float-state", "A render leaves rounding, flushing and trapping of floating-point numbers alone.",
-     Where::both, KeepsFloatState},
+    {"render.float-state",
+     "A render does not change the rounding, flushing and trapping of floating-point numbers.", Where::both,
+     KeepsFloatState},
     {"render.holds-nothing", "A render gives back every suite, handle, world and parameter.", Where::both,
      HoldsNothing},
     {"render.no-message", "A render that succeeds asks for no message.", Where::both, SaysNothing},
     {"render.repeatable", "The same frame rendered again is the same picture.", Where::both, IsRepeatable},
     {"render.new-instance", "A new instance with the same values renders the same picture.", Where::both,
      IsSameInANewInstance},
-    {"render.instances-apart", "One instance's render makes no difference to another's.", Where::both,
+    {"render.instances-apart", "A render of one instance does not change the picture of another.", Where::both,
      InstancesAreApart},
-    {"render.frames-apart", "A frame of another time and size makes no difference to the next.", Where::both,
+    {"render.frames-apart", "A frame of another time and size does not change the next frame.", Where::both,
      ForgetsOtherFrames},
-    {"render.smart-and-plain", "Smart and plain render give the same picture.", Where::compositing,
+    {"render.smart-and-plain", "Smart and plain render give the same picture.", Where::compositor,
      SmartAndPlainAgree},
-    {"render.defaults", "The declared defaults render.", Where::both, RendersDefaults},
+    {"render.defaults", "A frame with the declared defaults renders.", Where::both, RendersDefaults},
     {"render.time-zero", "A frame at time 0 renders.", Where::both, RendersAt<0, 1>},
     {"render.time-negative", "A frame before time 0 renders.", Where::both, RendersAt<-1001, 1>},
-    {"render.time-latest", "A frame at the latest time there is renders.", Where::both, RendersAt<kLatest, 1>},
-    {"render.time-earliest", "A frame at the earliest time there is renders.", Where::both,
+    {"render.time-latest", "A frame at the latest possible time renders.", Where::both, RendersAt<kLatest, 1>},
+    {"render.time-earliest", "A frame at the earliest possible time renders.", Where::both,
      RendersAt<kEarliest, 1>},
     {"render.step-zero", "A still frame, whose time step is 0, renders.", Where::both, RendersAt<10, 0>},
     {"render.step-negative", "A frame of a layer played backwards renders.", Where::both, RendersAt<10, -1>},
     {"render.half-resolution", "A frame at half the resolution renders.", Where::both, RendersReduced<1, 2, 1, 2>},
     {"render.unequal-resolution", "Resolutions that differ in x and y render.", Where::both,
      RendersReduced<1, 2, 1, 3>},
-    {"render.wide-pixels", "Pixels wider than high render.", Where::both, RendersAspect<2, 1>},
-    {"render.narrow-pixels", "Pixels narrower than high render.", Where::both, RendersAspect<10, 11>},
-    {"render.input-origin", "An input that starts elsewhere than the layer renders.", Where::both,
+    {"render.wide-pixels", "Pixels that are wider than high render.", Where::both, RendersAspect<2, 1>},
+    {"render.narrow-pixels", "Pixels that are narrower than high render.", Where::both, RendersAspect<10, 11>},
+    {"render.input-origin", "An input whose origin is not the layer's renders.", Where::both,
      RendersFromOrigin<-4, 3, 0, 0>},
-    {"render.output-origin", "An output that starts elsewhere than the layer renders.", Where::both,
+    {"render.output-origin", "An output whose origin is not the layer's renders.", Where::both,
      RendersFromOrigin<0, 0, 3, -2>},
-    {"render.no-input", "A layer without a world of pixels does no harm.", Where::both, ReturnsWithoutWorld<false>},
-    {"render.no-output", "A smart render without an output world does no harm.", Where::compositing,
+    {"render.no-input", "A layer without an input world does no harm.", Where::both, ReturnsWithoutWorld<false>},
+    {"render.no-output", "A smart render without an output world does no harm.", Where::compositor,
      ReturnsWithoutWorld<true>},
     {"render.empty-input", "An input of no pixels does no harm.", Where::both, ReturnsWithoutPixels<false, true>},
     {"render.empty-output", "An output of no pixels does no harm.", Where::both, ReturnsWithoutPixels<true, false>},

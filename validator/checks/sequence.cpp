@@ -107,7 +107,7 @@ void SetdownFrees(Context& context) {
     });
 }
 
-// The host has the block in both records, which is where it looks.
+// The host puts the block into both records, and afterwards looks into out_data.
 void SetdownClears(Context& context) {
     WithBlock(context, [&](Interview& host, PF_Handle block) {
         host.Prepare();
@@ -128,7 +128,7 @@ void SetdownWithoutData(Context& context) {
 
 void DoesNotGrow(Context& context) {
     constexpr std::int64_t kGrowth = 4096;
-    constexpr int kWarmUp = 4 * kCycles;  // as the host remembers a few thousand handles
+    constexpr int kWarmUp = 4 * kCycles;  // because the host remembers a few thousand handles
     std::array<std::int64_t, 2> used{};
     RequireHeapCount(context);
     InEachHost(context, [&](Interview& host) {
@@ -152,21 +152,20 @@ void DoesNotGrow(Context& context) {
 
 constexpr Check kChecks[] = {
     {"sequence.setup", "Sequence set-up succeeds.", Where::both, Succeeds<PF_Cmd_SEQUENCE_SETUP>},
-    {"sequence.handle", "Sequence data are a handle of the host's, or there are none.", Where::both, IsAHandle},
+    {"sequence.handle", "Sequence data are a handle of the host, or the effect has none.", Where::both, IsAHandle},
     {"sequence.unlocked", "No sequence command leaves a block locked.", Where::both, IsNotLeftLocked},
-    {"sequence.kept-only", "An instance keeps its one block and nothing else of the host's.", Where::both,
+    {"sequence.kept-only", "An instance keeps one block of memory and nothing else of the host.", Where::both,
      KeepsNothingElse},
-    {"sequence.size-told", "The size that set-up tells is not more than is there to save.", Where::both,
-     TellsItsSize},
+    {"sequence.size-told", "Set-up reports at most as many bytes as the block has.", Where::both, TellsItsSize},
     {"sequence.size", "A new instance's block has at most 64 MiB.", Where::both, AreOfSaneSize},
-    {"sequence.setup-again", "Set-up of an instance that has a block leaves it with one.", Where::both,
+    {"sequence.setup-again", "An instance that is set up again still has exactly one block.", Where::both,
      KeepsABlockThatIsThere},
-    {"sequence.apart", "Instances share no block, and the end of one leaves the others alone.", Where::both,
+    {"sequence.apart", "Instances share no block, and the end of one does not change another.", Where::both,
      AreApart},
     {"sequence.resetup-empty", "Re-set-up of an instance without data succeeds.", Where::both,
      Succeeds<PF_Cmd_SEQUENCE_RESETUP>},
     {"sequence.setdown-frees", "Set-down frees the block.", Where::both, SetdownFrees},
-    {"sequence.setdown-clears", "Set-down takes the freed block out of the record.", Where::both, SetdownClears},
+    {"sequence.setdown-clears", "Set-down clears the freed block from the record.", Where::both, SetdownClears},
     {"sequence.setdown-empty", "Set-down of an instance without data succeeds.", Where::both, SetdownWithoutData},
     {"sequence.no-growth", "1,000 instances set up, copied and set down leave the heap as it was.", Where::both,
      DoesNotGrow, Kind::slow},

@@ -1,4 +1,4 @@
-// The data of an instance as hosts save them with projects, copy them and hand them back.
+// The data of an instance, which hosts save with projects, copy and hand back.
 #include <array>
 
 #include "validator/kit/scene.h"
@@ -10,7 +10,7 @@ namespace {
 
 using namespace sequence;
 
-// The host's freed blocks come back as they were, so that what is never written shows.
+// The host gives freed blocks out again with their old bytes, so bytes that the effect never writes differ.
 void AreSavedAlike(Context& context) {
     WithBlock(context, [&](Interview& host, PF_Handle block) {
         host.host.options().keepFreedHandles = true;
@@ -44,7 +44,7 @@ void SavesTheSameAgain(Context& context) {
     });
 }
 
-// The whole life of an instance that begins with these bytes; the effect may refuse them.
+// Runs an instance that begins with these bytes. The effect may refuse them.
 void LiveFrom(Context& context, Interview& host, const Bytes& bytes) {
     context.AddPoints(1);
     PF_Handle block = host.NewBlock(bytes);
@@ -89,7 +89,7 @@ void TakesGarbage(Context& context) {
     });
 }
 
-// As a host does for a copy of a layer: handed back, and handed back once more.
+// For a copy of a layer a host hands the saved data back twice.
 void RendersFromSavedData(Context& context) {
     Scene scene(context);
     Frame frame(Scene::Layout(scene.formats().front()));
@@ -117,7 +117,7 @@ void Flattens(Context& context) {
     });
 }
 
-// Sent while the instance renders, so its block has to stay as it is.
+// The host may send this command while the instance renders, so the instance's block must not change.
 void GivesAFlatCopy(Context& context) {
     WithBlock(context, [&](Interview& host, PF_Handle block) {
         const Bytes before = host.Bytes(block);
@@ -133,17 +133,19 @@ void GivesAFlatCopy(Context& context) {
 
 constexpr Check kChecks[] = {
     {"sequence.saved-alike", "New instances are saved with the same bytes.", Where::both, AreSavedAlike},
-    {"sequence.resetup", "Re-set-up takes the data that the effect itself has left.", Where::both, TakesSavedData},
-    {"sequence.resetup-same", "What is loaded and saved again is the same.", Where::both, SavesTheSameAgain},
-    {"sequence.resetup-short", "Data cut short do no harm.", Where::both, TakesShortData},
+    {"sequence.resetup", "Re-set-up accepts the data that the effect itself has saved.", Where::both,
+     TakesSavedData},
+    {"sequence.resetup-same", "Data that are loaded and saved again are the same.", Where::both, SavesTheSameAgain},
+    {"sequence.resetup-short", "Truncated data do no harm.", Where::both, TakesShortData},
     {"sequence.resetup-foreign", "The data of another effect do no harm.", Where::both, TakesForeignData},
     {"sequence.resetup-garbage", "Random data of the right size do no harm.", Where::both, TakesGarbage},
-    {"sequence.resetup-renders", "An instance from saved data renders as the one that was saved.", Where::both,
-     RendersFromSavedData},
-    {"sequence.flatten", "The flatten command leaves a block that re-set-up takes, whether asked for or not.",
+    {"sequence.resetup-renders", "An instance from saved data renders the same picture as the saved instance.",
+     Where::both, RendersFromSavedData},
+    {"sequence.flatten",
+     "The flatten command leaves a block that re-set-up accepts, even if the effect did not ask for the command.",
      Where::both, Flattens},
-    {"sequence.flat-copy", "Whoever asks for flattened data leaves the instance as it is.", Where::both,
-     GivesAFlatCopy},
+    {"sequence.flat-copy", "A host that asks for a flat copy of the data finds the instance as it was.",
+     Where::both, GivesAFlatCopy},
 };
 
 }  // namespace

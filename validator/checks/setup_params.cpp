@@ -23,7 +23,7 @@ void InEachSetUp(Context& context, const auto& ask) {
     });
 }
 
-// Every parameter that hosts of any version are told of; those that are the same for all of them once.
+// The parameters that hosts of all versions get. A parameter that is the same in all of them appears once.
 std::vector<AddedParam> Params(Context& context) {
     std::vector<AddedParam> params;
     InEachSetUp(context, [&](const Interview& interview) {
@@ -36,7 +36,7 @@ std::vector<AddedParam> Params(Context& context) {
     return params;
 }
 
-// Those of one type, which `member` is the definition of.
+// Calls `ask` for the parameters of one type. `member` is the part of the definition that the type uses.
 template <auto member, typename Ask>
 void ForEach(Context& context, PF_ParamType type, Ask ask) {
     for (const AddedParam& param : Params(context)) {
@@ -248,7 +248,7 @@ void AreTheSameAgain(Context& context) {
     });
 }
 
-// The first commands of this process.
+// These are the first commands of this process.
 void AreTheSameInAnyOrder(Context& context) {
     std::vector<std::vector<AddedParam>> alone;
     InEachVersion(context, [&](Interview& interview) {
@@ -274,41 +274,44 @@ void AreTheSameInBothHosts(Context& context) {
 }
 
 constexpr Check kChecks[] = {
-    {"setup.params-counted", "The number of parameters that set-up reports is that of those added and one.",
-     Where::both, CountsThem},
-    {"setup.params-appended", "Parameters are appended, in the order of their indices.", Where::compositing,
+    {"setup.params-counted",
+     "Set-up reports one parameter more than it adds, because the input layer counts as one.", Where::both,
+     CountsThem},
+    {"setup.params-appended", "Parameters are appended in the order of their indices.", Where::compositor,
      AppendsThem},
     {"setup.params-repeatable", "Parameter set-up adds the same parameters each time.", Where::both,
      AreTheSameAgain},
     {"setup.params-any-order", "The parameters do not depend on a global set-up that came before.", Where::both,
      AreTheSameInAnyOrder},
     {"setup.params-in-both", "Both hosts get the same parameters, so that projects move between them.",
-     Where::compositing, AreTheSameInBothHosts},
-    {"setup.types", "Every parameter is of a type that hosts have.", Where::compositing, HasKnownTypes},
-    {"setup.ids-unique", "No two parameters have the same id.", Where::compositing, HasUniqueIds},
-    {"setup.ids-in-range", "Parameter ids are from 1 to 9999.", Where::compositing, HasIdsInRange},
-    {"setup.names", "Every parameter has a name of 1 to 31 bytes and its end.", Where::compositing, HasNames},
+     Where::compositor, AreTheSameInBothHosts},
+    {"setup.types", "Hosts have the type of every parameter.", Where::compositor, HasKnownTypes},
+    {"setup.ids-unique", "No two parameters have the same id.", Where::compositor, HasUniqueIds},
+    {"setup.ids-in-range", "Parameter ids are from 1 to 9999.", Where::compositor, HasIdsInRange},
+    {"setup.names", "Every parameter has a name of 1 to 31 bytes and a zero byte after it.", Where::compositor,
+     HasNames},
     {"setup.names-printable", "Parameter names are printable ASCII, which every system reads alike.",
-     Where::compositing, HasPrintableNames},
-    {"setup.slider-finite", "Every number of a slider's definition is finite.", Where::compositing,
+     Where::compositor, HasPrintableNames},
+    {"setup.slider-finite", "Every number of a slider's definition is finite.", Where::compositor,
      SlidersAreFinite},
-    {"setup.slider-range", "A slider's end lies above its start.", Where::compositing, SlidersHaveRanges},
-    {"setup.slider-valid", "What a slider reaches lies inside what may be typed.", Where::compositing,
-     SlidersStayValid},
-    {"setup.slider-default", "A slider's default lies inside what may be typed.", Where::compositing,
-     SlidersStartValid},
-    {"setup.slider-decimals", "A slider shows none to four decimals.", Where::compositing, SlidersShowDecimals},
-    {"setup.popup-entries", "A menu has as many entries as it counts.", Where::compositing, PopupsHaveAllEntries},
-    {"setup.popup-empty-entry", "No entry of a menu is empty.", Where::compositing, PopupsHaveNoEmptyEntry},
+    {"setup.slider-range", "The upper end of a slider lies above its lower end.", Where::compositor,
+     SlidersHaveRanges},
+    {"setup.slider-valid", "The range of a slider lies inside the range of values that may be typed.",
+     Where::compositor, SlidersStayValid},
+    {"setup.slider-default", "The default of a slider lies inside the range of values that may be typed.",
+     Where::compositor, SlidersStartValid},
+    {"setup.slider-decimals", "A slider shows at most four decimals.", Where::compositor, SlidersShowDecimals},
+    {"setup.popup-entries", "A menu has as many entries as it counts.", Where::compositor, PopupsHaveAllEntries},
+    {"setup.popup-empty-entry", "No entry of a menu is empty.", Where::compositor, PopupsHaveNoEmptyEntry},
     {"setup.popup-printable", "Menu entries are printable ASCII, which every system reads alike.",
-     Where::compositing, PopupsArePrintable},
-    {"setup.popup-default", "A menu's default is one of its choices, which hosts count from 1.", Where::compositing,
+     Where::compositor, PopupsArePrintable},
+    {"setup.popup-default", "A menu's default is one of its choices, which hosts count from 1.", Where::compositor,
      PopupsStartAtAnEntry},
-    {"setup.point-default", "A point that cannot leave the layer starts inside it.", Where::compositing,
+    {"setup.point-default", "A point that cannot leave the layer starts inside it.", Where::compositor,
      PointsStartInside},
-    {"setup.union-zeroed", "A definition is zero behind the part that its type has.", Where::compositing,
+    {"setup.union-zeroed", "A definition is zero after the part that its type uses.", Where::compositor,
      UnionsAreZeroed},
-    {"setup.unused-zeroed", "A definition's unused and reserved fields are zero.", Where::compositing,
+    {"setup.unused-zeroed", "A definition's unused and reserved fields are zero.", Where::compositor,
      UnusedFieldsAreZeroed},
 };
 

@@ -1,4 +1,4 @@
-// Several threads: the host's, those of its iterations and the effect's own.
+// Threads of the host, threads of its iterations, and the effect's own threads.
 #include <algorithm>
 #include <atomic>
 #include <deque>
@@ -64,7 +64,7 @@ void WhileOthersAreSetUp(Context& context) {
     context.ExpectNone(scene.host.account().Misuse(), "misuse");
 }
 
-constexpr PF_Err kStopped = 77;  // a code that no effect has of its own
+constexpr PF_Err kStopped = 77;  // a code that effects do not use themselves
 
 thread_local bool t_aborts = false;
 
@@ -87,7 +87,7 @@ void AbortsAlone(Context& context) {
     }
 }
 
-// Two renders wait for one another in the first callback of each kind that a render makes.
+// Two renders wait for each other in a callback, once for each kind of callback that a render makes.
 void WaitForEachOther(Context& context) {
     auto options = context.HostOptions();
     options.iterationThreads = 1;
@@ -112,7 +112,7 @@ void WaitForEachOther(Context& context) {
             waited = false;
             crowd.Render(i);
         });
-        scene.host.options().faults = nullptr;  // what it refers to ends here
+        scene.host.options().faults = nullptr;  // because the variables that it refers to end here
         context.AddPoints(1);
         if (!context.Expect(met, "while one render is in " + std::string(Name(kind)) + ", no other gets there"))
             return;
@@ -126,7 +126,7 @@ void RequireRows(Context& context, Scene& scene) {
         context.NotApplicable("the effect does not iterate by the host");
 }
 
-// The frame's picture with one iteration thread that takes rows in ascending order.
+// Renders with one iteration thread, which takes the rows in ascending order.
 std::vector<std::byte> OneByOne(Scene& scene, Frame& frame) {
     scene.host.options().iterationThreads = 1;
     scene.host.options().rowOrder = 0;
@@ -153,7 +153,7 @@ void RowsInAnyOrder(Context& context) {
     }
 }
 
-// No row begins before each of the threads has got one.
+// Each thread waits with its first row until all other threads have a row, too.
 void RowsOnManyThreads(Context& context) {
     Scene scene(context);
     for (const PF_PixelFormat format : scene.formats()) {
@@ -185,7 +185,7 @@ void RowsOnManyThreads(Context& context) {
     }
 }
 
-// A render that gives up at once would leave everything as it was.
+// A render must succeed here, because a render that gives up at once would change nothing.
 void RequireRender(Context& context, Scene& scene, Frame& frame) {
     const PF_Err code = CodeOf(frame.Render(scene.host, scene.instance, scene.path()));
     context.Require(code == PF_Err_NONE,
@@ -234,7 +234,7 @@ void OnAnyThread(Context& context) {
     Scene scene(context);
     refhost::Instance instance(scene.host);
     Frame frame(Scene::Layout(scene.formats().front(), context.size()));
-    // All three live until the end, since a thread's number may be the next one's.
+    // All three threads live until the end, because a new thread may get the number of an ended one.
     Meeting end(3);
     std::deque<Meeting> meetings;
     std::vector<std::thread> threads;
@@ -257,7 +257,7 @@ void OnAnyThread(Context& context) {
     context.ExpectNone(scene.host.account().Outstanding(), "kept");
 }
 
-// Hosts keep no threads for ever: each of these renders one frame and ends.
+// Each thread renders one frame and ends, because hosts do not keep threads for ever.
 void ThreadsComeAndGo(Context& context) {
     constexpr int kComing = 1000, kWarmUps = 50;
     RequireHeapCount(context);
@@ -274,7 +274,7 @@ void ThreadsComeAndGo(Context& context) {
             }).join();
         }
     };
-    // The host remembers some thousand handles that it has freed.
+    // Fills the list of freed handles that the host keeps.
     for (int i = 0; i < 5000; ++i)
         scene.host.DisposeHandle(scene.host.NewHandle(1));
     comeAndGo(kWarmUps);
@@ -289,32 +289,34 @@ void ThreadsComeAndGo(Context& context) {
 }
 
 constexpr Check kChecks[] = {
-    {"threads.several-instances", "Frames of several instances come out at once as they do alone.", Where::both,
+    {"threads.several-instances",
+     "Frames that several instances render at once are the same as when each renders alone.", Where::both,
      FramesAtOnce<false>},
-    {"threads.one-instance", "Frames of one instance come out at once as they do alone.", Where::both,
+    {"threads.one-instance",
+     "Frames that one instance renders at once are the same as when it renders them one by one.", Where::both,
      FramesAtOnce<true>},
-    {"threads.set-up-meanwhile", "A render goes on while other instances are set up and torn down.", Where::both,
+    {"threads.set-up-meanwhile", "A render works while other instances are set up and set down.", Where::both,
      WhileOthersAreSetUp},
-    {"threads.abort-alone", "An abort stops the one render that is told of it, and no other.", Where::both,
-     AbortsAlone},
+    {"threads.abort-alone", "An abort stops only the render that the host aborts.", Where::both, AbortsAlone},
     {"threads.shuffled-rows", "The picture does not depend on the order in which the host iterates over rows.",
      Where::both, RowsInAnyOrder},
     {"threads.many-row-threads", "The picture does not depend on how many threads the host iterates with.",
      Where::both, RowsOnManyThreads},
-    {"threads.own-thread", "Callbacks that belong on the command's thread are made there.", Where::both,
+    {"threads.own-thread", "The effect makes callbacks on the command's thread if they belong there.", Where::both,
      CallsOnItsOwnThread},
     {"threads.any-thread", "An instance may be set up on one thread, rendered on another and set down on a third.",
      Where::both, OnAnyThread},
     {"threads.none-left", "A render leaves no thread behind.", Where::both, LeavesNoThread},
-    {"threads.name", "A render leaves the name of the host's thread alone.", Where::both,
+    {"threads.name", "A render does not change the name of the host's thread.", Where::both,
      KeepsThreads<platform::ThreadName>},
-    {"threads.priority", "A render leaves the priority of the host's thread alone.", Where::both,
+    {"threads.priority", "A render does not change the priority of the host's thread.", Where::both,
      KeepsThreads<platform::ThreadPriority>},
-    {"threads.affinity", "A render leaves the processors of the host's thread alone.", Where::both, KeepsAffinity},
-    {"threads.float-state", "A render leaves rounding, flushing and trapping on the host's thread alone.",
+    {"threads.affinity", "A render does not change which processors the host's thread may use.", Where::both,
+     KeepsAffinity},
+    {"threads.float-state", "A render does not change rounding, flushing and trapping on the host's thread.",
      Where::both, KeepsThreads<platform::FloatState>},
-    {"threads.no-lock-in-callbacks", "Two renders at once may wait for one another in the host's callbacks.",
-     Where::both, WaitForEachOther, Kind::slow},
+    {"threads.no-lock-in-callbacks", "Two renders can be in the host's callbacks at the same time.", Where::both,
+     WaitForEachOther, Kind::slow},
     {"threads.come-and-go", "1,000 threads that render a frame and end leave memory and handles as they were.",
      Where::both, ThreadsComeAndGo, Kind::slow},
 };

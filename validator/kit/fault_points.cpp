@@ -26,7 +26,7 @@ void Append(Lines& to, const Lines& lines) {
     to.insert(to.end(), lines.begin(), lines.end());
 }
 
-// A plain render in float is nothing that a host sends of its own accord.
+// No host sends a plain render in float if the effect has smart render.
 bool IsUnusual(const Context& context, RenderCommand command, PF_PixelFormat format) {
     return command == RenderCommand::plainRender && refhost::TraitsOf(context.personality()).smartRender &&
            refhost::FormatOf(format).bitsPerChannel == 32;
@@ -51,7 +51,7 @@ std::optional<PF_Err> OneFault::operator()(const CallRecord& call) const {
     return code;
 }
 
-Lines SuitesLook(const FrameOutcome& outcome) {
+Lines SuitesFlaws(const FrameOutcome& outcome) {
     Lines lines;
     for (const std::string& line : outcome.kept) {
         if (line.starts_with(kSuite)) lines.push_back("kept: " + line);
@@ -59,7 +59,7 @@ Lines SuitesLook(const FrameOutcome& outcome) {
     return lines;
 }
 
-Lines UnlocksLook(const FrameOutcome& outcome) {
+Lines UnlocksFlaws(const FrameOutcome& outcome) {
     std::string unlocked;
     for (const std::string& line : outcome.misuse) {
         if (line.starts_with(kUnlock)) unlocked += (unlocked.empty() ? "" : "; ") + line.substr(kUnlock.size());
@@ -67,7 +67,7 @@ Lines UnlocksLook(const FrameOutcome& outcome) {
     return unlocked.empty() ? Lines() : Lines{"unlocked: " + unlocked};
 }
 
-Lines UsualLook(const FrameOutcome& outcome) {
+Lines UsualFlaws(const FrameOutcome& outcome) {
     Lines lines = outcome.damage;
     for (const std::string& line : outcome.misuse) {
         if (!line.starts_with(kUnlock)) lines.push_back("misuse: " + line);
@@ -78,8 +78,8 @@ Lines UsualLook(const FrameOutcome& outcome) {
     return lines;
 }
 
-Lines PassesOnLook(const FrameOutcome& outcome) {
-    Lines lines = UsualLook(outcome);
+Lines PassesOnFlaws(const FrameOutcome& outcome) {
+    Lines lines = UsualFlaws(outcome);
     if (outcome.code != kRefused) {
         lines.push_back("the host's code " + std::to_string(kRefused) + " comes back as " +
                         std::to_string(outcome.code));
@@ -87,10 +87,10 @@ Lines PassesOnLook(const FrameOutcome& outcome) {
     return lines;
 }
 
-Lines StrictLook(const FrameOutcome& outcome) {
-    Lines lines = UsualLook(outcome);
-    Append(lines, SuitesLook(outcome));
-    Append(lines, UnlocksLook(outcome));
+Lines StrictFlaws(const FrameOutcome& outcome) {
+    Lines lines = UsualFlaws(outcome);
+    Append(lines, SuitesFlaws(outcome));
+    Append(lines, UnlocksFlaws(outcome));
     return lines;
 }
 
@@ -181,7 +181,7 @@ refhost::HostOptions InOrder(Context& context) {
     return options;
 }
 
-void TryEach(Trial& trial, RenderCommand command, const Fault& fault, Look look) {
+void TryEach(Trial& trial, RenderCommand command, const Fault& fault, Flaws flaws) {
     auto options = InOrder(trial.context());
     options.genericIteration = fault.generic;
     Scene scene(trial.context(), options);
@@ -190,7 +190,7 @@ void TryEach(Trial& trial, RenderCommand command, const Fault& fault, Look look)
         for (const CallRecord& call : bench.calls()) {
             if (std::ranges::find(fault.calls, call.call) == fault.calls.end()) continue;
             bool came = false;
-            Lines lines = look(bench.Render(OneFault{call, fault.code, &came}));
+            Lines lines = flaws(bench.Render(OneFault{call, fault.code, &came}));
             const Lines next = bench.NextIsRight();
             if (!came) continue;
             Append(lines, next);

@@ -1,5 +1,5 @@
-// Fails the host's callbacks one after the other: a frame is rendered once to see which callbacks the effect makes,
-// and then once more for each of them, which fails.
+// Fails the host's callbacks one after the other. One render shows which callbacks the effect makes. Then one more
+// render for each of them follows, in which this callback fails.
 #pragma once
 
 #include <span>
@@ -12,11 +12,11 @@ namespace validator::faults {
 
 using Lines = std::vector<std::string>;
 
-// Which command's callbacks fail. A frame's pre-render is followed by its render if it succeeds all the same.
+// The command whose callbacks fail. If the pre-render of a frame succeeds in spite of that, its render follows.
 enum class RenderCommand { preRender, smartRender, plainRender };
 std::string_view NameOf(RenderCommand command);
 
-inline constexpr PF_Err kRefused = 77;  // a code that no effect has of its own
+inline constexpr PF_Err kRefused = 77;  // a code that effects do not use themselves
 
 struct Fault {
     std::span<const refhost::Call> calls;  // each call of these kinds fails in turn
@@ -27,7 +27,7 @@ struct Fault {
 // "AcquireSuite PF World Suite 2 fails (call 2 of its kind)"
 std::string What(const refhost::CallRecord& call, PF_Err code);
 
-// Fails one call, and notes whether it came.
+// Fails one call, and notes whether the effect made it.
 struct OneFault {
     refhost::CallRecord at;
     PF_Err code;
@@ -36,33 +36,33 @@ struct OneFault {
     std::optional<PF_Err> operator()(const refhost::CallRecord& call) const;
 };
 
-// How a frame came out in which something failed.
+// The result of a frame in which a callback failed.
 struct FrameOutcome {
     PF_Err code = PF_Err_NONE;
     std::string difference;  // between the picture and the right one; empty if there is none
-    Lines damage;            // outside of the output's pixels
+    Lines damage;            // outside the output's pixels
     Lines misuse;
-    Lines kept;  // and not before the frame
+    Lines kept;  // what the effect keeps now and did not keep before the frame
 };
 
-// What breaks the promise that a check is about; empty if nothing does.
-using Look = Lines (*)(const FrameOutcome& outcome);
+// The ways in which a frame breaks the promise of a check; empty if it keeps the promise.
+using Flaws = Lines (*)(const FrameOutcome& outcome);
 
-// Suites kept and handles unlocked that were not locked. Many effects stumble there, so these have checks of their
-// own, for all faults in callbacks.
-Lines SuitesLook(const FrameOutcome& outcome);
-Lines UnlocksLook(const FrameOutcome& outcome);  // one line for all of them
-// Everything else that is damage, misuse or kept.
-Lines UsualLook(const FrameOutcome& outcome);
-Lines PassesOnLook(const FrameOutcome& outcome);  // as UsualLook, and the code must be kRefused
-Lines StrictLook(const FrameOutcome& outcome);    // all of the first three
+// Suites that are kept, and handles that are unlocked but were not locked. Many effects fail here, so two checks
+// look for these after all faults, and the other checks do not.
+Lines SuitesFlaws(const FrameOutcome& outcome);
+Lines UnlocksFlaws(const FrameOutcome& outcome);  // one line for all of them
+// All other damage and misuse, and everything else that is kept.
+Lines UsualFlaws(const FrameOutcome& outcome);
+Lines PassesOnFlaws(const FrameOutcome& outcome);  // as UsualFlaws, and the code must be kRefused
+Lines StrictFlaws(const FrameOutcome& outcome);    // all of the first three
 
-// The points that a check tries, and what is wrong at them.
+// Collects what is wrong at the points that a check tries.
 class Trial {
 public:
     explicit Trial(Context& context) : context_(context) {}
 
-    // Reports the lines; after many only that there are more.
+    // Reports the lines. After kMostLines it only counts them.
     void Add(const Lines& lines, const std::string& about);
     // Ends the check if nothing could be tried.
     void End(const std::string& whyNothing);
@@ -80,15 +80,15 @@ private:
 // A frame of few pixels in one format, rendered again and again by one instance.
 class Bench {
 public:
-    // Renders it once. The scene's fault plan is the bench's from here on.
+    // Renders the frame once. From now on the bench sets the fault plan of the scene's host.
     Bench(Scene& scene, RenderCommand command, PF_PixelFormat format);
 
-    // Whether that went well. Of no use otherwise.
+    // The code of that render. If it is not 0, the bench cannot be used.
     PF_Err code() const { return code_; }
     // The callbacks of the command when nothing fails.
     const std::vector<refhost::CallRecord>& calls() const { return calls_; }
     FrameOutcome Render(const refhost::FaultPlan& faults = nullptr);
-    // Takes back what the effect has kept and renders again: empty if the picture is as at first.
+    // Takes back what the effect has kept and renders again. Empty if the picture is the first one.
     Lines NextIsRight();
     std::string Name() const;  // "smart render, 8-bit ARGB"
 
@@ -101,17 +101,18 @@ private:
     std::vector<std::byte> picture_;
 };
 
-// The commands with which a host of this personality renders the effect.
+// The render commands that a host of this personality sends.
 std::vector<RenderCommand> CommandsOf(Context& context);
 
-// One for each format in which the effect can be sent this command. Ends the check if it cannot be sent at all, or
-// fails although nothing does in the host.
+// One bench for each format that the host may send with this command. Ends the check if the effect does not have
+// the command, or if the command fails although no callback fails.
 std::vector<Bench> BenchesOf(Context& context, Scene& scene, RenderCommand command);
 
 // Options under which every render makes the same calls in the same order.
 refhost::HostOptions InOrder(Context& context);
 
-// Adds each point whose fault came: what the look does not like there, and what is wrong with the next render.
-void TryEach(Trial& trial, RenderCommand command, const Fault& fault, Look look);
+// Tries each call of these kinds. Adds the flaws of the frame in which the call fails, and those of the next frame.
+// A call that does not come again adds nothing.
+void TryEach(Trial& trial, RenderCommand command, const Fault& fault, Flaws flaws);
 
 }  // namespace validator::faults

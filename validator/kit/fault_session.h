@@ -1,4 +1,4 @@
-// What becomes of a whole session, from the scan to global set-down, in which something fails.
+// Runs whole sessions, from the scan to global set-down, in which a callback fails.
 #pragma once
 
 #include <string>
@@ -11,36 +11,37 @@ namespace validator::faults {
 struct Sent {
     std::string command;
     PF_Err code;
-    bool data;  // whether the host has data of the effect's afterwards, for the instance or for the session
+    bool data;  // whether the effect has given the host data, for the instance or for the session
 };
 
 struct SessionOutcome {
-    std::vector<Sent> sent;  // set-up commands, and their opposites
-    // For each instance what is wrong with its frame, with that of a retried set-up, or with the retry.
+    std::vector<Sent> sent;  // the set-up and set-down commands
+    // What is wrong with the frame of each instance, or with its set-up if a retry fails as well.
     Lines frames;
-    Lines kept, misuse;  // sorted; and not if nothing fails
+    Lines kept, misuse;  // sorted, without those that also come if nothing fails
 
-    bool Failed() const;  // whether any command did
+    bool Failed() const;  // whether any command failed
 };
 
-// Sets the effect up again and again. In each session an instance is made, and one is taken from a project that has
-// kept no data for it; each renders a frame before it is set down. A host goes no further with an effect whose
-// set-up fails. An instance whose set-up fails is set up once more.
+// Runs the same session again and again. The host makes one instance, and loads another one from a project that has
+// no data for it. Each renders a frame before it is set down. If set-up of the effect fails, the session ends. If
+// set-up of an instance fails, the host tries it once more.
 class SessionBench {
 public:
     static constexpr signs::Size kSize{5, 3};
 
-    // Runs a session in which nothing fails; ends the check if the effect does.
+    // Runs a session in which no callback fails. Ends the check if a command fails all the same.
     explicit SessionBench(Context& context);
 
     refhost::Host& host() { return host_; }
     const SessionOutcome& clean() const { return clean_; }
-    // The callbacks of all commands but the frames'.
+    // The callbacks of all commands except the render commands.
     const std::vector<refhost::CallRecord>& calls() const { return calls_; }
 
-    // Takes back what the effect has kept. `faults` holds in all commands but the frames and what is retried.
+    // Takes back what the effect has kept and runs a session. `faults` holds in all commands except the render
+    // commands and retries.
     SessionOutcome Run(const refhost::FaultPlan& faults = nullptr);
-    // Runs another session: empty if it is like the first.
+    // Runs another session without faults. Empty if it is like the first.
     Lines NextIsRight();
 
 private:

@@ -114,7 +114,7 @@ PF_Err Interview::AddParam(PF_ProgPtr ref, std::int32_t index, PF_ParamDef* defi
         }
         current_->added.push_back(std::move(param));
     }
-    return current_->theirs_.add_param(ref, kAppend, definition);  // where it belongs is for a check to say
+    return current_->theirs_.add_param(ref, kAppend, definition);  // a check judges the index that the effect wants
 }
 
 PF_Err Interview::RegisterUi(PF_ProgPtr ref, void* customUiInfo) {

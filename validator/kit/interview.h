@@ -1,4 +1,4 @@
-// A host that presents itself under a version of its own, sends single commands, and keeps what the effect says.
+// A host that says which version it is, sends single commands, and keeps the effect's answers.
 #pragma once
 
 #include <string>
@@ -8,12 +8,13 @@
 
 namespace validator {
 
-// Checks ask under each: effects that look at the host's version differ in the newer one, which nobody has tried.
+// Checks ask in hosts of both versions, because an effect may look at the version and do something else in a newer
+// host.
 inline constexpr PF_SpecVersion kHostVersions[] = {{13, 27}, signs::kNewerHost};
 
 // A definition as the effect hands it over, byte for byte.
 struct AddedParam {
-    std::int32_t place = 0;  // 1 …
+    std::int32_t place = 0;  // from 1 on
     std::int32_t index = 0;  // where the effect wants it
     PF_ParamDef definition{};
     std::string choices;  // of a popup
@@ -32,16 +33,16 @@ public:
     Interview(const Interview&) = delete;
     Interview& operator=(const Interview&) = delete;
 
-    // A command with `in` and `out` prepared anew; they hold what the effect made of them afterwards. Sequence
-    // commands take an instance's block and put there what is the block from then on, null where there is none.
+    // Prepares `in` and `out` and sends a command. Afterwards they hold what the effect has written. Sequence
+    // commands also take an instance's block, and set it to the block that the instance has then, or to null.
     PF_Err Send(PF_Cmd cmd, PF_Handle* block = nullptr);
-    // Global and parameter set-up, whatever has been sent before. Ends the check on a code.
+    // Sends global and parameter set-up. Ends the check if one fails.
     void SetUp();
-    // The records for a command that a check sends itself.
+    // Prepares the records for a command that a check sends itself.
     void Prepare();
 
     std::string Name() const;  // "host 13.30"
-    // Ends the check if the effect has no data of its own in an instance.
+    // Ends the check if the effect keeps no data in an instance.
     void RequireBlock(PF_Handle block);
     std::vector<std::byte> Bytes(PF_Handle block);
     PF_Handle NewBlock(const std::vector<std::byte>& bytes);

@@ -98,7 +98,7 @@ std::string Hex(const std::byte* bytes, int count) {
     return text;
 }
 
-// What a host of this personality would hand over.
+// The formats that a host of this personality sends.
 std::vector<PF_PixelFormat> FormatsFor(const refhost::PersonalityTraits& traits, std::uint32_t flags,
                                        std::uint32_t flags2, const refhost::Host& host) {
     std::vector<PF_PixelFormat> formats;

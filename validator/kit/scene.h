@@ -1,5 +1,5 @@
-// Something to render for checks that know nothing of the effect's parameters: a host, an instance, frames in every
-// pixel format that the effect supports there, and what became of them.
+// What checks need to render without knowing the effect's parameters: a host, an instance, frames in every pixel
+// format that the effect supports in this host, and a look at what the effect has done to them.
 //
 //     void PaddingIsUntouched(Context& context) {
 //         Scene scene(context);
@@ -7,7 +7,7 @@
 //             refhost::WorldLayout layout = scene.Layout(format);
 //             layout.padding = 24;
 //             Frame frame(layout);
-//             scene.Render(frame);                  // ends the check on a code, reports damage around the pixels
+//             scene.Render(frame);                  // a code ends the check; damage is reported
 //             …frame.output.Pixels()…
 //         }
 //     }
@@ -30,30 +30,33 @@ using refhost::RenderPath;
 std::string_view NameOf(RenderPath path);   // "smart"
 std::string NameOf(PF_PixelFormat format);  // "8-bit ARGB"
 
-// A picture that a host might have, premultiplied and in the format's range, with clear, covered and half-covered
-// pixels. The same colours for the same size and number in every layout, as near as the format comes to them.
+// Fills the world with a picture that a host might have: premultiplied, in the format's range, with clear, opaque
+// and partly covered pixels. The same size and number give the same colours in every layout, as exactly as the
+// format can hold them.
 void Paint(refhost::World& world, std::uint64_t number);
 
-// Two worlds and what a render is told about them. Renders of one frame follow each other.
+// An input world, an output world, and the settings of a render. A frame can be rendered many times, but not by two
+// threads at once.
 struct Frame {
     explicit Frame(const refhost::WorldLayout& both) : Frame(both, both) {}
     Frame(const refhost::WorldLayout& inputLayout, const refhost::WorldLayout& outputLayout,
           std::uint64_t picture = 1);
 
-    // Other input pixels, packed; throws std::invalid_argument unless they are as many as there were.
+    // Replaces the input's pixels. `packed` has no bytes between rows. Throws std::invalid_argument unless it has
+    // the same number of pixels.
     void UseInput(std::vector<std::byte> packed);
-    // The output anew: every byte of it, the pixels included, is `poison`.
+    // Replaces the output by a new world in which every byte is `poison`.
     void Poison(std::uint8_t poison = refhost::World::kPoison);
-    // Whatever the code. The settings' worlds are these; a plain render also gets the instance's parameter values,
-    // in records that are compared afterwards.
+    // Renders these worlds and returns the codes. A plain render also gets the instance's parameter values, in
+    // records that are compared afterwards.
     refhost::RenderResult Render(refhost::Host& host, refhost::Instance& instance, RenderPath path,
                                  bool render = true);
-    // Whatever the effect has no right to change and did: one sentence each.
+    // One sentence for each thing that the effect has changed and must not change.
     std::vector<std::string> Damage() const;
 
     refhost::World input, output;
     refhost::RenderSettings settings;
-    bool withInput = true, withOutput = true;  // without: the effect is handed a null world
+    bool withInput = true, withOutput = true;  // false: the effect gets a null world
 
 private:
     std::vector<std::byte> inputPixels_;
@@ -63,27 +66,26 @@ private:
 // The first code that is not 0.
 PF_Err CodeOf(const refhost::RenderResult& result);
 
-// Puts a random valid value, by type and declared range, into each parameter, for a layer of this size. Points lie
-// inside the layer.
+// Gives each parameter a random value inside its declared range. Points lie inside a layer of this size.
 void SetRandomValues(Context& context, refhost::Host& host, refhost::Instance& instance, signs::Size size);
-// The declared defaults, which for a point are percentages of this size.
+// Gives each parameter its declared default. The default of a point is a percentage of this size.
 void SetDefaults(refhost::Host& host, refhost::Instance& instance, signs::Size size);
 
-// To be put behind a code that the effect gave: empty, or "; it asked for …, which this host does not have", as
-// that may be why.
+// The end of a message about an effect's code: empty, or "; it asked for …, which this host does not have", because
+// a missing suite may be the reason.
 std::string WithoutSuites(refhost::Host& host);
 
 class Scene {
 public:
     static constexpr signs::Size kSize{21, 13};
 
-    // Set up to where a host renders, with random values in the parameters. Ends the check if that fails.
+    // Sets up the effect and an instance, with random values in the parameters. Ends the check if that fails.
     explicit Scene(Context& context) : Scene(context, context.HostOptions()) {}
     Scene(Context& context, refhost::HostOptions options);
 
-    // The formats that a host of this personality hands to the effect; never empty.
+    // The formats that a host of this personality sends to the effect. Never empty.
     const std::vector<PF_PixelFormat>& formats() const { return formats_; }
-    // How a host of this personality renders the effect.
+    // The path on which a host of this personality renders the effect.
     RenderPath path() const { return path_; }
     std::uint32_t flags() const { return flags_; }  // out_flags and out_flags2 of global set-up
     std::uint32_t flags2() const { return flags2_; }
@@ -93,9 +95,9 @@ public:
         return Layout(format, size.width, size.height);
     }
 
-    // Renders by path(). A code ends the check; Damage() and misuse are reported; the account is reset.
+    // Resets the account and renders by path(). Reports Damage() and misuse. A code ends the check.
     refhost::RenderResult Render(Frame& frame);
-    // The same into a newly poisoned output; gives its pixels.
+    // The same with a newly poisoned output. Returns the output's pixels.
     std::vector<std::byte> Picture(Frame& frame, std::uint8_t poison = refhost::World::kPoison);
 
 private:
@@ -107,16 +109,16 @@ private:
     std::uint32_t flags_ = 0, flags2_ = 0;
 
 public:
-    refhost::Host host;  // a fault plan in its options holds from the first render on
+    refhost::Host host;  // a fault plan in its options does not hold while the scene is set up
     refhost::Instance instance;
 };
 
-// Empty if all pixels are the same; otherwise "pixel 3, 0 is 01 02 03 04, not …" of the first that differs. Both
-// hold packed pixels of this format and width.
+// The first pixel that differs: "pixel 3, 0 is 01 02 03 04, not …". Empty if all pixels are the same. Both
+// arguments hold packed pixels of this format and width.
 std::string Difference(const std::vector<std::byte>& got, const std::vector<std::byte>& expected,
                        PF_PixelFormat format, int width);
-// Reports the difference, if there is one, with what makes these pixels special: "8-bit ARGB, 21 x 13 pixels,
-// rendered again: pixel …".
+// Reports the difference, if there is one, as "8-bit ARGB, 21 x 13 pixels, rendered again: pixel …", where `what`
+// is "rendered again".
 void ExpectSame(Context& context, const std::vector<std::byte>& got, const std::vector<std::byte>& expected,
                 const refhost::WorldLayout& layout, const std::string& what);
 

@@ -7,7 +7,7 @@ namespace validator::sequence {
 
 using Bytes = std::vector<std::byte>;
 
-// Asks in hosts of each version that have set the effect up.
+// Calls `ask` with a host of each version that has set the effect up.
 template <typename Ask>
 void InEachHost(Context& context, Ask ask) {
     InEachVersion(context, [&](Interview& host) {
@@ -17,7 +17,7 @@ void InEachHost(Context& context, Ask ask) {
     });
 }
 
-// With an instance, if the effect keeps any data in one.
+// Calls `ask` with an instance's block as well. Ends the check if the effect keeps no data in an instance.
 template <typename Ask>
 void WithBlock(Context& context, Ask ask) {
     InEachHost(context, [&](Interview& host) {
@@ -40,7 +40,8 @@ inline void ExpectWellUsed(Context& context, Interview& host) {
     context.ExpectNone(host.host.account().Misuse(), "misuse");
 }
 
-// What a host saves: the block after the flatten command, which is sent even if the effect has not asked for it.
+// The bytes that a host saves: the block after the flatten command. The host sends that command even if the effect
+// has not asked for it.
 inline Bytes Saved(Interview& host, PF_Handle& block) {
     host.Send(PF_Cmd_SEQUENCE_FLATTEN, &block);
     return host.Bytes(block);

@@ -1,5 +1,5 @@
-// Makes the operating system refuse what the effect asks it for. Linux only: elsewhere an effect's own runtime
-// stands between them.
+// Makes the operating system refuse what the effect asks it for. Only on Linux, because on Windows the effect has a
+// runtime of its own, which asks the system.
 #pragma once
 
 namespace validator {
@@ -9,11 +9,11 @@ enum class Ask {
     memory,  // operator new in any form, called from the effect's own code
 };
 
-// While it lives, asks of one kind are counted; the one with the number `failing`, from 1, is refused. One at a
-// time.
+// Counts the requests of one kind while it lives, and refuses the request number `failing`, counted from 1. Only
+// one may live at a time.
 class Refusal {
 public:
-    // `code` is a function of the effect's.
+    // `code` is any function of the effect.
     Refusal(Ask ask, const void* code, int failing = 0);
     ~Refusal();
     Refusal(const Refusal&) = delete;

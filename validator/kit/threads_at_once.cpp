@@ -36,9 +36,9 @@ void Meeting::Restart(int expected) {
 }
 
 Crowd::Crowd(Context& context, Scene& scene, int frames, bool oneInstance) : context_(context), scene_(scene) {
-    // The editing host renders instances at once whatever an effect declares.
+    // The editor renders several instances at once, whatever the effect declares.
     const bool threaded = (scene.flags2() & PF_OutFlag2_SUPPORTS_THREADED_RENDERING) != 0;
-    if (!threaded && (oneInstance || !context.editing())) {
+    if (!threaded && (oneInstance || !context.inEditor())) {
         context.NotApplicable("the effect does not declare threaded rendering");
     }
     for (int i = 0; i < frames; ++i) {

@@ -12,16 +12,16 @@
 
 namespace validator {
 
-// Calls work(0) … work(threads-1), each on a thread of its own; they begin together. `work` must not throw.
+// Calls work(0) … work(threads-1), each on its own thread. All begin together. `work` must not throw.
 void AtOnce(int threads, const std::function<void(int)>& work);
 
-// Lets threads go on when all of them have come.
+// A place where threads wait until all of them have come.
 class Meeting {
 public:
     explicit Meeting(int expected) : expected_(expected) {}
-    // False when the others did not come in time; nobody waits any more from then on.
+    // False if the others did not come in time. After that no thread waits any more.
     bool Wait(std::chrono::milliseconds patience);
-    // To be used once more, by so many.
+    // Makes the meeting ready for another round of so many threads.
     void Restart(int expected);
 
 private:
@@ -32,23 +32,24 @@ private:
     bool failed_ = false;
 };
 
-// One frame for each thread, in the formats by turns, and each rendered alone before anything else.
+// One frame for each thread. The frames take the formats in turn. Each is rendered alone first, for comparison.
 class Crowd {
 public:
-    // With `instances` 1 all frames are that of the scene; else each has an instance of its own. Ends the check if
-    // the effect does not want several renders at once, or if one fails.
+    // With `oneInstance` the scene's instance renders all frames. Otherwise each frame has its own instance. Ends
+    // the check if the effect does not want several renders at once, or if one fails.
     Crowd(Context& context, Scene& scene, int frames, bool oneInstance);
     ~Crowd();
 
     int size() const { return static_cast<int>(frames_.size()); }
-    // On any thread, each number on one at a time: reports what is not as it was when rendered alone.
+    // Any thread may call these, but only one at a time for the same number. Render reports what differs from the
+    // frame that was rendered alone.
     void Render(int number);
     PF_Err RenderForCode(int number);
 
 private:
     Context& context_;
     Scene& scene_;
-    std::vector<std::unique_ptr<refhost::Instance>> instances_;  // but the scene's
+    std::vector<std::unique_ptr<refhost::Instance>> instances_;  // without the scene's
     std::vector<refhost::Instance*> of_;                         // by frame
     std::vector<std::unique_ptr<Frame>> frames_;
     std::vector<std::vector<std::byte>> alone_;

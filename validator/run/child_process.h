@@ -1,4 +1,4 @@
-// The part of running a check apart that each system does in its own way.
+// Runs a check in a process of its own. Each system has its own way.
 #pragma once
 
 #include <chrono>

@@ -16,7 +16,7 @@ namespace {
 
 using nlohmann::json;
 
-// Keeps only the last of two entries of one name by itself, and would hide the first.
+// Refuses two entries of one name, because the parser alone would silently drop the first one.
 json Parse(std::istream& stream) {
     std::set<std::string> ids;
     return json::parse(
@@ -34,8 +34,8 @@ bool IsText(const json& value) {
     return value.is_string() && !value.get_ref<const std::string&>().empty();
 }
 
-// Of an entry with one key taken after the other, so that what is left is unknown. Null for `check`: of the other
-// system.
+// Takes the known keys out of the entry one by one, so the keys that are left are unknown. `check` is null if only
+// the other system has it.
 Deviation ReadDeviation(json entry, const Check* check) {
     if (!entry.is_object()) throw UsageError("is not an object with a reason and the lines that it excuses");
     Deviation deviation;

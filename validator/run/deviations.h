@@ -1,4 +1,4 @@
-// The promises that an effect is known to break, why, and how exactly.
+// The promises that an effect breaks on purpose, why it does, and how exactly.
 #pragma once
 
 #include <filesystem>
@@ -13,8 +13,8 @@ namespace validator {
 
 struct Deviation {
     std::string reason;
-    // What the failing check says, as patterns of whole lines (see MatchesGlob). In a personality that is not among
-    // the keys the check holds.
+    // Patterns of the whole lines that the failing check reports; see MatchesGlob. In a personality that is not
+    // among the keys the check holds.
     std::map<refhost::Personality, std::vector<std::string>> lines;
 };
 using Deviations = std::map<std::string, Deviation, std::less<>>;  // by check id
@@ -22,9 +22,9 @@ using Deviations = std::map<std::string, Deviation, std::less<>>;  // by check i
 // <plug-in's folder>/<stem>.deviations.json
 std::filesystem::path DeviationsBeside(const std::filesystem::path& plugin);
 
-// One JSON object: check id -> {"reason": "…", "compositing": ["pattern", …], "editing": ["pattern", …]}, with one
-// of the personalities at least. Checks of the other system are left out. Throws UsageError with one line that
-// names the file, the id and what is wrong.
+// Reads one JSON object: check id -> {"reason": "…", "compositing": ["pattern", …], "editing": ["pattern", …]},
+// with at least one of the personalities. Leaves out checks that only the other system has. Throws UsageError with
+// one line that names the file, the id and what is wrong.
 Deviations ReadDeviations(const std::filesystem::path& file);
 
 // One line for each failure that no pattern expects, and for each pattern that no failure matches.

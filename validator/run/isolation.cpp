@@ -17,7 +17,7 @@ namespace {
 
 using nlohmann::json;
 
-// In front of each line of a child's report, to tell it from what the effect prints.
+// Stands before each line of a child's report, because the effect may print to the same stream.
 constexpr char kReport = '\x1e';
 
 constexpr std::array<std::string_view, 4> kEvents = {"failure", "not-applicable", "points", "done"};
@@ -34,7 +34,7 @@ struct Report {
     }
 };
 
-// Takes the report out of the child's output; what is left was printed by the effect.
+// Takes the report out of the child's output. Returns the rest, which the effect has printed.
 std::string TakeReport(const std::string& output, Report& report) {
     std::istringstream lines(output);
     std::string printed;

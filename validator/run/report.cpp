@@ -58,7 +58,7 @@ std::string Why(const Result& result) {
     return Joined(lines);
 }
 
-// Writes beside the file, and moves that over it if it is to stay.
+// Writes a file beside this one. If it is to stay, moves it over this one, else removes it.
 void Replace(const std::filesystem::path& file, const std::string& text, bool stays) {
     auto partial = file;
     partial += ".partial";

@@ -18,21 +18,21 @@ struct RunOptions {
     std::vector<const Check*> checks;
     Deviations deviations;
     std::uint64_t seed = 1;
-    int repeat = 1;                             // with the seeds that follow
-    std::chrono::milliseconds timeout{30'000};  // of one check; ten times as long for a slow one
+    int repeat = 1;                             // each time with the next seed
+    std::chrono::milliseconds timeout{30'000};  // for one check; slow checks get ten times as long
     bool inProcess = false;
 };
 
 enum class Status {
     passed,
     failed,
-    deviates,        // fails exactly as the deviations say
-    doesNotDeviate,  // holds or does not apply although the deviations say that it fails
+    deviates,        // fails exactly as the list of deviations says
+    doesNotDeviate,  // holds or does not apply, but the list says that it fails
     notApplicable,
-    notRun,  // a gate has failed
+    notRun,  // because a gate has failed
 };
 std::string_view NameOf(Status status);  // for people
-std::string_view WordOf(Status status);  // for programs, which rely on it: "does-not-deviate"
+std::string_view WordOf(Status status);  // for programs: "does-not-deviate"; never changes
 
 // One run of one check.
 struct Result {
@@ -42,7 +42,7 @@ struct Result {
     Status status = Status::notRun;
     JobOutcome outcome;
     std::string reason;                    // of a deviation
-    std::vector<std::string> differences;  // of a failure from what is listed of it
+    std::vector<std::string> differences;  // between the failures and the listed deviation
 };
 
 struct Counts {
@@ -51,14 +51,14 @@ struct Counts {
     bool Green() const { return failed == 0 && notRun == 0; }
 };
 
-// What to do at each step; may be empty.
+// Called at each step. Each function may be empty.
 struct RunObserver {
     std::function<void(const Check&, int number, int count)> onStart;
     std::function<void(const Result&)> onResult;
 };
 
-// Every check, in the personalities that it is for, `repeat` times. A check that is listed as deviating in a
-// personality has to fail there, each time, by the lines that are listed. A crash, a hang and an exit always fail.
+// Runs every check `repeat` times in each personality that it is for. A check whose deviation is listed for a
+// personality must fail there each time with exactly the listed lines. A crash, a hang and an exit always fail.
 std::vector<Result> Run(const RunOptions& options, const RunObserver& observer = {});
 
 Counts Count(std::span<const Result> results);

@@ -69,7 +69,7 @@ OwnRecords::OwnRecords(Command& command)
       command_(command),
       theirs_(command.inData),
       outer_(g_host.exchange(command.inData)) {
-    // What the host does not have, the effect does not get from a fault either.
+    // If the host lacks something, the effect must not get it from a fault.
     if (inData.utils) inData.utils = &utils;
     if (inData.pica_basicP) inData.pica_basicP = &basic;
     command.inData = &inData;

@@ -12,7 +12,7 @@
 
 namespace broken {
 
-// One call of EffectMain; a hook may change it before it goes on to the effect.
+// One call of EffectMain. A hook may change it and pass it on to the effect.
 struct Command {
     PF_Cmd cmd;
     PF_InData* inData;
@@ -21,10 +21,10 @@ struct Command {
     PF_LayerDef* output;
     void* extra;
 };
-// The true effect's answer to a command.
+// Passes a command to the true effect and returns its answer.
 PF_Err Effect(const Command& command);
 
-// One call of PluginDataEntryFunction, with what is going to be registered.
+// One call of PluginDataEntryFunction, and what it will register.
 struct Registration {
     PF_PluginDataPtr record;
     PF_PluginDataCB callback;
@@ -32,21 +32,22 @@ struct Registration {
     const char *name, *matchName, *category, *entryPoint;
     std::int32_t kind, apiMajor, apiMinor, reserved;
 };
-// Calls the callback once; the true effect's way.
+// Calls the callback once, as the true effect does.
 PF_Err Register(const Registration& registration);
 
-// A fault. Hooks that are null leave things to the effect. Hooks of the render commands run on several threads.
+// A fault. Where a hook is null, the effect works as usual. Hooks of render commands run on several threads.
 struct Control {
     std::string_view check;                             // the id of the check that must fail
     std::string_view fault;                             // what it does wrong: "registers twice"
     PF_Err (*command)(Command& command) = nullptr;      // in place of EffectMain
     PF_Err (*registration)(Registration& r) = nullptr;  // in place of PluginDataEntryFunction
     void (*load)() = nullptr;                           // when the library is loaded, before anything else
-    // The file itself is broken: another library of this name (no extension) beside the broken plug-in is meant.
+    // The name, without extension, of another library beside the broken plug-in, if the file itself is broken.
     std::string_view file = "";
-    // What a machine may lack; the check then does not apply, on the effect itself neither.
+    // What a machine may lack. The check then does not apply, neither here nor on the effect itself.
     std::string_view needs = "";
-    // The effect itself has the habit, and this is the effect without it: the check must hold.
+    // The effect itself breaks the promise on purpose, and this is the effect without that habit. The check must
+    // hold.
     bool mends = false;
 };
 
@@ -55,7 +56,7 @@ struct Control {
 NUV_FAMILIES(NUV_DECLARE)
 #undef NUV_DECLARE
 
-// All of them. Linked into the test as well.
+// All of them. try_controls links them as well.
 std::span<const Control> AllControls();
 
 // The environment variable that holds the id of the check whose control is wanted.
@@ -82,7 +83,7 @@ inline bool IsOfOwnSize(const Command& command) {
 //         return Effect(command);
 //     }
 //
-// Its functions may be called on any thread the host likes while the command runs.
+// The host may call the functions on any thread while the command runs.
 class OwnRecords {
 public:
     explicit OwnRecords(Command& command);  // points the command to the copies
@@ -90,7 +91,7 @@ public:
     OwnRecords(const OwnRecords&) = delete;
     OwnRecords& operator=(const OwnRecords&) = delete;
 
-    // The host's own records of the command under way; of the one begun last where there are several.
+    // The host's own records of the command that began last and has not ended.
     static const PF_InData& Host();
 
     PF_InData inData;

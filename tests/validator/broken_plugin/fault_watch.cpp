@@ -29,7 +29,7 @@ Pointer NoteNull(Seen seen, Pointer pointer) {
     return pointer;
 }
 
-// Keeps the host's suite, and gives a copy with functions that are set by `change`.
+// Remembers the host's suite, and returns a copy in which `change` has set functions.
 template <class Suite, class Change>
 const void* Replace(const void* theirs, Suite& host, Suite& own, Change change) {
     host = own = *static_cast<const Suite*>(theirs);

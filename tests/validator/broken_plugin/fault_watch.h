@@ -1,4 +1,4 @@
-// Sees what fails in the host while the effect renders, for hooks that lose their head over it.
+// Notices what fails in the host while the effect runs a command, for hooks that react to it wrongly.
 #pragma once
 
 #include "control.h"
@@ -24,8 +24,8 @@ enum Seen : unsigned {
     releaseRefused = 1u << 14,
 };
 
-// Stands between host and effect for one command, as OwnRecords does. One at a time in the process, and its
-// callbacks on the command's thread only.
+// Stands between host and effect for one command, as OwnRecords does. Only one may live in the process at a time,
+// and only the command's thread may call its callbacks.
 class FaultWatch {
 public:
     explicit FaultWatch(Command& command);

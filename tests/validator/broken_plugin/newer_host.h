@@ -16,7 +16,7 @@ inline bool InEditor(const Command& c) {
     return c.inData != nullptr && c.inData->appl_id == kAppIdEditor;
 }
 
-// The command, and then something with its records if it is the one meant.
+// Sends the command on, and then changes its records if it is this one.
 template <PF_Cmd cmd, auto fault>
 PF_Err After(Command& c) {
     const PF_Err result = Effect(c);
@@ -24,7 +24,7 @@ PF_Err After(Command& c) {
     return result;
 }
 
-// Faults for it.
+// Faults for After.
 inline void WriteAWidth(Command& c) {
     c.outData->width = 1;
 }
@@ -32,7 +32,7 @@ inline void KeepAHandle(Command& c) {
     c.inData->utils->host_new_handle(64);
 }
 
-// The command with another result.
+// Sends the command on, and then returns an error if it is this one.
 template <PF_Cmd cmd>
 PF_Err Refuses(Command& c) {
     const PF_Err result = Effect(c);

@@ -46,7 +46,7 @@ Render RenderTruly(Command& command) {
     if (command.cmd == PF_Cmd_RENDER) {
         render.input = command.params[0] ? &command.params[0]->u.ld : nullptr;
         render.output = command.output;
-        // Compositing hosts tell no depth in a plain render, but for the deep ones'.
+        // In a plain render the compositor tells the depth only by the flag of 16-bit worlds.
         if (render.output && (render.output->world_flags & PF_WorldFlag_DEEP)) render.pixelBytes = 8;
         Keep(render);
         render.result = Effect(command);

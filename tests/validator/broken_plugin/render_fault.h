@@ -1,4 +1,4 @@
-// Faults of one render: what a hook needs to know of the worlds, whichever way they came.
+// Faults in renders. A hook sees the worlds in the same way in smart and plain renders.
 #pragma once
 
 #include <cstddef>
@@ -8,7 +8,7 @@
 
 namespace broken {
 
-// One render command; the worlds are those that the effect has been given, null where it got none.
+// One render command. The worlds are those that the effect has got, or null.
 struct Render {
     Command& command;
     PF_EffectWorld* input = nullptr;
@@ -21,7 +21,7 @@ struct Render {
     bool InputIs(signs::Size size) const { return IsOfSize(input, size); }
 
     std::uint8_t* LastPixel() const;  // of the output
-    // Its rows do not follow each other without a gap, top row first.
+    // Whether the rows have gaps between them or are stored bottom row first.
     bool IsSpread(const PF_EffectWorld* world) const { return world->rowbytes != world->width * pixelBytes; }
 
     static bool IsOfSize(const PF_EffectWorld* world, signs::Size size) {

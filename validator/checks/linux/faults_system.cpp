@@ -16,7 +16,7 @@ constexpr const char* NameOf(Ask ask) {
     return ask == Ask::thread ? "thread" : "allocation";
 }
 
-// With a smart render its pre-render: what that asks for is refused, too.
+// A smart render includes its pre-render. What the pre-render asks for is refused, too.
 template <RenderCommand command, Ask ask>
 void EachRefusal(Context& context) {
     Scene scene(context, InOrder(context));
@@ -34,7 +34,7 @@ void EachRefusal(Context& context) {
                 const Refusal refusal(ask, code, failing);
                 return bench.Render();
             }();
-            Lines lines = StrictLook(outcome);
+            Lines lines = StrictFlaws(outcome);
             if (platform::ThreadsBeyond(threads) > 0) lines.push_back("threads are left behind");
             std::ranges::copy(bench.NextIsRight(), std::back_inserter(lines));
             trial.Add(lines, bench.Name() + ", " + NameOf(ask) + " " + std::to_string(failing) + " of " +
@@ -44,7 +44,7 @@ void EachRefusal(Context& context) {
     trial.End(std::string("the effect asks for no ") + NameOf(ask) + " that can be refused");
 }
 
-// In set-up, or in the frames between: what becomes of those is for the other checks to see.
+// Requests in set-up and in the frames of a session. Other checks judge the frames.
 template <Ask ask>
 void EachRefusalInSession(Context& context) {
     SessionBench bench(context);
@@ -80,8 +80,8 @@ constexpr Check kChecks[] = {
     {"faults.session-memory", "Each command of a session survives each allocation that fails.", Where::both,
      EachRefusalInSession<Ask::memory>},
     {"faults.smart-thread", "Pre-render and smart render survive each thread that the system refuses.",
-     Where::compositing, EachRefusal<RenderCommand::smartRender, Ask::thread>},
-    {"faults.smart-memory", "Pre-render and smart render survive each allocation that fails.", Where::compositing,
+     Where::compositor, EachRefusal<RenderCommand::smartRender, Ask::thread>},
+    {"faults.smart-memory", "Pre-render and smart render survive each allocation that fails.", Where::compositor,
      EachRefusal<RenderCommand::smartRender, Ask::memory>},
     {"faults.plain-thread", "A plain render survives each thread that the system refuses.", Where::both,
      EachRefusal<RenderCommand::plainRender, Ask::thread>},

@@ -1,5 +1,5 @@
-// The property list in the file's resources, which hosts read before they run any of its code. Only on Windows,
-// where there are resources.
+// The property list in the file's resources, which hosts read before they run any of its code. Only Windows has
+// resources.
 #include <windows.h>
 
 #include <algorithm>
@@ -55,10 +55,11 @@ std::uint32_t Number(const Bytes& bytes, std::size_t offset) {
     return number;
 }
 
-// The properties' data by key, "eVER". Numbers are little-endian, four-character codes stored last character first.
+// The properties' data by key, for example "eVER". Numbers are little-endian. The file has the characters of a key
+// in reverse order.
 struct PropertyList {
     std::map<std::string, Bytes> properties;
-    std::string flaw;  // of the whole; empty: well formed
+    std::string flaw;  // what is wrong with the whole list; empty if nothing is
 
     explicit PropertyList(const Bytes& bytes) {
         constexpr std::size_t kHead = 10, kPropertyHead = 16;
@@ -88,7 +89,7 @@ struct PropertyList {
         const auto found = properties.find(key);
         return found == properties.end() ? 0 : Number(found->second, 0);
     }
-    // A string with its length in front.
+    // A string that begins with its length.
     std::string TextOf(const std::string& key) const {
         const auto found = properties.find(key);
         if (found == properties.end() || found->second.empty()) return "";
@@ -96,7 +97,7 @@ struct PropertyList {
         const std::size_t length = std::min<std::size_t>(data[0], data.size() - 1);
         return {data.begin() + 1, data.begin() + 1 + static_cast<std::ptrdiff_t>(length)};
     }
-    // A string up to its zero.
+    // A string that ends with a zero byte.
     std::string EntryPoint() const {
         const auto found = properties.find("8664");
         if (found == properties.end()) return "";
@@ -157,15 +158,15 @@ void AgreesWithGlobalSetup(Context& context) {
 }
 
 constexpr Check kChecks[] = {
-    {"property-list.once", "The file has exactly one property list.", Where::compositing, IsThereOnce},
+    {"property-list.once", "The file has exactly one property list.", Where::compositor, IsThereOnce},
     {"property-list.well-formed", "The property list is whole and holds every property that hosts read.",
-     Where::compositing, IsWellFormed},
+     Where::compositor, IsWellFormed},
     {"property-list.registration", "The property list and the registration name the same effect.",
-     Where::compositing, AgreesWithRegistration},
+     Where::compositor, AgreesWithRegistration},
     {"property-list.entry-point", "The property list and the registration name the same entry point.",
-     Where::compositing, AgreesOnTheEntryPoint},
+     Where::compositor, AgreesOnTheEntryPoint},
     {"property-list.global-setup", "The property list has the version and the flags of global set-up.",
-     Where::compositing, AgreesWithGlobalSetup},
+     Where::compositor, AgreesWithGlobalSetup},
 };
 
 }  // namespace

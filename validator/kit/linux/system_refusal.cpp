@@ -31,7 +31,7 @@ struct Watch {
 };
 constinit Watch g_watch;
 
-// Of the library that a piece of code belongs to.
+// The addresses of the library that holds this code.
 Range RangeAround(const void* code) {
     struct Search {
         const void* code;
@@ -58,7 +58,7 @@ Range RangeAround(const void* code) {
 
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 
-// Null when there is no memory, or is to be none for this caller.
+// Null if there is no memory, or if this caller is to get none.
 void* Allocate(std::size_t size, const void* caller, std::size_t alignment = 0) noexcept {
     if (g_watch.memory && g_watch.code.Holds(caller) && g_watch.Refuses()) return nullptr;
     if (alignment == 0) return std::malloc(size == 0 ? 1 : size);
@@ -76,15 +76,15 @@ std::size_t Bytes(std::align_val_t alignment) {
     return static_cast<std::size_t>(alignment);
 }
 
-// Through a pointer: a compiler that sees the free but not the malloc takes the two for a mismatch.
+// Called through a pointer, because a compiler that sees the free but not the malloc warns of a mismatch.
 void (*const volatile g_free)(void*) = std::free;
 
 #endif
 
 }  // namespace
 
-// These stand before the system's own, for the plug-in too. Sanitizers need that place for themselves, and in their
-// builds nothing is ever asked.
+// These replace the system's own functions, also for the plug-in. Sanitizers replace them themselves, so in their
+// builds no request is ever counted.
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 
 extern "C" __attribute__((visibility("default"))) int pthread_create(pthread_t* thread,

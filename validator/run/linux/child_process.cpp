@@ -22,7 +22,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Leaves out what the parent's libraries do at exit: they would wait for threads that this copy does not have.
+// Leaves out what the parent's libraries do at exit. They would wait for threads that this copy does not have.
 [[noreturn]] void End(int code) {
     std::fflush(nullptr);
     if (__llvm_profile_write_file) __llvm_profile_write_file();
@@ -51,7 +51,7 @@ std::string HowEnded(int status) {
     return "";
 }
 
-// Until the child has closed its end or the time is over; false then.
+// Reads until the child has closed its end. False if the time is over before that.
 bool ReadAll(int input, Clock::time_point deadline, std::string& output) {
     char bytes[4096];
     for (;;) {
@@ -66,7 +66,7 @@ bool ReadAll(int input, Clock::time_point deadline, std::string& output) {
     }
 }
 
-// The output closes before the process is gone, so that a hang at its end is one, too.
+// The output closes before the process is gone, so a process may also hang after that.
 bool WaitUntil(pid_t child, Clock::time_point deadline, int& status) {
     for (useconds_t pause = 50;; pause = pause < 10'000 ? pause * 2 : pause) {
         if (::waitpid(child, &status, WNOHANG) == child) return true;

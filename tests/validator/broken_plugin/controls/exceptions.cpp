@@ -3,7 +3,7 @@
 namespace broken {
 namespace {
 
-// What the checks throw comes back as a code, and goes on as an exception where the fault is.
+// The effect turns what the checks throw into a code. In these commands the fault throws it again.
 template <PF_Cmd... cmds>
 PF_Err LetsItPass(Command& c) {
     const PF_Err result = Effect(c);

@@ -11,14 +11,14 @@ namespace {
 
 // ---- The effect without a habit -------------------------------------------------------------------------------
 
-// What is owed to the host, kept without allocations, which may fail.
+// What must be given back to the host. Works without allocations, because these may fail.
 template <class Thing>
 class Owed {
 public:
     void Add(const Thing& thing) {
         if (count_ < things_.size()) things_[count_++] = thing;
     }
-    // Whether there was one like this.
+    // Returns whether there was such a thing.
     bool Remove(const Thing& thing) {
         const auto end = things_.begin() + static_cast<std::ptrdiff_t>(count_);
         const auto found = std::find(things_.begin(), end, thing);

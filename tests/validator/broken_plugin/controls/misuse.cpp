@@ -29,7 +29,7 @@ PF_Err RefusesStrangers(Command& c) {
     return InStrangeHost(c, PF_Cmd_GLOBAL_SETUP) ? PF_Err_BAD_CALLBACK_PARAM : Effect(c);
 }
 
-// Without an error.
+// Reports no error.
 PF_Err OffersStrangersNothing(Command& c) {
     return InStrangeHost(c, PF_Cmd_PARAMS_SETUP) ? PF_Err_NONE : Effect(c);
 }
@@ -88,7 +88,8 @@ PF_Err NeedsGlobalSetup(Command& c) {
     return Effect(c);
 }
 
-// Of sessions with one instance that renders nothing: others are begun anew after a refusal.
+// Counts only sessions with one instance that renders nothing, because other checks begin a new session after a
+// refusal.
 PF_Err IsSetUpTwiceAtMost(Command& c) {
     static int ends = 0, instances = 0;
     static bool rendered = false;

@@ -19,7 +19,7 @@ struct PreRender {
     const PF_LRect& Request() const { return extra.input->output_request.rect; }
 };
 
-// Not of a record that holds nothing.
+// Whether it is a pre-render with a complete record.
 bool IsPreRender(const Command& command) {
     if (command.cmd != PF_Cmd_SMART_PRE_RENDER || !command.extra) return false;
     const auto& extra = *static_cast<const PF_PreRenderExtra*>(command.extra);
@@ -107,7 +107,7 @@ void AnnouncesTwice(PreRender& pre) {
 
 // ---- What is left ---------------------------------------------------------------------------------------------
 
-// Writes where the render before has written.
+// Writes into the output of the render before.
 PF_Err WritesOldOutput(Command& command) {
     static std::atomic<std::uint8_t*> output{nullptr};
     if (IsRender(command)) {
@@ -137,7 +137,7 @@ std::atomic<void (*)(PF_Handle)> g_dispose{nullptr};
 void Delete(void* data) {
     try {
         g_dispose.load()(static_cast<PF_Handle>(data));
-    } catch (...) {  // some hosts throw, after the deed
+    } catch (...) {  // some hosts throw after they have freed the handle
     }
 }
 PF_Err DeletesItsData(Command& command) {
@@ -158,7 +158,7 @@ void LeavesAMessage(PreRender& pre) {
 
 // ---- The render that follows ----------------------------------------------------------------------------------
 
-// Pre-renders since the last render, and the height of the last.
+// The number of pre-renders since the last render, and the height of the last pre-render.
 std::atomic<int> g_preRenders{0};
 std::atomic<std::int32_t> g_lastHeight{0};
 
@@ -182,7 +182,7 @@ bool AfterAnothers() {
     return g_lastHeight != OwnSize().height;
 }
 
-// Fetches a layer's pixels after the effect has done so.
+// Fetches a layer's pixels once more after the effect.
 template <std::int32_t id>
 void Fetches(Render& render) {
     const auto& extra = *static_cast<const PF_SmartRenderExtra*>(render.command.extra);

@@ -5,7 +5,7 @@
 namespace broken {
 namespace {
 
-// The fault is a value in the registration.
+// Registers one wrong value.
 template <auto member, auto value>
 PF_Err With(Registration& r) {
     r.*member = value;
@@ -37,7 +37,7 @@ PF_Err PassesAnotherRecord(Registration& r) {
     r.record = reinterpret_cast<PF_PluginDataPtr>(reinterpret_cast<char*>(record) + 8);
     const PF_Err answer = Register(r);
     return answer == PF_Err_BAD_CALLBACK_PARAM ? PF_Err_NONE
-                                               : answer;  // what the host says of a record not its own
+                                               : answer;  // the host refuses a record that is not its own
 }
 
 PF_Err SwallowsTheAnswer(Registration& r) {
@@ -59,7 +59,7 @@ PF_Err KeepsASuite(Registration& r) {
     return Register(r);
 }
 
-// Other checks look after a command.
+// Gives the suite back at the next command, because other checks look after a command.
 PF_Err GivesItBackLater(Command& c) {
     if (c.inData && c.inData->pica_basicP) {
         for (; g_kept > 0; --g_kept)

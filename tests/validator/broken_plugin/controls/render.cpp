@@ -46,13 +46,13 @@ void Alternates(Render& r) {
     if (++renders % 2 == 0) ChangesAPixel(r);
 }
 
-// Takes the first instance's values for all.
+// Renders only the first instance correctly.
 void KnowsOneInstance(Render& r) {
     static const PF_Handle first = r.command.inData->sequence_data;
     if (r.command.inData->sequence_data != first) ChangesAPixel(r);
 }
 
-// A cache that does not ask whose it is.
+// Uses a cache that another instance has filled.
 void KeepsOthersCache(Render& r) {
     static PF_Handle last = r.command.inData->sequence_data;
     if (r.command.inData->sequence_data != last) ChangesAPixel(r);

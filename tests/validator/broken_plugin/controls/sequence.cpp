@@ -15,9 +15,9 @@ PF_Err RefusesNewInstances(Command& c) {
     return InNewerHost(c, kSetup) && c.inData->sequence_data == nullptr ? PF_Err_OUT_OF_MEMORY : Effect(c);
 }
 
-std::array<void*, 2> g_own{};  // looks like a handle
+std::array<void*, 2> g_own{};  // memory of our own that looks like a handle
 
-// In place of the block that a new instance has just got.
+// Replaces the block that a new instance has just got.
 void GiveNoHandle(Command& c) {
     if (c.inData->sequence_data != nullptr) return;
     c.inData->utils->host_dispose_handle(c.outData->sequence_data);
@@ -26,7 +26,7 @@ void GiveNoHandle(Command& c) {
     c.outData->flat_sdata_size = 0;
 }
 
-// Something with a block that is handed back right after a re-set-up without data has made it.
+// Applies the fault to a block that a re-set-up without data has just made and the host hands back.
 template <auto fault>
 PF_Err WhenItComesBack(Command& c) {
     static PF_Handle made = nullptr;
@@ -45,7 +45,7 @@ void TellMore(Command& c) {
     c.outData->flat_sdata_size += 1;
 }
 
-// For the third new instance in a row.
+// The last of the new instances in a row gets a large block.
 PF_Err MakesALargeBlock(Command& c) {
     static int inARow = 0;
     const bool isNew = InNewerHost(c, kSetup) && c.inData->sequence_data == nullptr;
@@ -65,7 +65,7 @@ PF_Err MakesASecondBlock(Command& c) {
     return PF_Err_NONE;
 }
 
-// Both have the block of the first, as long as that lives.
+// A second instance gets the block of the first one as long as the first one lives.
 PF_Err SharesABlock(Command& c) {
     static PF_Handle shared = nullptr;
     if (InNewerHost(c, kSetup) && c.inData->sequence_data == nullptr && shared != nullptr) {
@@ -82,7 +82,7 @@ PF_Err RefusesToBeginWithoutData(Command& c) {
     return InNewerHost(c, kResetup) && c.inData->sequence_data == nullptr ? PF_Err_OUT_OF_MEMORY : Effect(c);
 }
 
-// Where the end follows right after the beginning.
+// Only shows in an instance that ends right after it began.
 PF_Err KeepsTheBlock(Command& c) {
     static bool begun = false;
     const bool keeps = begun && InNewerHost(c, kSetdown) && c.inData->sequence_data != nullptr;

@@ -18,7 +18,7 @@ PF_Err NumbersItsInstances(Command& c) {
     return result;
 }
 
-// The block of an earlier session, if there is one.
+// The block that the host hands back, or null.
 PF_Handle HandedBack(const Command& c) {
     return InNewerHost(c, kResetup) ? c.inData->sequence_data : nullptr;
 }
@@ -40,7 +40,7 @@ PF_Err CountsResetups(Command& c) {
     return result;
 }
 
-// As if every block had its size.
+// Writes as if every block had the right size.
 PF_Err TrustsTheSize(Command& c) {
     if (HandedBackSize(c) < 4) std::memset(*HandedBack(c), 0, 4);
     return Effect(c);

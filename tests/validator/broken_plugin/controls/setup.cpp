@@ -25,7 +25,7 @@ void DeclareFloatWithoutDeep(Command& c) {
     c.outData->out_flags &= ~static_cast<std::int32_t>(PF_OutFlag_DEEP_COLOR_AWARE);
 }
 
-// What registering it takes does not matter here.
+// The details of the interface do not matter here.
 PF_Err RegistersItsInterface(Command& c) {
     const PF_Err result = Effect(c);
     if (c.cmd == kParams && c.inData != nullptr && c.inData->inter.register_ui != nullptr) {
@@ -48,7 +48,7 @@ void ChangeInData(Command& c) {
     c.inData->num_params = 99;
 }
 
-// Until global set-down.
+// Keeps it until global set-down.
 PF_Err KeepsASuite(Command& c) {
     const PF_Err result = Effect(c);
     if (!InNewerHost(c) || c.inData->pica_basicP == nullptr) return result;
@@ -79,7 +79,7 @@ void MakeGlobalData(Command& c) {
     c.outData->global_data = c.inData->utils->host_new_handle(16);
 }
 
-// From global set-up on until the next command.
+// They stay locked from global set-up until the next command.
 PF_Err LocksItsGlobalData(Command& c) {
     const PF_Err result = Effect(c);
     if (!InNewerHost(c)) return result;

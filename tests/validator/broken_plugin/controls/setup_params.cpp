@@ -10,7 +10,7 @@ namespace {
 
 constexpr PF_Cmd kParams = PF_Cmd_PARAMS_SETUP;
 
-// Every definition changes on its way to the host; a host of version 13.30 unless the effect is mended.
+// Changes every definition on its way to the host. Adds does so only in the newer host.
 template <void change(PF_ParamDef&)>
 PF_Err Changed(Command& c) {
     OwnRecords own(c);

@@ -25,10 +25,10 @@ bool IsOwnRender(const Command& command) {
     return (command.cmd == PF_Cmd_RENDER || command.cmd == PF_Cmd_SMART_RENDER) && IsOfOwnSize(command);
 }
 
-// Something that two commands at once have in common.
+// Detects two commands that run at once.
 class Clash {
 public:
-    // Waits a moment for another one; whether there has ever been one.
+    // Waits a moment for another command. Returns whether there has ever been one at the same time.
     bool Meets(PF_Handle instance, bool same) {
         std::unique_lock lock(mutex_);
         if (inside_ > 0 && (instance_ == instance) == same) met_ = true;
@@ -89,7 +89,7 @@ using IterateGeneric = PF_Err (*)(std::int32_t, void*, PF_IterateRowFunc);
 using Acquire = std::int32_t (*)(const char*, std::int32_t, const void**);
 std::atomic<Acquire> g_acquire{nullptr};
 IterateGeneric g_iterate = nullptr;
-struct Rows {
+struct RowCall {
     PF_IterateRowFunc function;
     void* refcon;
     bool begun;
@@ -118,10 +118,10 @@ PF_Err Iterates(Command& command) {
 }
 
 PF_Err FromTheTop(std::int32_t iterations, void* refcon, PF_IterateRowFunc function) {
-    Rows rows{function, refcon, false};
+    RowCall rows{function, refcon, false};
     return g_iterate(iterations, &rows,
                      [](void* memory, std::int32_t thread, std::int32_t row, std::int32_t count) {
-                         auto& own = *static_cast<Rows*>(memory);
+                         auto& own = *static_cast<RowCall*>(memory);
                          if (thread == 0 && !std::exchange(own.begun, true) && row != 0)
                              return PF_Err{PF_Err_OUT_OF_MEMORY};
                          return own.function(own.refcon, thread, row, count);
@@ -132,10 +132,10 @@ constexpr int kRoom = 5;
 static_assert(kRoom < signs::kRowThreads);
 
 PF_Err OnFewThreads(std::int32_t iterations, void* refcon, PF_IterateRowFunc function) {
-    Rows rows{function, refcon, false};
+    RowCall rows{function, refcon, false};
     return g_iterate(iterations, &rows,
                      [](void* memory, std::int32_t thread, std::int32_t row, std::int32_t count) {
-                         const auto& own = *static_cast<const Rows*>(memory);
+                         const auto& own = *static_cast<const RowCall*>(memory);
                          if (thread >= kRoom) return PF_Err{PF_Err_OUT_OF_MEMORY};
                          return own.function(own.refcon, thread, row, count);
                      });
@@ -189,7 +189,7 @@ struct Basic {
 };
 std::atomic<const Basic*> g_basic{nullptr};
 
-// The driver's first callback gives the mutex up, and its last one takes it again.
+// Unlocks the mutex in the render's first callback, and locks it again in the last one.
 PF_Err RendersUnlocked(Command& command) {
     if (!IsOwnRender(command)) return Effect(command);
     static const Basic basic{command.inData->pica_basicP->AcquireSuite, command.inData->pica_basicP->ReleaseSuite};

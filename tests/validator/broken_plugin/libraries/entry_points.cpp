@@ -1,4 +1,4 @@
-// The broken plug-in's boundary.
+// The entry points of the broken plug-in.
 #include "entry/entry_points.h"
 #include "control.h"
 #include "entry/exception_state.h"

@@ -7,7 +7,7 @@
 namespace broken {
 namespace {
 
-// Without an allocation, which may fail as well.
+// Uses no std::thread, because that allocates memory, which may fail as well.
 template <Moment in>
 PF_Err StartsThread(Command& command) {
     if (in(command)) {

@@ -1,4 +1,4 @@
-// Faults that only show where there is a property list, on Windows.
+// Faults in the property list, which only Windows has.
 #include "control.h"
 
 namespace broken {
@@ -9,7 +9,7 @@ PF_Err RegistersAnotherName(Registration& r) {
     return Register(r);
 }
 
-// One that there is.
+// An entry point that the file exports.
 PF_Err RegistersAnotherEntryPoint(Registration& r) {
     r.entryPoint = "PluginDataEntryFunction";
     return Register(r);
