@@ -61,10 +61,8 @@ int Run(int argc, char** argv) {
     return 0;
 }
 
-#ifdef __linux__
-
-// The picture library's own libraries start threads while they are loaded, and where no more are allowed the
-// process would be aborted before main: so what is told then is set down before even they are initialised.
+#ifndef _WIN32
+// Threads that libraries start while they are loaded, and threads of the effect: their exceptions come here.
 [[noreturn]] void ReportTermination() {
     try {
         if (const auto failure = std::current_exception()) std::rethrow_exception(failure);
@@ -78,12 +76,6 @@ int Run(int argc, char** argv) {
     }
     std::_Exit(kFailure);
 }
-
-void TellOfTermination() {
-    std::set_terminate(ReportTermination);
-}
-[[gnu::section(".preinit_array"), gnu::used]] void (*const g_first)() = TellOfTermination;
-
 #endif
 
 }  // namespace
@@ -91,6 +83,7 @@ void TellOfTermination() {
 int main(int argc, char** argv) {
 #ifndef _WIN32
     nuvhost::HoldStandardDescriptors();
+    std::set_terminate(ReportTermination);
 #endif
     try {
         const int code = Run(argc, argv);

@@ -11,7 +11,7 @@
 #include <system_error>
 
 #include "console/errors.h"
-#include "picture/output_file.h"
+#include "files/output_file.h"
 
 namespace nuvhost {
 namespace {

@@ -14,8 +14,8 @@
 #include <variant>
 
 #include "console/errors.h"
-#include "picture/output_file.h"
-#include "picture/picture_file.h"
+#include "files/file_checks.h"
+#include "files/output_file.h"
 #include "frames/frame_range.h"
 #include "frames/sequence_pattern.h"
 
@@ -179,7 +179,7 @@ void CheckOutputs(const FramePlan& plan, bool createFolder) {
     }
     std::set<FileId> outputs;
     for (const auto& job : plan.jobs) {
-        CheckFormat(job.output);
+        CheckOutputName(job.output);
         const auto id = IdOf(job.output);
         if (const auto input = inputs.find(id); input != inputs.end()) {
             const bool own = *input->second == job.input;

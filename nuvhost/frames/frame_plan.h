@@ -42,8 +42,8 @@ struct FramePlan {
 // sequence exists.
 FramePlan PlanFrames(const PlanOptions& options);
 
-// Throws UsageError if an output is the input of any frame or the output of another, under whatever name, or has
-// no known format; std::runtime_error if one cannot be written.
+// Throws UsageError if an output is a folder, the input of any frame or the output of another one, under whatever
+// name; std::runtime_error if one cannot be written. Does not know which formats there are.
 void CheckOutputs(const FramePlan& plan, bool createFolder);
 
 // Makes the folders of all outputs. Throws std::runtime_error.

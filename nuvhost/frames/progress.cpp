@@ -12,7 +12,7 @@
 #include <thread>
 
 #include "console/one_line.h"
-#include "picture/quiet.h"
+#include "console/quiet.h"
 
 namespace nuvhost {
 namespace {

@@ -1,14 +1,11 @@
 #include "picture/alpha.h"
 
-#include <OpenImageIO/imageio.h>
-
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstring>
 #include <type_traits>
 #include <vector>
-
-#include "picture/picture_type.h"
 
 namespace nuvhost {
 namespace {
@@ -50,9 +47,18 @@ void UnpremultiplyWhole(std::vector<std::byte>& bytes) {
     });
 }
 
-}  // namespace
+void Associate(std::array<float, 4>& pixel) {
+    for (std::size_t i = 0; i < 3; ++i)
+        pixel[i] *= pixel[3];
+}
 
-using OIIO::TypeDesc;
+void Unassociate(std::array<float, 4>& pixel) {
+    if (pixel[3] == 0) return;
+    for (std::size_t i = 0; i < 3; ++i)
+        pixel[i] /= pixel[3];
+}
+
+}  // namespace
 
 bool Opaque(const Picture& picture) {
     switch (picture.depth) {
@@ -103,27 +109,6 @@ Alpha AlphaOf(std::string_view format) {
         if (entry.format == format) return entry.alpha;
     }
     return Alpha::asItIs;
-}
-
-void Associate(std::array<float, 4>& pixel) {
-    for (std::size_t i = 0; i < 3; ++i)
-        pixel[i] *= pixel[3];
-}
-
-void Unassociate(std::array<float, 4>& pixel) {
-    if (pixel[3] == 0) return;
-    for (std::size_t i = 0; i < 3; ++i)
-        pixel[i] /= pixel[3];
-}
-
-Picture Converted(const Picture& picture, void (*convert)(std::array<float, 4>&)) {
-    Picture result{picture.width, picture.height, Depth::bits32, {}};
-    result.pixels.resize(result.pixelCount() * result.bytesPerPixel());
-    OIIO::convert_image(4, picture.width, picture.height, 1, picture.pixels.data(), TypeOf(picture.depth),
-                        OIIO::AutoStride, OIIO::AutoStride, OIIO::AutoStride, result.pixels.data(), TypeDesc::FLOAT,
-                        OIIO::AutoStride, OIIO::AutoStride, OIIO::AutoStride);
-    EachPixel<float>(result.pixels, convert);
-    return result;
 }
 
 }  // namespace nuvhost

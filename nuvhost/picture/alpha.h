@@ -1,7 +1,6 @@
 // Colour multiplied by alpha (associated), or not (straight).
 #pragma once
 
-#include <array>
 #include <string_view>
 
 #include "picture/picture.h"
@@ -18,13 +17,7 @@ bool Opaque(const Picture& picture);  // alpha is full everywhere
 // Multiplies colour by alpha in place, at the picture's depth, as hosts do before an effect sees a picture with
 // straight alpha: (c * a + 127) / 255 at 8 bits.
 void Premultiply(Picture& picture);
-// And back, in place. Colour beyond alpha becomes full.
+// And back, in place. Integer colour beyond alpha becomes full; a pixel without any alpha stays as it is.
 void Unpremultiply(Picture& picture);
-
-void Associate(std::array<float, 4>& pixel);
-void Unassociate(std::array<float, 4>& pixel);  // a pixel without any alpha stays as it is
-
-// In floats, so that the one rounding is that of the writer.
-Picture Converted(const Picture& picture, void (*convert)(std::array<float, 4>&));
 
 }  // namespace nuvhost

@@ -13,14 +13,6 @@ std::size_t At(int x, int y, int width, std::size_t bytesPerPixel) {
 
 }  // namespace
 
-Window DataWindow(const OIIO::ImageSpec& spec) {
-    return {spec.x, spec.y, spec.width, spec.height};
-}
-
-Window DisplayWindow(const OIIO::ImageSpec& spec) {
-    return {spec.full_x, spec.full_y, spec.full_width, spec.full_height};
-}
-
 Window Union(const Window& a, const Window& b) {
     const int left = std::min(a.x, b.x), top = std::min(a.y, b.y);
     return {left, top, std::max(a.x + a.width, b.x + b.width) - left,

@@ -1,8 +1,6 @@
 // Parts of pictures: the data window that a file stores, the display window, and the layer that has both.
 #pragma once
 
-#include <OpenImageIO/imageio.h>
-
 #include <cstddef>
 #include <vector>
 
@@ -14,8 +12,6 @@ struct Window {
     bool operator==(const Window&) const = default;
 };
 
-Window DataWindow(const OIIO::ImageSpec& spec);
-Window DisplayWindow(const OIIO::ImageSpec& spec);
 // The smallest that holds both.
 Window Union(const Window& a, const Window& b);
 

@@ -144,8 +144,27 @@ for output in late.png late.jpg late.tif late.exr late.ppm; do
 done
 keeps_pipe() { mkfifo pipe.json && refuses 2 pipe.json render opaque.png out.png --save-settings pipe.json && [ -p pipe.json ]; }
 promise "what is no file is not replaced by one" keeps_pipe
-no_plugin() { mkdir -p alone/bin && cp "$nuvhost" alone/bin/nuvhost &&
-    (nuvhost=$PWD/alone/bin/nuvhost && refuses 1 nuv_chromaber.so render opaque.png out.png); }
+mkdir -p alone/bin && cp "$nuvhost" alone/bin/nuvhost || exit 2
+alone() { (nuvhost=$PWD/alone/bin/nuvhost && "$@"); }
+promise "the picture module's absence beside nuvhost is named" \
+    alone refuses 1 alone/bin/nuvhost_pictures.so render opaque.png out.png
+damaged() { echo text >alone/bin/nuvhost_pictures.so && alone refuses 1 alone/bin/nuvhost_pictures.so "$@"; }
+for command in "render opaque.png" "sheet opaque.png" chart; do
+    promise "a picture module that cannot be loaded is named by ${command%% *}" damaged $command out.png
+done
+# With a module that cannot be loaded, whatever works does not load it.
+promise "--version loads no picture library" alone prints "nuvhost 2.0" --version
+promise "--help loads no picture library" alone prints "--amount" render --help
+promise "info loads no picture library" alone prints "nuv_chromaber" info "$parts/nuv_chromaber.so"
+promise "validate loads no picture library" \
+    alone prints "1 passed" validate "$parts/nuv_chromaber.so" --check loading.exports
+promise "wrong usage loads no picture library" alone refuses 2 --amount render opaque.png out.png --amount 1000
+promise "a missing input loads no picture library" alone refuses 1 nowhere.png render nowhere.png out.png
+promise "an output that cannot be written loads no picture library" alone refuses 1 nowhere render opaque.png nowhere/out.png
+stream_alone() { cp "$parts/nuv_chromaber.so" alone && head -c 1024 /dev/zero | "$PWD/alone/bin/nuvhost" render - - \
+    --size 16x16 --pixel rgba8 -q | cmp - <(head -c 1024 /dev/zero) && rm alone/nuv_chromaber.so; }
+promise "a stream loads no picture library" stream_alone
+no_plugin() { cp "$parts/nuvhost_pictures.so" alone/bin && alone refuses 1 nuv_chromaber.so render opaque.png out.png; }
 promise "the plug-in's absence beside nuvhost is named" no_plugin
 keeps_old() { cp opaque.png old.png && "$nuvhost" render short.png old.png 2>/dev/null; [ $? = 1 ] &&
     cmp opaque.png old.png; }

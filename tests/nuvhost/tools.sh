@@ -3,6 +3,7 @@
 set -u
 source "$(dirname "${BASH_SOURCE[0]}")/../support/promise.sh"
 nuvhost=$(realpath "$1")
+parts=$(dirname "$nuvhost") # where its picture module and the effect lie
 tests=$(dirname "$(realpath "${BASH_SOURCE[0]}")")
 rm -rf "$2" && mkdir -p "$2" && cd "$2" || exit 2
 command -v oiiotool >/dev/null || { echo "$0: oiiotool is not installed" >&2; exit 2; }
@@ -60,7 +61,7 @@ refuses() {
 # bound COMMAND…: by a user whom permissions bind, in a folder of his own with all that lies here, and there is `$tool`.
 bound() {
     local place code user=()
-    place=$(mktemp -d) && cp -a . "$place" && cp "$nuvhost" "$(dirname "$nuvhost")/nuv_chromaber.so" "$place" || return
+    place=$(mktemp -d) && cp -a . "$place" && cp "$nuvhost" "$parts"/{nuvhost_pictures,nuv_chromaber}.so "$place" || return
     chmod 755 "$place"
     if [ "$(id -u)" = 0 ]; then
         chown -Rh 65534:65534 "$place"

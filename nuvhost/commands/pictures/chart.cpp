@@ -3,11 +3,10 @@
 #include <memory>
 
 #include "commands/commands.h"
-#include "drawing/chart.h"
-#include "effect/settings.h"
 #include "commands/effect_options.h"
-#include "picture/output_file.h"
-#include "picture/picture_file.h"
+#include "effect/settings.h"
+#include "files/file_checks.h"
+#include "picture_module/picture_module.h"
 
 namespace nuvhost {
 namespace {
@@ -18,15 +17,9 @@ struct ChartOptions {
 };
 
 void Chart(const ChartOptions& options) {
-    RemoveTemporariesOnSignal();
-    CheckFormat(options.output);
+    CheckOutputName(options.output);
     CheckWritable(options.output);
-    PictureFile file;
-    file.picture = DrawChart(options.size.width, options.size.height);
-    file.spec = OIIO::ImageSpec(options.size.width, options.size.height, 4, OIIO::TypeDesc::UINT8);
-    file.layer = DataWindow(file.spec);
-    file.straight = file.fileStraight = true;
-    WritePicture(options.output, file);
+    LoadPictureModule().drawChart(options.output, options.size);
 }
 
 }  // namespace

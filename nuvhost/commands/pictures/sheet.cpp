@@ -1,45 +1,32 @@
 #include <CLI/CLI.hpp>
 
-#include <cmath>
 #include <memory>
 
 #include "commands/commands.h"
-#include "drawing/sheet.h"
 #include "commands/effect_options.h"
-#include "picture/output_file.h"
-#include "picture/picture_file.h"
+#include "files/file_checks.h"
 #include "frames/frame_plan.h"
+#include "picture_module/picture_module.h"
 
 namespace nuvhost {
 namespace {
 
-struct SheetOptions {
-    std::filesystem::path input, output, plugin;
-    SheetSettings settings;
-};
-
-void Sheet(SheetOptions options) {
-    RemoveTemporariesOnSignal();
-    const FramePlan plan = PlanFrames({.input = options.input, .output = options.output, .literal = true});
+void Sheet(const SheetSettings& settings) {
+    const FramePlan plan = PlanFrames({.input = settings.input, .output = settings.output, .literal = true});
     CheckOutputs(plan, false);
-    const PictureFile source = ReadPicture(options.input, {.firstPage = true});
-    options.settings.amount = std::abs(options.settings.amount);
-    options.settings.name = options.input.filename().string();
-    EffectRunner runner(options.plugin.empty() ? FindPlugin() : options.plugin, refhost::Personality::compositor);
-    const PictureFile sheet = DrawSheet(source, runner, options.settings);
-    runner.Close();
-    WritePicture(options.output, sheet);
+    CheckReadable(settings.input);
+    LoadPictureModule().drawSheet(settings);
 }
 
 }  // namespace
 
 void AddSheetCommand(CLI::App& program) {
-    auto options = std::make_shared<SheetOptions>();
-    auto& settings = options->settings;
+    auto shared = std::make_shared<SheetSettings>();
+    auto& settings = *shared;
     auto& command =
         *program.add_subcommand("sheet", "Render every mode and scaling, both ways, on one labelled page");
-    command.add_option("IN", options->input, "Picture to read")->required()->check(FileName())->type_name("");
-    command.add_option("OUT", options->output, "Picture to write; the extension chooses the format")
+    command.add_option("IN", settings.input, "Picture to read")->required()->check(FileName())->type_name("");
+    command.add_option("OUT", settings.output, "Picture to write; the extension chooses the format")
         ->required()
         ->check(FileName())
         ->type_name("");
@@ -56,8 +43,8 @@ void AddSheetCommand(CLI::App& program) {
             },
             "Width of one rendered picture on the page (default: 480)")
         ->type_name("PIXELS");
-    AddPluginOption(command, options->plugin);
-    command.callback([options] { Sheet(*options); });
+    AddPluginOption(command, settings.plugin);
+    command.callback([shared] { Sheet(*shared); });
 }
 
 }  // namespace nuvhost

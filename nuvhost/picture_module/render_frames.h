@@ -1,23 +1,12 @@
 // Renders the frames of a plan, several at once.
 #pragma once
 
-#include <optional>
-
 #include "effect/effect_runner.h"
-#include "effect/settings.h"
-#include "picture/picture_file.h"
 #include "frames/frame_plan.h"
+#include "frames/frame_settings.h"
 #include "frames/progress.h"
 
 namespace nuvhost {
-
-struct FrameSettings {
-    MovingSettings effect;
-    RenderPath path = RenderPath::smart;
-    ReadOptions read;
-    Reduction reduction;
-    bool keepGoing = false;  // past frames that fail
-};
 
 // Each of `threads` workers takes a frame through reading, rendering and writing at a time, so that files are read
 // and written while others render and no more than `threads` frames are in memory. The runner has as many

@@ -1,4 +1,4 @@
-#include "picture/channels.h"
+#include "picture_module/files/channels.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-#include "picture/picture_type.h"
+#include "picture_module/files/picture_type.h"
 
 namespace nuvhost {
 namespace {

@@ -1,5 +1,4 @@
 #include <OpenImageIO/imageio.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <memory>
@@ -9,12 +8,12 @@
 #include <utility>
 
 #include "console/errors.h"
+#include "console/quiet.h"
+#include "files/output_file.h"
 #include "picture/alpha.h"
-#include "picture/checked_file.h"
-#include "picture/output_file.h"
-#include "picture/picture_file.h"
-#include "picture/picture_type.h"
-#include "picture/quiet.h"
+#include "picture_module/files/checked_file.h"
+#include "picture_module/files/picture_file.h"
+#include "picture_module/files/picture_type.h"
 
 namespace nuvhost {
 namespace {
@@ -88,6 +87,16 @@ std::vector<std::byte> Assembled(const Picture& picture, const std::vector<std::
     return pixels;
 }
 
+// Floats leave the one rounding to the writer.
+Picture InFloats(const Picture& picture) {
+    Picture result{picture.width, picture.height, Depth::bits32, {}};
+    result.pixels.resize(result.pixelCount() * result.bytesPerPixel());
+    OIIO::convert_image(4, picture.width, picture.height, 1, picture.pixels.data(), TypeOf(picture.depth),
+                        OIIO::AutoStride, OIIO::AutoStride, OIIO::AutoStride, result.pixels.data(), TypeDesc::FLOAT,
+                        OIIO::AutoStride, OIIO::AutoStride, OIIO::AutoStride);
+    return result;
+}
+
 // A picture as one format gets it: its window, its alpha, its orientation.
 class Written {
 public:
@@ -139,7 +148,8 @@ private:
         const auto rule = writer.supports("alpha") ? AlphaOf(writer.format_name()) : Alpha::associated;
         const bool straight = rule == Alpha::asItIs ? source_.fileStraight : rule == Alpha::straight;
         if (straight != source_.straight && !Opaque(*picture_)) {
-            Replace(Converted(*picture_, straight ? Unassociate : Associate));
+            Replace(InFloats(*picture_));
+            straight ? Unpremultiply(ownPicture_) : Premultiply(ownPicture_);
         }
         return straight;
     }
@@ -209,29 +219,7 @@ std::string WithoutTemporary(std::string error, const OutputFile& output, const 
 }  // namespace
 
 void CheckFormat(const std::filesystem::path& output) {
-    std::error_code ignored;
-    const auto name = output.string();
-    if (std::filesystem::is_directory(output, ignored)) throw UsageError(name + ": is a folder");
-    if (!WriterFor(output)) throw UsageError(name + ": no picture format has this file name extension");
-}
-
-void CheckWritable(const std::filesystem::path& output) {
-    std::error_code error;
-    const auto target = BehindLinks(std::filesystem::absolute(output));
-    const auto folder = target.parent_path();
-    if (::access(folder.c_str(), W_OK | X_OK) != 0 && errno != ENOENT && errno != ENOTDIR) {
-        Fail(output, "no permission to write in the folder", folder.string());
-    }
-    if (!std::filesystem::is_directory(folder, error)) {
-        const bool link = std::filesystem::is_symlink(output, error);
-        Fail(output, link ? "is a link to no folder" : "no such folder",
-             folder.string() + (link ? "" : " (--create-dir makes it)"));
-    }
-    const auto status = std::filesystem::status(output, error);
-    if (status.type() == std::filesystem::file_type::none) Fail(output, "cannot be written", error.message());
-    if (!std::filesystem::exists(status)) return;
-    if (!std::filesystem::is_regular_file(status)) Fail(output, "is not a file");
-    if (::access(target.c_str(), W_OK) != 0) Fail(output, "is write-protected");
+    if (!WriterFor(output)) throw UsageError(output.string() + kNoFormat);
 }
 
 void CheckChannels(const std::filesystem::path& output, const PictureFile& picture) {

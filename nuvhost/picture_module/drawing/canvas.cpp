@@ -1,11 +1,11 @@
-#include "drawing/canvas.h"
+#include "picture_module/drawing/canvas.h"
 
 #include <OpenImageIO/imagebufalgo.h>
 
 #include <algorithm>
 #include <cmath>
 
-#include "drawing/font.h"
+#include "picture_module/drawing/font.h"
 
 namespace nuvhost {
 namespace {

@@ -1,4 +1,4 @@
-#include "drawing/sheet.h"
+#include "picture_module/drawing/sheet.h"
 
 #include <OpenImageIO/color.h>
 #include <OpenImageIO/imagebufalgo.h>
@@ -10,7 +10,7 @@
 #include <iterator>
 #include <stdexcept>
 
-#include "drawing/font.h"
+#include "picture_module/drawing/font.h"
 
 namespace nuvhost {
 namespace {
@@ -98,11 +98,13 @@ void Place(ImageBuf& sheet, const ImageBuf& layer, const ROI& place) {
 
 PictureFile DrawSheet(const PictureFile& source, EffectRunner& effect, const SheetSettings& settings) {
     const Picture& picture = source.picture;
+    const std::string name = settings.input.filename().string();
+    const double amount = std::abs(settings.amount);
     const int columns = static_cast<int>(kScalings.size());
     const int tileWidth = settings.tileWidth;
     const double scaledHeight = static_cast<double>(tileWidth) * picture.height / picture.width;
     if (columns * Rows() * scaledHeight * tileWidth > kMostPixels) {
-        throw std::runtime_error(settings.name + ": at --tile-width " + std::to_string(tileWidth) +
+        throw std::runtime_error(name + ": at --tile-width " + std::to_string(tileWidth) +
                                  " its tiles are too high for a page");
     }
     const int tileHeight = std::max(1, static_cast<int>(std::lround(scaledHeight)));
@@ -113,9 +115,8 @@ PictureFile DrawSheet(const PictureFile& source, EffectRunner& effect, const She
     ImageBuf sheet(ImageSpec(width, height, 4, TypeDesc::FLOAT));
     algo::fill(sheet, {kBackground[0], kBackground[1], kBackground[2], 1.0F});
     Write(sheet, kMargin, kMargin + 24, 26, "NUV Chromatic Aberration", kTitle);
-    const std::string about = settings.name + ", " + std::to_string(picture.width) + " x " +
-                              std::to_string(picture.height) + ", show " +
-                              std::string(kShows[static_cast<std::size_t>(settings.show - 1)]);
+    const std::string about = name + ", " + std::to_string(picture.width) + " x " + std::to_string(picture.height) +
+                              ", show " + std::string(kShows[static_cast<std::size_t>(settings.show - 1)]);
     Write(sheet, kMargin, kMargin + 50, 16, about, kLabel);
 
     const bool linear = source.spec.get_string_attribute("oiio:ColorSpace") == "Linear";
@@ -125,7 +126,7 @@ PictureFile DrawSheet(const PictureFile& source, EffectRunner& effect, const She
             tile.center = settings.center;
             tile.mode = row / 2 + 1;
             tile.scaling = column + 1;
-            tile.amount = row % 2 == 0 ? settings.amount : -settings.amount;
+            tile.amount = row % 2 == 0 ? amount : -amount;
             tile.show = settings.show;
 
             const int x = kMargin + column * stepX;

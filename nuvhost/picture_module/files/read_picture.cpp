@@ -1,17 +1,14 @@
 #include <OpenImageIO/imageio.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <memory>
 #include <string>
-#include <system_error>
 
+#include "console/quiet.h"
 #include "picture/alpha.h"
-#include "picture/channels.h"
-#include "picture/picture_file.h"
-#include "picture/picture_type.h"
-#include "picture/quiet.h"
+#include "picture_module/files/channels.h"
+#include "picture_module/files/picture_file.h"
+#include "picture_module/files/picture_type.h"
 
 namespace nuvhost {
 namespace {
@@ -93,20 +90,18 @@ void CheckLayer(const std::filesystem::path& file, const PictureFile& picture) {
 
 }  // namespace
 
+Window DataWindow(const OIIO::ImageSpec& spec) {
+    return {spec.x, spec.y, spec.width, spec.height};
+}
+
+Window DisplayWindow(const OIIO::ImageSpec& spec) {
+    return {spec.full_x, spec.full_y, spec.full_width, spec.full_height};
+}
+
 Window FrameOf(const PictureFile& picture) {
     if (picture.format != kWindowedFormat) return {0, 0, picture.layer.width, picture.layer.height};
     const Window display = DisplayWindow(picture.spec);
     return {display.x - picture.layer.x, display.y - picture.layer.y, display.width, display.height};
-}
-
-void CheckReadable(const std::filesystem::path& file) {
-    std::error_code failure;
-    const auto status = std::filesystem::status(file, failure);
-    if (status.type() == std::filesystem::file_type::not_found) Fail(file, "no such file");
-    if (status.type() == std::filesystem::file_type::none) Fail(file, "cannot be read", failure.message());
-    if (std::filesystem::is_directory(status)) Fail(file, "is a folder, not a picture");
-    if (!std::filesystem::is_regular_file(status)) Fail(file, "is not a file");
-    if (::access(file.c_str(), R_OK) != 0) Fail(file, "cannot be read", std::generic_category().message(errno));
 }
 
 PictureFile ReadHeader(const std::filesystem::path& file, const ReadOptions& options) {
@@ -150,7 +145,7 @@ PictureFile BlackLike(const PictureFile& header) {
 
 void Reduce(PictureFile& picture, const Reduction& reduction) {
     auto& spec = picture.spec;
-    if (reduction.type) picture.fileType = reduction.type;
+    if (reduction.type) picture.fileType = TypeOf(*reduction.type);
     if (reduction.colorOnly) {
         const auto main = static_cast<std::size_t>(picture.hasAlpha() ? 4 : 3);
         spec.nchannels = static_cast<int>(main);

@@ -1,4 +1,4 @@
-#include "frames/render_frames.h"
+#include "picture_module/render_frames.h"
 
 #include <malloc.h>
 
@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "frames/frame_range.h"
+#include "picture_module/files/picture_file.h"
 
 namespace nuvhost {
 namespace {

@@ -1,4 +1,4 @@
-#include "picture/quiet.h"
+#include "console/quiet.h"
 
 #include <fcntl.h>
 #include <unistd.h>

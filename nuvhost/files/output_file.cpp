@@ -1,4 +1,4 @@
-#include "picture/output_file.h"
+#include "files/output_file.h"
 
 #include <fcntl.h>
 #include <pthread.h>

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "picture/file_options.h"
 #include "picture/picture.h"
 #include "picture/window.h"
 
@@ -38,17 +39,11 @@ struct PictureFile {
     bool hasAlpha() const { return spec.alpha_channel >= 0; }
 };
 
+Window DataWindow(const OIIO::ImageSpec& spec);
+Window DisplayWindow(const OIIO::ImageSpec& spec);
 // The display window, from the layer's top left corner: what a host calls the frame.
 Window FrameOf(const PictureFile& picture);
 
-struct ReadOptions {
-    std::optional<Depth> depth;  // none: the one that loses nothing of 8- and 16-bit files, and 32 otherwise
-    bool premultiply = true;     // straight colour is multiplied by alpha
-    bool firstPage = false;      // whether further pictures in the file may be left out
-};
-
-// std::runtime_error if there is no file of that name, or no permission to read it.
-void CheckReadable(const std::filesystem::path& file);
 // The first picture of a file. Throws std::runtime_error for anything that cannot be read in full.
 PictureFile ReadPicture(const std::filesystem::path& file, const ReadOptions& options);
 // The same without pixels: `picture` has its size and depth only.
@@ -57,18 +52,10 @@ PictureFile ReadHeader(const std::filesystem::path& file, const ReadOptions& opt
 // A black, transparent picture of the same windows, channels and types; none of the metadata but its compression.
 PictureFile BlackLike(const PictureFile& header);
 
-// What is written of a picture if not all of it.
-struct Reduction {
-    std::optional<OIIO::TypeDesc> type;  // of every channel
-    bool colorOnly = false;              // colour and alpha, no other channels
-    bool bare = false;                   // no metadata
-};
 void Reduce(PictureFile& picture, const Reduction& reduction);
 
-// What can be known before there is a picture: UsageError if no writer takes the name or if it is a folder.
+// UsageError if no writer takes the name.
 void CheckFormat(const std::filesystem::path& output);
-// std::runtime_error if the folder cannot take the file, or the one that links lead to.
-void CheckWritable(const std::filesystem::path& output);
 // std::runtime_error if the format has no room for the picture's channels.
 void CheckChannels(const std::filesystem::path& output, const PictureFile& picture);
 

@@ -1,11 +1,11 @@
-#include "drawing/chart.h"
+#include "picture_module/drawing/chart.h"
 
 #include <algorithm>
 #include <cmath>
 #include <numbers>
 #include <string>
 
-#include "drawing/canvas.h"
+#include "picture_module/drawing/canvas.h"
 
 namespace nuvhost {
 namespace {

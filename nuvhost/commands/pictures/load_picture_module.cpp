@@ -1,0 +1,35 @@
+#include <dlfcn.h>
+
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include "console/terminal.h"
+#include "picture_module/picture_module.h"
+
+namespace nuvhost {
+namespace {
+
+// Some of the libraries start threads while they are loaded and throw where no more threads are allowed. The loader
+// is not made for exceptions that pass through it; here they end the process with main's line about them.
+void* Open(const std::string& file) noexcept {
+    return ::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+}
+
+}  // namespace
+
+const PictureModule& LoadPictureModule() {
+    const std::string file = ThisProgram().parent_path() / "nuvhost_pictures.so";
+    const auto fail = [&](std::string_view why) {
+        if (why.starts_with(file + ": ")) why.remove_prefix(file.size() + 2);
+        throw std::runtime_error(file + ": the picture commands cannot be loaded: " + std::string(why));
+    };
+    void* const library = Open(file);
+    if (!library) fail(::dlerror());
+    const auto* const module = static_cast<const PictureModule*>(::dlsym(library, kPictureModuleSymbol));
+    if (!module) fail(::dlerror());
+    if (module->version != std::string_view(NUVHOST_VERSION)) fail("they are those of another version of nuvhost");
+    return *module;
+}
+
+}  // namespace nuvhost

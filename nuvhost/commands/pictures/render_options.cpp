@@ -1,0 +1,173 @@
+#include <CLI/CLI.hpp>
+
+#include <array>
+#include <memory>
+
+#include "commands/commands.h"
+#include "commands/effect_options.h"
+#include "commands/pictures/render.h"
+#include "console/errors.h"
+#include "files/output_file.h"
+#include "frames/stream.h"
+
+namespace nuvhost {
+namespace {
+
+constexpr std::array<std::string_view, 3> kDepths{"8", "16", "32"};
+constexpr std::array<std::string_view, 2> kHosts{"compositor", "editor"};
+constexpr std::array<std::string_view, 3> kMissing{"error", "skip", "black"};
+constexpr std::array<std::string_view, 2> kAlphas{"premultiply", "as-is"};
+constexpr std::array<std::string_view, 4> kPixelTypes{"uint8", "uint16", "half", "float"};
+constexpr std::array<std::string_view, 2> kChannels{"all", "color"};
+constexpr std::array<std::string_view, 2> kMetadata{"keep", "drop"};
+constexpr std::array<std::string_view, 3> kProgress{"auto", "json", "none"};
+constexpr std::array<std::string_view, 4> kPixels{kRawFormats[0].name, kRawFormats[1].name, kRawFormats[2].name,
+                                                  kRawFormats[3].name};
+constexpr auto kFooter =
+    R"(Sequences: in a name, # stands for the frame's number in four digits, a run such as ##### for as many digits as it
+is long, @ for one digit each, %04d for what printf makes of it. Without --frames every input that exists is rendered.
+A still picture with --frames is rendered once for each of them.
+
+Streams: - as IN and OUT reads raw frames from standard input and writes them to standard output, such as
+  ffmpeg -i in.mov -f rawvideo -pix_fmt rgba - | nuvhost render - - --size 1920x1080 --pixel rgba8 --amount 2 |
+    ffmpeg -f rawvideo -pix_fmt rgba -s 1920x1080 -r 25 -i - out.mov
+ffmpeg's name of rgba8 is rgba, of rgba16 rgba64le, of gbrapf32 gbrapf32le. The first frame is number 0.
+
+Over time: --amount 0:0,48:100 and --center 0:50%,50%,48:25%,50% are FRAME:VALUE, linear between, held outside.
+
+Alpha: the hosts hand an effect colour multiplied by alpha. Files that hold it otherwise (PNG, some TIFF) and streams
+are multiplied before and divided after, which at 8 bits costs precision where alpha is low (--depth 32 keeps it) and
+loses colour where alpha is 0; opaque pixels keep every bit. --alpha as-is hands out the numbers of the file.
+
+Of OpenEXR files with a display window of their own the effect gets the whole frame, and the data window is written.
+
+Metadata are kept as far as the output's format holds them and the picture library writes them there: it leaves IPTC
+captions and credits out of TIFF.
+
+Exit codes: 0 done, 1 a frame or file failed, 2 wrong usage, 130 and 143 ended by a signal (no temporary file stays).)";
+
+void AddParameters(CLI::App& command, RenderOptions& options) {
+    const auto add = [&](std::size_t index, const std::string& name, const std::string& type,
+                         const std::string& help) {
+        AddTextOption(command, name, type, help, [&texts = options.parameters, index](const std::string& text) {
+            texts[index] = text;
+        })->group(kEffectGroup);
+    };
+    add(1, "--mode", Joined(kModes, "|"), "Which colours part (default: red-cyan)");
+    add(2, "--scaling", Joined(kScalings, "|"),
+        "How the enlargement grows from the centre outwards (default: linear)");
+    add(3, "--amount", "-100..100",
+        "Strength: 1 enlarges by 2 percent; below 0 for the complementary colours (default: 0, no change)");
+    add(4, "--show", Joined(kShows, "|"),
+        "Everything, or by alpha only the fringes, or all but the fringes (default: final)");
+    add(0, "--center", "X,Y", kCenterHelp);
+    command.add_option("--settings", options.settings, "Read the parameters from a file; options overrule it")
+        ->check(FileName())
+        ->type_name("FILE")
+        ->group(kEffectGroup);
+    command.add_option("--save-settings", options.saveSettings, "Write the parameters of this run to a file")
+        ->check(FileName())
+        ->type_name("FILE")
+        ->group(kEffectGroup);
+    AddTextOption(command, "--depth", Joined(kDepths, "|"),
+                  "Bits per channel that the effect gets (default: 8 or 16 as the file has, else 32)",
+                  [&depth = options.frames.read.depth](const std::string& text) {
+                      constexpr std::array kValues{Depth::bits8, Depth::bits16, Depth::bits32};
+                      depth = kValues[static_cast<std::size_t>(ParseWord("--depth", text, kDepths) - 1)];
+                  })
+        ->group(kFileGroup);
+    AddWordOption(command, "--alpha", kAlphas, options.alpha, "What the effect gets of straight alpha; see below")
+        ->group(kEffectGroup);
+    AddWordOption(command, "--host", kHosts, options.host,
+                  "Which application to play; editor: 8-bit pixels, plain render")
+        ->group(kEffectGroup);
+    command.add_flag("--plain", options.plain, "Use the plain render command instead of smart render")
+        ->group(kEffectGroup);
+    AddPluginOption(command, options.plugin)->group(kEffectGroup);
+}
+
+void AddFileOptions(CLI::App& command, RenderOptions& options) {
+    AddTextOption(command, "--pixel-type", Joined(kPixelTypes, "|"),
+                  "Type of the channels in the output (default: as in the input)",
+                  [&type = options.frames.reduction.type](const std::string& text) {
+                      type = static_cast<PixelType>(ParseWord("--pixel-type", text, kPixelTypes));
+                  })
+        ->group(kFileGroup);
+    AddWordOption(command, "--channels", kChannels, options.channels,
+                  "Whether channels beside colour and alpha are copied")
+        ->group(kFileGroup);
+    AddWordOption(command, "--metadata", kMetadata, options.metadata, "What else the input says of itself")
+        ->group(kFileGroup);
+    command
+        .add_flag("--first-page", options.frames.read.firstPage,
+                  "Render the first picture of files that hold several, and leave the others out")
+        ->group(kFileGroup);
+    command.add_flag("--literal", options.plan.literal, "Names are as they are: #, @ and % mean nothing")
+        ->group(kFileGroup);
+    command.add_flag("--create-dir", options.plan.createFolder, "Make the folders of the output")
+        ->group(kFileGroup);
+}
+
+void AddSequenceOptions(CLI::App& command, RenderOptions& options) {
+    command
+        .add_option("--frames", options.plan.frames, "Frames such as 1-100x2,110, backwards or negative as well")
+        ->type_name("RANGES")
+        ->group(kSequenceGroup);
+    command.add_option("--clip-range", options.plan.clip, "Leave out what lies beyond, as of a queue's last chunk")
+        ->type_name("FIRST-LAST")
+        ->group(kSequenceGroup);
+    AddWordOption(command, "--missing", kMissing, options.missing, "What to do about inputs that are not there")
+        ->group(kSequenceGroup);
+    command.add_flag("--skip-existing", options.plan.skipExisting, "Leave frames alone whose output is there")
+        ->group(kSequenceGroup);
+    command
+        .add_flag("--keep-going", options.frames.keepGoing, "Go on after a frame failed, and list them at the end")
+        ->group(kSequenceGroup);
+    command.add_flag("--dry-run", options.dryRun, "Check everything, print what would be rendered, write nothing")
+        ->group(kSequenceGroup);
+}
+
+}  // namespace
+
+void AddRenderCommand(CLI::App& program) {
+    auto options = std::make_shared<RenderOptions>();
+    auto& command = *program.add_subcommand("render", "Render a picture, a sequence or a stream");
+    options->command = &command;
+    command.footer(kFooter);
+    command
+        .add_option("IN", options->plan.input,
+                    "Picture to read (PNG, JPEG, TIFF, OpenEXR and others), or a pattern")
+        ->required()
+        ->check(FileName())
+        ->type_name("");
+    command
+        .add_option("OUT", options->plan.output, "Picture to write, or a pattern; the extension names the format")
+        ->required()
+        ->check(FileName())
+        ->type_name("");
+    AddParameters(command, *options);
+    AddFileOptions(command, *options);
+    AddSequenceOptions(command, *options);
+    AddTextOption(command, "--size", "WIDTHxHEIGHT", "Size of the frames",
+                  [&size = options->size](const std::string& text) { size = text; })
+        ->group(kStreamGroup);
+    AddTextOption(
+        command, "--pixel", Joined(kPixels, "|"), "Kind of the pixels",
+        [&pixel = options->pixel](const std::string& text) { pixel = ParseWord("--pixel", text, kPixels); })
+        ->group(kStreamGroup);
+    AddTextOption(command, "--threads", "NUMBER", "Frames under way at once (default: as many as processors)",
+                  [&threads = options->threads](const std::string& text) {
+                      const double number = ParseNumber("--threads", text, 1, kMostThreads);
+                      threads = static_cast<int>(number);
+                      if (threads != number) throw UsageError("--threads: \"" + text + "\" is not a whole number");
+                  })
+        ->group(kRunGroup);
+    AddWordOption(command, "--progress", kProgress, options->progress,
+                  "auto: a bar on a terminal, else a line for each frame; json: an object for each")
+        ->group(kRunGroup);
+    command.add_flag("-q,--quiet", options->quiet, "Say nothing but errors")->group(kRunGroup);
+    command.add_flag("-v,--verbose", options->verbose, "Say how each frame went")->group(kRunGroup);
+    command.callback([options] { Render(*options); });
+}
+
+}  // namespace nuvhost
