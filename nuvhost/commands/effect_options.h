@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cmath>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -22,15 +23,6 @@ inline CLI::Validator FileName() {
     return {[](const std::string& text) { return text.empty() ? "\"\" is not the name of a file" : ""; }, ""};
 }
 
-inline constexpr auto kCenterHelp =
-    "Centre of the enlargement in pixels or percent, also mixed; may lie outside. The effect mirrors Y: at the top "
-    "it enlarges about the bottom edge (default: 50%,50%)";
-
-inline void AddCenterOption(CLI::App& command, Center& center) {
-    AddTextOption(command, "--center", "X,Y", kCenterHelp,
-                  [&center](const std::string& text) { center = ParseCenter("--center", text); });
-}
-
 inline CLI::Option* AddWordOption(CLI::App& command, const std::string& name, Words words, int& choice,
                                   const std::string& help) {
     const std::string initial(words[static_cast<std::size_t>(choice - 1)]);
@@ -39,9 +31,26 @@ inline CLI::Option* AddWordOption(CLI::App& command, const std::string& name, Wo
         [name, words, &choice](const std::string& text) { choice = ParseWord(name, text, words); });
 }
 
-inline void AddAmountOption(CLI::App& command, double& amount, const std::string& help) {
-    AddTextOption(command, "--amount", "-100..100", help,
-                  [&amount](const std::string& text) { amount = ParseNumber("--amount", text, -100, 100); });
+// What a parameter's option takes, as --help shows it.
+inline std::string TypeText(const ParameterRow& row) {
+    switch (row.kind) {
+        case ParameterKind::point:
+            return "X,Y";
+        case ParameterKind::choice:
+            return Joined(row.words, "|");
+        case ParameterKind::number:
+            break;
+    }
+    return std::to_string(std::lround(row.least)) + ".." + std::to_string(std::lround(row.most));
+}
+
+// `help` is for commands that give the parameter a meaning or a default of their own.
+inline CLI::Option* AddParameterOption(CLI::App& command, const ParameterRow& row,
+                                       const std::function<void(const std::string&)>& take, std::string help = {}) {
+    if (help.empty()) {
+        help.append(row.help).append(" (default: ").append(row.initial).append(row.initialHelp).append(")");
+    }
+    return AddTextOption(command, std::string(row.option), TypeText(row), help, take);
 }
 
 inline CLI::Option* AddPluginOption(CLI::App& command, std::filesystem::path& plugin) {

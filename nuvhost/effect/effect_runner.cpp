@@ -20,10 +20,6 @@ namespace {
 using refhost::Personality;
 using refhost::World;
 
-// The effect's parameters by index, as every host finds them.
-enum Index : std::int32_t { kCenter = 1, kMode, kScaling, kAmount, kShow };
-constexpr std::array<std::int32_t, 5> kParameterIds{2, 3, 4, 5, 6};  // on disk
-
 std::string Meaning(PF_Err code) {
     struct Entry {
         PF_Err code;
@@ -56,7 +52,8 @@ PF_Fixed Fixed(const Length& length, int start, int extent) {
     const double raw = std::round(pixels * 65536);
     using Limits = std::numeric_limits<PF_Fixed>;
     if (raw < Limits::min() || raw > Limits::max()) {
-        throw UsageError("--center: pixel " + std::to_string(std::llround(pixels)) +
+        throw UsageError(std::string(Row(Parameter::center).option) + ": pixel " +
+                         std::to_string(std::llround(pixels)) +
                          " is too far out, the host's coordinates end at 32768");
     }
     return static_cast<PF_Fixed>(raw);
@@ -64,6 +61,21 @@ PF_Fixed Fixed(const Length& length, int start, int extent) {
 
 refhost::PointValue PointFor(const Center& center, const Window& frame) {
     return {Fixed(center.x, frame.x, frame.width), Fixed(center.y, frame.y, frame.height)};
+}
+
+void Set(refhost::Instance& instance, const ParameterRow& row, const EffectSettings& settings,
+         const Window& frame) {
+    switch (row.kind) {
+        case ParameterKind::point:
+            instance.Set(row.index(), PointFor(settings.center, frame));
+            break;
+        case ParameterKind::choice:
+            instance.Set(row.index(), refhost::PopupValue{settings.*row.choice});
+            break;
+        case ParameterKind::number:
+            instance.Set(row.index(), refhost::SliderValue{settings.amount});
+            break;
+    }
 }
 
 // Where each of a host pixel's channels lies in R, G, B, A.
@@ -177,8 +189,9 @@ EffectRunner::EffectRunner(const std::filesystem::path& plugin, Personality pers
       host_(refhost::PluginLibrary(std::filesystem::absolute(plugin)), OptionsFor(personality)) {
     host_.SetUp();
     const auto& parameters = host_.parameters();
-    if (!std::equal(parameters.begin(), parameters.end(), kParameterIds.begin(), kParameterIds.end(),
-                    [](const PF_ParamDef& parameter, std::int32_t id) { return parameter.uu.id == id; })) {
+    if (!std::equal(
+            parameters.begin(), parameters.end(), kParameterTable.begin(), kParameterTable.end(),
+            [](const PF_ParamDef& parameter, const ParameterRow& row) { return parameter.uu.id == row.id; })) {
         throw std::runtime_error(plugin.string() + ": this effect has other parameters than nuv_chromaber");
     }
     open_ = true;
@@ -224,11 +237,9 @@ void EffectRunner::Render(Picture& picture, const Window& frame, const EffectSet
     };
     const std::unique_ptr<refhost::Instance, decltype(giveBack)> instance(take(), giveBack);
 
-    instance->Set(kCenter, PointFor(settings.center, frame));
-    instance->Set(kMode, refhost::PopupValue{settings.mode});
-    instance->Set(kScaling, refhost::PopupValue{settings.scaling});
-    instance->Set(kAmount, refhost::SliderValue{settings.amount});
-    instance->Set(kShow, refhost::PopupValue{settings.show});
+    for (const ParameterRow& row : kParameterTable) {
+        Set(*instance, row, settings, frame);
+    }
 
     const refhost::PersonalityTraits& host = refhost::TraitsOf(personality_);
     const auto bits = static_cast<int>(picture.depth);

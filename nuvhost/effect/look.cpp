@@ -23,27 +23,6 @@ using Json = nlohmann::ordered_json;
 
 constexpr auto kEffect = "nuv_chromaber";
 
-struct Parameter {
-    const char* id;  // on disk
-    const char* name;
-    const char* option;
-    const char* initial;
-    void (*parse)(MovingSettings& settings, std::string_view culprit, std::string_view text);
-};
-
-constexpr std::array<Parameter, kParameters> kTable{{
-    {"2", "Frame center", "--center", "50%,50%",
-     [](auto& settings, auto culprit, auto text) { settings.center = ParseCenters(culprit, text); }},
-    {"3", "Mode", "--mode", "red-cyan",
-     [](auto& settings, auto culprit, auto text) { settings.mode = ParseWord(culprit, text, kModes); }},
-    {"4", "Scaling", "--scaling", "linear",
-     [](auto& settings, auto culprit, auto text) { settings.scaling = ParseWord(culprit, text, kScalings); }},
-    {"5", "Amount", "--amount", "0",
-     [](auto& settings, auto culprit, auto text) { settings.amount = ParseAmounts(culprit, text); }},
-    {"6", "Show", "--show", "final",
-     [](auto& settings, auto culprit, auto text) { settings.show = ParseWord(culprit, text, kShows); }},
-}};
-
 [[noreturn]] void Reject(const std::filesystem::path& file, const std::string& why) {
     throw UsageError(file.string() + ": " + why);
 }
@@ -122,18 +101,20 @@ void LoadParameters(const std::filesystem::path& file, const Json& parameters, L
     for (const auto& [id, entry] : parameters.items()) {
         const std::string key = "parameters." + id;
         std::size_t i = 0;
-        while (i < kTable.size() && id != kTable[i].id)
+        while (i < kParameters && id != std::to_string(kParameterTable[i].id))
             ++i;
-        if (i == kTable.size()) Reject(file, key + ": the effect has no parameter of this id");
+        if (i == kParameters) Reject(file, key + ": the effect has no parameter of this id");
+        const ParameterRow& row = kParameterTable[i];
         if (!entry.is_object() || !entry.contains("value")) Reject(file, key + ": has no value");
         for (const auto& [name, ignored] : entry.items()) {
             if (name != "name" && name != "value") Reject(file, key + "." + name + ": is not known");
         }
-        if (entry.contains("name") && entry["name"] != kTable[i].name) {
-            Reject(file, key + ".name: is not \"" + kTable[i].name + "\", as the parameter of this id is called");
+        if (entry.contains("name") && entry["name"] != row.name) {
+            Reject(file,
+                   key + ".name: is not \"" + std::string(row.name) + "\", as the parameter of this id is called");
         }
         look.texts[i] = TextOf(file, key + ".value", entry["value"]);
-        kTable[i].parse(look.settings, file.string() + ": " + key + ".value", *look.texts[i]);
+        look.settings.Take(row, file.string() + ": " + key + ".value", *look.texts[i]);
     }
 }
 
@@ -153,17 +134,6 @@ void Load(const std::filesystem::path& file, Look& look) {
     }
 }
 
-// The file that a name leads to or would: links are followed also where the last one leads to nothing yet.
-fs::path RealName(const fs::path& name) {
-    constexpr int kMostLinks = 40;  // as many as the system follows
-    std::error_code ignored;
-    fs::path file = fs::absolute(name, ignored);
-    for (int i = 0; i < kMostLinks && fs::is_symlink(file, ignored); ++i) {
-        file = file.parent_path() / fs::read_symlink(file, ignored);
-    }
-    return fs::weakly_canonical(file, ignored);
-}
-
 fs::path FolderOf(const fs::path& file) {
     return fs::absolute(file).lexically_normal().parent_path();
 }
@@ -177,10 +147,10 @@ bool LiesIn(const fs::path& file, const fs::path& folder) {
 Look MakeLook(const std::optional<std::filesystem::path>& file, const ParameterTexts& commandLine) {
     Look look;
     if (file) Load(*file, look);
-    for (std::size_t i = 0; i < kTable.size(); ++i) {
+    for (std::size_t i = 0; i < kParameters; ++i) {
         if (!commandLine[i]) continue;
         look.texts[i] = commandLine[i];
-        kTable[i].parse(look.settings, kTable[i].option, *commandLine[i]);
+        look.settings.Take(kParameterTable[i], kParameterTable[i].option, *commandLine[i]);
     }
     return look;
 }
@@ -196,9 +166,9 @@ void CheckSaving(const fs::path& file, const std::vector<fs::path>& taken, bool 
     if (fs::is_directory(status)) refuse("is a folder");
     if (fs::exists(status) && !fs::is_regular_file(status)) refuse("is not an ordinary file");
 
-    const fs::path name = RealName(file);
+    const fs::path name = BehindLinks(fs::absolute(file));
     for (const auto& other : taken) {
-        if (fs::equivalent(file, other, failure) || name == RealName(other)) {
+        if (fs::equivalent(file, other, failure) || name == BehindLinks(fs::absolute(other))) {
             refuse("is a file that this run reads or writes: " + other.string());
         }
     }
@@ -215,9 +185,10 @@ void CheckSaving(const fs::path& file, const std::vector<fs::path>& taken, bool 
 
 void SaveLook(const std::filesystem::path& file, const Look& look) {
     Json parameters = Json::object();
-    for (std::size_t i = 0; i < kTable.size(); ++i) {
-        const auto& entry = kTable[i];
-        parameters[entry.id] = {{"name", entry.name}, {"value", look.texts[i].value_or(entry.initial)}};
+    for (std::size_t i = 0; i < kParameters; ++i) {
+        const ParameterRow& row = kParameterTable[i];
+        parameters[std::to_string(row.id)] = {{"name", row.name},
+                                              {"value", look.texts[i].value_or(std::string(row.initial))}};
     }
     const Json json{{"effect", kEffect}, {"parameters", parameters}, {"sequence_data", Hex(look.sequenceData)}};
 

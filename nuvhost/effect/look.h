@@ -12,9 +12,7 @@
 
 namespace nuvhost {
 
-// The parameters in the effect's order: centre, mode, scaling, amount, show.
-inline constexpr std::size_t kParameters = 5;
-// As written on the command line, each where it is given.
+// In the order of kParameterTable, as written on the command line. Empty where a parameter is not given.
 using ParameterTexts = std::array<std::optional<std::string>, kParameters>;
 
 // What an instance of the effect holds. In a file it is JSON: parameters by the ids that projects store them under,

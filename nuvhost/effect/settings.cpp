@@ -88,7 +88,21 @@ auto ParseKeys(std::string_view option, std::string_view text, int commas, Parse
 }  // namespace
 
 EffectSettings MovingSettings::At(int frame) const {
-    return {ValueAt(center, frame), mode, scaling, ValueAt(amount, frame), show};
+    return {*this, ValueAt(center, frame), ValueAt(amount, frame)};
+}
+
+void MovingSettings::Take(const ParameterRow& row, std::string_view culprit, std::string_view text) {
+    switch (row.kind) {
+        case ParameterKind::point:
+            center = ParseCenters(culprit, text);
+            break;
+        case ParameterKind::choice:
+            this->*row.choice = ParseWord(culprit, text, row.words);
+            break;
+        case ParameterKind::number:
+            amount = ParseNumbers(culprit, text, row.least, row.most);
+            break;
+    }
 }
 
 int ParseWord(std::string_view option, std::string_view text, Words words) {
@@ -116,8 +130,8 @@ Center ParseCenter(std::string_view option, std::string_view text) {
     Reject(option, text, "is not X,Y in pixels or percent, such as 960,540 or 50%,50%");
 }
 
-Keys<double> ParseAmounts(std::string_view option, std::string_view text) {
-    return ParseKeys(option, text, 0, [](auto name, auto value) { return ParseNumber(name, value, -100, 100); });
+Keys<double> ParseNumbers(std::string_view option, std::string_view text, double least, double most) {
+    return ParseKeys(option, text, 0, [=](auto name, auto value) { return ParseNumber(name, value, least, most); });
 }
 
 Keys<Center> ParseCenters(std::string_view option, std::string_view text) {

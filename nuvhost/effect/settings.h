@@ -1,11 +1,11 @@
-// The effect's five parameters as a person writes them, and the words of the command line.
+// The values of the effect's parameters, and how a person writes them.
 #pragma once
 
-#include <array>
-#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "effect/parameters.h"
 
 namespace nuvhost {
 
@@ -19,13 +19,9 @@ struct Center {
     Length x, y;  // may lie outside the frame
 };
 
-// Popup values count from 1, as hosts number them.
-struct EffectSettings {
+struct EffectSettings : Choices {
     Center center;
-    int mode = 1;
-    int scaling = 1;
-    double amount = 0;  // -100 to 100
-    int show = 1;
+    double amount = 0;
 };
 
 // A value at a frame.
@@ -39,23 +35,15 @@ template <typename Value>
 using Keys = std::vector<Key<Value>>;
 
 // The same over time: linear between keys, held before the first and after the last.
-struct MovingSettings {
+struct MovingSettings : Choices {
     Keys<Center> center{{}};
-    int mode = 1;
-    int scaling = 1;
     Keys<double> amount{{}};
-    int show = 1;
 
     bool moves() const { return center.size() > 1 || amount.size() > 1; }
     EffectSettings At(int frame) const;
+    // Takes one parameter's value from text. Throws UsageError, whose text begins with `culprit`.
+    void Take(const ParameterRow& row, std::string_view culprit, std::string_view text);
 };
-
-using Words = std::span<const std::string_view>;
-
-// The word at index i stands for popup value i + 1.
-inline constexpr std::array<std::string_view, 3> kModes{"red-cyan", "green-purple", "blue-yellow"};
-inline constexpr std::array<std::string_view, 3> kScalings{"linear", "square", "cubic"};
-inline constexpr std::array<std::string_view, 3> kShows{"final", "just-ca", "without-ca"};
 
 // All of these throw UsageError, whose text begins with `option`.
 
@@ -65,8 +53,8 @@ int ParseWord(std::string_view option, std::string_view text, Words words);
 double ParseNumber(std::string_view option, std::string_view text, double least, double most);
 // "960,540", "50%,50%", "-10,120%".
 Center ParseCenter(std::string_view option, std::string_view text);
-// An amount, or one for each of some frames: "25", "0:0,48:100".
-Keys<double> ParseAmounts(std::string_view option, std::string_view text);
+// A number, or one for each of some frames: "25", "0:0,48:100".
+Keys<double> ParseNumbers(std::string_view option, std::string_view text, double least, double most);
 // A centre, or one for each of some frames: "0:50%,50%,48:960,540".
 Keys<Center> ParseCenters(std::string_view option, std::string_view text);
 

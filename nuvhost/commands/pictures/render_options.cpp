@@ -47,20 +47,16 @@ captions and credits out of TIFF.
 Exit codes: 0 done, 1 a frame or file failed, 2 wrong usage, 130 and 143 ended by a signal (no temporary file stays).)";
 
 void AddParameters(CLI::App& command, RenderOptions& options) {
-    const auto add = [&](std::size_t index, const std::string& name, const std::string& type,
-                         const std::string& help) {
-        AddTextOption(command, name, type, help, [&texts = options.parameters, index](const std::string& text) {
-            texts[index] = text;
+    // As --help lists them.
+    constexpr std::array kOrder{Parameter::mode, Parameter::scaling, Parameter::amount, Parameter::show,
+                                Parameter::center};
+    static_assert(kOrder.size() == kParameters);
+    for (const Parameter parameter : kOrder) {
+        auto& taken = options.parameters[static_cast<std::size_t>(parameter)];
+        AddParameterOption(command, Row(parameter), [&taken](const std::string& text) {
+            taken = text;
         })->group(kEffectGroup);
-    };
-    add(1, "--mode", Joined(kModes, "|"), "Which colours part (default: red-cyan)");
-    add(2, "--scaling", Joined(kScalings, "|"),
-        "How the enlargement grows from the centre outwards (default: linear)");
-    add(3, "--amount", "-100..100",
-        "Strength: 1 enlarges by 2 percent; below 0 for the complementary colours (default: 0, no change)");
-    add(4, "--show", Joined(kShows, "|"),
-        "Everything, or by alpha only the fringes, or all but the fringes (default: final)");
-    add(0, "--center", "X,Y", kCenterHelp);
+    }
     command.add_option("--settings", options.settings, "Read the parameters from a file; options overrule it")
         ->check(FileName())
         ->type_name("FILE")

@@ -30,11 +30,19 @@ void AddSheetCommand(CLI::App& program) {
         ->required()
         ->check(FileName())
         ->type_name("");
-    AddAmountOption(command, settings.amount,
-                    "Strength; every tile comes with it and with its negative (default: 1.5)");
-    AddWordOption(command, "--show", kShows, settings.show,
-                  "Everything, or by alpha only the fringes, or all but the fringes");
-    AddCenterOption(command, settings.center);
+    AddParameterOption(
+        command, Row(Parameter::amount),
+        [&settings](const std::string& text) {
+            const auto& row = Row(Parameter::amount);
+            settings.amount = ParseNumber(row.option, text, row.least, row.most);
+        },
+        "Strength; every tile comes with it and with its negative (default: 1.5)");
+    AddParameterOption(command, Row(Parameter::show), [&settings](const std::string& text) {
+        settings.show = ParseWord(Row(Parameter::show).option, text, kShows);
+    });
+    AddParameterOption(command, Row(Parameter::center), [&settings](const std::string& text) {
+        settings.center = ParseCenter(Row(Parameter::center).option, text);
+    });
     command
         .add_option_function<std::string>(
             "--tile-width",
