@@ -21,7 +21,7 @@ constexpr std::string_view kOther =
 constexpr auto kIsOther = "is a Linux library; this program takes Windows ones";
 
 bool CutOff(std::ifstream&, std::uintmax_t) {
-    return false;  // Windows looks itself
+    return false;  // the loader of Windows checks this itself
 }
 
 #else
@@ -35,7 +35,7 @@ bool Read(std::ifstream& stream, std::uint64_t at, Part& part) {
     return static_cast<bool>(stream.read(reinterpret_cast<char*>(&part), sizeof part));
 }
 
-// Whether the file ends before what its header names. Anything else that is wrong with it is the loader's to tell.
+// Whether the file ends before the parts that its header names. The system's loader reports any other fault.
 bool CutOff(std::ifstream& stream, std::uintmax_t size) {
     char start[SELFMAG];
     if (!Read(stream, 0, start) || std::memcmp(start, ELFMAG, SELFMAG) != 0) return false;

@@ -1,4 +1,4 @@
-// What can be said of an effect's binary before the system loads it.
+// Checks an effect's binary before the system loads it.
 #pragma once
 
 #include <filesystem>
@@ -6,8 +6,8 @@
 
 namespace refhost {
 
-// Why this file cannot be loaded, or "" if nothing speaks against it yet. The system's own loader tells less of a
-// file for another system, and of one that is cut off it maps what is missing as well: the process would end by a
+// The reason why this file cannot be loaded, or "" if none is found here. The system's loader tells less about a
+// file for another system. If a file is truncated, the loader maps the missing part, too, and the process ends by a
 // signal.
 std::string WhyNotLoadable(const std::filesystem::path& file);
 

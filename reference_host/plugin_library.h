@@ -8,7 +8,7 @@
 
 namespace refhost {
 
-// A loaded plug-in: `.so` on Linux, `.aex` on Windows. Unloaded when the last copy goes.
+// A loaded plug-in: `.so` on Linux, `.aex` on Windows. It is unloaded when the last copy is destroyed.
 class PluginLibrary {
 public:
     // Throws std::runtime_error with one line that names the file and what is wrong with it: not found, cut off,

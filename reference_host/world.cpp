@@ -25,7 +25,7 @@ std::size_t Stride(const WorldLayout& layout) {
     return RowPixels(layout) + Size(layout.padding);
 }
 
-// Rows in the order of memory: the one that row `y` is stored as.
+// The place of row `y` among the rows as they lie in memory.
 std::size_t StoredRow(const WorldLayout& layout, int y) {
     return Size(layout.bottomUp ? layout.height - 1 - y : y);
 }
@@ -87,7 +87,7 @@ void World::SetPixels(std::span<const std::byte> packed) {
 }
 
 std::string World::Surroundings() const {
-    // The first changed byte of a stretch, counted from the stretch's beginning; -1 if all is well.
+    // The offset of the first changed byte in a range of guard bytes; -1 if none has changed.
     const auto changed = [this](std::size_t begin, std::size_t end) -> std::ptrdiff_t {
         const auto first = memory_.begin() + static_cast<std::ptrdiff_t>(begin);
         const auto last = memory_.begin() + static_cast<std::ptrdiff_t>(end);

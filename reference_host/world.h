@@ -1,4 +1,4 @@
-// Pixel worlds as a host might lay them out, with guarded surroundings.
+// Pixel worlds in the layouts that hosts use, with guard bytes around the pixels.
 #pragma once
 
 #include <cstddef>
@@ -17,22 +17,22 @@ struct WorldLayout {
     int width = 0;          // pixels, 0 or more
     int height = 0;         // rows, 0 or more
     int padding = 0;        // bytes between the end of a row's pixels and the next row
-    bool bottomUp = false;  // rows are stored last first: the stride is negative
+    bool bottomUp = false;  // the last row is stored first, and the stride is negative
     int misalignment = 0;   // bytes by which the first byte is moved away from 64-byte alignment
     int originX = 0;
     int originY = 0;
 };
 
-// Owns a world and everything around it: guard bytes before the first and after the last row, and the padding
-// between rows, are filled with a pattern that Surroundings() checks. Not thread-safe to change; readable
-// from anywhere. Movable: the PF_EffectWorld's address changes, its pixels' do not. A format that no host has is
-// allowed and has pixels of no size: the rows are then nothing but padding.
+// Owns a world and the bytes around it. The guard bytes before the first and after the last row, and the padding
+// between rows, have a pattern that Surroundings() checks. Any thread may read it; only one thread may change it.
+// When it is moved, the address of the PF_EffectWorld changes, but not that of its pixels. A format that no host
+// has is allowed. Its pixels have no bytes, so a row is only padding.
 class World {
 public:
     static constexpr std::uint8_t kPoison = 0xA5;
 
     World() = default;
-    // Every byte, pixels included, starts as `poison`.
+    // All bytes, also those of the pixels, are `poison` at first.
     explicit World(const WorldLayout& layout, std::uint8_t poison = kPoison);
     World(World&&) noexcept = default;
     World& operator=(World&&) noexcept = default;
@@ -41,16 +41,17 @@ public:
     PF_EffectWorld* effectWorld() { return &world_; }
     const PF_EffectWorld& effectWorld() const { return world_; }
 
-    // Row 0 is the top row. Width × BytesPerPixel bytes, at any alignment. Throws std::out_of_range.
+    // The pixels of a row: width × BytesPerPixel bytes at any alignment. Row 0 is the top row. Throws
+    // std::out_of_range.
     std::span<std::byte> Row(int y);
     std::span<const std::byte> Row(int y) const;
 
-    // The pixels alone, top row first, without padding: comparable between worlds of different layout.
+    // Only the pixels, from the top row, without padding, so that worlds of different layout can be compared.
     std::vector<std::byte> Pixels() const;
     // Throws std::invalid_argument unless there are exactly as many bytes as Pixels() has.
     void SetPixels(std::span<const std::byte> packed);
 
-    // Empty if every byte outside the pixels is as it was made; otherwise says where the first changed one is.
+    // Empty if no byte outside of the pixels has changed. Otherwise tells where the first changed byte is.
     std::string Surroundings() const;
 
 private:

@@ -41,7 +41,7 @@ PF_Err WorldSuiteGetPixelFormat(const PF_EffectWorld* world, PF_PixelFormat* for
 PF_Err FormatSuiteGetPixelFormat(PF_EffectWorld* world, PF_PixelFormat* format);
 PF_Err AddSupportedPixelFormat(PF_ProgPtr ref, PF_PixelFormat format);
 PF_Err ClearSupportedPixelFormats(PF_ProgPtr ref);
-// One pixel of a colour, white being 1.
+// One pixel of a colour, in which white is 1.
 PF_Err ConvertColor(PF_PixelFormat format, float alpha, float red, float green, float blue, void* pixel);
 
 // Iteration
@@ -54,15 +54,15 @@ PF_Err IterateRows(std::int32_t iterations, void* refcon, PF_IterateRowFunc rowF
 char* CopyString(char* destination, const char* source);
 int FormatString(char* buffer, const char* format, ...);
 
-// The tables of a command's record; the process's own, for all hosts.
+// The tables for a command's record. All hosts in the process share them.
 PF_InteractCallbacks InteractTable();
 PF_UtilCallbacks* UtilTable();
 SPBasicSuite* BasicSuite();
 
-// Where a world lies in its layer; as far as 32 bits reach.
+// The rectangle of a world in its layer, limited to what 32 bits can hold.
 PF_LRect AreaOf(const PF_EffectWorld& world);
 
-// Puts a value into a definition of its type; leaves others as they are.
+// Writes a value into a definition of its type. Does not change a definition of another type.
 void PutValue(const ParamValue& value, PF_ParamDef& param);
 
 }  // namespace refhost

@@ -16,14 +16,15 @@ std::string SizeOf(const Callback& callback, PF_Handle handle) {
     return SizeText(callback.state().handles.Find(handle));
 }
 
-// Whether the handle is live; reports it if not.
+// Whether the handle is live. If it is not, reports misuse.
 std::optional<HandleStore::Info> Require(const Callback& callback, PF_Handle handle) {
     auto info = callback.state().handles.Find(handle);
     if (!info) callback.Misuse(handle ? "the handle is not live" : "the handle is null");
     return info;
 }
 
-// The host's handles are the effect's to free at their end only.
+// The effect may free a handle that the host owns only in the commands for it: global data in global commands,
+// sequence data in sequence commands.
 bool MayDispose(const Command& command, PF_Handle handle) {
     switch (command.cmd) {
         case PF_Cmd_GLOBAL_SETUP:

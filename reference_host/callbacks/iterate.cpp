@@ -9,10 +9,10 @@
 namespace refhost {
 namespace {
 
-// Calls the effect's function for row `row`, on thread `thread` of the iteration.
+// Calls the effect's function for this row, with this number as the iteration's thread.
 using RowWork = std::function<PF_Err(std::int32_t thread, std::int32_t row)>;
 
-// The order of rows: every number below `count` once.
+// The order of rows. It has every number below `count` once.
 class RowOrder {
 public:
     RowOrder(std::uint32_t seed, std::int32_t count) : count_(count) {
@@ -34,7 +34,7 @@ private:
     std::int64_t step_ = 1;
 };
 
-// One iteration under way, shared by its threads.
+// A running iteration. Its threads share it.
 class Iteration {
 public:
     Iteration(Command& command, std::int32_t rows, const RowWork& work)
@@ -44,7 +44,7 @@ public:
         const auto threads =
             static_cast<int>(std::clamp<std::int64_t>(command_.host.options.iterationThreads, 1, rows_));
         command_.host.team.Run(threads, [this](int thread) {
-            if (thread == 0) return TakeRows(0);  // stands on the command's thread already
+            if (thread == 0) return TakeRows(0);  // this thread already belongs to the command
             const IterationScope scope(command_);
             TakeRows(thread);
         });
@@ -54,7 +54,8 @@ public:
 private:
     void TakeRows(int thread) {
         std::int64_t untold = 0;
-        // The first slot is the command's thread's own: it calls the effect at least once, however fast the others.
+        // The first slot is for the command's thread, which thus calls the effect at least once, however fast the
+        // others are.
         for (std::int64_t slot = thread == 0 ? 0 : next_++; slot < rows_; slot = next_++) {
             const std::int32_t row = order_[slot];
             std::optional<PF_Err> stop;
@@ -89,9 +90,10 @@ private:
     const std::int64_t rows_;
     const RowWork& work_;
     const RowOrder order_;
-    alignas(64) std::atomic<std::int64_t> next_{1};  // away from what the threads only read
+    // On another cache line than the members that threads only read.
+    alignas(64) std::atomic<std::int64_t> next_{1};
     std::atomic<bool> stopped_{false};
-    PF_Err result_ = PF_Err_NONE;  // written by the thread that stops first
+    PF_Err result_ = PF_Err_NONE;  // written by the first thread that stops
 };
 
 PF_Err RunRows(Command& command, std::int32_t rows, const RowWork& work) {
@@ -127,7 +129,7 @@ PF_Err IterateRows(std::int32_t iterations, void* refcon, PF_IterateRowFunc rowF
 PF_Err IteratePixels(PF_InData* inData, std::int32_t, std::int32_t, PF_EffectWorld* source, const PF_Rect* area,
                      void* refcon, PF_IteratePixel8Func pixelFunction, PF_EffectWorld* destination) {
     const Callback callback = inData ? Callback(Call::iterate, inData->effect_ref) : Callback(Call::iterate);
-    // Without a source there are only output pixels, and the other way round.
+    // Without a source the effect gets only output pixels, and without an output only source pixels.
     const PF_EffectWorld* either = source ? source : destination;
     PF_Rect pixels{};
     if (either) pixels = {0, 0, either->width, either->height};

@@ -16,7 +16,7 @@ bool HasJob(const Callback& callback) {
     return false;
 }
 
-// `size` after `start`, or the last column or row that there can be.
+// The coordinate `size` after `start`, or the greatest one that there is.
 std::int32_t End(std::int32_t start, std::int32_t size) {
     using Limits = std::numeric_limits<std::int32_t>;
     return static_cast<std::int32_t>(
@@ -33,7 +33,7 @@ PF_LRect Intersection(const PF_LRect& a, const PF_LRect& b) {
     return IsEmpty(both) ? PF_LRect{} : both;
 }
 
-// A part of a world, or of one without pixels nothing.
+// A part of a world. If the world has no pixels, neither has the part.
 PF_EffectWorld CutOut(const PF_EffectWorld& whole, const PF_LRect& part, int bytesPerPixel) {
     PF_EffectWorld cut = whole;
     if (!IsEmpty(part) && whole.data) {
@@ -79,7 +79,7 @@ PF_Err CheckoutLayer(PF_ProgPtr ref, std::int32_t index, std::int32_t checkoutId
     const PF_LRect whole = job.inputRecord ? AreaOf(job.input) : PF_LRect{};
     const PF_LRect part = Intersection(request->rect, whole);
     PF_EffectWorld world = job.input;
-    // A host that says something of its own hands over what it has.
+    // If the settings give the check-out's answer, the effect gets the whole world.
     if (!job.settings.checkoutResult && std::memcmp(&part, &whole, sizeof part) != 0) {
         world = CutOut(job.input, part, BytesPerPixel(job.inputFormat.format));
     }

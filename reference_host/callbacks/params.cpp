@@ -22,7 +22,7 @@ struct Put {
     }
 };
 
-// The parameter's record at a time; all zero for an index that there is not.
+// The parameter's record at a time. For an index that does not exist, it is all zero.
 PF_ParamDef ValueAt(const Command& command, std::int32_t index, std::int32_t time) {
     PF_ParamDef value{};
     if (index == 0) {
@@ -40,7 +40,7 @@ PF_ParamDef ValueAt(const Command& command, std::int32_t index, std::int32_t tim
     return value;
 }
 
-// The check-out that a check-in of this record answers: the last one in this command. end() if there is none.
+// The check-out that a check-in of this record ends: the last one in this command, or end() if there is none.
 auto FindCheckout(Account::State& state, const Command& command, const PF_ParamDef* param) {
     const auto [first, last] = state.checkouts.equal_range(param);
     auto found = state.checkouts.end();

@@ -17,7 +17,7 @@ PF_Err RegisterUi(PF_ProgPtr, void*) {
     return PF_Err_NONE;
 }
 
-// The suite and the block among the utilities have the same entries.
+// The ANSI suite and the ANSI block of the utilities have the same entries.
 template <class Table>
 void FillAnsi(Table& table) {
     table.atan = std::atan;

@@ -36,8 +36,8 @@ PF_Err Make(PF_ProgPtr ref, std::int32_t width, std::int32_t height, bool clear,
     return PF_Err_NONE;
 }
 
-// The world made in this record; end() if there is none. The last one, if a record was used again without
-// giving back what it had.
+// The world that was made in this record, or end() if there is none. If the effect has used the record again before
+// it freed the first world, the last world.
 auto FindMade(Account::State& state, const PF_EffectWorld* record) {
     const auto [first, last] = state.worlds.equal_range(record);
     return first == last ? state.worlds.end() : std::prev(last);

@@ -1,4 +1,4 @@
-// The host's relocatable memory blocks.
+// The host's blocks of memory, which move while they are not locked.
 #pragma once
 
 #include <cstddef>
@@ -18,7 +18,7 @@
 
 namespace refhost {
 
-// Every handle that is live in one host. Thread-safe; what is inside the blocks is their users' business.
+// All live handles of one host. It is thread-safe, but does not protect the contents of the blocks.
 class HandleStore {
 public:
     enum class Owner { effect, host };
@@ -29,22 +29,23 @@ public:
         Owner owner = Owner::effect;
     };
 
-    // `recycle` here and below: take a freed block of the same size if there is one, leave the memory as it is,
-    // and keep blocks for that. Without it blocks are filled, guarded and really freed. Null without memory.
+    // With `recycle`, here and below, freed blocks are kept, and a new handle gets a freed block of the same size
+    // with its old contents, if there is one. Without it every block is filled, guarded and really freed. Returns
+    // null if there is no memory.
     PF_Handle New(std::uint64_t size, Owner owner, bool recycle);
-    // Nothing if the handle is not live; so for all that follow.
+    // This function and those below do nothing, and return nothing, if the handle is not live.
     std::optional<Info> Find(PF_Handle handle) const;
     std::span<std::byte> Bytes(PF_Handle handle) const;
     void* Lock(PF_Handle handle);
     void Unlock(PF_Handle handle);
     void SetOwner(PF_Handle handle, Owner owner);
-    // The block moves, the handle stays. False without memory, and all is as before.
+    // Moves the block and keeps the handle. Returns false if there is no memory; then nothing has changed.
     bool Resize(PF_Handle handle, std::uint64_t size, bool recycle);
     void Dispose(PF_Handle handle, bool recycle);
 
     std::vector<Info> Live() const;
     void DisposeAllOfEffect();
-    // Writes outside blocks, as found when the blocks were given up; forgets them.
+    // Returns the writes outside of blocks that were found when blocks were freed, and forgets them.
     std::vector<std::string> TakeDamage();
 
 private:
@@ -76,7 +77,8 @@ private:
     mutable std::mutex mutex_;
     std::unordered_map<PF_Handle, std::unique_ptr<Record>> live_;
     std::multimap<std::uint64_t, Block> freed_;
-    // Disposed of lately: while they stand here, no new handle has their address, and their use is noticed.
+    // The handles that were freed last. While they are kept here, no new handle gets their address, so their use is
+    // noticed.
     std::deque<std::unique_ptr<Record>> retired_;
     std::vector<std::string> damage_;
 };

@@ -10,8 +10,8 @@
 
 namespace refhost {
 
-// The threads are kept for the next piece of work. Several pieces may be run at once from different threads; those
-// that find the team at work get threads of their own.
+// The threads stay for the next piece of work. Several threads may run pieces of work at the same time. If the team
+// is already working, a piece gets new threads.
 class RowTeam {
 public:
     RowTeam() = default;
@@ -19,9 +19,9 @@ public:
     RowTeam(const RowTeam&) = delete;
     RowTeam& operator=(const RowTeam&) = delete;
 
-    // Calls work(i) once for i in 0 … threads-1, each on a thread of its own, 0 on the calling one, and returns
-    // when all are through. Where the system gives fewer threads, the last numbers are left out. `work` must
-    // not throw.
+    // Calls work(i) once for each i from 0 to threads - 1 and returns when all calls have ended. Each call is on a
+    // thread of its own; work(0) is on the calling thread. If the system gives fewer threads, the last numbers are
+    // left out. `work` must not throw.
     void Run(int threads, const std::function<void(int)>& work);
 
 private:
@@ -29,14 +29,14 @@ private:
     void Hire(int helpers);
     void Help(int index);
 
-    std::mutex busy_;  // held while the team is at work
+    std::mutex busy_;  // locked while the team works
 
-    std::mutex mutex_;  // guards all that follows but `helpers_`, which is only touched under `busy_`
+    std::mutex mutex_;  // guards all members below except `helpers_`, which `busy_` guards
     std::condition_variable start_, finished_;
     const std::function<void(int)>* work_ = nullptr;
     std::uint64_t round_ = 0;
-    int wanted_ = 0;   // helpers with an index up to this take part in the round
-    int pending_ = 0;  // of those, how many have not finished
+    int wanted_ = 0;   // the helpers with an index up to this number take part in this round
+    int pending_ = 0;  // how many of them have not finished
     bool closing_ = false;
 
     std::vector<std::thread> helpers_;
