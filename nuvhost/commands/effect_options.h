@@ -1,4 +1,4 @@
-// Command-line options that commands share.
+// Command-line options that several commands have.
 #pragma once
 
 #include <CLI/CLI.hpp>
@@ -12,7 +12,7 @@
 
 namespace nuvhost {
 
-// All of these take one value; the variables must outlive the command's parse.
+// All of these options take one value. The variables must exist as long as the command is parsed.
 inline CLI::Option* AddTextOption(CLI::App& command, const std::string& name, const std::string& type,
                                   const std::string& help, const std::function<void(const std::string&)>& take) {
     return command.add_option_function<std::string>(name, take, help)->type_name(type);

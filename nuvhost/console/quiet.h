@@ -1,10 +1,11 @@
-// Keeps picture libraries from writing to standard error on their own.
+// Prevents picture libraries from writing to standard error.
 #pragma once
 
 namespace nuvhost {
 
-// While any lives, on whichever thread, the whole process's standard error goes nowhere. libpng and others print
-// there what they report to their caller as well, and the tool owes its user a single line.
+// While at least one object of this class exists, on any thread, the standard error of the whole process is
+// discarded. libpng and others print errors there that they also report to their caller, but the tool must print a
+// single line.
 class QuietStderr {
 public:
     QuietStderr();
@@ -13,7 +14,7 @@ public:
     QuietStderr& operator=(const QuietStderr&) = delete;
 };
 
-// The descriptor of the user's standard error, quiet or not. Any thread.
+// The descriptor of the real standard error, also while it is discarded. Any thread.
 int UserStderr();
 
 }  // namespace nuvhost

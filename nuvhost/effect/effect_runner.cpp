@@ -46,7 +46,7 @@ void Check(PF_Err code, const char* command) {
                              Meaning(code));
 }
 
-// `start` and `extent` are the frame's, in the layer.
+// `start` and `extent` are position and size of the frame in the layer.
 PF_Fixed Fixed(const Length& length, int start, int extent) {
     const double pixels = start + (length.percent / 100 * extent + length.pixels);
     const double raw = std::round(pixels * 65536);
@@ -78,13 +78,14 @@ void Set(refhost::Instance& instance, const ParameterRow& row, const EffectSetti
     }
 }
 
-// Where each of a host pixel's channels lies in R, G, B, A.
+// For each channel of a host's pixel, its place in R, G, B, A.
 using Order = std::array<std::size_t, 4>;
 Order OrderOf(const refhost::PixelFormat& format) {
     return format.order == refhost::ChannelOrder::argb ? Order{3, 0, 1, 2} : Order{2, 1, 0, 3};
 }
 
-// The host's 16-bit white is 32768: what comes back has lost one bit, and a second trip changes nothing more.
+// The host's white in 16 bits is 32768, so a value loses one bit on its way there and back. A second time nothing
+// changes.
 std::uint16_t ToHost16(std::uint16_t value) {
     return static_cast<std::uint16_t>((value * std::uint64_t{32768} + 32767) / 65535);
 }
@@ -255,8 +256,8 @@ void EffectRunner::Render(Picture& picture, const Window& frame, const EffectSet
     World output(layout);
     Fill(input, picture, order);
 
-    // The effect answers success when it could not start its threads, and leaves the output alone. A successful
-    // render writes every pixel, so a first row that still holds this noise betrays it.
+    // If the effect cannot start its threads, it returns success and does not write the output. A complete render
+    // writes every pixel, so the render has failed if the first row still has this noise.
     const auto firstRow = output.Row(0);
     std::minstd_rand noise;
     std::generate(firstRow.begin(), firstRow.end(), [&] { return static_cast<std::byte>(noise() >> 8); });

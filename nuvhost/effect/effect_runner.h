@@ -15,28 +15,28 @@ namespace nuvhost {
 
 using refhost::RenderPath;
 
-// `nuv_chromaber.so` beside the running program or one folder up. Throws if it is in neither.
+// `nuv_chromaber.so` in the folder of the running program, or else in the folder above. Throws if it is in neither.
 std::filesystem::path FindPlugin();
 
-// The loaded effect in one host, with instances for as many renders at once as are asked for. All members throw
-// std::runtime_error, with one line that names what went wrong.
+// The loaded effect in one host. It has as many instances as renders may run at the same time. All members throw
+// std::runtime_error, with one line that tells what went wrong.
 class EffectRunner {
 public:
-    // `instances` renders may run at once. Each instance starts with `sequenceData`, as if it came out of a
-    // project, or is a new one if that is empty.
+    // `instances` renders may run at the same time. Each instance starts with `sequenceData`, like one from a saved
+    // project. If `sequenceData` is empty, the instances are new.
     EffectRunner(const std::filesystem::path& plugin, refhost::Personality personality, int instances = 1,
                  const std::vector<std::byte>& sequenceData = {});
     ~EffectRunner();
 
-    // Replaces the picture by the rendered one, of the same size and depth. The centre counts from `frame`, a part
-    // of the picture. The editing host takes 8-bit pictures and the plain path only; its worlds are B, G, R, A with
-    // the bottom row stored first. From any thread.
+    // Replaces the picture by the rendered one, which has the same size and depth. The centre is relative to
+    // `frame`, a part of the picture. The editing host takes only 8-bit pictures and the plain path; its worlds are
+    // B, G, R, A and start with the bottom row. Any thread may call it.
     void Render(Picture& picture, const Window& frame, const EffectSettings& settings, RenderPath path);
 
-    // What an instance holds beside its parameters. Not while anything renders.
+    // The data that an instance keeps besides its parameters. Do not call it during a render.
     std::vector<std::byte> SequenceData() const;
 
-    // Takes the effect down. Throws as well if it has kept something that it was lent, or misused a callback.
+    // Sets the effect down. Also throws if the effect has not given everything back, or has misused a callback.
     void Close();
 
 private:
@@ -48,7 +48,7 @@ private:
     bool open_ = false;
 };
 
-// Throws UsageError if the host's coordinates do not reach that far.
+// Throws UsageError if the centre lies beyond the host's coordinates.
 void CheckCenter(const Center& center, const Window& frame);
 
 }  // namespace nuvhost

@@ -18,7 +18,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Keeps the order in which keys are written.
+// This type keeps the order in which keys are written.
 using Json = nlohmann::ordered_json;
 
 constexpr auto kEffect = "nuv_chromaber";
@@ -38,7 +38,8 @@ Json ReadJson(const std::filesystem::path& file) {
             text += (text.empty() ? "" : ".") + name;
         return text;
     };
-    // The keys of every object around the place where the parser is, and their names from the top to there.
+    // For each object that the parser is in, from the outermost to the innermost: its keys so far, and its own
+    // name.
     std::vector<std::set<std::string>> known;
     std::vector<std::string> path;
     const auto refuseTwice = [&](int depth, Json::parse_event_t event, Json& parsed) {

@@ -1,4 +1,4 @@
-// What the command line and a settings file say of the effect's parameters.
+// The effect's parameters from the command line and from a settings file.
 #pragma once
 
 #include <array>
@@ -15,21 +15,22 @@ namespace nuvhost {
 // In the order of kParameterTable, as written on the command line. Empty where a parameter is not given.
 using ParameterTexts = std::array<std::optional<std::string>, kParameters>;
 
-// What an instance of the effect holds. In a file it is JSON: parameters by the ids that projects store them under,
-// with the values that the command line would have, and the instance's sequence data.
+// Everything that an instance of the effect holds. In a file it is JSON: the instance's sequence data, and the
+// parameters by the ids that saved projects use, with values as on the command line.
 struct Look {
     ParameterTexts texts;
-    std::vector<std::byte> sequenceData;  // empty: that of a new instance
+    std::vector<std::byte> sequenceData;  // empty for a new instance
     MovingSettings settings;
 };
 
-// The command line over the settings file, if there is one, over the defaults. Throws UsageError for a value that
-// makes no sense, and std::runtime_error for a file that cannot be read; both name the culprit, a file's by its
-// key.
+// Takes each parameter from the command line, or else from the settings file, or else its default. Throws
+// UsageError for a value that is not valid, and std::runtime_error for a file that cannot be read. Both name the
+// value; one in the file by its key.
 Look MakeLook(const std::optional<std::filesystem::path>& file, const ParameterTexts& commandLine);
 
-// What can be known of it before: UsageError if it is no name of a file, if it is one of `taken` under whatever
-// name, or if it cannot be written there. `foldersCome`: those of `taken` are made before it is.
+// Checks before the render whether the settings can be saved. Throws UsageError if the name is not that of a file,
+// if it leads to one of the files in `taken`, or if it cannot be written. If `foldersCome`, the folders of `taken`
+// will exist when the settings are saved.
 void CheckSaving(const std::filesystem::path& file, const std::vector<std::filesystem::path>& taken,
                  bool foldersCome);
 

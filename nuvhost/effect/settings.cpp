@@ -58,7 +58,7 @@ Value ValueAt(const Keys<Value>& keys, int frame) {
     return Mix(before.value, after->value, share);
 }
 
-// "0:A,48:B", where a value itself holds `commas` commas. The error is that of the value's own parser.
+// Parses "0:A,48:B", where each value contains `commas` commas. Errors are those of the value's parser.
 template <typename Parse>
 auto ParseKeys(std::string_view option, std::string_view text, int commas, Parse parse) {
     using Value = decltype(parse(option, text));

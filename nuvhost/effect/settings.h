@@ -9,7 +9,7 @@
 
 namespace nuvhost {
 
-// One coordinate: so many pixels from the left or top edge and so much of the frame's width or height.
+// One coordinate from the left or top edge: a number of pixels plus a percentage of the frame's width or height.
 struct Length {
     double percent = 50;
     double pixels = 0;
@@ -30,11 +30,11 @@ struct Key {
     int frame = 0;
     Value value{};
 };
-// In ascending order of frames, at least one. One alone is the value of every frame.
+// At least one key, in ascending order of frames. A single key is the value of every frame.
 template <typename Value>
 using Keys = std::vector<Key<Value>>;
 
-// The same over time: linear between keys, held before the first and after the last.
+// The settings over time. Values are linear between keys, and constant before the first and after the last key.
 struct MovingSettings : Choices {
     Keys<Center> center{{}};
     Keys<double> amount{{}};
@@ -45,9 +45,9 @@ struct MovingSettings : Choices {
     void Take(const ParameterRow& row, std::string_view culprit, std::string_view text);
 };
 
-// All of these throw UsageError, whose text begins with `option`.
+// All functions below throw UsageError, whose text begins with `option`.
 
-// The word's place in the list, from 1.
+// The place of the word in the list, counted from 1.
 int ParseWord(std::string_view option, std::string_view text, Words words);
 // A finite number from `least` to `most`, both included.
 double ParseNumber(std::string_view option, std::string_view text, double least, double most);

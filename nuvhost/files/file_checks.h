@@ -12,7 +12,7 @@ inline constexpr auto kNoFormat = ": no picture format has this file name extens
 // Throws std::runtime_error with the file's name, what failed, and the first line of `error`.
 [[noreturn]] void Fail(const std::filesystem::path& file, std::string_view what, std::string_view error = "");
 
-// std::runtime_error if there is no file of that name, or no permission to read it.
+// Throws std::runtime_error if there is no file of that name, or no permission to read it.
 void CheckReadable(const std::filesystem::path& file);
 // UsageError if a folder has that name, or if the name has no extension that could tell the format.
 void CheckOutputName(const std::filesystem::path& output);

@@ -19,16 +19,18 @@ namespace nuvhost {
 namespace {
 
 struct Temporaries {
-    std::mutex mutex;  // also held while one of the files is made, moved or removed
+    std::mutex mutex;  // also locked while one of the files is made, moved or removed
     std::set<std::filesystem::path> files;
 };
 
 Temporaries& TheTemporaries() {
-    static auto& temporaries = *new Temporaries;  // outlives the thread that waits for signals
+    // It is never destroyed, because the thread that waits for signals uses it to the end.
+    static auto& temporaries = *new Temporaries;
     return temporaries;
 }
 
-// Hidden and nobody else's. Short, as the target's own name may be as long as names can be.
+// A hidden name that no other process uses. It is short and does not contain the target's name, which may already
+// have the greatest length.
 std::filesystem::path TemporaryBeside(const std::filesystem::path& file) {
     thread_local std::random_device random;
     std::filesystem::path name = file.parent_path() / ".nuvhost";
@@ -42,7 +44,7 @@ std::filesystem::path TemporaryBeside(const std::filesystem::path& file) {
 
 [[noreturn]] void RemoveAllAndDie(int signal, void (*last)()) {
     auto& temporaries = TheTemporaries();
-    temporaries.mutex.lock();  // for good
+    temporaries.mutex.lock();  // never unlocked
     for (const auto& file : temporaries.files) {
         ::unlink(file.c_str());
     }
@@ -64,7 +66,7 @@ void RemoveTemporariesOnSignal(void (*last)()) {
     for (const int signal : {SIGHUP, SIGINT, SIGTERM}) {
         struct sigaction action {};
         sigaction(signal, nullptr, &action);
-        if (action.sa_handler != SIG_IGN) sigaddset(&set, signal);  // nohup ignores one
+        if (action.sa_handler != SIG_IGN) sigaddset(&set, signal);  // nohup makes the process ignore a signal
     }
     pthread_sigmask(SIG_BLOCK, &set, nullptr);
     std::thread([set, last] {
@@ -115,13 +117,13 @@ void OutputFile::Commit() {
     const auto done = [&](int result) {
         if (result != 0) fail(std::generic_category().message(errno));
     };
-    const bool synced = ::fsync(descriptor_) == 0 || errno == EINVAL;  // where a file system knows nothing of it
+    const bool synced = ::fsync(descriptor_) == 0 || errno == EINVAL;  // EINVAL: the file system has no fsync
     done(synced ? 0 : -1);
     done(::close(std::exchange(descriptor_, -1)));
 
     const std::lock_guard lock(TheTemporaries().mutex);
     std::error_code error;
-    // A folder would be refused, a device replaced.
+    // The rename below would replace a device, which must stay.
     const auto there = std::filesystem::symlink_status(target_, error);
     if (std::filesystem::exists(there) && !std::filesystem::is_regular_file(there)) fail("it is not a file");
     std::filesystem::rename(temporary_, target_, error);

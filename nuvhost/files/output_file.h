@@ -6,36 +6,39 @@
 
 namespace nuvhost {
 
-// From now on a signal that asks the process to end (hang-up, interrupt, terminate) removes every temporary file
-// first and calls `last`, on a thread of its own; the process then dies of that signal. Called once, before
-// anything starts threads.
+// After this call, a signal that asks the process to end (hang-up, interrupt, terminate) first removes every
+// temporary file and calls `last`, on a thread of its own. Then the process dies of that signal. Call it once,
+// before anything starts threads.
 void RemoveTemporariesOnSignal(void (*last)() = [] {});
 
-// Where the file really is or would be made: follows links also where the last one leads to nothing yet. The file's
-// name is absolute. Links that cannot be followed are left.
+// The path at which the file exists or would be made. Follows links, even if the last one leads to a file that does
+// not exist yet. `file` is an absolute path. Links that cannot be followed stay in the result.
 std::filesystem::path BehindLinks(std::filesystem::path file);
 
-// Is written under a temporary name in the target's folder and moved over the target by Commit; until then
-// nothing is left behind, whether by an exception or by a signal. Any number at once, on any threads.
+// The file is written under a temporary name in the target's folder, and Commit renames it to the target. Before
+// that, an exception or a signal leaves nothing behind. Any number of these objects may exist, on any threads.
 class OutputFile {
 public:
-    // The folder must exist. Creates nothing. A target that is a link stays one, what it leads to is written.
+    // Creates nothing yet. The folder must exist. If the target is a link, the link stays and the file behind it is
+    // written.
     explicit OutputFile(const std::filesystem::path& target);
     ~OutputFile();
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
 
-    // Ends in the target's extension and is no other process's.
+    // Has the target's extension. No other process uses it.
     const std::filesystem::path& temporary() const { return temporary_; }
-    // What makes the file is called here, so that it cannot come into being while a signal takes its like away.
+    // Calls `make`, which must create the temporary file. The file is created with signals blocked, so that the
+    // clean-up never misses one.
     bool Create(const std::function<bool()>& make);
-    // Once whoever wrote the file has closed it. It has reached the disk before it gets its name, as network file
-    // systems tell no sooner what they could not keep. Throws std::runtime_error.
+    // Call it when the writer has closed the file. It waits until the file is on the disk before it renames the
+    // file, because network file systems report errors only then. Throws std::runtime_error.
     void Commit();
 
 private:
     std::filesystem::path name_, target_, temporary_;
-    int descriptor_ = -1;  // of the temporary file, since it was made: what goes wrong from then on is told to it
+    // Of the temporary file since it was made, because the system reports write errors to an open descriptor.
+    int descriptor_ = -1;
 };
 
 }  // namespace nuvhost

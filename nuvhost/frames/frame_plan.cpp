@@ -29,13 +29,14 @@ bool Exists(const fs::path& file) {
     return fs::exists(file, ignored);
 }
 
-// Whatever else a crash or another tool left under an output's name is to be rendered.
+// Whether the output exists and is complete. An empty file or one that is not regular is rendered again: a crash or
+// another tool may have left it.
 bool IsFinished(const fs::path& file) {
     std::error_code error;
     return fs::is_regular_file(file, error) && fs::file_size(file, error) > 0 && !error;
 }
 
-// The same of an input, which may be there without anybody being let near it.
+// Whether the input exists. Throws if that cannot be found out, as in a folder without permission.
 bool InputExists(const fs::path& file) {
     std::error_code failure;
     const bool exists = fs::exists(file, failure);
@@ -43,7 +44,7 @@ bool InputExists(const fs::path& file) {
     return exists;
 }
 
-// A plain path stands for every frame.
+// A path or a pattern. A plain path means the same file for every frame.
 struct Name {
     fs::path plain;
     std::optional<SequencePattern> pattern;
@@ -55,7 +56,7 @@ std::runtime_error NothingOf(const fs::path& sequence) {
     return std::runtime_error(sequence.string() + ": no file of this sequence exists");
 }
 
-// In ascending order.
+// The frames of the sequence that exist, in ascending order.
 std::vector<int> Present(const SequencePattern& sequence) {
     auto frames = sequence.Existing();
     std::error_code ignored;
@@ -63,7 +64,7 @@ std::vector<int> Present(const SequencePattern& sequence) {
     return frames;
 }
 
-// The earlier one of two that are as near.
+// The frame of `frames` that is nearest to `frame`, and the earlier one if two are equally near.
 int Nearest(const std::vector<int>& frames, int frame) {
     const auto above = std::lower_bound(frames.begin(), frames.end(), frame);
     if (above == frames.begin()) return *above;
@@ -108,7 +109,7 @@ std::string Count(std::size_t number, std::size_t of) {
     return std::to_string(number) + " of " + std::to_string(of) + (of == 1 ? " frame" : " frames");
 }
 
-// The same for every name of one file: its number where it is there, else the path where it would be.
+// Identifies a file under all of its names: by its number in the file system if it exists, otherwise by its path.
 using FileId = std::variant<std::pair<dev_t, ino_t>, fs::path>;
 
 FileId IdOf(const fs::path& file) {
@@ -117,7 +118,7 @@ FileId IdOf(const fs::path& file) {
     return BehindLinks(fs::absolute(file));
 }
 
-// The folder to be, or the nearest one above it that is there.
+// The folder, or if it does not exist, the nearest folder above it that exists.
 fs::path StandingFolder(fs::path folder) {
     while (!Exists(folder) && folder.has_relative_path())
         folder = folder.parent_path();
@@ -133,7 +134,7 @@ fs::path FolderOf(const fs::path& file) {
 FramePlan PlanFrames(const PlanOptions& options) {
     Name input{options.input, {}}, output{options.output, {}};
     if (!options.literal) input.pattern = SequencePattern::Parse(options.input);
-    // A picture whose own name looks like a pattern is that picture.
+    // If there is a file whose name looks like the pattern, that file is meant.
     const bool named = input.pattern && !options.frames && Exists(options.input);
     if (named) input.pattern.reset();
     if (!options.literal && !named) output.pattern = SequencePattern::Parse(options.output);

@@ -1,4 +1,5 @@
-// Which frames are rendered from what into what, known and checked before anything is.
+// The plan of a render: which frames are made from which files into which files. It is checked before anything is
+// rendered.
 #pragma once
 
 #include <filesystem>
@@ -14,8 +15,8 @@ struct PlanOptions {
     std::filesystem::path input, output;  // either may be a pattern
     std::optional<std::string> frames, clip;
     Missing missing = Missing::error;
-    bool literal = false;       // names are no patterns
-    bool skipExisting = false;  // frames whose output is there and not empty are left alone
+    bool literal = false;       // names with # or % are no patterns
+    bool skipExisting = false;  // frames whose output exists and is not empty are not rendered
     bool createFolder = false;
 };
 
@@ -23,23 +24,23 @@ struct FrameJob {
     int frame = 0;  // 0 for a picture without a number
     std::filesystem::path input;
     std::filesystem::path output;
-    std::filesystem::path blackLike;  // if the input is missing and a black picture like this one takes its place
+    std::filesystem::path blackLike;  // if the input is missing: a black picture like this file replaces it
 
     bool black() const { return !blackLike.empty(); }
-    const std::filesystem::path& source() const { return black() ? blackLike : input; }  // what is read
+    const std::filesystem::path& source() const { return black() ? blackLike : input; }  // the file that is read
 };
 
 struct FramePlan {
-    bool numbered = false;  // whether frames have numbers; else there is one picture
+    bool numbered = false;  // whether frames have numbers; otherwise there is one picture
     std::vector<FrameJob> jobs;
-    std::vector<FrameJob> existing;  // left alone: the output is there
+    std::vector<FrameJob> existing;  // not rendered, because the output exists
     std::vector<int> missing;        // left out or black
 };
 
-// Works out the frames and finds their files. What becomes of a frame does not depend on which others are asked
-// for: a black one is like the nearest of the sequence that exists. Throws UsageError for names and ranges that do
-// not fit together, and std::runtime_error for missing inputs, all of them on one line, or if nothing of the
-// sequence exists.
+// Makes the list of frames and finds their files. A frame is rendered in the same way whichever other frames are
+// chosen: a black frame is like the nearest existing one of the whole sequence. Throws UsageError if names and
+// ranges do not fit together. Throws std::runtime_error for missing inputs, all of them on one line, and if no
+// frame of the sequence exists.
 FramePlan PlanFrames(const PlanOptions& options);
 
 // Throws UsageError if an output is a folder, the input of any frame or the output of another one, under whatever

@@ -12,7 +12,7 @@ struct FrameSettings {
     RenderPath path = RenderPath::smart;
     ReadOptions read;
     Reduction reduction;
-    bool keepGoing = false;  // past frames that fail
+    bool keepGoing = false;  // continues after frames that fail
 };
 
 }  // namespace nuvhost

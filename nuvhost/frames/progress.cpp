@@ -22,7 +22,7 @@ using Json = nlohmann::ordered_json;
 void WriteWhole(int descriptor, const std::string& text) {
     for (std::size_t at = 0; at < text.size();) {
         const auto written = ::write(descriptor, text.data() + at, text.size() - at);
-        if (written < 0 && errno != EINTR) return;  // nobody listens: no reason to stop rendering
+        if (written < 0 && errno != EINTR) return;  // nobody reads it; the render goes on
         if (written > 0) at += static_cast<std::size_t>(written);
     }
 }
@@ -30,13 +30,13 @@ void WriteWhole(int descriptor, const std::string& text) {
 constexpr auto kWipe = "\r\x1b[K";
 
 struct Bar {
-    std::mutex mutex;  // also held while it is drawn or wiped
+    std::mutex mutex;  // also locked while the bar is drawn or wiped
     bool stands = false;
 };
 
-// There is one terminal.
+// There is one bar, because there is one terminal.
 Bar& TheBar() {
-    static auto& bar = *new Bar;  // outlives the thread that waits for signals
+    static auto& bar = *new Bar;  // never destroyed, because the thread that waits for signals uses it to the end
     return bar;
 }
 
@@ -161,7 +161,7 @@ void Progress::Log(const std::string& text) {
 
 void Progress::DrawBar() {
     std::string text = Share();
-    if (done_ > 0) {  // what was skipped took no time
+    if (done_ > 0) {  // skipped frames took no time and do not count
         const double rate = static_cast<double>(done_) / std::max(Seconds(), 1e-9);
         text += "  " + Fixed(rate, "%.1f frames/s");
         if (total_) text += "  " + Duration(static_cast<double>(*total_ - told_) / rate) + " left";
@@ -175,7 +175,7 @@ void Progress::DrawBar() {
         const std::size_t full = cells * told_ / *total_;
         if (cells >= 5) text = "[" + std::string(full, '#') + std::string(cells - full, '.') + "] " + text;
     }
-    text.resize(std::min(text.size(), columns));  // a second line would stay
+    text.resize(std::min(text.size(), columns));  // a second line could not be wiped
     auto& bar = TheBar();
     const std::lock_guard lock(bar.mutex);
     WriteWhole(UserStderr(), kWipe + text);
@@ -191,7 +191,7 @@ void Progress::WipeBar() {
 
 void WipeBarForGood() {
     auto& bar = TheBar();
-    // Whoever has it for a tenth of a second waits for a terminal that somebody has stopped.
+    // If the lock is not free for a tenth of a second, its owner waits for a terminal that the user has stopped.
     std::unique_lock lock(bar.mutex, std::try_to_lock);
     for (int i = 0; i < 10 && !lock; ++i) {
         std::this_thread::sleep_for(std::chrono::milliseconds(10));

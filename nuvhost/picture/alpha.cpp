@@ -10,8 +10,8 @@
 namespace nuvhost {
 namespace {
 
-// Calls visit(pixel) for every pixel, an array of its four channels, which it may change unless the bytes are
-// const.
+// Calls visit(pixel) for every pixel. `pixel` is an array of four channels, which `visit` may change unless the
+// bytes are const.
 template <typename Channel, typename Bytes, typename Visit>
 void EachPixel(Bytes& bytes, Visit visit) {
     std::array<Channel, 4> pixel;

@@ -1,4 +1,4 @@
-// Colour multiplied by alpha (associated), or not (straight).
+// Converts between colour that is multiplied by alpha (associated) and colour that is not (straight).
 #pragma once
 
 #include <string_view>
@@ -9,13 +9,13 @@ namespace nuvhost {
 
 enum class Alpha { asItIs, associated, straight };
 
-// How a format stores alpha. Those that are not known to have a rule keep what they are given.
+// How a format stores alpha. A format without a known rule keeps what it gets.
 Alpha AlphaOf(std::string_view format);
 
 bool Opaque(const Picture& picture);  // alpha is full everywhere
 
-// Multiplies colour by alpha in place, at the picture's depth, as hosts do before an effect sees a picture with
-// straight alpha: (c * a + 127) / 255 at 8 bits.
+// Multiplies colour by alpha in place, in the picture's depth. Hosts do the same with a picture of straight alpha
+// before an effect gets it. With 8 bits it is (c * a + 127) / 255.
 void Premultiply(Picture& picture);
 // And back, in place. Integer colour beyond alpha becomes full; a pixel without any alpha stays as it is.
 void Unpremultiply(Picture& picture);

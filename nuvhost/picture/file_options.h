@@ -8,14 +8,14 @@
 namespace nuvhost {
 
 struct ReadOptions {
-    std::optional<Depth> depth;  // none: the one that loses nothing of 8- and 16-bit files, and 32 otherwise
+    std::optional<Depth> depth;  // none: 8 or 16 bits if the file has no more, otherwise 32
     bool premultiply = true;     // straight colour is multiplied by alpha
-    bool firstPage = false;      // whether further pictures in the file may be left out
+    bool firstPage = false;      // whether other pictures in the file may be left out
 };
 
 enum class PixelType { uint8 = 1, uint16, half, float32 };
 
-// What is written of a picture if not all of it.
+// Which parts of a picture are written, if not all.
 struct Reduction {
     std::optional<PixelType> type;  // of every channel
     bool colorOnly = false;         // colour and alpha, no other channels

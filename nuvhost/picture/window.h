@@ -1,4 +1,4 @@
-// Parts of pictures: the data window that a file stores, the display window, and the layer that has both.
+// Parts of pictures: the data window, which a file stores, the display window, and the layer, which contains both.
 #pragma once
 
 #include <cstddef>
@@ -12,14 +12,15 @@ struct Window {
     bool operator==(const Window&) const = default;
 };
 
-// The smallest that holds both.
+// The smallest window that contains both.
 Window Union(const Window& a, const Window& b);
 
-// The pixels of `to`, out of those of `from`; zero where `from` has none.
+// The pixels of `to`, taken from those of `from`. They are zero where `from` has none.
 std::vector<std::byte> Region(const std::vector<std::byte>& pixels, std::size_t bytesPerPixel, const Window& from,
                               const Window& to);
 
-// Stored pixels as they are to be seen by the orientation tag, 1 to 8. From 5 on width and height change places.
+// Turns the stored pixels upright. `orientation` is the value of the tag, 1 to 8. From 5 on, width and height are
+// swapped.
 std::vector<std::byte> Upright(const std::vector<std::byte>& pixels, std::size_t bytesPerPixel, int width,
                                int height, int orientation);
 

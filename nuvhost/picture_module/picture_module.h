@@ -19,7 +19,7 @@ namespace nuvhost {
 struct SheetSettings {
     std::filesystem::path input, output, plugin;
     Center center;
-    double amount = 1.5;  // size only: every tile comes once with it and once with its negative
+    double amount = 1.5;  // its sign does not matter: each tile is drawn for the amount and for its negative
     int show = 1;
     int tileWidth = 480;  // pixels
 };

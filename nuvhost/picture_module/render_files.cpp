@@ -17,7 +17,8 @@
 namespace nuvhost {
 namespace {
 
-// Pictures side by side each on a thread of its own need no threads of the library's.
+// If several pictures are rendered at the same time, each has its own thread, and the picture library needs few or
+// none.
 void ShareThreads(int threads, int workers) {
     OIIO::attribute("threads", std::max(1, threads / workers));
     OIIO::attribute("exr_threads", workers > 1 ? -1 : threads);
@@ -44,12 +45,12 @@ void PrintPlan(const FramePlan& plan, bool black) {
     if (!black && !plan.missing.empty()) std::printf("missing, left out: %s\n", FramesText(plan.missing).c_str());
 }
 
-// Every input, so that nothing is rendered if one will not do. Only what is broken inside is left to its frame
-// where others are to go on. Returns the depth of the first.
+// Checks every input before anything is rendered. With --keep-going a file that cannot be read fails later, with
+// its own frame. Returns the depth of the first input.
 std::optional<Depth> CheckInputs(const RenderOptions& options, const FramePlan& plan,
                                  const MovingSettings& settings) {
     std::optional<Depth> depth;
-    const std::filesystem::path* last = nullptr;  // a still comes with every frame
+    const std::filesystem::path* last = nullptr;  // a still picture is the input of every frame
     for (const auto& job : plan.jobs) {
         if (last && *last == job.source()) continue;
         last = &job.source();

@@ -51,7 +51,7 @@ FrameTimes RenderFrame(const FrameJob& job, const FrameSettings& settings, Effec
 
 void RenderFrames(const FramePlan& plan, const FrameSettings& settings, EffectRunner& runner, int threads,
                   Progress& progress) {
-    // Left to itself the allocator comes to keep what pictures leave free, in pieces that the next ones do not fit.
+    // Otherwise the allocator keeps the memory of finished pictures in pieces that are too small for the next ones.
     constexpr int kMapped = 1 << 20;
     ::mallopt(M_MMAP_THRESHOLD, kMapped);
 

@@ -1,4 +1,4 @@
-// Renders the frames of a plan, several at once.
+// Renders the frames of a plan, several at the same time.
 #pragma once
 
 #include "effect/effect_runner.h"
@@ -8,10 +8,11 @@
 
 namespace nuvhost {
 
-// Each of `threads` workers takes a frame through reading, rendering and writing at a time, so that files are read
-// and written while others render and no more than `threads` frames are in memory. The runner has as many
-// instances. Throws what the first frame that failed threw, as std::runtime_error that names the frame, once the
-// frames under way are done; with keepGoing in the end, with a list of all that failed.
+// Each of `threads` workers reads, renders and writes one frame after another. Files are thus read and written
+// while other frames are rendered, and at most `threads` frames are in memory. The runner must have as many
+// instances. If a frame fails, the frames that have been started are finished, and then its error is thrown as a
+// std::runtime_error that names the frame. With keepGoing all frames are tried, and the error at the end lists all
+// that failed.
 void RenderFrames(const FramePlan& plan, const FrameSettings& settings, EffectRunner& runner, int threads,
                   Progress& progress);
 

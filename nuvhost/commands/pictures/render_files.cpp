@@ -20,7 +20,7 @@ std::vector<std::filesystem::path> FilesOf(const FramePlan& plan) {
 
 // Whether they are pictures is the picture module's to find out.
 void CheckInputFiles(const FramePlan& plan) {
-    const std::filesystem::path* last = nullptr;  // a still comes with every frame
+    const std::filesystem::path* last = nullptr;  // a still picture is the input of every frame
     for (const auto& job : plan.jobs) {
         if (!last || *last != job.source()) CheckReadable(job.source());
         last = &job.source();
@@ -31,7 +31,7 @@ void CheckInputFiles(const FramePlan& plan) {
 
 void RunFiles(const RenderOptions& options, Look& look) {
     RefuseGiven(options, {kStreamGroup}, "is for a stream, with - as IN and OUT");
-    std::signal(SIGPIPE, SIG_IGN);  // whoever reads the progress may go away
+    std::signal(SIGPIPE, SIG_IGN);  // if the reader of the progress ends, the render goes on
     const FramePlan plan = PlanFrames(options.plan);
     if (!plan.numbered && look.settings.moves()) {
         throw UsageError("the settings move over frames, but the picture has no number; give it with --frames");

@@ -98,26 +98,26 @@ void AddFileOptions(CLI::App& command, RenderOptions& options) {
         .add_flag("--first-page", options.frames.read.firstPage,
                   "Render the first picture of files that hold several, and leave the others out")
         ->group(kFileGroup);
-    command.add_flag("--literal", options.plan.literal, "Names are as they are: #, @ and % mean nothing")
+    command.add_flag("--literal", options.plan.literal, "Take names literally: #, @ and % are ordinary letters")
         ->group(kFileGroup);
     command.add_flag("--create-dir", options.plan.createFolder, "Make the folders of the output")
         ->group(kFileGroup);
 }
 
 void AddSequenceOptions(CLI::App& command, RenderOptions& options) {
-    command
-        .add_option("--frames", options.plan.frames, "Frames such as 1-100x2,110, backwards or negative as well")
+    command.add_option("--frames", options.plan.frames, "Frames such as 1-100x2,110; may be negative or backwards")
         ->type_name("RANGES")
         ->group(kSequenceGroup);
-    command.add_option("--clip-range", options.plan.clip, "Leave out what lies beyond, as of a queue's last chunk")
+    command.add_option("--clip-range", options.plan.clip, "Leave out frames outside it, as in a queue's last chunk")
         ->type_name("FIRST-LAST")
         ->group(kSequenceGroup);
-    AddWordOption(command, "--missing", kMissing, options.missing, "What to do about inputs that are not there")
+    AddWordOption(command, "--missing", kMissing, options.missing, "What to do about missing inputs")
         ->group(kSequenceGroup);
-    command.add_flag("--skip-existing", options.plan.skipExisting, "Leave frames alone whose output is there")
+    command.add_flag("--skip-existing", options.plan.skipExisting, "Skip frames whose output exists")
         ->group(kSequenceGroup);
     command
-        .add_flag("--keep-going", options.frames.keepGoing, "Go on after a frame failed, and list them at the end")
+        .add_flag("--keep-going", options.frames.keepGoing,
+                  "Go on after a frame fails, and list failures at the end")
         ->group(kSequenceGroup);
     command.add_flag("--dry-run", options.dryRun, "Check everything, print what would be rendered, write nothing")
         ->group(kSequenceGroup);
@@ -161,8 +161,8 @@ void AddRenderCommand(CLI::App& program) {
     AddWordOption(command, "--progress", kProgress, options->progress,
                   "auto: a bar on a terminal, else a line for each frame; json: an object for each")
         ->group(kRunGroup);
-    command.add_flag("-q,--quiet", options->quiet, "Say nothing but errors")->group(kRunGroup);
-    command.add_flag("-v,--verbose", options->verbose, "Say how each frame went")->group(kRunGroup);
+    command.add_flag("-q,--quiet", options->quiet, "Print only errors")->group(kRunGroup);
+    command.add_flag("-v,--verbose", options->verbose, "Print details of each frame")->group(kRunGroup);
     command.callback([options] { Render(*options); });
 }
 

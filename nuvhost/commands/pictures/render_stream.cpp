@@ -45,7 +45,7 @@ void RunStream(const RenderOptions& options, Look& look) {
                              " is a terminal; a stream comes from one program and goes to another");
         }
     }
-    CheckSave(options, {"/dev/stdin", "/dev/stdout"});  // the files that these lead to
+    CheckSave(options, {"/dev/stdin", "/dev/stdout"});  // the files that standard input and output may be
     RemoveTemporariesOnSignal(WipeBarForGood);
     EffectRunner runner(options.Plugin(), options.Personality(), options.threads, look.sequenceData);
     Save(options, look, runner);

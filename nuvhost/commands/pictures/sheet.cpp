@@ -24,7 +24,7 @@ void AddSheetCommand(CLI::App& program) {
     auto shared = std::make_shared<SheetSettings>();
     auto& settings = *shared;
     auto& command =
-        *program.add_subcommand("sheet", "Render every mode and scaling, both ways, on one labelled page");
+        *program.add_subcommand("sheet", "Render every mode and scaling with either sign on one labelled page");
     command.add_option("IN", settings.input, "Picture to read")->required()->check(FileName())->type_name("");
     command.add_option("OUT", settings.output, "Picture to write; the extension chooses the format")
         ->required()

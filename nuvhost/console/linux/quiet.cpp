@@ -12,7 +12,7 @@ namespace {
 struct Stderr {
     std::mutex mutex;
     int quiets = 0;
-    const int user = ::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);  // -1: there is none
+    const int user = ::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 3);  // -1 if there is no standard error
     const int nowhere = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
 };
 

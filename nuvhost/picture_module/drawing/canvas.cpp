@@ -10,7 +10,7 @@
 namespace nuvhost {
 namespace {
 
-constexpr int kSamples = 8;  // along each side of a pixel
+constexpr int kSamples = 8;  // samples along each side of a pixel
 
 Canvas::Color Solid(const Rgb& color) {
     return [color](double, double) { return color; };
@@ -54,7 +54,7 @@ void Canvas::Fill(const Box& box, const Inside& inside, const Rgb& color) {
 }
 
 void Canvas::Fill(const Box& box, const Color& color) {
-    // How much of the unit from `at` lies between two edges.
+    // How much of the interval from `at` to `at` + 1 lies between two edges.
     const auto overlap = [](int at, double from, double to) {
         return std::max(0.0, std::min(at + 1.0, to) - std::max<double>(at, from));
     };
@@ -116,8 +116,8 @@ void Canvas::Fade(const Box& box, const Opacity& opacity) {
 
 void Canvas::Text(double x, double y, double size, const std::string& text, Align align, const Rgb& color) {
     const int pixels = static_cast<int>(std::lround(size * scale_));
-    if (pixels < 4) return;  // no longer letters
-    // Straight onto the canvas's memory: red, green and blue of its four floats.
+    if (pixels < 4) return;  // letters this small cannot be read
+    // Draws into the canvas's own memory: red, green and blue of its four floats.
     OIIO::ImageBuf picture(OIIO::ImageSpec(width_, height_, 4, OIIO::TypeDesc::FLOAT), pixels_.data());
     using OIIO::ImageBufAlgo::TextAlignX;
     constexpr TextAlignX kAlign[] = {TextAlignX::Left, TextAlignX::Center, TextAlignX::Right};

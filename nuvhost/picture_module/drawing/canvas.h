@@ -18,13 +18,13 @@ constexpr Rgb Grey(float value) {
     return {value, value, value};
 }
 
-// In the units of the drawing; right and bottom are the end.
+// In the units of the drawing. Right and bottom are outside of the box.
 struct Box {
     double left, top, right, bottom;
 };
 
-// A drawing of width × height units, centred in a picture of any size as large as it fits. What lies beyond the
-// drawing's edges is drawn as well where the picture's shape leaves room.
+// A drawing of width × height units. It lies in the middle of a picture of any size, as large as it fits. If the
+// picture has another shape, there is room beyond the drawing's edges; what lies there is drawn, too.
 class Canvas {
 public:
     Canvas(int pixelWidth, int pixelHeight, double unitWidth, double unitHeight);
@@ -36,7 +36,8 @@ public:
     using Color = std::function<Rgb(double x, double y)>;
     using Opacity = std::function<double(double x, double y)>;  // 0 to 1
 
-    // Paints what is inside; `inside` is asked on a grid of 8 × 8 points a pixel, within `box` only.
+    // Paints the points for which `inside` is true. It is called for 8 × 8 points of each pixel, but only within
+    // `box`.
     void Fill(const Box& box, const Inside& inside, const Rgb& color);
     void Fill(const Box& box, const Color& color);
     void Fill(const Box& box, const Rgb& color);
@@ -47,7 +48,8 @@ public:
     void Fade(const Box& box, const Opacity& opacity);
 
     enum class Align { left, center, right };
-    // `size` is the letters' size in units, y the baseline. Throws std::runtime_error when there is no font.
+    // `size` is the size of the letters in units, and y is the baseline. Throws std::runtime_error if there is no
+    // font.
     void Text(double x, double y, double size, const std::string& text, Align align, const Rgb& color = kBlack);
 
     Picture Finish() const;  // 8 bits, straight alpha

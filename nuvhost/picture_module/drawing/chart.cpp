@@ -92,7 +92,7 @@ void SiemensStar(Canvas& canvas) {
     canvas.Fill({kMiddleX - kRadius, kMiddleY - kRadius, kMiddleX + kRadius, kMiddleY + kRadius}, inside, kBlack);
 }
 
-// Groups of upright lines, each group as far apart as its lines are wide.
+// Groups of upright lines. In each group the gaps are as wide as the lines.
 void FineLines(Canvas& canvas) {
     constexpr Box kBox{330, 75, 630, 141};
     Panel(canvas, kBox);
@@ -109,7 +109,7 @@ void FineLines(Canvas& canvas) {
     }
 }
 
-// Black lines that run together, from `wide` apart to `narrow`, lying or standing.
+// Black lines that converge: their distance goes from `wide` to `narrow`. They are horizontal or vertical.
 void Wedge(Canvas& canvas, const Box& box, bool lying, double wide, double narrow) {
     constexpr int kLines = 9;
     const auto inside = [&](double x, double y) {
@@ -128,7 +128,7 @@ void Wedges(Canvas& canvas) {
     Panel(canvas, kBox);
     Wedge(canvas, {687, 87, 757, 225}, false, 7.5, 2);
     Wedge(canvas, {770, 87, 875, 157}, true, 7.5, 2);
-    // The same in rings, so that lines of every direction are there.
+    // The same as rings, so that there are lines in every direction.
     constexpr double kX = 822.5, kY = 191.5, kRadius = 33;
     const auto inside = [](double x, double y) {
         const double r = std::hypot(x - kX, y - kY);
@@ -137,7 +137,7 @@ void Wedges(Canvas& canvas) {
     canvas.Fill({kX - kRadius, kY - kRadius, kX + kRadius, kY + kRadius}, inside, kBlack);
 }
 
-// A coloured disc with a hole of soft edge: the only place where the picture is not opaque.
+// A coloured disc, with a hole whose edge is soft. Only here the picture is not opaque.
 void SoftHole(Canvas& canvas) {
     constexpr double kX = 780, kY = 322, kOuter = 74, kSolid = 56, kClear = 16;
     const auto color = [](double x, double y) {

@@ -8,7 +8,7 @@
 
 namespace nuvhost {
 
-// By its file's name: the picture library looks through the system's font folders itself.
+// The name of the font's file. The picture library finds it in the system's font folders.
 // Throws std::runtime_error when the font is not installed.
 inline const std::string& FontName() {
     static const std::string kName = [] {

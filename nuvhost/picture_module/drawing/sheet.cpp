@@ -28,13 +28,13 @@ constexpr Color kLabel{0.78F, 0.78F, 0.80F};
 
 constexpr int kMargin = 24, kGap = 16, kTitleHeight = 72, kLabelHeight = 28;
 constexpr int kCheck = 8;              // side of one square
-constexpr double kMostPixels = 250e6;  // of a page; each takes 16 bytes while it is drawn
+constexpr double kMostPixels = 250e6;  // pixels of a page, which takes 16 bytes for each while it is drawn
 
 int Rows() {
     return static_cast<int>(kModes.size()) * 2;
 }
 
-// "red-cyan" as the effect's menu has it: "Red-Cyan".
+// Writes a word as the effect's menu does: "Red-Cyan" for "red-cyan".
 std::string Capitalized(std::string_view word) {
     std::string text(word);
     bool first = true;
@@ -52,7 +52,7 @@ std::string Signed(double number) {
     return sign.append(text.data(), end);
 }
 
-// The text renderer knows one byte a letter; any other letter becomes one question mark.
+// The text renderer takes one byte for each letter. A letter of several bytes becomes one question mark.
 std::string Ascii(const std::string& text) {
     std::string plain;
     for (const char letter : text) {
@@ -67,7 +67,8 @@ void Write(ImageBuf& sheet, int x, int y, int size, const std::string& text, con
     algo::render_text(sheet, x, y, Ascii(text), size, FontName(), {color[0], color[1], color[2], 1.0F});
 }
 
-// As a layer in a composition: colour multiplied by alpha, in display values.
+// Puts a tile over the background like a layer in a composition. Its colour is multiplied by alpha, in display
+// values.
 ImageBuf Layer(const Picture& picture, bool linear) {
     const TypeDesc type = picture.depth == Depth::bits8    ? TypeDesc::UINT8
                           : picture.depth == Depth::bits16 ? TypeDesc::UINT16

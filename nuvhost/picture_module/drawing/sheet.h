@@ -1,4 +1,4 @@
-// The contact sheet: one picture through every mode and scaling, both ways.
+// The contact sheet shows one picture in every mode and scaling, with a positive and a negative amount.
 #pragma once
 
 #include "effect/effect_runner.h"
@@ -7,9 +7,9 @@
 
 namespace nuvhost {
 
-// Columns are scalings, rows are modes with either sign. Tiles lie on a checkerboard that shows through where
-// they are transparent. The result is opaque, 8 bits. Throws as EffectRunner::Render, or std::runtime_error if
-// there is no font or the page would be too large.
+// The columns are the scalings, and the rows are the modes, each with both signs of the amount. A checkerboard
+// shows through where tiles are transparent. The result is opaque and has 8 bits. Throws what EffectRunner::Render
+// throws, and std::runtime_error if there is no font or if the page would be too large.
 PictureFile DrawSheet(const PictureFile& source, EffectRunner& effect, const SheetSettings& settings);
 
 }  // namespace nuvhost

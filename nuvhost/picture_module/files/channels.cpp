@@ -14,17 +14,17 @@ namespace {
 
 using OIIO::ImageSpec;
 
-// Without its layer: "beauty.R" is "R".
+// The name of a channel without its layer: "R" for "beauty.R".
 std::string_view LastPart(std::string_view name) {
     return name.substr(name.rfind('.') + 1);
 }
 
-// And what LastPart leaves out, with the dot.
+// The layer of a channel, with the dot: "beauty." for "beauty.R".
 std::string_view LayerOf(std::string_view name) {
     return name.substr(0, name.size() - LastPart(name).size());
 }
 
-// In one layer, or in any.
+// Finds a channel by its letter or word, in one layer or in any layer. Returns -1 if there is none.
 int Find(const ImageSpec& spec, std::optional<std::string_view> layer, std::string_view letter,
          std::string_view word) {
     for (int i = 0; i < spec.nchannels; ++i) {
@@ -36,7 +36,8 @@ int Find(const ImageSpec& spec, std::optional<std::string_view> layer, std::stri
     return -1;
 }
 
-// Those of one layer: of the one without a name, or of the first that has any. -1 for each that it lacks.
+// The colour channels of one layer: the layer without a name, or else the first layer that has any. A missing
+// channel is -1.
 std::array<int, 3> FindColors(const ImageSpec& spec) {
     std::vector<std::string_view> layers{""};
     for (const auto& name : spec.channelnames) {
@@ -79,7 +80,7 @@ Channels Locate(const OIIO::ImageSpec& spec) {
         for (int i = 0; i < spec.nchannels; ++i) {
             if (i != channels.alpha) places.push_back(i);
         }
-        if (places.empty()) places.push_back(channels.alpha);  // a mask alone is shown as grey
+        if (places.empty()) places.push_back(channels.alpha);  // a file with only a mask is shown as grey
         const bool grey = places.size() < 3;
         channels.color = {places[0], places[grey ? 0 : 1], places[grey ? 0 : 2]};
         if (channels.color[0] == channels.alpha) channels.alpha = -1;
@@ -118,7 +119,7 @@ ImageSpec Arranged(const ImageSpec& file, const Channels& channels) {
     }
     spec.nchannels = static_cast<int>(spec.channelnames.size());
 
-    // What was true of the old pixels only, or promises smaller versions of the picture that are not written.
+    // These were true only for the old pixels, or announce smaller versions of the picture, which are not written.
     for (const auto* name : {"oiio:SHA-1", "oiio:ConstantColor", "oiio:AverageColor", "oiio:subimages",
                              "textureformat", "openexr:levelmode", "openexr:roundingmode"}) {
         spec.erase_attribute(name);
@@ -135,7 +136,8 @@ ImageSpec Arranged(const ImageSpec& file, const Channels& channels) {
 
 void Gather(const std::vector<std::byte>& from, int channelCount, const Channels& channels, Picture& picture) {
     const auto stride = static_cast<std::size_t>(channelCount) * TypeOf(picture.depth).size();
-    picture.pixels.resize(from.size() / stride * picture.bytesPerPixel());  // not yet those of the whole layer
+    // These are only the file's pixels. The layer may be larger.
+    picture.pixels.resize(from.size() / stride * picture.bytesPerPixel());
     switch (picture.depth) {
         case Depth::bits8:
             Gather<std::uint8_t>(from, stride, channels, 255, picture.pixels);

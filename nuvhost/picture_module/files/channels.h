@@ -11,9 +11,9 @@
 
 namespace nuvhost {
 
-// Positions in the file.
+// The positions of the channels in the file.
 struct Channels {
-    std::array<int, 3> color{};  // -1: the file has others of the three, but not this one
+    std::array<int, 3> color{};  // -1: the file lacks this channel, but has another of the three
     int alpha = -1;              // none
     std::vector<int> others;
 
@@ -22,14 +22,14 @@ struct Channels {
 
 Channels Locate(const OIIO::ImageSpec& file);
 
-// The ImageSpec of what will be written, from the one of what was read.
+// Makes the ImageSpec for writing from the one that was read.
 OIIO::ImageSpec Arranged(const OIIO::ImageSpec& file, const Channels& channels);
 
-// Colour and alpha out of whole pixels of `channelCount` channels of the picture's type. Without alpha it is full,
-// and a colour that the file lacks is 0.
+// Takes colour and alpha from whole pixels, which have `channelCount` channels of the picture's type. If the file
+// has no alpha, alpha is full. A colour channel that the file lacks is 0.
 void Gather(const std::vector<std::byte>& from, int channelCount, const Channels& channels, Picture& picture);
 
-// The bytes of the other channels, cut out of whole pixels in the file's own types.
+// Takes the bytes of the other channels from whole pixels, in the file's own types.
 std::vector<std::byte> CutOthers(const std::vector<std::byte>& native, const OIIO::ImageSpec& file,
                                  const std::vector<int>& others);
 

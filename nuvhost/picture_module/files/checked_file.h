@@ -1,4 +1,4 @@
-// A file for picture writers that do not ask whether their bytes reached the disk.
+// A file that notices if bytes cannot be written, for picture writers that do not check it.
 #pragma once
 
 #include <OpenImageIO/filesystem.h>
@@ -9,12 +9,12 @@
 
 namespace nuvhost {
 
-// Outlives the writer that it is given to.
+// It must exist longer than the writer that uses it.
 class CheckedFile : public OIIO::Filesystem::IOFile {
 public:
     explicit CheckedFile(const std::string& name) : IOFile(name, Write) {}
 
-    // Not "file": writers that know a plain file go around write().
+    // The name must not be "file", because writers bypass write() for a plain file.
     const char* proxytype() const override { return "checked"; }
     std::size_t write(const void* bytes, std::size_t size) override {
         return Checked(IOFile::write(bytes, size), size);
@@ -26,7 +26,8 @@ public:
     void close() override { Close(); }
 
     bool made() const { return handle() != nullptr; }
-    // Whether the file has taken every byte, which some file systems know only now. No writer uses it any more.
+    // Closes the file and returns whether it has taken every byte, which some file systems tell only now. Call it
+    // when no writer uses the file any more.
     bool Close() {
         if (std::FILE* const file = std::exchange(m_file, nullptr)) {
             complete_ = std::ferror(file) == 0 && complete_;

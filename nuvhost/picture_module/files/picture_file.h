@@ -1,4 +1,4 @@
-// Picture files in and out, with everything in them that is not colour kept as it is.
+// Reads and writes picture files. Everything in them that is not colour is kept.
 #pragma once
 
 #include <OpenImageIO/imageio.h>
@@ -15,25 +15,27 @@
 
 namespace nuvhost {
 
-// One picture with what its file says beside the pixels.
+// One picture, and what its file has besides the pixels.
 //
 // `spec` holds the metadata and the windows, and describes the channels in the order R, G, B, then A if there is
 // one, then any others, with the types that they have in the file. Values are as stored: no colour management.
 struct PictureFile {
-    // The layer as a host would hand it to an effect. Alpha is full everywhere if the file has none; what the layer
-    // has beyond the file's pixels is zero.
+    // The layer as a host would give it to an effect. If the file has no alpha, alpha is full everywhere. Where the
+    // layer is larger than the file's pixels, it is zero.
     Picture picture;
     OIIO::ImageSpec spec;
-    // Where the layer lies in the file's coordinates: data and display window together where the format has both
-    // (OpenEXR), else the stored pixels.
+    // The place of the layer in the file's coordinates. If the format has a data and a display window (OpenEXR),
+    // the layer has both; otherwise it is the stored pixels.
     Window layer;
     bool straight = false;          // whether the layer's colour is not multiplied by alpha
-    bool fileStraight = false;      // the same of the file; formats that leave the choice are written like it
+    bool fileStraight = false;      // the same for the file; formats that allow both are written like it
     std::vector<std::byte> others;  // the channels after alpha, of the data window, in the types that spec names
     std::string format;             // the name of the file's format
-    std::optional<OIIO::TypeDesc> fileType;  // in which all channels are to be written; none: as spec names them
+    // The type in which all channels are written. Without it they are written in the types of `spec`.
+    std::optional<OIIO::TypeDesc> fileType;
 
-    // Of R, G and B: those that the file lacks beside others. They are 0, and left out where channels go by names.
+    // Which of R, G and B the file lacks while it has another of them. These are 0. A format whose channels have
+    // names is written without them.
     std::array<bool, 3> lacking{};
 
     bool hasAlpha() const { return spec.alpha_channel >= 0; }
@@ -41,29 +43,30 @@ struct PictureFile {
 
 Window DataWindow(const OIIO::ImageSpec& spec);
 Window DisplayWindow(const OIIO::ImageSpec& spec);
-// The display window, from the layer's top left corner: what a host calls the frame.
+// The display window, relative to the layer's top left corner. Hosts call it the frame.
 Window FrameOf(const PictureFile& picture);
 
 // The first picture of a file. Throws std::runtime_error for anything that cannot be read in full.
 PictureFile ReadPicture(const std::filesystem::path& file, const ReadOptions& options);
-// The same without pixels: `picture` has its size and depth only.
+// Reads all but the pixels: `picture` has only its size and depth.
 PictureFile ReadHeader(const std::filesystem::path& file, const ReadOptions& options);
 
-// A black, transparent picture of the same windows, channels and types; none of the metadata but its compression.
+// A black, transparent picture with the same windows, channels and types. Of the metadata it has only the
+// compression.
 PictureFile BlackLike(const PictureFile& header);
 
 void Reduce(PictureFile& picture, const Reduction& reduction);
 
 // UsageError if no writer takes the name.
 void CheckFormat(const std::filesystem::path& output);
-// std::runtime_error if the format has no room for the picture's channels.
+// Throws std::runtime_error if the format cannot hold all channels of the picture.
 void CheckChannels(const std::filesystem::path& output, const PictureFile& picture);
 
-// Writes in the file's own pixel type or what the format has nearest to it, and with the alpha that the format
-// knows: OpenEXR multiplies it into the colours, PNG does not, JPEG has none and gets the picture over black.
-// Formats with a display window get the pixels of the data window, all others those of the display window. Pictures
-// whose orientation tag the format cannot hold are turned upright. The file appears complete or not at all; throws
-// std::runtime_error.
+// Writes the picture in the file's own pixel type, or in the nearest type of the format. Alpha is stored as the
+// format requires: OpenEXR has colours that are multiplied by it, PNG has not, and JPEG has no alpha and gets the
+// picture over black. A format with a display window gets the pixels of the data window, other formats those of the
+// display window. If the format cannot hold the orientation tag, the picture is turned upright. The file appears
+// complete or not at all. Throws std::runtime_error.
 void WritePicture(const std::filesystem::path& file, const PictureFile& picture);
 
 }  // namespace nuvhost

@@ -12,7 +12,7 @@
 namespace nuvhost {
 
 constexpr auto kStraightAlpha = "oiio:UnassociatedAlpha";
-constexpr std::string_view kWindowedFormat = "openexr";  // whose display window every reader heeds
+constexpr std::string_view kWindowedFormat = "openexr";  // the format whose display window all readers use
 
 inline OIIO::TypeDesc TypeOf(Depth depth) {
     switch (depth) {

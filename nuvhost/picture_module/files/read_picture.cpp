@@ -29,13 +29,13 @@ std::vector<std::byte> ReadPixels(ImageInput& input, const TypeDesc& type, const
     const auto channels = static_cast<std::size_t>(spec.nchannels);
     std::vector<std::byte> pixels(spec.image_pixels() * (native ? spec.pixel_bytes(true) : channels * type.size()));
     const bool read = input.read_image(0, 0, 0, spec.nchannels, type, pixels.data());
-    // Some readers fill the missing rest of a truncated file with black, call that success, and complain aside.
+    // If a file is truncated, some readers fill the rest with black and return success. Only geterror() tells it.
     if (const auto error = input.geterror(); !read || !error.empty()) Fail(file, "cannot be read", error);
     return pixels;
 }
 
 bool IsCmyk(const ImageSpec& spec) {
-    constexpr int kSeparated = 5;  // as TIFF numbers its kinds of colour
+    constexpr int kSeparated = 5;  // TIFF's number for separated inks
     return spec.get_string_attribute("tiff:ColorSpace") == "CMYK" ||
            spec.get_string_attribute("jpeg:ColorSpace") == "CMYK" ||
            spec.get_int_attribute("tiff:PhotometricInterpretation") == kSeparated;
@@ -79,7 +79,8 @@ PictureFile Described(const ImageInput& input, const Channels& channels, const R
     return result;
 }
 
-// The hosts' coordinates end there. A broken header might ask for more than there is memory.
+// Refuses layers that are larger than the hosts' coordinates. A broken header could otherwise ask for too much
+// memory.
 void CheckLayer(const std::filesystem::path& file, const PictureFile& picture) {
     constexpr int kMostSide = 32767;
     const auto [x, y, width, height] = picture.layer;

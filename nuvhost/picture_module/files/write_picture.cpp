@@ -25,7 +25,7 @@ using OIIO::TypeDesc;
 std::unique_ptr<ImageOutput> WriterFor(const std::filesystem::path& file) {
     if (!file.has_extension()) return nullptr;
     auto writer = ImageOutput::create(file.string());
-    OIIO::geterror();  // fetched, or it is printed when the process ends
+    OIIO::geterror();  // fetches the error, which would otherwise be printed when the process ends
     return writer;
 }
 
@@ -39,7 +39,7 @@ void Remove(ImageSpec& spec, int channel) {
     }
 }
 
-// The ImageSpec in words that the format knows, so that no writer converts anything on its own.
+// The ImageSpec with only what the format knows, so that the writer converts nothing by itself.
 ImageSpec Fitted(ImageSpec spec, const ImageOutput& writer, bool straight) {
     if (!writer.supports("tiles")) spec.tile_width = spec.tile_height = spec.tile_depth = 0;
     if (!spec.channelformats.empty() && !writer.supports("channelformats")) {
@@ -51,15 +51,15 @@ ImageSpec Fitted(ImageSpec spec, const ImageOutput& writer, bool straight) {
     }
     spec.erase_attribute(kStraightAlpha);
     if (spec.alpha_channel >= 0 && straight) spec.attribute(kStraightAlpha, 1);
-    // Colour fringes are what this is about: halving the colour's resolution would blur them.
+    // Half the resolution for colour would blur the colour fringes, which this effect is about.
     if (std::string_view(writer.format_name()) == "jpeg" && !spec.find_attribute("jpeg:subsampling")) {
         spec.attribute("jpeg:subsampling", "4:4:4");
     }
     return spec;
 }
 
-// Whole pixels in the writer's own types, channel by channel: the way to write channels of several types. Of colour
-// and alpha those that are kept.
+// Whole pixels, each channel in the writer's own type, because channels of several types can only be written so. Of
+// colour and alpha, only the channels in `kept` are written.
 std::vector<std::byte> Assembled(const Picture& picture, const std::vector<std::byte>& others,
                                  const PictureFile& source, const std::vector<int>& kept,
                                  const ImageSpec& written) {
@@ -97,7 +97,7 @@ Picture InFloats(const Picture& picture) {
     return result;
 }
 
-// A picture as one format gets it: its window, its alpha, its orientation.
+// A picture prepared for one format: with the window, alpha and orientation that the format can hold.
 class Written {
 public:
     Written(const PictureFile& source, const ImageOutput& writer)
@@ -142,7 +142,7 @@ private:
         }
     }
 
-    // Whether the colour is straight now.
+    // Whether the colour of the prepared picture is straight.
     bool ChooseAlpha(const ImageOutput& writer) {
         if (!source_.hasAlpha()) return false;
         const auto rule = writer.supports("alpha") ? AlphaOf(writer.format_name()) : Alpha::associated;
@@ -203,11 +203,11 @@ private:
     const std::vector<std::byte>* others_;
     Picture ownPicture_;
     std::vector<std::byte> ownOthers_;
-    std::vector<int> kept_;  // of the picture's channels
+    std::vector<int> kept_;  // the channels of the picture that are written
     ImageSpec spec_;
 };
 
-// What went wrong, told of the file that the user named.
+// The error, with the name that the user gave instead of the temporary name.
 std::string WithoutTemporary(std::string error, const OutputFile& output, const std::filesystem::path& file) {
     const std::string temporary = output.temporary().string();
     for (std::size_t at = 0; (at = error.find(temporary, at)) != error.npos; at += file.string().size()) {
@@ -231,14 +231,14 @@ void CheckChannels(const std::filesystem::path& output, const PictureFile& pictu
 }
 
 void WritePicture(const std::filesystem::path& file, const PictureFile& source) {
-    // The order of these is that in which a failure needs them: the writer lets go of its file before that goes.
+    // The order of these variables matters after a failure: the writer must be destroyed before its file.
     const QuietStderr quiet;
     OutputFile output(file);
     std::optional<CheckedFile> checked;
     auto writer = WriterFor(file);
     const Written written(source, *writer);
 
-    // The TIFF writer is not made for files that are not its own, and reports what it could not write.
+    // The TIFF writer cannot use another file class. It reports write errors itself.
     const bool tiff = std::string_view(writer->format_name()) == "tiff";
     const bool opened = output.Create([&] {
         if (!tiff && writer->supports("ioproxy")) {
@@ -250,7 +250,8 @@ void WritePicture(const std::filesystem::path& file, const PictureFile& source) 
     });
     const bool complete = opened && written.Write(*writer) && writer->close();
     const auto error = WithoutTemporary(writer->geterror(), output, file);
-    // The TIFF writer's close succeeds whatever happened in it, and complains when there are no Exif data at all.
+    // The TIFF writer's close always returns success. It also reports an error if there are no Exif data, which is
+    // none.
     const bool complained = !error.empty() && !error.ends_with("of the Exif data");
     if (!complete || complained) Fail(file, "cannot be written", error);
     writer.reset();
