@@ -108,7 +108,8 @@ void AddSequenceOptions(CLI::App& command, RenderOptions& options) {
     command.add_option("--frames", options.plan.frames, "Frames such as 1-100x2,110; may be negative or backwards")
         ->type_name("RANGES")
         ->group(kSequenceGroup);
-    command.add_option("--clip-range", options.plan.clip, "Leave out frames outside it, as in a queue's last chunk")
+    command
+        .add_option("--clip-range", options.plan.clip, "Leave out frames outside it, as in a queue's last chunk")
         ->type_name("FIRST-LAST")
         ->group(kSequenceGroup);
     AddWordOption(command, "--missing", kMissing, options.missing, "What to do about missing inputs")
