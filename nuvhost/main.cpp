@@ -62,7 +62,7 @@ int Run(int argc, char** argv) {
 }
 
 #ifndef _WIN32
-// Threads that libraries start while they are loaded, and threads of the effect: their exceptions come here.
+// Handles an exception of a thread that a library starts while it is loaded, or of a thread of the effect.
 [[noreturn]] void ReportTermination() {
     try {
         if (const auto failure = std::current_exception()) std::rethrow_exception(failure);

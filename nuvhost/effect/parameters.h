@@ -20,8 +20,8 @@ enum class ParameterKind {
 
 using Words = std::span<const std::string_view>;
 
-// Hosts number the choices from 1: the word at index i stands for choice i + 1. The effect knows two more ways of
-// Show, which its menu does not offer and the tool neither.
+// Hosts number the choices from 1: the word at index i stands for choice i + 1. The effect knows two more
+// choices of Show. Neither its menu nor the tool offers them.
 inline constexpr std::array<std::string_view, 3> kModes{"red-cyan", "green-purple", "blue-yellow"};
 inline constexpr std::array<std::string_view, 3> kScalings{"linear", "square", "cubic"};
 inline constexpr std::array<std::string_view, 3> kShows{"final", "just-ca", "without-ca"};
@@ -36,7 +36,7 @@ struct Choices {
 struct ParameterRow {
     Parameter parameter;
     ParameterKind kind;
-    int id;                 // under which projects and settings files store it
+    int id;                 // saved projects and settings files store it under this id
     std::string_view name;  // in the hosts' panel and in settings files
     std::string_view option;
     std::string_view initial;  // the default, as it is written on the command line

@@ -1,4 +1,4 @@
-// What can be known of a file before it is opened.
+// Checks files before they are opened.
 #pragma once
 
 #include <filesystem>
@@ -6,7 +6,7 @@
 
 namespace nuvhost {
 
-// Follows the name of an output for which there is no writer.
+// The end of the message about an output for which there is no writer. The output's name comes before it.
 inline constexpr auto kNoFormat = ": no picture format has this file name extension";
 
 // Throws std::runtime_error with the file's name, what failed, and the first line of `error`.
@@ -14,9 +14,9 @@ inline constexpr auto kNoFormat = ": no picture format has this file name extens
 
 // Throws std::runtime_error if there is no file of that name, or no permission to read it.
 void CheckReadable(const std::filesystem::path& file);
-// UsageError if a folder has that name, or if the name has no extension that could tell the format.
+// Throws UsageError if a folder has that name, or if the name has no extension that could tell the format.
 void CheckOutputName(const std::filesystem::path& output);
-// std::runtime_error if the folder cannot take the file. A link is followed to the file that it names.
+// Throws std::runtime_error if the file cannot be written in its folder. Follows links to the file that they name.
 void CheckWritable(const std::filesystem::path& output);
 
 }  // namespace nuvhost

@@ -17,7 +17,8 @@ bool Opaque(const Picture& picture);  // alpha is full everywhere
 // Multiplies colour by alpha in place, in the picture's depth. Hosts do the same with a picture of straight alpha
 // before an effect gets it. With 8 bits it is (c * a + 127) / 255.
 void Premultiply(Picture& picture);
-// And back, in place. Integer colour beyond alpha becomes full; a pixel without any alpha stays as it is.
+// Divides colour by alpha in place. Integer colour that is larger than alpha becomes full. A pixel whose alpha is
+// zero stays as it is.
 void Unpremultiply(Picture& picture);
 
 }  // namespace nuvhost

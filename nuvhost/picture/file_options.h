@@ -1,4 +1,4 @@
-// How picture files are read and written, where the user has a say.
+// What the user can choose about reading and writing picture files.
 #pragma once
 
 #include <optional>

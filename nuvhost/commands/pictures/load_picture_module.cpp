@@ -10,8 +10,9 @@
 namespace nuvhost {
 namespace {
 
-// Some of the libraries start threads while they are loaded and throw where no more threads are allowed. The loader
-// is not made for exceptions that pass through it; here they end the process with main's line about them.
+// Some of the libraries start threads while they are loaded, and throw if the system allows no more threads.
+// Exceptions must not pass through the loader. They end the process here, and main's handler prints one line about
+// them.
 void* Open(const std::string& file) noexcept {
     return ::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
 }

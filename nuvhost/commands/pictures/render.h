@@ -22,8 +22,8 @@ class App;
 
 namespace nuvhost {
 
-// Groups of options, as --help shows them. The options of a stream are refused with files, and those of files with
-// a stream.
+// Groups of options, as --help shows them. Options for streams are refused with files, and options for files with a
+// stream.
 inline constexpr auto kEffectGroup = "The effect";
 inline constexpr auto kFileGroup = "Files";
 inline constexpr auto kSequenceGroup = "Sequences";
@@ -39,7 +39,7 @@ struct RenderOptions {
     FrameSettings frames;
     std::filesystem::path plugin;
     std::string size;
-    // Numbers of words, from 1.
+    // Places in lists of words, counted from 1.
     int host = 1, missing = 1, alpha = 1, channels = 1, metadata = 1, progress = 1, pixel = 0;
     bool plain = false, dryRun = false, quiet = false, verbose = false;
     int threads = std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, kMostThreads);
@@ -56,7 +56,7 @@ struct RenderOptions {
     }
 };
 
-// UsageError if an option of these groups was given.
+// Throws UsageError if an option of these groups was given.
 void RefuseGiven(const RenderOptions& options, std::initializer_list<std::string_view> groups, const char* why);
 
 // Checks --save-settings; `taken` are the other files of the run.

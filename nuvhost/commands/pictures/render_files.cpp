@@ -18,7 +18,7 @@ std::vector<std::filesystem::path> FilesOf(const FramePlan& plan) {
     return files;
 }
 
-// Whether they are pictures is the picture module's to find out.
+// The picture module checks whether they are pictures.
 void CheckInputFiles(const FramePlan& plan) {
     const std::filesystem::path* last = nullptr;  // a still picture is the input of every frame
     for (const auto& job : plan.jobs) {

@@ -47,7 +47,7 @@ captions and credits out of TIFF.
 Exit codes: 0 done, 1 a frame or file failed, 2 wrong usage, 130 and 143 ended by a signal (no temporary file stays).)";
 
 void AddParameters(CLI::App& command, RenderOptions& options) {
-    // As --help lists them.
+    // In the order of --help.
     constexpr std::array kOrder{Parameter::mode, Parameter::scaling, Parameter::amount, Parameter::show,
                                 Parameter::center};
     static_assert(kOrder.size() == kParameters);
