@@ -12,8 +12,8 @@
 #include <vector>
 
 #include "reference_host/calls.h"
-#include "reference_host/internal/handle_store.h"
 #include "reference_host/host.h"
+#include "reference_host/internal/handle_store.h"
 
 namespace refhost {
 

@@ -10,8 +10,8 @@
 #include <utility>
 #include <vector>
 
-#include "reference_host/internal/account_state.h"
 #include "reference_host/host.h"
+#include "reference_host/internal/account_state.h"
 
 namespace refhost {
 

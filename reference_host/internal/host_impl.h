@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
+#include "reference_host/host.h"
 #include "reference_host/internal/account_state.h"
 #include "reference_host/internal/command.h"
-#include "reference_host/host.h"
 #include "reference_host/internal/row_team.h"
 
 namespace refhost {

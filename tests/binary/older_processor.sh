@@ -8,7 +8,7 @@ trap 'rm -rf "$work"' EXIT
 
 "$digest" "$plugin" >"$work/here.txt"
 [[ -s $work/here.txt ]]
-older() {  # older PROCESSOR KERNELS
+older() { # older PROCESSOR KERNELS
   "$qemu" -cpu "$1" "$digest" "$plugin" >"$work/there.txt"
   cmp "$work/here.txt" "$work/there.txt"
   echo "$1: $(wc -l <"$work/here.txt") renders, byte-identical"

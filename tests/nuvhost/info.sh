@@ -1,4 +1,4 @@
-#!/bin/bash
+#!/usr/bin/env bash
 # What `nuvhost info` promises, of our effect and of one that is unlike it.
 # Usage: info.sh NUVHOST FOLDER OUR_EFFECT OTHER_EFFECT SDK_FOLDER   (the folder is emptied first)
 set -u
@@ -7,7 +7,10 @@ nuvhost=$(realpath "$1") ours=$(realpath "$3") other=$(realpath "$4") flags=$(re
 rm -rf "$2" && mkdir -p "$2" && cd "$2" || exit 2
 
 # line TEXT: a line of the last output that is this but for its spaces.
-line() { tr -s ' ' <out.txt | sed 's/^ //' | grep -qxF -- "$1" || { cat out.txt; false; }; }
+line() { tr -s ' ' <out.txt | sed 's/^ //' | grep -qxF -- "$1" || {
+  cat out.txt
+  false
+}; }
 # json KEY…: the value there in the last output.
 cat >json.cmake <<'END'
 file(READ out.txt text)
@@ -15,14 +18,20 @@ string(JSON value GET "${text}" ${path})
 execute_process(COMMAND ${CMAKE_COMMAND} -E echo "${value}")
 END
 json() { cmake -Dpath="$(IFS=';' && echo "$*")" -P json.cmake; }
+json_has() { is "$(json "${@:2}")" "$1"; } # VALUE PATH…
 shows() { "$nuvhost" info "$@" >out.txt 2>err.txt && [ ! -s err.txt ]; }
 # refuses CODE CULPRIT ARGUMENTS…: that exit code, one line that holds the culprit, and nothing else.
 refuses() {
-    local code=$1 culprit=$2 actual
-    "$nuvhost" info "${@:3}" >out.txt 2>err.txt
-    actual=$?
+  local code=$1 culprit=$2 actual
+  "$nuvhost" info "${@:3}" >out.txt 2>err.txt
+  actual=$?
+  {
     is "$actual" "$code" && is "$(wc -l <err.txt)" 1 && [ ! -s out.txt ] && grep -q '^nuvhost: ' err.txt &&
-        grep -qF -- "$culprit" err.txt || { cat err.txt; false; }
+      grep -qF -- "$culprit" err.txt
+  } || {
+    cat err.txt
+    false
+  }
 }
 
 # ---- Our effect ---------------------------------------------------------------------------------------------
@@ -45,31 +54,33 @@ promise "its choices and its odd default" line "1 Red-Cyan, 2 Green-Purple, 3 Bl
 promise "the slider" line "4 Amount float slider disk id 5"
 promise "its ranges and default" line "-100 to 100, slider -100 to 100; default 0; 2 decimals"
 promise "what a menu names but does not offer" \
-    line "1 Final, 2 Just CA, 3 Without CA; not offered: 4 Alpha, 5 Full Alpha;"
+  line "1 Final, 2 Just CA, 3 Without CA; not offered: 4 Alpha, 5 Full Alpha;"
 (cd "$(dirname "$ours")" && "$nuvhost" info "$(basename "$ours")") >narrow.txt
 promise "no line is longer than 80 columns" eval '[ -s narrow.txt ] && ! grep -n ".\{81\}" narrow.txt'
 promise "no flag of ours is without a name" eval '! grep -w bit out.txt'
 
 promise "--json is given" shows --json "$ours"
-promise "it is JSON with the match name" eval 'is "$(json match_name)" nuv_chromaber'
-promise "the version as a number" eval 'is "$(json version value)" 1048577'
-promise "the flags as a number" eval 'is "$(json hosts 0 out_flags value)" 100696644'
-promise "and by name" eval 'is "$(json hosts 1 out_flags2 names 0)" PF_OutFlag2_PARAM_GROUP_START_COLLAPSED_FLAG'
+promise "it is JSON with the match name" json_has nuv_chromaber match_name
+promise "the version as a number" json_has 1048577 version value
+promise "the flags as a number" json_has 100696644 hosts 0 out_flags value
+promise "and by name" json_has PF_OutFlag2_PARAM_GROUP_START_COLLAPSED_FLAG hosts 1 out_flags2 names 0
 promise "five parameters" eval 'json parameters 4 >/dev/null && ! json parameters 5 >/dev/null 2>&1'
-promise "disk ids" eval 'is "$(for i in 0 1 2 3 4; do json parameters $i id; done | tr "\n" " ")" "2 3 4 5 6 "'
-promise "the slider's range" eval 'is "$(json parameters 3 valid_range 0)" -100.0'
-promise "the menu's choices" eval 'is "$(json parameters 4 choices 4)" "Full Alpha"'
-promise "the order of arguments does not matter" eval 'cp out.txt first.txt && shows "$ours" --json && cmp first.txt out.txt'
+disk_ids() { is "$(for i in 0 1 2 3 4; do json parameters $i id; done | tr "\n" " ")" "2 3 4 5 6 "; }
+promise "disk ids" disk_ids
+promise "the slider's range" json_has -100.0 parameters 3 valid_range 0
+promise "the menu's choices" json_has "Full Alpha" parameters 4 choices 4
+either_order() { cp out.txt first.txt && shows "$ours" --json && cmp first.txt out.txt; }
+promise "the order of arguments does not matter" either_order
 
 # ---- Another effect -----------------------------------------------------------------------------------------
 
 promise "another effect is shown" shows "$other"
 named() { # every flag that the headers declare by its name, and every other bit by its number
-    local name bit
-    grep -o 'PF_OutFlag2\?_[A-Z_]* = 1u << [0-9]*' "$flags" | tr -d '=' >declared.txt
-    [ "$(wc -l <declared.txt)" -gt 10 ] || return 1
-    while read -r name _ _ bit; do line "$name yes yes" || return; done <declared.txt
-    is "$(grep -c '^ *bit [0-9]* *yes *yes$' out.txt)" "$((64 - $(wc -l <declared.txt)))"
+  local name
+  grep -o 'PF_OutFlag2\?_[A-Z_]* = 1u << [0-9]*' "$flags" | tr -d '=' >declared.txt
+  [ "$(wc -l <declared.txt)" -gt 10 ] || return 1
+  while read -r name _; do line "$name yes yes" || return; done <declared.txt
+  is "$(grep -c '^ *bit [0-9]* *yes *yes$' out.txt)" "$((64 - $(wc -l <declared.txt)))"
 }
 promise "with all its flags" named
 promise "its version" line "version 29.9.4, stage 3, build 321 (0x0C2CA741)"
@@ -83,7 +94,7 @@ promise "no escape sequence of its own" line '5 \u001b[31mred\nline checkbox dis
 promise "a name without an end, of a kind without a name" line "7 a name of thirty-two characters, type 77 disk id 106"
 promise "as JSON, too" shows --json "$other"
 promise "which holds numbers exactly" grep -q '"default": 0.05,' out.txt
-promise "and bits without a name" eval 'is "$(json hosts 0 out_flags unknown_bits 0)" 0'
+promise "and bits without a name" json_has 0 hosts 0 out_flags unknown_bits 0
 
 with() { OTHER_EFFECT=$1 "${@:2}"; }
 promise "an effect for one host only is shown" with "refuses the editor" shows "$other"
@@ -104,6 +115,10 @@ promise "an effect that fails is named" with "refuses everybody" refuses 1 "$oth
 promise "also in its parameters" with "has no parameters" refuses 1 "parameter set-up fails with code 516" "$other"
 promise "an effect that throws is named" with "throws" refuses 1 "fails with code -1" "$other"
 promise "an effect that crashes is named" with "crashes" refuses 1 "$other: the effect crashed" "$other"
-promise "a full disk is reported" eval '"$nuvhost" info "$ours" >/dev/full 2>err.txt; is $? 1 && grep -q "standard output" err.txt'
+full_disk() {
+  "$nuvhost" info "$ours" >/dev/full 2>err.txt
+  is $? 1 && grep -q "standard output" err.txt
+}
+promise "a full disk is reported" full_disk
 
 summary

@@ -4,14 +4,14 @@
 # Usage: each_check_alone.sh NUVHOST EFFECT
 set -uo pipefail
 nuvhost=$1 effect=$2
-left_out=pixels.past-2-gib  # the detector keeps several times the memory that it watches
+left_out=pixels.past-2-gib # the detector keeps several times the memory that it watches
 
-list=$("$nuvhost" validate --list) && grep -q "^$left_out " <<<"$list" || {
+{ list=$("$nuvhost" validate --list) && grep -q "^$left_out " <<<"$list"; } || {
   echo "no list of checks, or not $left_out in it"
   exit 1
 }
 passed=0 failed=0
-for check in $(awk '$1 ~ /[.]/ { print $1 }' <<<"$list"); do
+while read -r check; do
   [[ $check != "$left_out" ]] || continue
   if output=$(timeout 300 "$nuvhost" validate "$effect" --check "$check" --in-process 2>&1); then
     passed=$((passed + 1))
@@ -20,7 +20,7 @@ for check in $(awk '$1 ~ /[.]/ { print $1 }' <<<"$list"); do
     echo "FAIL $check"
     echo "$output"
   fi
-done
+done < <(awk '$1 ~ /[.]/ { print $1 }' <<<"$list")
 echo "left out: $left_out"
 echo "$passed passed, $failed failed"
 ((passed > 0 && failed == 0))
