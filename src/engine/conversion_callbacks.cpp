@@ -16,8 +16,9 @@ const FormatConversions* FindConversions(PF_PixelFormat format) {
     }};
     static_assert(std::ranges::equal(kConversions, kFormats, {}, &FormatConversions::format),
                   "every format has its row, in the order of kFormats");
-    static_assert(std::ranges::all_of(
-        kConversions, [](const FormatConversions& entry) { return entry.in != nullptr && entry.out != nullptr; }));
+    static_assert(std::ranges::all_of(kConversions, [](const FormatConversions& entry) {
+        return entry.in != nullptr && entry.out != nullptr && (entry.workingBits == 8 || entry.workingBits == 32);
+    }));
     const auto found = std::ranges::find(kConversions, format, &FormatConversions::format);
     return found == kConversions.end() ? nullptr : &*found;
 }

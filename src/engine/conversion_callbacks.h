@@ -19,8 +19,8 @@ struct ConvertContext {
 };
 
 // A row callback in the shape that the host's iterate_generic calls, on any of its threads. It converts source row
-// `row` into destination row `row`. The call with thread index 0 also asks the host whether to abort. It still
-// converts the row, and then returns the host's answer. The other calls return PF_Err_NONE.
+// `row` into destination row `row`. The call with thread index 0 first asks the host whether to abort. It then
+// converts the row in any case, and returns the host's answer. The other calls return PF_Err_NONE.
 template <RowConversion RowKernels::*kernel>
 PF_Err ConvertRow(void* refcon, std::int32_t threadIndex, std::int32_t row, std::int32_t /*iterations*/) {
     const auto& context = *static_cast<const ConvertContext*>(refcon);

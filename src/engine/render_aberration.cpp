@@ -108,8 +108,8 @@ PF_Err RenderAberration(PF_InData* inData, RenderData& job, PF_EffectWorld* sour
     held.formats.Acquire();
     PF_Err status = held.worlds.Acquire();
     if (!held.worlds || (editor && !held.formats)) {
-        // This exit keeps the suites that it acquired, and unlocks handles that it never locked. Hosts rely on
-        // that.
+        // This exit keeps the suites that it acquired, and unlocks handles that it never locked. That is
+        // part of the effect's contract with its hosts.
         held.formats.Abandon();
         held.worlds.Abandon();
         inData->utils->host_unlock_handle(inData->sequence_data);

@@ -7,9 +7,10 @@
 namespace nuv {
 
 // Renders `sourceWorld` into `output`. The caller has set the offsets, centre, mode, scaling, amount and show in
-// `job`; the driver sets the rest of it. A null or empty `sourceWorld` means that all pixels lie outside the
-// source. Only the last pass writes `output`: an earlier exit leaves it as it was. Runs on the command thread, once
-// at a time in the whole process: the caller holds g_renderMutex.
+// `job`; the driver sets the rest of it. If `sourceWorld` is null or has no memory, `job.input` stays
+// empty, as the caller made it, and all pixels lie outside the source. Only the last pass writes `output`: an
+// earlier exit leaves it as it was. Runs on the command thread, once at a time in the whole process: the caller
+// holds g_renderMutex.
 //
 // Returns PF_Err_NONE, the host's abort code, what the host's iteration returned, PF_Err_OUT_OF_MEMORY when the
 // host gives no buffer, or PF_Err_BAD_CALLBACK_PARAM when there is no output. A world whose format the engine does

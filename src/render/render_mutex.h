@@ -8,7 +8,8 @@
 namespace nuv {
 
 // Every run of the driver holds it, so all frames of the process are rendered one after another. One frame already
-// needs sixteen threads and two large buffers; several frames at once would need several times as much.
+// needs sixteen threads and two buffers of up to 16 bytes a pixel; several frames at once would need several times
+// as much.
 extern std::mutex g_renderMutex;
 
 // Runs the driver under g_renderMutex and returns its code. If the driver throws, the exception is dropped and the

@@ -1,15 +1,23 @@
 #!/usr/bin/env bash
 # What is compiled for one instruction set has no function and no object that the linker might keep for every
-# processor. All objects of the folder x86/ are checked. Usage: wide_kernels_share_nothing.sh NM OBJECT …
+# processor, and no fused multiply-add, which rounds differently. All objects of the folder x86/ are checked.
+# Usage: wide_kernels_share_nothing.sh NM OBJDUMP OBJECT …
 set -euo pipefail
-nm=$1
-shift
+nm=$1 objdump=$2
+shift 2
 
 checked=()
 for object in "$@"; do
   [[ $object != */kernels/x86/* ]] || checked+=("$object")
 done
 echo "${#checked[@]} objects"
-((${#checked[@]}))
-# W, V, u and, for Windows, functions in sections of their own.
-! "$nm" -C "${checked[@]}" | grep -E '^[0-9a-f]* *[WwVvu] |linkonce|\.text\$'
+for tier in sse2 avx2 avx512; do
+  [[ ${checked[*]} == */${tier}_kernels.cpp.* ]]
+done
+# Weak symbols (W, V, u), and what Windows' objects mark for the linker to keep once: it lies in a section named
+# after itself.
+symbols=$("$nm" -C "${checked[@]}")
+! grep -E '^[0-9a-f]* *[WwVvu] |linkonce|\.text\$|\.(rdata|data|bss)\$_Z' <<<"$symbols"
+instructions=$("$objdump" -d --no-show-raw-insn "${checked[@]}")
+grep -q 'mulps' <<<"$instructions"
+! grep -E '[[:space:]]vfn?m(add|sub)' <<<"$instructions"

@@ -1,5 +1,5 @@
 // Every call that the render driver makes, in order, and what remains when each of them fails. The hosts here are
-// those that are not a compositing host with an iteration over rows.
+// the editing host, and a compositing host whose iteration goes over pixels.
 #include "support/call_script.h"
 #include "support/protocol_support.h"
 

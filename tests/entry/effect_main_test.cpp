@@ -78,8 +78,7 @@ INSTANTIATE_TEST_SUITE_P(Commands, UnhandledCommand,
                                          NamedCommand{std::numeric_limits<PF_Cmd>::min(), "MostNegative"}),
                          [](const auto& instance) { return instance.param.name; });
 
-// ---- Commands with a handler
-// -------------------------------------------------------------------------------------
+// ---- Commands with a handler ------------------------------------------------------------------------------------
 
 class HandledCommand : public testing::TestWithParam<NamedCommand> {};
 

@@ -21,7 +21,7 @@ bool WithFastAvx512() {
            __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512bf16");
 }
 
-// A processor that supports a tier also supports all tiers above it in this table.
+// A processor that supports a tier also supports every earlier one.
 constexpr Tier kTiers[] = {
     {&kScalarKernels, &kScalarKernels, Everywhere},
     {&kSse2Kernels, &kSse2StreamingKernels, Everywhere},

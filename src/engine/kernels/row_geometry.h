@@ -24,7 +24,7 @@ struct FrameGeometry {
     float cx;   // centre of the enlargement
     float cyE;  // its row, mirrored from top to bottom; cx is not mirrored, and saved pictures depend on both
     float R;    // distance from the centre to the farthest corner
-    std::int32_t columns;  // computed columns of each row, at most output.width; the rest is zero
+    std::int32_t columns;  // computed columns of each row, 0 to output.width; the rest is zero
 };
 
 inline FrameGeometry GeometryOf(const RenderData& job) {

@@ -165,6 +165,11 @@ TEST(KernelChecker, EveryProcessorHasTheScalarTableAndTheBaseline) {
     std::printf("\n");
 }
 
+TEST(KernelChecker, EachTierHasTheTwoTablesOfOneInstructionSet) {
+    for (const nuv::Tier& tier : nuv::AvailableTiers().subspan(1))
+        EXPECT_EQ(tier.streaming->name, std::string(tier.cached->name) + "-streaming");
+}
+
 TEST(KernelChecker, TheWidestTierIsChosenAndStreamsLargeFrames) {
     const nuv::Tier& widest = nuv::AvailableTiers().back();
     EXPECT_EQ(&nuv::SelectKernels(64 * 64 * 16), widest.cached);

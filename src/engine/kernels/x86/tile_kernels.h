@@ -1,13 +1,13 @@
 // The innermost steps of the vector row workers: one table for each instruction set. They work on runs of pixels
-// that fit the first-level cache. Files for a wider instruction set include only this header and their own texts,
-// so that they share no code with others.
+// that fit the first-level cache. Files for a wider instruction set include only this header and texts whose code
+// is in unnamed namespaces, so that no object shares code with another.
 #pragma once
 
 #include "engine/kernels/row_kernels.h"
 
 namespace nuv {
 
-// Kernels work in steps of kTileStep pixels. Their count is a multiple of it, and at most a run. Runs are short, so
+// Kernels work in steps of kTileStep pixels: `count` is a multiple of it, and at most a run. Runs are short, so
 // that the processor computes the next run while it still stores the last one. Long runs are as wide as a tile;
 // they are for samplers of bytes that overlap the arithmetic of one step with the reads of another.
 inline constexpr int kTileStep = 8;
@@ -27,15 +27,15 @@ struct SourcePixels {
     std::int32_t rowBytes, pixelBytes;
 };
 
-// How many source rows ahead the samplers prefetch. From one output row to the next, the source row moves by one at
-// most.
+// How many source rows ahead the samplers prefetch. From one output row to the next, the source row moves down
+// by one at most.
 inline constexpr int kRowsAhead = 2;
 
 // Samplers write the samples of a run to `samples`, without gaps. There is room for a whole run, and a sampler may
 // write more than `count` pixels of it.
 
 // Fetches samples from one source row, which has at least kTileStep pixels. `line` is its first pixel. All columns
-// lie inside the row. Columns ascend, and any eight of them in a row span at most eight source pixels.
+// lie inside the row. Columns ascend, and any eight consecutive ones span at most eight source pixels.
 using SampleLine = void (*)(const SourcePixels& source, const std::byte* line, const std::int32_t* columns,
                             int count, std::byte* samples);
 
@@ -57,7 +57,7 @@ struct Samplers {
     SampleLine line;
     SampleCurve square, cubic;
     int curveRunPixels;  // the longest run that `square` and `cubic` take
-    bool nearOnly;       // whether they reach only pixels less than 2^31 bytes after the first one
+    bool nearOnly;       // whether they reach only pixels less than 2^31 bytes before or behind the first one
 };
 
 // A channel (R, G, B) that comes from the enlarged sample has all bits set; the others, and alpha, have none.

@@ -1,7 +1,5 @@
 #include "engine/worker_thread.h"
 
-#if defined(_WIN32)
-
 #include <windows.h>
 
 #include <process.h>
@@ -39,23 +37,3 @@ void WorkerThread::Join() {
 }
 
 }  // namespace nuv
-
-#else
-
-namespace nuv {
-
-WorkerThread::~WorkerThread() {
-    if (thread_.joinable()) thread_.join();
-}
-
-void WorkerThread::Start(Work work, void* argument) {
-    thread_ = std::thread(work, argument);
-}
-
-void WorkerThread::Join() {
-    thread_.join();
-}
-
-}  // namespace nuv
-
-#endif
