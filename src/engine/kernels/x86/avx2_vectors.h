@@ -73,6 +73,14 @@ struct Vectors : Bytes256 {
         return ToFloats(_mm256_cvtepu8_epi32(kPart % 2 == 0 ? half : _mm_srli_si128(half, 8)));
     }
 
+    static Floats AlphasToFloats(Bytes pixels) { return ToFloats(_mm256_srli_epi32(pixels, 24)); }
+    template <int kPart>
+    static Floats PutAlphas(Floats pixels, Floats alphas) {
+        constexpr int k = 2 * kPart;
+        const Integers from = _mm256_setr_epi32(k, k, k, k, k + 1, k + 1, k + 1, k + 1);
+        return WithAlpha(pixels, _mm256_permutevar8x32_ps(alphas, from));
+    }
+
     static Floats LoadPixels(auto at) { return LoadTwoPixels(at(0), at(1)); }
 };
 

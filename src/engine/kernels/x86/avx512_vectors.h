@@ -79,6 +79,17 @@ struct Vectors : Bytes256 {
         return ToFloats(_mm512_cvtepu8_epi32(half));
     }
 
+    // Eight alphas, in the lower half.
+    static Floats AlphasToFloats(Bytes pixels) {
+        return ToFloats(_mm512_castsi256_si512(_mm256_srli_epi32(pixels, 24)));
+    }
+    template <int kPart>
+    static Floats PutAlphas(Floats pixels, Floats alphas) {
+        constexpr int k = 4 * kPart;
+        const Integers from = _mm512_setr_epi32(0, 0, 0, k, 0, 0, 0, k + 1, 0, 0, 0, k + 2, 0, 0, 0, k + 3);
+        return _mm512_mask_permutexvar_ps(pixels, kAlphas, from, alphas);
+    }
+
     static Floats LoadPixels(auto at) {
         return _mm512_insertf32x8(_mm512_castps256_ps512(LoadTwoPixels(at(0), at(1))), LoadTwoPixels(at(2), at(3)),
                                   1);

@@ -58,9 +58,9 @@ struct Vectors {
     }
     // Repeats the four answers for each pixel.
     static Mask MaskOf(const ChannelMasks& masks) { return LoadFloats(&masks); }
-    // Takes colour from the first and alpha from the second.
+    // Takes colour from the first and alpha from the second, which has the same alpha in all channels.
     static Floats WithAlpha(Floats colour, Floats alpha) {
-        return Choose(_mm_castsi128_ps(_mm_setr_epi32(-1, -1, -1, 0)), colour, alpha);
+        return _mm_movelh_ps(colour, _mm_unpackhi_ps(colour, alpha));
     }
 
     // Reorders the channels of each pixel; the orders are in tile_kernels.h.
@@ -112,6 +112,15 @@ struct Vectors {
         const Bytes none = _mm_setzero_si128();
         const Bytes half = kPart < 2 ? _mm_unpacklo_epi8(pixels, none) : _mm_unpackhi_epi8(pixels, none);
         return ToFloats(kPart % 2 == 0 ? _mm_unpacklo_epi16(half, none) : _mm_unpackhi_epi16(half, none));
+    }
+
+    // The alphas alone, in the order of the pixels.
+    static Floats AlphasToFloats(Bytes pixels) { return ToFloats(_mm_srli_epi32(pixels, 24)); }
+    // Puts those alphas into the kPart-th register, whose own alphas are zero.
+    template <int kPart>
+    static Floats PutAlphas(Floats pixels, Floats alphas) {
+        const Floats alpha = OrderFloats<kPart * 0b01'01'01'01>(alphas);
+        return _mm_or_ps(pixels, _mm_castsi128_ps(_mm_slli_si128(_mm_castps_si128(alpha), 12)));
     }
 
     // One register of float pixels, read from the addresses at(0), at(1), …

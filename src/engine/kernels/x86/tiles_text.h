@@ -87,18 +87,12 @@ struct Tiles : Vectors {
     // `pixels` holds colour and alpha, except for the shows 1 and 2. These compute alpha in floats from both
     // samples.
     template <int kShow, bool kStream, int kPart = 0>
-    static void StoreBytesAsFloats(std::byte* result, Bytes pixels, Bytes direct, Bytes magnified) {
-        const auto floats = [](Bytes bytes) { return BytesToFloats<kPart>(bytes) * Repeat(kFrom8Bits); };
-        if constexpr (kShow == 1 || kShow == 2) {
-            const Floats a0 = OrderFloats<kAlphaEverywhere>(floats(direct));
-            const Floats a1 = OrderFloats<kAlphaEverywhere>(floats(magnified));
-            const Floats alpha = kShow == 1 ? Absolute(a0 - a1) : a0 * a1;
-            Store<kStream>(result + kPart * kLanes * 4, WithAlpha(floats(pixels), alpha));
-        } else {
-            Store<kStream>(result + kPart * kLanes * 4, floats(pixels));
-        }
+    static void StoreBytesAsFloats(std::byte* result, Bytes pixels, Floats alphas) {
+        Floats floats = BytesToFloats<kPart>(pixels) * Repeat(kFrom8Bits);
+        if constexpr (kShow == 1 || kShow == 2) floats = PutAlphas<kPart>(floats, alphas);
+        Store<kStream>(result + kPart * kLanes * 4, floats);
         if constexpr ((kPart + 1) * kLanes < kBytePixels * 4)
-            StoreBytesAsFloats<kShow, kStream, kPart + 1>(result, pixels, direct, magnified);
+            StoreBytesAsFloats<kShow, kStream, kPart + 1>(result, pixels, alphas);
     }
 
     // The larger of two bytes becomes the larger float, so that bytes can be compared.
@@ -125,7 +119,13 @@ struct Tiles : Vectors {
                     (AllBitsUnlessZero(d & alphaBits) & d & keep) | (AllBitsUnlessZero(m & alphaBits) & m & take);
                 if constexpr (kShow == 0) pixels = pixels | covered;
             }
-            StoreBytesAsFloats<kShow, kStream>(result + i * 16, pixels, d, m);
+            Floats alphas = Repeat(0.0f);
+            if constexpr (kShow == 1 || kShow == 2) {
+                const Floats a0 = AlphasToFloats(d) * Repeat(kFrom8Bits);
+                const Floats a1 = AlphasToFloats(m) * Repeat(kFrom8Bits);
+                alphas = kShow == 1 ? Absolute(a0 - a1) : a0 * a1;
+            }
+            StoreBytesAsFloats<kShow, kStream>(result + i * 16, pixels, alphas);
         }
     }
 
@@ -137,7 +137,7 @@ struct Tiles : Vectors {
                               std::byte* result, int count, const ChannelMasks& masks) {
         const Mask take = MaskOf(masks);
         for (int i = 0; i < count; i += kLanes / 4) {
-            if (i % 4 == 0) Prefetch(next + i * 16);
+            Prefetch(next + i * 16);
             const Floats d = LoadFloats(direct + i * 16);
             const Floats m = LoadFloats(magnified + i * 16);
             const Floats a0 = OrderFloats<kAlphaEverywhere>(d);
