@@ -1,3 +1,5 @@
+#include "reference_host/account.h"
+
 #include <algorithm>
 
 #include "reference_host/internal/account_state.h"

@@ -1,32 +1,82 @@
-// What the host knows about each kind of callback and command.
+// The callbacks that the host offers, and the record of one that the effect made.
 #pragma once
 
 #include <cstddef>
-#include <limits>
+#include <cstdint>
+#include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 
-#include "reference_host/host.h"
+#include "pf_basics.h"
 
 namespace refhost {
 
-inline constexpr std::size_t kCallKinds = static_cast<std::size_t>(Call::formatString) + 1;
-
-// Two moments at which the host calls into the effect that are no commands.
-inline constexpr PF_Cmd kScan = -1001;
-inline constexpr PF_Cmd kDeletePreRenderData = -1002;
-
-inline constexpr PF_Cmd kAnyCommand = std::numeric_limits<PF_Cmd>::min();
-
-// Where a callback is allowed.
-struct CallRule {
-    std::string_view name;
-    PF_Cmd onlyIn = kAnyCommand;
-    bool onIterationThreads = false;  // else on the command's own thread only
+// Every callback that the host offers.
+enum class Call {
+    acquireSuite,
+    releaseSuite,
+    newHandle,
+    lockHandle,
+    unlockHandle,
+    disposeHandle,
+    getHandleSize,
+    resizeHandle,
+    checkoutParam,
+    checkinParam,
+    addParam,
+    abort,
+    checkoutLayer,
+    checkoutLayerPixels,
+    checkinLayerPixels,
+    checkoutOutput,
+    newWorld,
+    disposeWorld,
+    getPixelFormat,
+    clearPixelFormats,
+    addPixelFormat,
+    iterate,
+    iterateGeneric,
+    row,  // one row of an iteration of either kind, before the effect's function is called for it
+    copyString,
+    formatString,
+    count  // how many there are, no callback
 };
-const CallRule& RuleOf(Call call);
+inline constexpr auto kCallKinds = static_cast<std::size_t>(Call::count);
 
-// "smart pre-render", or "command 29" for one without a name.
-std::string CommandName(PF_Cmd cmd);
+// The callback's name in the host's tables: "AcquireSuite", "checkout_param", …
+std::string_view Name(Call call);
+
+// One callback that the effect made.
+struct CallRecord {
+    Call call;
+    std::int64_t index;  // counts calls of this kind from 0, since the host was made or since Account::Reset
+    // What the call is about:
+    //   AcquireSuite, ReleaseSuite                 name and version: PF World Suite 2
+    //   checkout_param, checkin_param, add_param, checkout_layer    parameter index: 3
+    //   checkout_layer_pixels, checkin_layer_pixels                 check-out id: 0
+    //   handles                                    bytes that are asked for or that the handle has: 8
+    //   new_world, dispose_world                   pixels: 1 x 7
+    //   GetPixelFormat                             the suite that was asked: PF World Suite
+    //   AddSupportedPixelFormat                    the format: 0x61726762
+    //   iterate, iterate_generic                   number of rows: 1080
+    //   row                                        number of the row: 17
+    //   strcpy, sprintf                            the text, or the format
+    // Empty for the other callbacks, and when the host does not know the thing that the effect named.
+    std::string detail;
+    std::uint64_t thread;  // a small number that stands for the calling thread
+};
+
+// Decides what becomes of one callback, before the host carries it out. Without a value, the host carries it out.
+// With a code, the callback fails with that code:
+//   - A callback that gives a pointer (handles, locks) gives null. AcquireSuite sets the pointer to null for every
+//     code, even for code 0.
+//   - A row is not called, and its iteration stops with the code.
+//   - A callback that gives something back (release, check-in, unlock, dispose) is carried out all the same and
+//   only
+//     answers with the code. A fault therefore never looks like something that the effect has kept.
+// The host may call the plan from several threads at once. An exception that the plan throws goes through the
+// callback to the effect.
+using FaultPlan = std::function<std::optional<PF_Err>(const CallRecord&)>;
 
 }  // namespace refhost

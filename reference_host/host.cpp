@@ -1,8 +1,11 @@
+#include "reference_host/host.h"
+
 #include <stdexcept>
 #include <string>
 #include <utility>
 
 #include "reference_host/callbacks/callbacks.h"
+#include "reference_host/internal/command_names.h"
 #include "reference_host/internal/host_impl.h"
 
 namespace refhost {

@@ -1,3 +1,5 @@
+#include "reference_host/instance.h"
+
 #include <algorithm>
 #include <mutex>
 #include <new>
@@ -5,6 +7,7 @@
 #include <string>
 
 #include "reference_host/callbacks/callbacks.h"
+#include "reference_host/internal/command_names.h"
 #include "reference_host/internal/host_impl.h"
 #include "reference_host/pixel_formats.h"
 

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "pf_basics.h"
+#include "reference_host/table_order.h"
 
 namespace refhost {
 
@@ -42,14 +43,7 @@ inline constexpr std::array<PersonalityTraits, static_cast<std::size_t>(Personal
      .declaredFormats = true,
      .bottomUp = true},
 }};
-static_assert(
-    [] {
-        for (std::size_t i = 0; i < kPersonalities.size(); ++i) {
-            if (kPersonalities[i].personality != static_cast<Personality>(i)) return false;
-        }
-        return true;
-    }(),
-    "every personality has its row, in the order of the enumeration");
+static_assert(HasRowForEach(kPersonalities, &PersonalityTraits::personality));
 
 // Throws std::invalid_argument for a number that is no personality.
 const PersonalityTraits& TraitsOf(Personality personality);

@@ -2,6 +2,7 @@
 
 #include "reference_host/callbacks/callbacks.h"
 #include "reference_host/internal/command.h"
+#include "reference_host/internal/command_names.h"
 
 namespace refhost {
 namespace {

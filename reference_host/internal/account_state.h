@@ -1,4 +1,4 @@
-// What an Account keeps.
+// The inside of an Account.
 #pragma once
 
 #include <array>
@@ -11,9 +11,9 @@
 #include <utility>
 #include <vector>
 
-#include "reference_host/calls.h"
-#include "reference_host/host.h"
+#include "reference_host/account.h"
 #include "reference_host/internal/handle_store.h"
+#include "reference_host/world.h"
 
 namespace refhost {
 
@@ -25,7 +25,7 @@ struct SuiteUse {
 struct ParamCheckout {
     std::int32_t index = 0;
     std::uint64_t command = 0;  // Command::serial of the check-out
-    bool failed = false;        // may be checked in, need not be
+    bool failed = false;        // the check-out failed: the effect may check it in, but need not
 };
 
 struct Account::State {
@@ -34,13 +34,13 @@ struct Account::State {
     std::array<std::atomic<std::int64_t>, kCallKinds> counts{};
     HandleStore handles;
 
-    std::mutex mutex;  // guards all that follows
+    std::mutex mutex;  // guards all members below
     std::vector<CallRecord> calls;
     std::vector<std::string> misuse;
     std::map<std::pair<std::string, std::int32_t>, SuiteUse> suites;
     std::set<std::pair<std::string, std::int32_t>> missing;
     std::multimap<const PF_ParamDef*, ParamCheckout> checkouts;  // by the effect's record
-    std::multimap<const PF_EffectWorld*, World> worlds;          // made for the effect, by the effect's record
+    std::multimap<const PF_EffectWorld*, World> worlds;          // made for the effect; by the effect's record
     std::vector<PF_PixelFormat> formats;                         // declared at global set-up
 };
 

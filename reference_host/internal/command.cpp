@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <mutex>
 
+#include "reference_host/internal/call_rules.h"
+#include "reference_host/internal/command_names.h"
 #include "reference_host/internal/host_impl.h"
 
 namespace refhost {
