@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <functional>
 #include <string>
@@ -24,6 +25,7 @@ inline constexpr WorldLayout kLayouts[] = {
     {.format = kFormatBgraFloat, .width = 2, .height = 3, .padding = 1, .misalignment = 7},
     {.format = kFormatBgraFloatLinear, .width = 2, .height = 1, .padding = 16},
 };
+static_assert(std::ranges::equal(kLayouts, kFormats, {}, &WorldLayout::format));
 
 // Bytes of which any 256 in a row differ.
 std::vector<std::byte> Counting(std::size_t size);

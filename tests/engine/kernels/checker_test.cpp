@@ -44,6 +44,8 @@ constexpr Conversion kConversions[] = {
     NUV_CONVERSION(rgbaFToArgbF, 16, 16),   NUV_CONVERSION(rgbaFToBgraF, 16, 16),
 };
 #undef NUV_CONVERSION
+// A table of kernels holds a name, the row worker and the conversions.
+static_assert(std::size(kConversions) == sizeof(RowKernels) / sizeof(nuv::RowConversion) - 2);
 
 // The same seeds in every run, and one that is new in every run.
 std::vector<std::uint32_t> Seeds(std::uint32_t count) {
