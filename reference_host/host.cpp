@@ -11,9 +11,9 @@
 namespace refhost {
 namespace {
 
-constexpr PF_Err kEscaped = -1;  // an exception left the effect
+constexpr PF_Err kEscaped = -1;  // what a command gives when an exception left the effect
 
-// The plug-in data pointer of the scan: only its address counts.
+// The plug-in data pointer of the scan. The effect must hand it back, but cannot use it.
 PF_PluginDataPtr ScanToken() {
     static char anchor;
     return reinterpret_cast<PF_PluginDataPtr>(&anchor);
@@ -94,7 +94,7 @@ void Host::Impl::MoveOwnership(const Command& command, const PF_OutData* outData
     auto& handles = State().handles;
     if (outData && IsSequenceCommand(command.cmd)) handles.SetOwner(outData->sequence_data, Owner::host);
     if (outData && IsGlobalCommand(command.cmd)) handles.SetOwner(outData->global_data, Owner::host);
-    // What the effect should have freed by now is from here on its leak.
+    // The effect should have freed these by now. If it has not, the account lists them as the effect's.
     if (command.cmd == PF_Cmd_SEQUENCE_SETDOWN) handles.SetOwner(command.sequenceData, Owner::effect);
     if (command.cmd == PF_Cmd_GLOBAL_SETDOWN) handles.SetOwner(command.globalData, Owner::effect);
 }

@@ -29,7 +29,7 @@ ParamValue DefaultOf(const PF_ParamDef& param) {
     }
 }
 
-// 16.16 percent of `size` pixels as 16.16 pixels.
+// A percentage of `size` pixels, in pixels. Both in 16.16 fixed point.
 PF_Fixed PercentOf(PF_Fixed percent, std::int32_t size) {
     return static_cast<PF_Fixed>(std::int64_t{percent} * size / 100);
 }
@@ -70,7 +70,7 @@ struct Instance::Impl {
     struct Param {
         PF_ParamDef definition;
         ParamValue value;
-        bool percent = false;  // a point that no layer has turned into pixels yet
+        bool percent = false;  // a point that is still a percentage of the layer
     };
 
     explicit Impl(Host& theHost) : host(*theHost.impl_) {
@@ -83,7 +83,7 @@ struct Instance::Impl {
     PF_Handle sequenceData = nullptr;
     PF_OutData out{};
 
-    mutable std::mutex mutex;  // guards all that follows
+    mutable std::mutex mutex;  // guards all members below
     std::vector<Param> params;
     std::map<std::pair<std::int32_t, std::int32_t>, ParamValue> overrides;  // by time and index
 
@@ -94,7 +94,7 @@ struct Instance::Impl {
         return params[static_cast<std::size_t>(index - 1)];
     }
 
-    // The parameter, if this is a value for it.
+    // The parameter with this index. Throws if the value is not of its type.
     Param& For(std::int32_t index, const ParamValue& value) {
         auto& param = At(index);
         if (param.value.index() != value.index()) {
@@ -118,7 +118,7 @@ PF_Err Instance::Impl::SequenceCommand(PF_Cmd cmd) {
     in.sequence_data = sequenceData;
     const PF_Err code = host.Send(cmd, &in, &out, nullptr, nullptr, nullptr, nullptr);
     auto& handles = host.State().handles;
-    // The effect answers in the out data; where it has not, what the in data hold by now is still the block.
+    // The effect gives the block in the out data. If it has not, the block is the one in the in data.
     sequenceData = handles.Find(out.sequence_data) ? out.sequence_data : in.sequence_data;
     if (!handles.Find(sequenceData)) sequenceData = nullptr;
     return code;
@@ -130,7 +130,7 @@ RenderJob Instance::Impl::MakeJob(const RenderSettings& settings) {
         const auto format = world ? world->layout().format : kFormatArgb8;
         return KnownWorld{format, settings.worldSuiteFormat.value_or(format)};
     };
-    // The settings' worlds may be in several renders at once: the effect gets records of its own.
+    // Several renders may use the settings' worlds at once, so the effect gets copies of their records.
     if (settings.input) job.input = *settings.input->effectWorld();
     if (settings.output) {
         job.output = *settings.output->effectWorld();
@@ -222,7 +222,8 @@ void Instance::Impl::EndPreRenderData(const PF_PreRenderOutput& output) {
     } catch (...) {
         host.State().AddMisuse("an exception left the effect in " + CommandName(kDeletePreRenderData));
     }
-    handles.SetOwner(handle, Owner::effect);  // which should have freed it
+    handles.SetOwner(handle,
+                     Owner::effect);  // the function should have freed it: if not, it is a leak of the effect
 }
 
 Instance::Instance(Host& host) : impl_(std::make_unique<Impl>(host)) {}

@@ -41,7 +41,7 @@ struct PF_PreRenderInput {
 // to the matching smart render, if one follows, and finally to the delete function, if there is one.
 struct PF_PreRenderOutput {
     PF_LRect result_rect;      // what the render will write
-    PF_LRect max_result_rect;  // what it could write at most
+    PF_LRect max_result_rect;  // the most that it could write for any request
     PF_Boolean solid;
     PF_Boolean reserved;
     std::int16_t flags;  // PF_RenderOutputFlag_…

@@ -36,7 +36,7 @@ inline constexpr std::int32_t PF_NewWorldFlag_NONE = 0;
 inline constexpr std::int32_t PF_NewWorldFlag_CLEAR_PIXELS = 1;
 inline constexpr std::int32_t PF_NewWorldFlag_DEEP_PIXELS = 2;
 
-// A pixel's layout, as the host names it: four characters, the first in the lowest byte.
+// The host's name for the layout of a pixel: four characters, the first in the lowest byte.
 using PF_PixelFormat = std::int32_t;
 
 inline constexpr PF_PixelFormat kFormatArgb8 = 0x62677261;            // "argb": bytes A R G B

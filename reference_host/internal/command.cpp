@@ -13,12 +13,12 @@ namespace {
 // The calling thread's place in a host.
 struct Place {
     Command* command = nullptr;
-    bool iterates = false;  // one of an iteration's further threads
+    bool iterates = false;  // works for an iteration, and is not the command's thread
 };
 thread_local Place here;
 
-// All commands under way in the process, in the order of their beginning: for callbacks on threads that no host
-// knows.
+// All running commands of the process, in the order in which they began. A callback on a thread that no host knows
+// finds its command here.
 class Running {
 public:
     void Add(std::shared_ptr<Command> command) {

@@ -15,22 +15,22 @@
 
 namespace refhost {
 
-// A world that the effect may ask the format of.
+// What the suites answer when the effect asks for the format of a world.
 struct KnownWorld {
     PF_PixelFormat format = 0;
     PF_PixelFormat worldSuiteFormat = 0;
 };
 
-// What the callbacks of a render need. Written by the command's thread only.
+// What the callbacks of a render need. Only the command's thread writes it.
 struct RenderJob {
     explicit RenderJob(const RenderSettings& renderSettings) : settings(renderSettings) {}
 
     const RenderSettings& settings;
     std::int32_t layerWidth = 0, layerHeight = 0;
 
-    // The records that the effect sees; those that the settings have stay as they are.
+    // The records that the effect sees. They are copies, so that the settings keep theirs.
     PF_EffectWorld input{}, output{};
-    PF_EffectWorld* inputRecord = nullptr;  // null where there is no such world
+    PF_EffectWorld* inputRecord = nullptr;  // null without such a world
     PF_EffectWorld* outputRecord = nullptr;
     KnownWorld inputFormat, outputFormat;
 
@@ -40,7 +40,7 @@ struct RenderJob {
     PF_RenderRequest inputRequest{};
     struct Layer {
         enum class State { announced, out, in } state;
-        PF_EffectWorld theirs, ours;  // the record that the effect sees, and what it was
+        PF_EffectWorld theirs, ours;  // the record that the effect sees, and a copy from before
     };
     std::map<std::int32_t, Layer> layers;  // by check-out id
 };
@@ -52,19 +52,19 @@ struct Command {
     PF_InData* inData;  // may be null
     RenderJob* job;     // null outside renders
     std::uint64_t serial;
-    bool traced;   // whether calls are recorded or may be made to fail
+    bool traced;   // whether calls are recorded or may fail by a plan
     bool recycle;  // HostOptions::keepFreedHandles
-    // As they came with the command; the effect may give up these in their commands.
+    // The data with which the command began. Its set-down command may free them.
     PF_Handle sequenceData, globalData;
-    std::map<const PF_EffectWorld*, KnownWorld> worlds;  // handed over and not given back
+    std::map<const PF_EffectWorld*, KnownWorld> worlds;  // handed to the effect and not given back
 
     PF_ProgPtr Ref() { return reinterpret_cast<PF_ProgPtr>(this); }
 };
 
-// What effect_ref holds until its command runs.
+// The value of effect_ref until its command runs.
 PF_ProgPtr UnboundRef();
 
-// Makes a command the calling thread's own for as long as this lives.
+// While this object lives, the calling thread runs this command.
 class CommandScope {
 public:
     CommandScope(Host::Impl& host, PF_Cmd cmd, PF_InData* inData, RenderJob* job);
@@ -81,7 +81,7 @@ private:
     bool bound_;
 };
 
-// Lends a command to an iteration thread for as long as this lives.
+// While this object lives, the calling thread works for an iteration of this command.
 class IterationScope {
 public:
     explicit IterationScope(Command& command);
@@ -90,21 +90,22 @@ public:
     IterationScope& operator=(const IterationScope&) = delete;
 };
 
-// A callback that the effect has just made, on any thread. Reports it if it has no business there.
+// A callback that the effect has just made, on any thread. Reports misuse if the callback is not allowed there.
 class Callback {
 public:
-    // Callbacks without a reference belong to the thread's command, or else to the one that was begun last.
+    // A callback without a reference belongs to the command of its thread. On a thread without a command, it
+    // belongs to the command that began last.
     explicit Callback(Call call);
     Callback(Call call, PF_ProgPtr ref);
 
-    // False if no command is running; nothing but Fate() makes sense then.
+    // False if no command is running. Only Fate() may be called then.
     explicit operator bool() const { return command_ != nullptr; }
     Command& command() const { return *command_; }
     Account::State& state() const { return *command_->state; }
     void Misuse(const std::string& what) const;  // "<callback>: <what>"
 
-    // Counts and records the callback and asks the fault plan. A value: answer with it. `describe` gives
-    // CallRecord::detail, and is only called if somebody wants to know.
+    // Counts and records the callback and asks the fault plan. If there is a value, the callback answers with it.
+    // `describe` gives CallRecord::detail; it is called only if calls are recorded or a plan is set.
     template <typename Describe>
     std::optional<PF_Err> Fate(Describe describe) const {
         if (!command_) return PF_Err_INVALID_CALLBACK;
@@ -121,7 +122,7 @@ private:
     std::optional<PF_Err> Traced(std::string detail) const;
 
     Call call_;
-    std::shared_ptr<Command> found_;  // holds a command that is not the thread's own
+    std::shared_ptr<Command> found_;  // keeps alive a command that is not the thread's own
     Command* command_;
 };
 
