@@ -22,10 +22,6 @@ void Put(std::vector<std::byte>& bytes, T value) {
     bytes.insert(bytes.end(), raw.begin(), raw.end());
 }
 
-bool IsAlpha(PF_PixelFormat format, int channel) {
-    return channel == (refhost::FormatOf(format).order == refhost::ChannelOrder::argb ? 0 : 3);
-}
-
 // Nothing and everything, most often; else anything between.
 std::uint32_t RandomWhole(Random& random, bool alpha, std::uint32_t white) {
     switch (random.Below(alpha ? 4 : 16)) {
@@ -146,21 +142,22 @@ std::vector<std::byte> RandomPixels(PF_PixelFormat format, int width, int height
     Random random(seed);
     const bool wild = values == Values::wild;
     std::vector<std::byte> pixels;
+    const refhost::PixelFormat* const known = refhost::FindFormat(format);
+    if (!known) return pixels;
+    const int alphaChannel = known->order == refhost::ChannelOrder::argb ? 0 : 3;
     for (std::int64_t i = 0; i < std::int64_t{width} * height; ++i) {
         for (int channel = 0; channel < 4; ++channel) {
-            const bool alpha = IsAlpha(format, channel);
-            switch (refhost::BytesPerPixel(format)) {
-                case 4:
+            const bool alpha = channel == alphaChannel;
+            switch (known->bitsPerChannel) {
+                case 8:
                     Put(pixels, static_cast<std::uint8_t>(RandomWhole(random, alpha, 255)));
                     break;
-                case 8:
+                case 16:
                     Put(pixels,
                         static_cast<std::uint16_t>(wild ? Wild16(random) : RandomWhole(random, alpha, 32768)));
                     break;
-                case 16:
-                    Put(pixels, wild ? RandomWild(random) : RandomOrdinary(random, alpha));
-                    break;
                 default:
+                    Put(pixels, wild ? RandomWild(random) : RandomOrdinary(random, alpha));
                     break;
             }
         }
