@@ -42,6 +42,7 @@ struct TierSamplers : WideSamplers {
             const Integers at = _mm512_add_epi32(_mm512_mullo_epi32(rows, rowBytes), _mm512_slli_epi32(columns, 2));
             const Integers pixels = _mm512_mask_i32gather_epi32(_mm512_setzero_si512(), inside, at, first, 1);
             Store(samples + i * 4, pixels);
+            // NOLINTNEXTLINE(performance-no-int-to-ptr): only prefetched, perhaps from outside the frame
             Prefetch(reinterpret_cast<const std::byte*>(below + _mm_cvtsi128_si32(_mm512_castsi512_si128(at))));
 
             inv = inv16;
