@@ -17,7 +17,10 @@ done
 # Weak symbols (W, V, u), and what Windows' objects mark for the linker to keep once: it lies in a section named
 # after itself.
 symbols=$("$nm" -C "${checked[@]}")
-! grep -E '^[0-9a-f]* *[WwVvu] |linkonce|\.text\$|\.(rdata|data|bss)\$_Z' <<<"$symbols"
+refuse() { # PATTERN TEXT: prints the lines of the text that must not be there
+  if grep -E "$1" <<<"$2"; then exit 1; fi
+}
+refuse '^[0-9a-f]* *[WwVvu] |linkonce|\.text[$]|\.(rdata|data|bss)[$]_Z' "$symbols"
 instructions=$("$objdump" -d --no-show-raw-insn "${checked[@]}")
 grep -q 'mulps' <<<"$instructions"
-! grep -E '[[:space:]]vfn?m(add|sub)' <<<"$instructions"
+refuse '[[:space:]]vfn?m(add|sub)' "$instructions"
