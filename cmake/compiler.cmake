@@ -14,9 +14,10 @@ target_compile_options(nuv_options INTERFACE -ffile-prefix-map=${CMAKE_SOURCE_DI
 find_package(Threads REQUIRED)
 target_link_libraries(nuv_options INTERFACE Threads::Threads)
 
-# nuv_optimize(TARGET LEVEL): for code that is built often and need not be fast. Instrumented builds keep their level.
+# nuv_optimize(TARGET LEVEL): for code that is built often and need not be fast. Instrumented builds keep their level,
+# and so do builds with clang: without optimisation, its Windows objects define std::type_info's operator once more.
 function(nuv_optimize target level)
-  if(NOT NUV_INSTRUMENTATION)
+  if(NOT NUV_INSTRUMENTATION AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     target_compile_options(${target} PRIVATE ${level})
   endif()
 endfunction()
