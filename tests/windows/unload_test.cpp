@@ -50,10 +50,10 @@ TEST(Loading, FailsWhereNoThreadLocalSlotIsLeft) {
     std::vector<DWORD> slots;
     for (DWORD slot = TlsAlloc(); slot != TLS_OUT_OF_INDEXES; slot = TlsAlloc())
         slots.push_back(slot);
-    EXPECT_THROW(refhost::PluginLibrary(support::PluginPath()), std::runtime_error);
+    EXPECT_THROW(refhost::PluginLibrary{support::PluginPath()}, std::runtime_error);
     for (const DWORD slot : slots)
         TlsFree(slot);
-    EXPECT_NO_THROW(refhost::PluginLibrary(support::PluginPath()));
+    EXPECT_NO_THROW(refhost::PluginLibrary{support::PluginPath()});
 }
 
 }  // namespace
