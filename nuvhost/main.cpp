@@ -62,7 +62,8 @@ int Run(int argc, char** argv) {
 }
 
 #ifndef _WIN32
-// Handles an exception of a thread that a library starts while it is loaded, or of a thread of the effect.
+// Handles an exception that nobody catches: on a thread of the effect or of a library, or while a library is
+// loaded.
 [[noreturn]] void ReportTermination() {
     try {
         if (const auto failure = std::current_exception()) std::rethrow_exception(failure);

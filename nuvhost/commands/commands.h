@@ -1,5 +1,5 @@
-// The sub-commands. Each function adds one command with its options to the program. It runs if the command line
-// names it.
+// The sub-commands. Each function adds one command with its options to the program. The command runs if the command
+// line names it.
 #pragma once
 
 namespace CLI {

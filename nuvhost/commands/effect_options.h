@@ -12,13 +12,14 @@
 
 namespace nuvhost {
 
-// All of these options take one value. The variables must exist as long as the command is parsed.
+// Each of these options takes one value. The variables that receive the values must exist until the command line
+// has been parsed.
 inline CLI::Option* AddTextOption(CLI::App& command, const std::string& name, const std::string& type,
                                   const std::string& help, const std::function<void(const std::string&)>& take) {
     return command.add_option_function<std::string>(name, take, help)->type_name(type);
 }
 
-// For options that take the name of a file.
+// A check for options that take the name of a file.
 inline CLI::Validator FileName() {
     return {[](const std::string& text) { return text.empty() ? "\"\" is not the name of a file" : ""; }, ""};
 }
@@ -31,7 +32,7 @@ inline CLI::Option* AddWordOption(CLI::App& command, const std::string& name, Wo
         [name, words, &choice](const std::string& text) { choice = ParseWord(name, text, words); });
 }
 
-// What a parameter's option takes, as --help shows it.
+// The form of a parameter's value, as --help shows it.
 inline std::string TypeText(const ParameterRow& row) {
     switch (row.kind) {
         case ParameterKind::point:
@@ -44,7 +45,7 @@ inline std::string TypeText(const ParameterRow& row) {
     return std::to_string(std::lround(row.least)) + ".." + std::to_string(std::lround(row.most));
 }
 
-// `help` is for commands that give the parameter a meaning or a default of their own.
+// A command passes `help` if the parameter has another meaning or default there.
 inline CLI::Option* AddParameterOption(CLI::App& command, const ParameterRow& row,
                                        const std::function<void(const std::string&)>& take, std::string help = {}) {
     if (help.empty()) {

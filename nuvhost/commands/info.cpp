@@ -20,8 +20,8 @@ struct InfoOptions {
     bool json = false;
 };
 
-// The message for an effect that crashes the process. It is made in advance, because a signal handler may not build
-// it.
+// The message for an effect that crashes the process. It is made in advance, because a signal handler may not
+// allocate memory.
 std::string g_crashed;
 
 void ReportCrash(int) {
@@ -30,7 +30,7 @@ void ReportCrash(int) {
     std::_Exit(1);
 }
 
-// This command is for all effects, and some need more than the reference host has. They may crash.
+// This command accepts any effect. An effect that needs more than the reference host offers may crash.
 void ReportCrashesOf(const std::filesystem::path& plugin) {
     g_crashed = "nuvhost: " + OneLine(plugin.string()) + ": the effect crashed\n";
     for (const int signal : {SIGSEGV, SIGILL, SIGFPE, SIGABRT}) {

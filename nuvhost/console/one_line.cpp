@@ -9,7 +9,7 @@ std::string OneLine(std::string_view text) {
         const auto at = [&](std::size_t place) {
             return place < text.size() ? static_cast<unsigned char>(text[place]) : 0U;
         };
-        // A control character beyond ASCII, in UTF-8.
+        // The control characters U+0080 to U+009F have these two bytes in UTF-8.
         const bool beyond = at(i) == 0xC2 && at(i + 1) >= 0x80 && at(i + 1) < 0xA0;
         if (at(i) >= ' ' && at(i) != 0x7F && !beyond) {
             line += text[i];

@@ -46,7 +46,7 @@ void Check(PF_Err code, const char* command) {
                              Meaning(code));
 }
 
-// `start` and `extent` are position and size of the frame in the layer.
+// `start` is the position of the frame in the layer, and `extent` is its size.
 PF_Fixed Fixed(const Length& length, int start, int extent) {
     const double pixels = start + (length.percent / 100 * extent + length.pixels);
     const double raw = std::round(pixels * 65536);
@@ -78,14 +78,14 @@ void Set(refhost::Instance& instance, const ParameterRow& row, const EffectSetti
     }
 }
 
-// For each channel of a host's pixel, its place in R, G, B, A.
+// For each channel of a host's pixel, its index in R, G, B, A.
 using Order = std::array<std::size_t, 4>;
 Order OrderOf(const refhost::PixelFormat& format) {
     return format.order == refhost::ChannelOrder::argb ? Order{3, 0, 1, 2} : Order{2, 1, 0, 3};
 }
 
-// The host's white in 16 bits is 32768, so a value loses one bit on its way there and back. A second time nothing
-// changes.
+// White in 16 bits is 32768 for the host and 65535 in a file, so a value loses one bit on its way there and back. A
+// second conversion there and back changes nothing.
 std::uint16_t ToHost16(std::uint16_t value) {
     return static_cast<std::uint16_t>((value * std::uint64_t{32768} + 32767) / 65535);
 }

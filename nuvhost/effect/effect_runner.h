@@ -18,12 +18,11 @@ using refhost::RenderPath;
 // `nuv_chromaber.so` in the folder of the running program, or else in the folder above. Throws if it is in neither.
 std::filesystem::path FindPlugin();
 
-// The loaded effect in one host. It has as many instances as renders may run at the same time. All members throw
-// std::runtime_error, with one line that tells what went wrong.
+// The loaded effect in one host. All members throw std::runtime_error, with one line that says what went wrong.
 class EffectRunner {
 public:
-    // `instances` renders may run at the same time. Each instance starts with `sequenceData`, like one from a saved
-    // project. If `sequenceData` is empty, the instances are new.
+    // Makes `instances` instances, so that as many renders may run at the same time. Each instance starts with
+    // `sequenceData`, like an instance from a saved project. If `sequenceData` is empty, the instances are new.
     EffectRunner(const std::filesystem::path& plugin, refhost::Personality personality, int instances = 1,
                  const std::vector<std::byte>& sequenceData = {});
     ~EffectRunner();

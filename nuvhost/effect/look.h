@@ -24,13 +24,13 @@ struct Look {
 };
 
 // Takes each parameter from the command line, or else from the settings file, or else its default. Throws
-// UsageError for a value that is not valid, and std::runtime_error for a file that cannot be read. Both name the
-// value; one in the file by its key.
+// UsageError for a value that is not valid; its text names the option, or the file and the key. Throws
+// std::runtime_error for a file that cannot be read.
 Look MakeLook(const std::optional<std::filesystem::path>& file, const ParameterTexts& commandLine);
 
 // Checks before the render whether the settings can be saved. Throws UsageError if the name is not that of a file,
-// if it leads to one of the files in `taken`, or if it cannot be written. If `foldersCome`, the folders of `taken`
-// will exist when the settings are saved.
+// if it leads to one of the files in `taken`, or if it cannot be written. If `foldersCome` is true, the run creates
+// the folders of `taken` before it saves the settings, so they may be missing now.
 void CheckSaving(const std::filesystem::path& file, const std::vector<std::filesystem::path>& taken,
                  bool foldersCome);
 

@@ -46,7 +46,7 @@ struct ParameterRow {
     int Choices::*choice{};
     double least = 0, most = 0;  // of a number
 
-    // As the host counts: index 0 is the layer that the effect is applied to.
+    // The index that the host uses. Index 0 is the layer that the effect is applied to.
     constexpr int index() const { return static_cast<int>(parameter) + 1; }
 };
 

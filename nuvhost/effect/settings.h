@@ -24,7 +24,7 @@ struct EffectSettings : Choices {
     double amount = 0;
 };
 
-// A value at a frame.
+// The value of a parameter at one frame.
 template <typename Value>
 struct Key {
     int frame = 0;

@@ -6,7 +6,7 @@
 
 namespace nuvhost {
 
-// The end of the message about an output for which there is no writer. The output's name comes before it.
+// The end of the message about an output that no format fits. The message begins with the output's name.
 inline constexpr auto kNoFormat = ": no picture format has this file name extension";
 
 // Throws std::runtime_error with the file's name, what failed, and the first line of `error`.

@@ -28,8 +28,8 @@ public:
 
     // Has the target's extension. No other process uses it.
     const std::filesystem::path& temporary() const { return temporary_; }
-    // Calls `make`, which must create the temporary file. The file is created with signals blocked, so that the
-    // clean-up never misses one.
+    // Calls `make`, which must create the temporary file. Returns what `make` returns. The clean-up after a signal
+    // waits for `make` to end, so that it never misses a file.
     bool Create(const std::function<bool()>& make);
     // Call it when the writer has closed the file. It waits until the file is on the disk before it renames the
     // file, because network file systems report errors only then. Throws std::runtime_error.
@@ -37,7 +37,8 @@ public:
 
 private:
     std::filesystem::path name_, target_, temporary_;
-    // Of the temporary file since it was made, because the system reports write errors to an open descriptor.
+    // Open on the temporary file from its creation on, because the system reports write errors only to a descriptor
+    // that is open when they happen.
     int descriptor_ = -1;
 };
 

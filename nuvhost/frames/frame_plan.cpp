@@ -36,7 +36,7 @@ bool IsFinished(const fs::path& file) {
     return fs::is_regular_file(file, error) && fs::file_size(file, error) > 0 && !error;
 }
 
-// Whether the input exists. Throws if that cannot be found out, as in a folder without permission.
+// Whether the input exists. Throws if this cannot be determined, for example without permission for the folder.
 bool InputExists(const fs::path& file) {
     std::error_code failure;
     const bool exists = fs::exists(file, failure);
@@ -118,7 +118,7 @@ FileId IdOf(const fs::path& file) {
     return BehindLinks(fs::absolute(file));
 }
 
-// The folder, or if it does not exist, the nearest folder above it that exists.
+// Returns the folder if it exists, or else the nearest existing folder above it.
 fs::path StandingFolder(fs::path folder) {
     while (!Exists(folder) && folder.has_relative_path())
         folder = folder.parent_path();
@@ -134,7 +134,7 @@ fs::path FolderOf(const fs::path& file) {
 FramePlan PlanFrames(const PlanOptions& options) {
     Name input{options.input, {}}, output{options.output, {}};
     if (!options.literal) input.pattern = SequencePattern::Parse(options.input);
-    // If there is a file whose name looks like the pattern, that file is meant.
+    // If a file has exactly the name of the pattern, the user means this file.
     const bool named = input.pattern && !options.frames && Exists(options.input);
     if (named) input.pattern.reset();
     if (!options.literal && !named) output.pattern = SequencePattern::Parse(options.output);

@@ -15,7 +15,7 @@ struct PlanOptions {
     std::filesystem::path input, output;  // either may be a pattern
     std::optional<std::string> frames, clip;
     Missing missing = Missing::error;
-    bool literal = false;       // names with # or % are no patterns
+    bool literal = false;       // a name with #, @ or % is not a pattern
     bool skipExisting = false;  // frames whose output exists and is not empty are not rendered
     bool createFolder = false;
 };
@@ -24,7 +24,8 @@ struct FrameJob {
     int frame = 0;  // 0 for a picture without a number
     std::filesystem::path input;
     std::filesystem::path output;
-    std::filesystem::path blackLike;  // if the input is missing: a black picture like this file replaces it
+    // If not empty: the input is missing, and a black picture like this file replaces it.
+    std::filesystem::path blackLike;
 
     bool black() const { return !blackLike.empty(); }
     const std::filesystem::path& source() const { return black() ? blackLike : input; }  // the file that is read
@@ -43,8 +44,9 @@ struct FramePlan {
 // frame of the sequence exists.
 FramePlan PlanFrames(const PlanOptions& options);
 
-// Throws UsageError if an output is a folder, the input of any frame or the output of another one, under whatever
-// name; std::runtime_error if one cannot be written. Does not know which formats there are.
+// Throws UsageError if an output is a folder or has no extension, or if it is also the input of any frame or the
+// output of another frame, even under another name. Throws std::runtime_error if an output cannot be written. Does
+// not check whether a picture format has the extension.
 void CheckOutputs(const FramePlan& plan, bool createFolder);
 
 // Makes the folders of all outputs. Throws std::runtime_error.

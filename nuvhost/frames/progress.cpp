@@ -161,7 +161,7 @@ void Progress::Log(const std::string& text) {
 
 void Progress::DrawBar() {
     std::string text = Share();
-    if (done_ > 0) {  // skipped frames took no time and do not count
+    if (done_ > 0) {  // the speed does not count skipped frames, which took no time
         const double rate = static_cast<double>(done_) / std::max(Seconds(), 1e-9);
         text += "  " + Fixed(rate, "%.1f frames/s");
         if (total_) text += "  " + Duration(static_cast<double>(*total_ - told_) / rate) + " left";
@@ -175,7 +175,7 @@ void Progress::DrawBar() {
         const std::size_t full = cells * told_ / *total_;
         if (cells >= 5) text = "[" + std::string(full, '#') + std::string(cells - full, '.') + "] " + text;
     }
-    text.resize(std::min(text.size(), columns));  // a second line could not be wiped
+    text.resize(std::min(text.size(), columns));  // kWipe clears only one line of the terminal
     auto& bar = TheBar();
     const std::lock_guard lock(bar.mutex);
     WriteWhole(UserStderr(), kWipe + text);

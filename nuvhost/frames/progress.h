@@ -13,7 +13,7 @@
 namespace nuvhost {
 
 enum class ProgressMode {
-    automatic = 1,  // a bar if standard error is a terminal; lines if standard error or standard output is not one
+    automatic = 1,  // a bar if standard error is a terminal; lines if it is not, or if lines go to a file or pipe
     json,           // one JSON object in each line: "start", "frame" for each frame, "end"
     none,
 };
@@ -50,7 +50,7 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
     void Tell(const FrameJob& job, const char* status, const std::string& line, const std::string& error);
-    void Line(const std::string& text);  // of the program's own, where lines go
+    void Line(const std::string& text);  // on standard output, or on standard error for a stream
     void Log(const std::string& text);   // on standard error
     void DrawBar();
     void WipeBar();

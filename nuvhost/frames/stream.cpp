@@ -51,7 +51,7 @@ void WriteFully(const std::vector<std::byte>& bytes) {
     }
 }
 
-// Converts between planes of G, B, R, A and pixels of R, G, B, A, in floats.
+// Where each channel of a pixel, R, G, B or A, lies among planes in the order G, B, R, A.
 constexpr std::array<std::size_t, 4> kPlaneOf{2, 0, 1, 3};
 
 std::vector<std::byte> Interleaved(const std::vector<std::byte>& planes) {
@@ -140,7 +140,7 @@ private:
         if (settings_.format.planar) picture.pixels = Planes(picture.pixels);
     }
 
-    // Writes a frame when it is its turn, and waits until then.
+    // Waits until all earlier frames are written, and then writes this one.
     void Write(const Picture& picture, int frame) {
         std::unique_lock lock(output_);
         turn_.wait(lock, [&] { return written_ == frame || frame > lost_; });

@@ -10,7 +10,7 @@
 
 namespace nuvhost {
 
-// Numbers are in the machine's byte order. Rows start at the top, and there is nothing between them.
+// Numbers are in the machine's byte order. The top row comes first, and there are no bytes between rows.
 struct RawFormat {
     std::string_view name;
     Depth depth;
@@ -28,7 +28,7 @@ struct StreamSettings {
     RenderPath path = RenderPath::smart;
     Size size;
     RawFormat format = kRawFormats[0];
-    bool premultiply = true;  // the stream's colour is straight, and is multiplied by alpha for the effect
+    bool premultiply = true;  // multiplies colour by alpha before the effect, and divides it afterwards
 };
 
 // Renders until the input ends. Frames are read and written in order and as a whole. As many frames are worked on

@@ -46,7 +46,8 @@ Json Flags(std::int32_t word, std::span<const Flag> known) {
 Json PixelFormats(const Host& host) {
     Json formats = Json::array();
     for (const PF_PixelFormat format : host.supportedFormats()) {
-        const auto code = static_cast<std::uint32_t>(format);  // its name is its bytes as they lie in memory
+        // The bytes of the code in memory are the characters of its name.
+        const auto code = static_cast<std::uint32_t>(format);
         formats.push_back(FourCharacters(code << 24 | (code & 0xFF00) << 8 | (code >> 8 & 0xFF00) | code >> 24));
     }
     return formats;
@@ -101,7 +102,7 @@ Json Parameters(const Host& host) {
     return parameters;
 }
 
-// What the effect tells one host. Throws a std::runtime_error that names the command that fails and its code.
+// What the effect tells one host.
 struct Answers {
     Json identity, capabilities, parameters;
 };
@@ -111,6 +112,7 @@ void Require(PF_Err code, const char* step) {
     throw std::runtime_error("the effect's " + std::string(step) + " fails with code " + std::to_string(code));
 }
 
+// Throws a std::runtime_error that names the command that fails and its code.
 Answers Ask(Host& host) {
     const refhost::Registration registration = host.Scan();
     Require(registration.result, "registration");

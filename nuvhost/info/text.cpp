@@ -63,7 +63,7 @@ std::string Identity(const Json& description) {
            Hexadecimal(version["value"].get<std::uint32_t>()) + ")\n";
 }
 
-// A table with one column for each host; a host that is refused has no cells.
+// One line of a table with a column for each host. The column of a host that the effect refuses stays empty.
 std::string Row(const Json& hosts, const std::string& label, const std::function<std::string(const Json&)>& cell) {
     std::string line = Padded("  " + label, 52);
     for (const Json& host : hosts) {

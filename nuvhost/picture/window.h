@@ -19,8 +19,8 @@ Window Union(const Window& a, const Window& b);
 std::vector<std::byte> Region(const std::vector<std::byte>& pixels, std::size_t bytesPerPixel, const Window& from,
                               const Window& to);
 
-// Turns the stored pixels upright. `orientation` is the value of the tag, 1 to 8. From 5 on, width and height are
-// swapped.
+// Turns the stored pixels upright. `orientation` is the value of the tag Orientation, 1 to 8. From 5 on, width and
+// height are swapped.
 std::vector<std::byte> Upright(const std::vector<std::byte>& pixels, std::size_t bytesPerPixel, int width,
                                int height, int orientation);
 

@@ -1,9 +1,9 @@
 // The picture module, nuvhost_pictures.so: everything of nuvhost that needs the picture library, OpenImageIO. That
-// library takes a third of a second to load, so the program is made without it. A command first checks all that can
+// library takes a third of a second to load, so the program does not link it. A command first checks all that can
 // be checked without pictures, and then loads the module from the program's own folder.
 //
-// Program and module each link their own copy of what both use. A run uses only one of the two: the module's as
-// soon as it is called.
+// The program and the module each link their own copy of the code that both use, and the two copies do not share
+// their static variables. If a command calls the module, the module alone uses such variables.
 #pragma once
 
 #include <filesystem>
@@ -24,16 +24,18 @@ struct SheetSettings {
     int tileWidth = 480;  // pixels
 };
 
-// What the module exports, under the name of its type. All functions throw UsageError or another std::exception.
+// The module exports one object of this type under the name kPictureModuleSymbol. All functions throw UsageError or
+// another std::exception.
 struct PictureModule {
-    const char* version;  // of the nuvhost that it was built with
+    const char* version;  // of the nuvhost that the module was built with
     void (*renderFiles)(const RenderOptions& options, const FramePlan& plan, Look& look);
     void (*drawChart)(const std::filesystem::path& output, Size size);
     void (*drawSheet)(const SheetSettings& settings);
 };
 inline constexpr auto kPictureModuleSymbol = "NuvhostPictureModule";
 
-// Throws std::runtime_error with the module's name if it, or a library that it needs, is missing.
+// Throws std::runtime_error with the module's name if the module or a library that it needs is missing, or if the
+// module belongs to another version of nuvhost.
 const PictureModule& LoadPictureModule();
 
 }  // namespace nuvhost

@@ -17,8 +17,8 @@
 namespace nuvhost {
 namespace {
 
-// If several pictures are rendered at the same time, each has its own thread, and the picture library needs few or
-// none.
+// Divides the threads: if several pictures are rendered at the same time, each has its own thread, and the picture
+// library needs few threads or none for each of them.
 void ShareThreads(int threads, int workers) {
     OIIO::attribute("threads", std::max(1, threads / workers));
     OIIO::attribute("exr_threads", workers > 1 ? -1 : threads);
@@ -45,8 +45,8 @@ void PrintPlan(const FramePlan& plan, bool black) {
     if (!black && !plan.missing.empty()) std::printf("missing, left out: %s\n", FramesText(plan.missing).c_str());
 }
 
-// Checks every input before anything is rendered. With --keep-going a file that cannot be read fails later, with
-// its own frame. Returns the depth of the first input.
+// Checks every input before anything is rendered. With --keep-going, a file that cannot be read does not end the
+// run here; its frame fails later. Returns the depth of the first input.
 std::optional<Depth> CheckInputs(const RenderOptions& options, const FramePlan& plan,
                                  const MovingSettings& settings) {
     std::optional<Depth> depth;

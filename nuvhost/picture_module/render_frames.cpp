@@ -51,7 +51,8 @@ FrameTimes RenderFrame(const FrameJob& job, const FrameSettings& settings, Effec
 
 void RenderFrames(const FramePlan& plan, const FrameSettings& settings, EffectRunner& runner, int threads,
                   Progress& progress) {
-    // Otherwise the allocator keeps the memory of finished pictures in pieces that are too small for the next ones.
+    // Blocks above this size go back to the system when they are freed. Otherwise the allocator would keep the
+    // memory of finished pictures in pieces that are too small for the next pictures.
     constexpr int kMapped = 1 << 20;
     ::mallopt(M_MMAP_THRESHOLD, kMapped);
 

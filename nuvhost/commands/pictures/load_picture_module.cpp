@@ -11,8 +11,8 @@ namespace nuvhost {
 namespace {
 
 // Some of the libraries start threads while they are loaded, and throw if the system allows no more threads.
-// Exceptions must not pass through the loader. They end the process here, and main's handler prints one line about
-// them.
+// Such an exception must not pass through the loader. `noexcept` ends the process here, and main's terminate
+// handler prints one line.
 void* Open(const std::string& file) noexcept {
     return ::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
 }

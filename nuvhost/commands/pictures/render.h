@@ -39,7 +39,7 @@ struct RenderOptions {
     FrameSettings frames;
     std::filesystem::path plugin;
     std::string size;
-    // Places in lists of words, counted from 1.
+    // Choices from lists of words, counted from 1. If `pixel` is 0, the option was not given.
     int host = 1, missing = 1, alpha = 1, channels = 1, metadata = 1, progress = 1, pixel = 0;
     bool plain = false, dryRun = false, quiet = false, verbose = false;
     int threads = std::clamp(static_cast<int>(std::thread::hardware_concurrency()), 1, kMostThreads);
@@ -69,7 +69,7 @@ inline void Save(const RenderOptions& options, Look& look, const EffectRunner& r
     SaveLook(*options.saveSettings, look);
 }
 
-// Carries out the command: one of the two that follow.
+// Carries out the command. Calls RunStream for a stream, and otherwise RunFiles.
 void Render(RenderOptions& options);
 void RunFiles(const RenderOptions& options, Look& look);
 void RunStream(const RenderOptions& options, Look& look);

@@ -18,7 +18,7 @@ std::vector<std::filesystem::path> FilesOf(const FramePlan& plan) {
     return files;
 }
 
-// The picture module checks whether they are pictures.
+// Checks only that the files can be read. The picture module checks whether they are pictures.
 void CheckInputFiles(const FramePlan& plan) {
     const std::filesystem::path* last = nullptr;  // a still picture is the input of every frame
     for (const auto& job : plan.jobs) {

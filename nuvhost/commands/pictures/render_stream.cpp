@@ -13,7 +13,7 @@
 namespace nuvhost {
 namespace {
 
-constexpr int kMostSide = 30000;  // of a layer, in the hosts
+constexpr int kMostSide = 30000;  // pixels; no host has a larger layer
 
 }  // namespace
 
@@ -45,7 +45,7 @@ void RunStream(const RenderOptions& options, Look& look) {
                              " is a terminal; a stream comes from one program and goes to another");
         }
     }
-    CheckSave(options, {"/dev/stdin", "/dev/stdout"});  // the files that standard input and output may be
+    CheckSave(options, {"/dev/stdin", "/dev/stdout"});  // they may be redirected from or to a file
     RemoveTemporariesOnSignal(WipeBarForGood);
     EffectRunner runner(options.Plugin(), options.Personality(), options.threads, look.sequenceData);
     Save(options, look, runner);

@@ -117,7 +117,7 @@ void Canvas::Fade(const Box& box, const Opacity& opacity) {
 void Canvas::Text(double x, double y, double size, const std::string& text, Align align, const Rgb& color) {
     const int pixels = static_cast<int>(std::lround(size * scale_));
     if (pixels < 4) return;  // letters this small cannot be read
-    // Draws into the canvas's own memory: red, green and blue of its four floats.
+    // The ImageBuf uses the canvas's own memory, so the text is drawn into the canvas.
     OIIO::ImageBuf picture(OIIO::ImageSpec(width_, height_, 4, OIIO::TypeDesc::FLOAT), pixels_.data());
     using OIIO::ImageBufAlgo::TextAlignX;
     constexpr TextAlignX kAlign[] = {TextAlignX::Left, TextAlignX::Center, TextAlignX::Right};

@@ -18,13 +18,13 @@ constexpr Rgb Grey(float value) {
     return {value, value, value};
 }
 
-// In the units of the drawing. Right and bottom are outside of the box.
+// In the units of the drawing. The edges `right` and `bottom` do not belong to the box.
 struct Box {
     double left, top, right, bottom;
 };
 
-// A drawing of width × height units. It lies in the middle of a picture of any size, as large as it fits. If the
-// picture has another shape, there is room beyond the drawing's edges; what lies there is drawn, too.
+// A drawing of width × height units, centred in a picture of any size and as large as the picture allows. If the
+// picture has another shape, there is room beyond the drawing's edges, which can be drawn on, too.
 class Canvas {
 public:
     Canvas(int pixelWidth, int pixelHeight, double unitWidth, double unitHeight);
@@ -36,8 +36,8 @@ public:
     using Color = std::function<Rgb(double x, double y)>;
     using Opacity = std::function<double(double x, double y)>;  // 0 to 1
 
-    // Paints the points for which `inside` is true. It is called for 8 × 8 points of each pixel, but only within
-    // `box`.
+    // Paints the points for which `inside` is true. `inside` is called only for points in `box`, 8 × 8 for each
+    // pixel.
     void Fill(const Box& box, const Inside& inside, const Rgb& color);
     void Fill(const Box& box, const Color& color);
     void Fill(const Box& box, const Rgb& color);
@@ -65,7 +65,7 @@ private:
     using Coverage = std::function<double(int x, int y)>;
     void Paint(const Box& box, const Coverage& coverage, const Color& color);
     Area PixelsOf(const Box& box) const;
-    // From a pixel's middle to a point, in pixels.
+    // The distance from a pixel's middle to a point. The point is in units, the result is in pixels.
     double Distance(int pixelX, int pixelY, double x, double y) const;
     Pixel& At(int x, int y);
     double UnitX(double pixel) const { return (pixel - offsetX_) / scale_; }

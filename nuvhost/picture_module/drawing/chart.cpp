@@ -109,7 +109,8 @@ void FineLines(Canvas& canvas) {
     }
 }
 
-// Black lines that converge: their distance goes from `wide` to `narrow`. They are horizontal or vertical.
+// Black lines that converge: their distance goes from `wide` to `narrow`. They are horizontal if `lying`, or else
+// vertical.
 void Wedge(Canvas& canvas, const Box& box, bool lying, double wide, double narrow) {
     constexpr int kLines = 9;
     const auto inside = [&](double x, double y) {
@@ -128,7 +129,7 @@ void Wedges(Canvas& canvas) {
     Panel(canvas, kBox);
     Wedge(canvas, {687, 87, 757, 225}, false, 7.5, 2);
     Wedge(canvas, {770, 87, 875, 157}, true, 7.5, 2);
-    // The same as rings, so that there are lines in every direction.
+    // Fine rings, so that the panel has lines in every direction.
     constexpr double kX = 822.5, kY = 191.5, kRadius = 33;
     const auto inside = [](double x, double y) {
         const double r = std::hypot(x - kX, y - kY);
@@ -137,7 +138,7 @@ void Wedges(Canvas& canvas) {
     canvas.Fill({kX - kRadius, kY - kRadius, kX + kRadius, kY + kRadius}, inside, kBlack);
 }
 
-// A coloured disc, with a hole whose edge is soft. Only here the picture is not opaque.
+// A coloured disc with a hole whose edge is soft. The rest of the picture is opaque.
 void SoftHole(Canvas& canvas) {
     constexpr double kX = 780, kY = 322, kOuter = 74, kSolid = 56, kClear = 16;
     const auto color = [](double x, double y) {

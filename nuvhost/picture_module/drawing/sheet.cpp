@@ -28,7 +28,7 @@ constexpr Color kLabel{0.78F, 0.78F, 0.80F};
 
 constexpr int kMargin = 24, kGap = 16, kTitleHeight = 72, kLabelHeight = 28;
 constexpr int kCheck = 8;              // side of one square
-constexpr double kMostPixels = 250e6;  // pixels of a page, which takes 16 bytes for each while it is drawn
+constexpr double kMostPixels = 250e6;  // a page takes 16 bytes for each pixel while it is drawn
 
 int Rows() {
     return static_cast<int>(kModes.size()) * 2;
@@ -67,8 +67,7 @@ void Write(ImageBuf& sheet, int x, int y, int size, const std::string& text, con
     algo::render_text(sheet, x, y, Ascii(text), size, FontName(), {color[0], color[1], color[2], 1.0F});
 }
 
-// Puts a tile over the background like a layer in a composition. Its colour is multiplied by alpha, in display
-// values.
+// Converts a tile to floats in display values. Its colour stays multiplied by alpha.
 ImageBuf Layer(const Picture& picture, bool linear) {
     const TypeDesc type = picture.depth == Depth::bits8    ? TypeDesc::UINT8
                           : picture.depth == Depth::bits16 ? TypeDesc::UINT16
@@ -84,6 +83,7 @@ ImageBuf Layer(const Picture& picture, bool linear) {
     return layer;
 }
 
+// Scales the layer to its place and puts it over a checkerboard, like a layer in a composition.
 void Place(ImageBuf& sheet, const ImageBuf& layer, const ROI& place) {
     const ImageBuf small = algo::resize(layer, "", 0, ROI(0, place.width(), 0, place.height(), 0, 1, 0, 4));
     ImageBuf::ConstIterator<float> from(small);

@@ -119,12 +119,14 @@ ImageSpec Arranged(const ImageSpec& file, const Channels& channels) {
     }
     spec.nchannels = static_cast<int>(spec.channelnames.size());
 
-    // These were true only for the old pixels, or announce smaller versions of the picture, which are not written.
+    // These attributes describe the old pixels, or they announce smaller versions of the picture, which are not
+    // written.
     for (const auto* name : {"oiio:SHA-1", "oiio:ConstantColor", "oiio:AverageColor", "oiio:subimages",
                              "textureformat", "openexr:levelmode", "openexr:roundingmode"}) {
         spec.erase_attribute(name);
     }
-    // A grey picture becomes colour, a picture of single bits becomes bytes.
+    // A grey picture is written as colour, and a picture with fewer than 8 bits is written with 8 bits. The
+    // attributes that say otherwise must go.
     if (channels.grey()) {
         for (const auto* name : {"ICCProfile", "tiff:PhotometricInterpretation", "tiff:ColorSpace"}) {
             spec.erase_attribute(name);

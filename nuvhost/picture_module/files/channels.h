@@ -14,7 +14,7 @@ namespace nuvhost {
 // The positions of the channels in the file.
 struct Channels {
     std::array<int, 3> color{};  // -1: the file lacks this channel, but has another of the three
-    int alpha = -1;              // none
+    int alpha = -1;              // -1: none
     std::vector<int> others;
 
     bool grey() const { return color[0] >= 0 && color[0] == color[1]; }
@@ -22,7 +22,7 @@ struct Channels {
 
 Channels Locate(const OIIO::ImageSpec& file);
 
-// Makes the ImageSpec for writing from the one that was read.
+// Makes the ImageSpec of PictureFile from that of the file: R, G, B, then alpha if there is one, then the others.
 OIIO::ImageSpec Arranged(const OIIO::ImageSpec& file, const Channels& channels);
 
 // Takes colour and alpha from whole pixels, which have `channelCount` channels of the picture's type. If the file

@@ -9,7 +9,7 @@
 
 namespace nuvhost {
 
-// It must exist longer than the writer that uses it.
+// Destroy it after the writer that uses it.
 class CheckedFile : public OIIO::Filesystem::IOFile {
 public:
     explicit CheckedFile(const std::string& name) : IOFile(name, Write) {}
@@ -26,8 +26,8 @@ public:
     void close() override { Close(); }
 
     bool made() const { return handle() != nullptr; }
-    // Closes the file and returns whether it has taken every byte, which some file systems tell only now. Call it
-    // when no writer uses the file any more.
+    // Closes the file and returns whether every byte was written. Some file systems report an error only now. Call
+    // it when no writer uses the file any more.
     bool Close() {
         if (std::FILE* const file = std::exchange(m_file, nullptr)) {
             complete_ = std::ferror(file) == 0 && complete_;

@@ -25,17 +25,17 @@ struct PictureFile {
     Picture picture;
     OIIO::ImageSpec spec;
     // The place of the layer in the file's coordinates. If the format has a data and a display window (OpenEXR),
-    // the layer has both; otherwise it is the stored pixels.
+    // the layer contains both; otherwise it is the stored pixels.
     Window layer;
     bool straight = false;          // whether the layer's colour is not multiplied by alpha
-    bool fileStraight = false;      // the same for the file; formats that allow both are written like it
+    bool fileStraight = false;      // the same for the file; a format that allows both keeps this
     std::vector<std::byte> others;  // the channels after alpha, of the data window, in the types that spec names
     std::string format;             // the name of the file's format
     // The type in which all channels are written. Without it they are written in the types of `spec`.
     std::optional<OIIO::TypeDesc> fileType;
 
-    // Which of R, G and B the file lacks while it has another of them. These are 0. A format whose channels have
-    // names is written without them.
+    // Which of R, G and B the file lacks, if it has at least one of the three. A lacking channel is 0 in `picture`.
+    // It is not written if the format gives names to channels.
     std::array<bool, 3> lacking{};
 
     bool hasAlpha() const { return spec.alpha_channel >= 0; }
@@ -57,16 +57,16 @@ PictureFile BlackLike(const PictureFile& header);
 
 void Reduce(PictureFile& picture, const Reduction& reduction);
 
-// UsageError if no writer takes the name.
+// Throws UsageError if no picture format has the extension of this name.
 void CheckFormat(const std::filesystem::path& output);
 // Throws std::runtime_error if the format cannot hold all channels of the picture.
 void CheckChannels(const std::filesystem::path& output, const PictureFile& picture);
 
 // Writes the picture in the file's own pixel type, or in the nearest type of the format. Alpha is stored as the
-// format requires: OpenEXR has colours that are multiplied by it, PNG has not, and JPEG has no alpha and gets the
-// picture over black. A format with a display window gets the pixels of the data window, other formats those of the
-// display window. If the format cannot hold the orientation tag, the picture is turned upright. The file appears
-// complete or not at all. Throws std::runtime_error.
+// format requires: OpenEXR holds colour multiplied by alpha, PNG holds straight colour, and JPEG has no alpha and
+// gets the picture over black. A format with a display window gets the pixels of the data window, other formats
+// those of the display window. If the format cannot hold the orientation tag, the picture is turned upright. The
+// file appears complete or not at all. Throws std::runtime_error.
 void WritePicture(const std::filesystem::path& file, const PictureFile& picture);
 
 }  // namespace nuvhost

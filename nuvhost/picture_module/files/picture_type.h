@@ -1,4 +1,4 @@
-// What reading and writing share: names that the picture library has for things.
+// Names and types of the picture library that reading and writing share.
 #pragma once
 
 #include <OpenImageIO/typedesc.h>
@@ -12,7 +12,7 @@
 namespace nuvhost {
 
 constexpr auto kStraightAlpha = "oiio:UnassociatedAlpha";
-constexpr std::string_view kWindowedFormat = "openexr";  // the format whose display window all readers use
+constexpr std::string_view kWindowedFormat = "openexr";  // the only format whose display window nuvhost uses
 
 inline OIIO::TypeDesc TypeOf(Depth depth) {
     switch (depth) {

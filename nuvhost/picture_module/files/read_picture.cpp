@@ -29,7 +29,7 @@ std::vector<std::byte> ReadPixels(ImageInput& input, const TypeDesc& type, const
     const auto channels = static_cast<std::size_t>(spec.nchannels);
     std::vector<std::byte> pixels(spec.image_pixels() * (native ? spec.pixel_bytes(true) : channels * type.size()));
     const bool read = input.read_image(0, 0, 0, spec.nchannels, type, pixels.data());
-    // If a file is truncated, some readers fill the rest with black and return success. Only geterror() tells it.
+    // If a file is truncated, some readers fill the rest with black and return success. Only geterror() shows this.
     if (const auto error = input.geterror(); !read || !error.empty()) Fail(file, "cannot be read", error);
     return pixels;
 }

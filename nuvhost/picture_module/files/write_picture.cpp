@@ -39,7 +39,7 @@ void Remove(ImageSpec& spec, int channel) {
     }
 }
 
-// The ImageSpec with only what the format knows, so that the writer converts nothing by itself.
+// Removes from the ImageSpec what the format does not support, so that the writer converts nothing by itself.
 ImageSpec Fitted(ImageSpec spec, const ImageOutput& writer, bool straight) {
     if (!writer.supports("tiles")) spec.tile_width = spec.tile_height = spec.tile_depth = 0;
     if (!spec.channelformats.empty() && !writer.supports("channelformats")) {
@@ -51,15 +51,15 @@ ImageSpec Fitted(ImageSpec spec, const ImageOutput& writer, bool straight) {
     }
     spec.erase_attribute(kStraightAlpha);
     if (spec.alpha_channel >= 0 && straight) spec.attribute(kStraightAlpha, 1);
-    // Half the resolution for colour would blur the colour fringes, which this effect is about.
+    // By default the JPEG writer halves the resolution of colour. This would blur the colour fringes of the effect.
     if (std::string_view(writer.format_name()) == "jpeg" && !spec.find_attribute("jpeg:subsampling")) {
         spec.attribute("jpeg:subsampling", "4:4:4");
     }
     return spec;
 }
 
-// Whole pixels, each channel in the writer's own type, because channels of several types can only be written so. Of
-// colour and alpha, only the channels in `kept` are written.
+// Builds whole pixels with each channel in the type that `written` gives it. The writer takes channels of several
+// types only in this form. Of colour and alpha, only the channels in `kept` are included.
 std::vector<std::byte> Assembled(const Picture& picture, const std::vector<std::byte>& others,
                                  const PictureFile& source, const std::vector<int>& kept,
                                  const ImageSpec& written) {
@@ -87,7 +87,7 @@ std::vector<std::byte> Assembled(const Picture& picture, const std::vector<std::
     return pixels;
 }
 
-// Floats leave the one rounding to the writer.
+// Converts to floats, so that values are rounded only once, by the writer.
 Picture InFloats(const Picture& picture) {
     Picture result{picture.width, picture.height, Depth::bits32, {}};
     result.pixels.resize(result.pixelCount() * result.bytesPerPixel());
@@ -142,7 +142,7 @@ private:
         }
     }
 
-    // Whether the colour of the prepared picture is straight.
+    // Converts the colour to what the format requires. Returns whether it is straight now.
     bool ChooseAlpha(const ImageOutput& writer) {
         if (!source_.hasAlpha()) return false;
         const auto rule = writer.supports("alpha") ? AlphaOf(writer.format_name()) : Alpha::associated;
@@ -250,8 +250,8 @@ void WritePicture(const std::filesystem::path& file, const PictureFile& source) 
     });
     const bool complete = opened && written.Write(*writer) && writer->close();
     const auto error = WithoutTemporary(writer->geterror(), output, file);
-    // The TIFF writer's close always returns success. It also reports an error if there are no Exif data, which is
-    // none.
+    // The TIFF writer's close() always returns success, so the error text counts, too. The writer also gives such a
+    // text if there are no Exif data, but that is no error.
     const bool complained = !error.empty() && !error.ends_with("of the Exif data");
     if (!complete || complained) Fail(file, "cannot be written", error);
     writer.reset();
