@@ -6,7 +6,7 @@
 namespace validator {
 namespace {
 
-struct Ended {};  // the check has reported why
+struct Ended {};  // thrown to end a check that has already reported why
 
 }  // namespace
 

@@ -24,7 +24,7 @@ enum class Where { compositor, editor, both };
 enum class Kind {
     usual,
     slow,  // --quick leaves it out, and its time limit is ten times as long
-    gate,  // if it fails, nothing else can be checked, and no other check runs
+    gate,  // runs before the others; if it fails, nothing else can be checked, and no further check runs
 };
 
 struct Check {
@@ -57,7 +57,7 @@ public:
     const std::filesystem::path& plugin() const { return job_.plugin; }
     refhost::Personality personality() const { return job_.personality; }
     bool inEditor() const { return personality() == refhost::Personality::editor; }
-    // The size of the frames that no other check renders.
+    // The check's own frame size in signs.h, which no other check renders.
     signs::Size size() const { return signs::SizeOf(job_.check->id); }
     std::mt19937_64& random() { return random_; }  // the same numbers for the same --seed
 
@@ -66,17 +66,18 @@ public:
     // A host of the check's personality that records calls.
     refhost::HostOptions HostOptions() const;
 
-    // Reports a failure; the check goes on. One sentence that names what was seen, without the check's id.
+    // Reports a failure; the check goes on. `what` is a sentence about what was seen, without the check's id.
     void Fail(std::string what);
     // Calls Fail if `holds` is false. Returns `holds`.
     bool Expect(bool holds, std::string what);
-    // As Expect, but ends the check. It does so by an exception, so only the check's own thread may call it.
+    // Like Expect, but a failure ends the check. It throws an exception, so only the check's own thread may call
+    // it.
     void Require(bool holds, std::string what);
-    // One failure for each line.
+    // Reports one failure for each line. Each begins with `about`.
     void ExpectNone(const std::vector<std::string>& lines, std::string_view about);
     // Ends the check, which then counts neither as passed nor as failed.
     [[noreturn]] void NotApplicable(std::string why);
-    // Counts what was tried. The end of the run prints the sum.
+    // Adds to the number of points that were tried. The end of the run prints their sum.
     void AddPoints(std::int64_t points);
 
 private:

@@ -1,4 +1,4 @@
-// How the validator says that its input is wrong.
+// The exception for wrong input.
 #pragma once
 
 #include <stdexcept>

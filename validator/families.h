@@ -1,10 +1,10 @@
-// The families of checks. Each has its checks in validator/checks/<family>.cpp, and their controls in a file of the
-// same name among the tests' broken plug-in.
+// The families of checks. The checks of a family lie in validator/checks/<family>.cpp, and their controls in a file
+// of the same name in tests/validator/broken_plugin/controls/.
 #pragma once
 
 // Calls `family` with the name of each family that this system has, in the order in which the families run. The
-// family FaultsSetup lies in faults_setup.cpp, and its functions are FaultsSetupChecks and FaultsSetupControls. A
-// file that is missing here does not compile, because its function is not declared.
+// family FaultsSetup lies in faults_setup.cpp, and its functions are FaultsSetupChecks and FaultsSetupControls. The
+// file of a family that is missing here does not compile, because its function is not declared.
 // clang-format off
 #define NUV_FAMILIES(family)      \
     family(Loading)               \
@@ -27,7 +27,7 @@
     NUV_WINDOWS_FAMILIES(family)
 // clang-format on
 
-// The families that one system has alone. Their files lie in linux/ or windows/.
+// The families that only one system has. Their files lie in linux/ or windows/.
 #if defined(_WIN32)
 #define NUV_LINUX_FAMILIES(family)
 #define NUV_WINDOWS_FAMILIES(family) family(PropertyList)

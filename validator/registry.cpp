@@ -70,7 +70,7 @@ bool IsOfOtherSystem(std::string_view id) {
     return std::ranges::find(kOnOther, id) != kOnOther.end();
 }
 
-// Only the last star is ever taken up again, so that a long text with many stars takes no time.
+// After a mismatch only the last star is extended. This is enough, and it stays fast if the pattern has many stars.
 bool MatchesGlob(std::string_view text, std::string_view glob) {
     std::size_t at = 0, in = 0, star = glob.npos, resume = 0;
     while (at < text.size()) {

@@ -14,7 +14,8 @@ namespace validator {
 NUV_FAMILIES(NUV_DECLARE)
 #undef NUV_DECLARE
 
-// The ids of the checks that one system has alone. A deviation file is the same on both systems, so both know them.
+// The ids of the checks that only one system has. Both systems know all of these ids, because both read the same
+// file of deviations.
 inline constexpr std::string_view kLinuxChecks[] = {
     "faults.session-thread", "faults.session-memory", "faults.smart-thread",
     "faults.smart-memory",   "faults.plain-thread",   "faults.plain-memory",

@@ -1,5 +1,5 @@
-// How a check and its control know each other. The control of a check spoils only what that check does, so that
-// other checks still hold. What both have to agree on stands here once.
+// What a check and its control must agree on. A control breaks only its own check, so that all other checks still
+// hold. It recognises the commands of its check by the signs in this file, such as the size of a frame.
 #pragma once
 
 #include <chrono>
@@ -147,7 +147,7 @@ inline constexpr FrameSize kFrameSizes[] = {
     {"misuse.no-output", {19, 12}},
 };
 
-// A check that has no size does not compile where this is a constant, and fails where it runs.
+// If the check has no size, a constant expression does not compile, and a call at run time throws.
 constexpr Size SizeOf(std::string_view check) {
     for (const FrameSize& frame : kFrameSizes) {
         if (frame.check == check) return frame.size;
@@ -175,13 +175,14 @@ static_assert([] {
 
 // ---- Other signs ----------------------------------------------------------------------------------------------
 
-// Checks of set-up ask in two versions of the host. Most faults show in this one only.
+// Checks of set-up ask in hosts of two versions. Most of their controls are at fault only in a host of this
+// version.
 inline constexpr PF_SpecVersion kNewerHost{13, 30};
 
-// exceptions.*: what the host's callbacks throw. It comes back as a code.
+// exceptions.*: an int that the host's callbacks throw. The effect turns it into its code.
 inline constexpr int kThrown = 4711;
 
-// loading.time: how often the effect is loaded, and how long the fastest load may take.
+// loading.time: how often the check loads the effect, and the time that the fastest load must stay below.
 inline constexpr int kTimedLoads = 5;
 inline constexpr std::chrono::milliseconds kLoadTime{100};
 
@@ -195,7 +196,7 @@ inline constexpr int kSessions = 3;
 // render.frames-apart: the time of the other frame.
 inline constexpr std::int32_t kOtherFramesTime = 50;
 
-// sequence.size: the most bytes that a new instance may have, and how many new instances are asked for in a row.
+// sequence.size: the most bytes that the block of a new instance may have, and how many instances the check makes.
 inline constexpr std::uint64_t kLargestBlock = std::uint64_t{64} << 20;
 inline constexpr int kNewInstances = 3;
 // sequence.resetup-foreign: the bytes of the largest block.

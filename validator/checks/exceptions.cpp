@@ -50,7 +50,7 @@ public:
         context_.AddPoints((calls - first) * static_cast<std::int64_t>(std::size(kThrowers)));
     }
 
-    // How many callbacks the commands make.
+    // Runs the commands and returns how many callbacks they make.
     template <typename Commands>
     std::int64_t Run(Commands commands) {
         host_.account().Reset();

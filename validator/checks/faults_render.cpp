@@ -1,5 +1,5 @@
-// The host's callbacks fail while the effect renders a frame. faults_setup.cpp has the set-up commands, and
-// linux/faults_system.cpp has what the operating system refuses.
+// The host's callbacks fail while the effect renders a frame. In faults_setup.cpp they fail during the set-up
+// commands. In linux/faults_system.cpp the operating system refuses threads and memory.
 #include <algorithm>
 #include <array>
 #include <iterator>
@@ -53,7 +53,7 @@ void NullSuite(Context& context) {
     trial.End(kNoSuchCall);
 }
 
-// Effects make their own worlds in hosts that only iterate over pixels.
+// Plays a host without iterate_generic, because an effect may need worlds of its own only there.
 template <RenderCommand command>
 void World(Context& context) {
     static constexpr Call kCalls[] = {Call::newWorld};
@@ -62,9 +62,9 @@ void World(Context& context) {
     trial.End(kNoSuchCall);
 }
 
-// ---- Promises of their own ------------------------------------------------------------------------------------
+// ---- Promises about every callback ----------------------------------------------------------------------------
 
-// Every callback of every command, in hosts with and without iterate_generic.
+// Fails every callback of every render command in turn, in hosts with and without iterate_generic.
 template <Flaws flaws>
 void EachOfAll(Context& context) {
     static constexpr Call kSuites[] = {Call::acquireSuite};

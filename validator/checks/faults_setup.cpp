@@ -1,4 +1,4 @@
-// The host's callbacks fail while it sets the effect and its instances up.
+// The host's callbacks fail while the host sets up the effect and its instances.
 #include <algorithm>
 
 #include "reference_host/calls.h"

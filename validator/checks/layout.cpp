@@ -50,9 +50,9 @@ void IsSamePicture(Context& context) {
     }
 }
 
-// ---- What is not the effect's ---------------------------------------------------------------------------------
+// ---- Bytes that do not belong to the effect -------------------------------------------------------------------
 
-// Scene::Render reports bytes that were written. This check gives it rows with bytes between them.
+// Scene::Render reports bytes outside of the pixels that were written. Here the rows have such bytes between them.
 void PaddingIsUntouched(Context& context) {
     Scene scene(context);
     for (const PF_PixelFormat format : scene.formats()) {
@@ -75,8 +75,8 @@ void PaddingIsNotRead(Context& context) {
     }
 }
 
-// Puts a world's pixels between two pages that end the process when they are touched. The pixels touch the page
-// before them or the page after them.
+// Copies a world's pixels to memory between two pages that end the process when they are touched. The copy ends
+// directly before the second page if `atEnd`, and otherwise begins directly after the first page.
 class BetweenPages {
 public:
     BetweenPages(refhost::World& world, bool atEnd) : world_(world), memory_(Bytes(world)) {
@@ -183,7 +183,7 @@ void OutputMayBeCutOut(Context& context) {
 
 // ---- Fields ---------------------------------------------------------------------------------------------------
 
-// The worlds are every second row of a frame.
+// Each world consists of every second row of a frame.
 template <int field>
 void RendersField(Context& context) {
     Scene scene(context);

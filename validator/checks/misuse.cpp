@@ -1,4 +1,4 @@
-// Hosts that do what no host should do. The effect may refuse, but must not crash. Where no correct host can do
+// Hosts that do what hosts should not do. The effect may refuse, but must not crash. If a correct host can never do
 // such a thing, the promise begins with "Beyond the protocol".
 #include <array>
 #include <limits>
@@ -25,7 +25,7 @@ void ExpectBalance(Context& context, Interview& interview) {
     context.ExpectNone(interview.host.account().Misuse(), "misuse");
 }
 
-// ---- Commands that there are not ------------------------------------------------------------------------------
+// ---- Commands that do not exist -------------------------------------------------------------------------------
 
 std::vector<PF_Cmd> UnknownCommands(Context& context) {
     std::vector<PF_Cmd> commands{
@@ -42,7 +42,7 @@ void AnswersUnknownCommands(Context& context) {
         ExpectSuccess(context, interview.Send(cmd), Numbered(cmd));
 }
 
-// Sends a command with every record that it could write to.
+// Sends a command with every record that the effect could write to.
 void ExpectUntouched(Context& context, Interview& interview, PF_Cmd cmd) {
     PF_ParamDef layer{};
     PF_ParamDef* params[] = {&layer};
@@ -110,7 +110,7 @@ void OffersStrangeHostsTheSame(Context& context) {
 
 // ---- Null pointers --------------------------------------------------------------------------------------------
 
-// Any code is right. A crash ends the check.
+// The effect may return any code. A crash is a failure.
 void LivesWithoutOutData(Context& context) {
     Interview interview(context);
     interview.SetUp();
@@ -182,7 +182,7 @@ void RefusesRenderWithoutParams(Context& context) {
     ExpectRefusal(context, interview, PF_Cmd_RENDER, nullptr, nullptr);
 }
 
-// The effect may answer a frame with a missing part by any code. The next frame must be right.
+// The effect may return any code for a frame in which one world is missing. The next frame must be right.
 template <bool Frame::*part>
 void LivesWithout(Context& context) {
     Scene scene(context);
@@ -202,7 +202,7 @@ void LivesWithout(Context& context) {
 
 // ---- Out of order ---------------------------------------------------------------------------------------------
 
-// These are the first commands of this process.
+// No command was sent in this process before these.
 void LivesBeforeGlobalSetup(Context& context) {
     Interview interview(context);
     PF_Handle block = nullptr;

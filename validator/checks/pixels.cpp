@@ -18,7 +18,7 @@ namespace {
 using refhost::WorldLayout;
 using signs::SizeOf;
 
-// Renders with two poisons, because a pixel that is not written may by chance hold the right value in one of them.
+// Renders with two poisons, because one poison may by chance be the right value of a pixel that is not written.
 void ExpectWritten(Context& context, Scene& scene, Frame& frame) {
     const auto first = scene.Picture(frame, 0xA5);
     ExpectSame(context, scene.Picture(frame, 0x5A), first, frame.output.layout(), "what was in the output shows");
@@ -63,7 +63,7 @@ void StaysFinite(Context& context) {
         context.Require(std::isfinite(channel), "a channel is not finite though all of the input is");
 }
 
-// The average of each channel. White is 1.
+// The average of each channel, where white is 1.
 std::array<double, 4> Averages(const std::vector<std::byte>& pixels, int bytesPerPixel) {
     std::array<double, 4> sums{};
     const std::size_t channel = static_cast<std::size_t>(bytesPerPixel) / 4, channels = pixels.size() / channel;
@@ -106,8 +106,8 @@ void DepthsAgree(Context& context) {
 
 // ---- Float values ---------------------------------------------------------------------------------------------
 
-// Puts each value into each channel of different pixels of an ordinary picture. The effect may render anything, but
-// twice the same, and must not damage anything else.
+// Puts each value into each of the four channels, at different pixels of an ordinary picture. The effect may render
+// any picture, but it must render the same picture twice, and must not damage anything.
 void ExpectRenders(Context& context, const std::vector<float>& values) {
     Scene scene(context);
     Frame frame(Scene::Layout(FormatOf(context, scene, 16), context.size()));
@@ -150,7 +150,7 @@ void TakesDenormal(Context& context) {
 
 // ---- Sizes ----------------------------------------------------------------------------------------------------
 
-// Each of tens of thousands of rows would be a record of a call.
+// These frames have tens of thousands of rows, and each row would be a record of a call.
 refhost::HostOptions WithoutRecords(const Context& context) {
     auto options = context.HostOptions();
     options.recordCalls = false;
@@ -245,7 +245,7 @@ private:
 };
 
 // Each world has 2.16 GB. If the effect draws the same first and last rows in two small frames of different
-// heights, it must draw these rows in the large frame, too. If not, it must only write them.
+// heights, it must draw these rows in the large frame, too. Otherwise it is enough that it writes them.
 void HasHugeFrame(Context& context) {
     constexpr std::int64_t kWorld = std::int64_t{kHuge.width} * kHuge.height * 16,
                            kNeeded = 4 * kWorld;  // an effect may keep two copies of its own

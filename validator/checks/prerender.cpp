@@ -32,14 +32,14 @@ std::string Text(const PF_LRect& r) {
            std::to_string(r.bottom) + ")";
 }
 
-// A scene of an effect that has pre-render, and one frame of the size that signs.h gives the check.
+// A scene of an effect that declares smart render, and one frame of the size that signs.h gives the check.
 struct Smart {
     explicit Smart(Context& theContext)
         : context(theContext), scene(theContext), frame(Scene::Layout(scene.formats().front(), theContext.size())) {
         if (scene.path() != RenderPath::smart) context.NotApplicable("the effect declares no smart render");
     }
 
-    // Sends pre-render without a render. A code ends the check.
+    // Sends pre-render without a render. A code other than 0 ends the check.
     refhost::RenderResult PreRender() {
         scene.host.account().Reset();
         auto result = frame.Render(scene.host, scene.instance, RenderPath::smart, false);

@@ -84,7 +84,7 @@ void HasApiForThreads(Context& context) {
 
 // ---- The callback ---------------------------------------------------------------------------------------------
 
-// A scan with a callback of our own, which sees what the effect passes, and chooses the answer.
+// A scan with a callback of our own, which stores what the effect passes to it and returns `answer`.
 struct ByHand {
     PF_Err answer = PF_Err_NONE;
     PF_Err result = PF_Err_NONE;

@@ -26,7 +26,8 @@ void InEachFormat(Context& context, Try attempt) {
 
 // ---- Left alone -----------------------------------------------------------------------------------------------
 
-// Scene::Render reports what was damaged. The control of each of these checks damages something else.
+// Scene::Render reports all damage, so these three checks have the same body. Their frame sizes differ, and the
+// control of each check damages a different thing in frames of its size.
 void KeepsInput(Context& context) {
     InEachFormat(context, [](Scene& scene, Frame& frame) { scene.Picture(frame); });
 }
@@ -131,7 +132,7 @@ void ForgetsOtherFrames(Context& context) {
     });
 }
 
-// The host also renders by the other path, which is what other hosts do.
+// The host also sends plain renders, because other hosts do so.
 void SmartAndPlainAgree(Context& context) {
     Scene scene(context);
     if (scene.path() != RenderPath::smart) context.NotApplicable("the effect declares no smart render");
@@ -205,7 +206,7 @@ void RendersFromOrigin(Context& context) {
 
 // ---- Nothing to render ----------------------------------------------------------------------------------------
 
-// Any code is right, but nothing may be damaged, and the next frame must render.
+// The effect may return any code, but must not damage anything, and must render the next frame.
 void ExpectReturns(Context& context, Scene& scene, Frame& frame) {
     scene.host.account().Reset();
     frame.Render(scene.host, scene.instance, scene.path());

@@ -107,7 +107,7 @@ void SetdownFrees(Context& context) {
     });
 }
 
-// The host puts the block into both records, and afterwards looks into out_data.
+// The host puts the block into both records, and afterwards reads it from out_data.
 void SetdownClears(Context& context) {
     WithBlock(context, [&](Interview& host, PF_Handle block) {
         host.Prepare();
@@ -128,7 +128,7 @@ void SetdownWithoutData(Context& context) {
 
 void DoesNotGrow(Context& context) {
     constexpr std::int64_t kGrowth = 4096;
-    constexpr int kWarmUp = 4 * kCycles;  // because the host remembers a few thousand handles
+    constexpr int kWarmUp = 4 * kCycles;  // until the list of freed handles in the reference host no longer grows
     std::array<std::int64_t, 2> used{};
     RequireHeapCount(context);
     InEachHost(context, [&](Interview& host) {

@@ -10,7 +10,8 @@ namespace {
 
 using namespace sequence;
 
-// The host gives freed blocks out again with their old bytes, so bytes that the effect never writes differ.
+// The host reuses freed blocks with their old bytes, so bytes that the effect never writes differ between
+// instances.
 void AreSavedAlike(Context& context) {
     WithBlock(context, [&](Interview& host, PF_Handle block) {
         host.host.options().keepFreedHandles = true;
@@ -44,7 +45,7 @@ void SavesTheSameAgain(Context& context) {
     });
 }
 
-// Runs an instance that begins with these bytes. The effect may refuse them.
+// Runs an instance whose data are these bytes. The effect may refuse them.
 void LiveFrom(Context& context, Interview& host, const Bytes& bytes) {
     context.AddPoints(1);
     PF_Handle block = host.NewBlock(bytes);
@@ -89,7 +90,7 @@ void TakesGarbage(Context& context) {
     });
 }
 
-// For a copy of a layer a host hands the saved data back twice.
+// A host that copies a layer sends re-set-up twice.
 void RendersFromSavedData(Context& context) {
     Scene scene(context);
     Frame frame(Scene::Layout(scene.formats().front()));

@@ -23,7 +23,7 @@ void InEachSetUp(Context& context, const auto& ask) {
     });
 }
 
-// The parameters that hosts of all versions get. A parameter that is the same in all of them appears once.
+// The parameters that hosts of all versions get. A parameter that is the same in all versions appears once.
 std::vector<AddedParam> Params(Context& context) {
     std::vector<AddedParam> params;
     InEachSetUp(context, [&](const Interview& interview) {
@@ -248,7 +248,7 @@ void AreTheSameAgain(Context& context) {
     });
 }
 
-// These are the first commands of this process.
+// No command was sent in this process before these.
 void AreTheSameInAnyOrder(Context& context) {
     std::vector<std::vector<AddedParam>> alone;
     InEachVersion(context, [&](Interview& interview) {

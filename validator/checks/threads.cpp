@@ -112,7 +112,7 @@ void WaitForEachOther(Context& context) {
             waited = false;
             crowd.Render(i);
         });
-        scene.host.options().faults = nullptr;  // because the variables that it refers to end here
+        scene.host.options().faults = nullptr;  // the plan refers to variables that end here
         context.AddPoints(1);
         if (!context.Expect(met, "while one render is in " + std::string(Name(kind)) + ", no other gets there"))
             return;
@@ -185,7 +185,7 @@ void RowsOnManyThreads(Context& context) {
     }
 }
 
-// A render must succeed here, because a render that gives up at once would change nothing.
+// The render must succeed, because a render that gives up at once would keep every promise about threads.
 void RequireRender(Context& context, Scene& scene, Frame& frame) {
     const PF_Err code = CodeOf(frame.Render(scene.host, scene.instance, scene.path()));
     context.Require(code == PF_Err_NONE,
@@ -274,7 +274,7 @@ void ThreadsComeAndGo(Context& context) {
             }).join();
         }
     };
-    // Fills the list of freed handles that the host keeps.
+    // Fills the list of freed handles that the reference host keeps, so that it does not grow later.
     for (int i = 0; i < 5000; ++i)
         scene.host.DisposeHandle(scene.host.NewHandle(1));
     comeAndGo(kWarmUps);

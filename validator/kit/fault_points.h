@@ -1,5 +1,5 @@
-// Fails the host's callbacks one after the other. One render shows which callbacks the effect makes. Then one more
-// render for each of them follows, in which this callback fails.
+// Fails the host's callbacks one after the other. One render shows which callbacks the effect makes. Then there is
+// one more render for each of these callbacks, in which the callback fails.
 #pragma once
 
 #include <span>
@@ -12,7 +12,7 @@ namespace validator::faults {
 
 using Lines = std::vector<std::string>;
 
-// The command whose callbacks fail. If the pre-render of a frame succeeds in spite of that, its render follows.
+// The command whose callbacks fail. If a pre-render succeeds although a callback fails, its render follows.
 enum class RenderCommand { preRender, smartRender, plainRender };
 std::string_view NameOf(RenderCommand command);
 
@@ -20,7 +20,7 @@ inline constexpr PF_Err kRefused = 77;  // a code that effects do not use themse
 
 struct Fault {
     std::span<const refhost::Call> calls;  // each call of these kinds fails in turn
-    PF_Err code = kRefused;                // 0 with AcquireSuite: success and a null pointer
+    PF_Err code = kRefused;                // the code of the call; 0 with AcquireSuite: success and a null pointer
     bool generic = true;                   // HostOptions::genericIteration
 };
 
@@ -45,17 +45,18 @@ struct FrameOutcome {
     Lines kept;  // what the effect keeps now and did not keep before the frame
 };
 
-// The ways in which a frame breaks the promise of a check; empty if it keeps the promise.
+// Returns one line for each way in which the frame breaks the promise of a check.
 using Flaws = Lines (*)(const FrameOutcome& outcome);
 
-// Suites that are kept, and handles that are unlocked but were not locked. Many effects fail here, so two checks
-// look for these after all faults, and the other checks do not.
+// SuitesFlaws are suites that the effect keeps. UnlocksFlaws are handles that it unlocks but has not locked. Many
+// effects fail here. Two checks of their own report these flaws after each fault of a callback, and UsualFlaws does
+// not contain them.
 Lines SuitesFlaws(const FrameOutcome& outcome);
-Lines UnlocksFlaws(const FrameOutcome& outcome);  // one line for all of them
+Lines UnlocksFlaws(const FrameOutcome& outcome);  // at most one line
 // All other damage and misuse, and everything else that is kept.
 Lines UsualFlaws(const FrameOutcome& outcome);
-Lines PassesOnFlaws(const FrameOutcome& outcome);  // as UsualFlaws, and the code must be kRefused
-Lines StrictFlaws(const FrameOutcome& outcome);    // all of the first three
+Lines PassesOnFlaws(const FrameOutcome& outcome);  // UsualFlaws, and a line if the code is not kRefused
+Lines StrictFlaws(const FrameOutcome& outcome);    // UsualFlaws, SuitesFlaws and UnlocksFlaws
 
 // Collects what is wrong at the points that a check tries.
 class Trial {
@@ -80,7 +81,7 @@ private:
 // A frame of few pixels in one format, rendered again and again by one instance.
 class Bench {
 public:
-    // Renders the frame once. From now on the bench sets the fault plan of the scene's host.
+    // Renders the frame once. The bench overwrites the fault plan of the scene's host here and in each render.
     Bench(Scene& scene, RenderCommand command, PF_PixelFormat format);
 
     // The code of that render. If it is not 0, the bench cannot be used.
@@ -88,7 +89,7 @@ public:
     // The callbacks of the command when nothing fails.
     const std::vector<refhost::CallRecord>& calls() const { return calls_; }
     FrameOutcome Render(const refhost::FaultPlan& faults = nullptr);
-    // Takes back what the effect has kept and renders again. Empty if the picture is the first one.
+    // Takes back what the effect has kept and renders again. Empty if the picture equals the first picture.
     Lines NextIsRight();
     std::string Name() const;  // "smart render, 8-bit ARGB"
 
@@ -111,8 +112,8 @@ std::vector<Bench> BenchesOf(Context& context, Scene& scene, RenderCommand comma
 // Options under which every render makes the same calls in the same order.
 refhost::HostOptions InOrder(Context& context);
 
-// Tries each call of these kinds. Adds the flaws of the frame in which the call fails, and those of the next frame.
-// A call that does not come again adds nothing.
+// Fails each call of the kinds in `fault.calls`. Adds the flaws of the frame in which the call fails, and those of
+// the next frame. A call that the effect does not make again adds nothing.
 void TryEach(Trial& trial, RenderCommand command, const Fault& fault, Flaws flaws);
 
 }  // namespace validator::faults

@@ -16,9 +16,9 @@ struct Sent {
 
 struct SessionOutcome {
     std::vector<Sent> sent;  // the set-up and set-down commands
-    // What is wrong with the frame of each instance, or with its set-up if a retry fails as well.
+    // What is wrong with the frame of each instance, or with the set-up of the instance if its retry also fails.
     Lines frames;
-    Lines kept, misuse;  // sorted, without those that also come if nothing fails
+    Lines kept, misuse;  // sorted, without lines that also appear if nothing fails
 
     bool Failed() const;  // whether any command failed
 };
@@ -30,7 +30,7 @@ class SessionBench {
 public:
     static constexpr signs::Size kSize{5, 3};
 
-    // Runs a session in which no callback fails. Ends the check if a command fails all the same.
+    // Runs a session in which no callback fails. Ends the check if a command fails nevertheless.
     explicit SessionBench(Context& context);
 
     refhost::Host& host() { return host_; }
@@ -38,8 +38,8 @@ public:
     // The callbacks of all commands except the render commands.
     const std::vector<refhost::CallRecord>& calls() const { return calls_; }
 
-    // Takes back what the effect has kept and runs a session. `faults` holds in all commands except the render
-    // commands and retries.
+    // Takes back what the effect has kept and runs a session. `faults` applies to all commands except the
+    // render commands and retries.
     SessionOutcome Run(const refhost::FaultPlan& faults = nullptr);
     // Runs another session without faults. Empty if it is like the first.
     Lines NextIsRight();

@@ -5,7 +5,8 @@
 
 namespace validator {
 
-// Ends the check in a build with a sanitizer, because the C runtime does not count the sanitizer's heap.
+// Ends the check in a build with a sanitizer or for coverage, because the heap of such a build says nothing about
+// the effect's own memory.
 void RequireHeapCount(Context& context);
 
 }  // namespace validator

@@ -15,7 +15,7 @@ refhost::HostOptions OptionsFor(Context& context, refhost::Personality personali
     return options;
 }
 
-// Without the address of the choices.
+// The bytes of the definition, with the text of the choices instead of its address.
 std::string Comparable(const AddedParam& param) {
     PF_ParamDef definition = param.definition;
     if (definition.param_type == PF_Param_POPUP) definition.u.pd.u.namesptr = nullptr;
@@ -114,7 +114,8 @@ PF_Err Interview::AddParam(PF_ProgPtr ref, std::int32_t index, PF_ParamDef* defi
         }
         current_->added.push_back(std::move(param));
     }
-    return current_->theirs_.add_param(ref, kAppend, definition);  // a check judges the index that the effect wants
+    // The check setup.params-appended judges the index that the effect asks for.
+    return current_->theirs_.add_param(ref, kAppend, definition);
 }
 
 PF_Err Interview::RegisterUi(PF_ProgPtr ref, void* customUiInfo) {

@@ -12,10 +12,10 @@ namespace validator {
 // host.
 inline constexpr PF_SpecVersion kHostVersions[] = {{13, 27}, signs::kNewerHost};
 
-// A definition as the effect hands it over, byte for byte.
+// A parameter's definition as the effect passes it to the host, byte for byte.
 struct AddedParam {
     std::int32_t place = 0;  // from 1 on
-    std::int32_t index = 0;  // where the effect wants it
+    std::int32_t index = 0;  // the index that the effect asks for
     PF_ParamDef definition{};
     std::string choices;  // of a popup
 
@@ -34,9 +34,10 @@ public:
     Interview& operator=(const Interview&) = delete;
 
     // Prepares `in` and `out` and sends a command. Afterwards they hold what the effect has written. Sequence
-    // commands also take an instance's block, and set it to the block that the instance has then, or to null.
+    // commands also take an instance's block, and replace it by the block that the instance has afterwards, or by
+    // null.
     PF_Err Send(PF_Cmd cmd, PF_Handle* block = nullptr);
-    // Sends global and parameter set-up. Ends the check if one fails.
+    // Sends global and parameter set-up. Ends the check if one of them fails.
     void SetUp();
     // Prepares the records for a command that a check sends itself.
     void Prepare();

@@ -69,7 +69,7 @@ void SetEach(refhost::Host& host, refhost::Instance& instance, Value value) {
     }
 }
 
-// The parameters with the instance's values, as a plain render's array has them.
+// The array of parameters that a plain render gets, with the instance's values.
 std::vector<PF_ParamDef> ValuesOf(const refhost::Host& host, const refhost::Instance& instance) {
     std::vector<PF_ParamDef> params = host.parameters();
     for (std::size_t i = 0; i < params.size(); ++i) {

@@ -7,7 +7,7 @@
 //             refhost::WorldLayout layout = scene.Layout(format);
 //             layout.padding = 24;
 //             Frame frame(layout);
-//             scene.Render(frame);                  // a code ends the check; damage is reported
+//             scene.Render(frame);                  // reports damage; a code other than 0 ends the check
 //             …frame.output.Pixels()…
 //         }
 //     }
@@ -30,9 +30,9 @@ using refhost::RenderPath;
 std::string_view NameOf(RenderPath path);   // "smart"
 std::string NameOf(PF_PixelFormat format);  // "8-bit ARGB"
 
-// Fills the world with a picture that a host might have: premultiplied, in the format's range, with clear, opaque
-// and partly covered pixels. The same size and number give the same colours in every layout, as exactly as the
-// format can hold them.
+// Fills the world with a picture that a host might have: premultiplied, in the format's range, with transparent,
+// opaque and partly transparent pixels. The same size and number give the same colours in every layout, as exactly
+// as the format can hold them.
 void Paint(refhost::World& world, std::uint64_t number);
 
 // An input world, an output world, and the settings of a render. A frame can be rendered many times, but not by two
@@ -95,7 +95,7 @@ public:
         return Layout(format, size.width, size.height);
     }
 
-    // Resets the account and renders by path(). Reports Damage() and misuse. A code ends the check.
+    // Resets the account and renders by path(). Reports Damage() and misuse. A code other than 0 ends the check.
     refhost::RenderResult Render(Frame& frame);
     // The same with a newly poisoned output. Returns the output's pixels.
     std::vector<std::byte> Picture(Frame& frame, std::uint8_t poison = refhost::World::kPoison);

@@ -40,8 +40,8 @@ inline void ExpectWellUsed(Context& context, Interview& host) {
     context.ExpectNone(host.host.account().Misuse(), "misuse");
 }
 
-// The bytes that a host saves: the block after the flatten command. The host sends that command even if the effect
-// has not asked for it.
+// The bytes that a host saves, which are the block after the flatten command. This host always sends that command,
+// even if the effect has not asked for it.
 inline Bytes Saved(Interview& host, PF_Handle& block) {
     host.Send(PF_Cmd_SEQUENCE_FLATTEN, &block);
     return host.Bytes(block);

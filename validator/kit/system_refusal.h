@@ -1,5 +1,5 @@
-// Makes the operating system refuse what the effect asks it for. Only on Linux, because on Windows the effect has a
-// runtime of its own, which asks the system.
+// Makes the operating system refuse requests of the effect. This works on Linux only: on Windows the effect
+// contains its own runtime library, whose requests cannot be intercepted here.
 #pragma once
 
 namespace validator {
@@ -9,8 +9,8 @@ enum class Ask {
     memory,  // operator new in any form, called from the effect's own code
 };
 
-// Counts the requests of one kind while it lives, and refuses the request number `failing`, counted from 1. Only
-// one may live at a time.
+// While an object of this class exists, it counts the requests of one kind and refuses the request number
+// `failing`, counted from 1. If `failing` is 0, it refuses none. Only one object may exist at a time.
 class Refusal {
 public:
     // `code` is any function of the effect.

@@ -19,9 +19,9 @@ void AtOnce(int threads, const std::function<void(int)>& work);
 class Meeting {
 public:
     explicit Meeting(int expected) : expected_(expected) {}
-    // False if the others did not come in time. After that no thread waits any more.
+    // Returns false if the others did not come in time. From then on, Wait returns false at once for every thread.
     bool Wait(std::chrono::milliseconds patience);
-    // Makes the meeting ready for another round of so many threads.
+    // Begins another round, in which `expected` threads meet.
     void Restart(int expected);
 
 private:
@@ -32,7 +32,8 @@ private:
     bool failed_ = false;
 };
 
-// One frame for each thread. The frames take the formats in turn. Each is rendered alone first, for comparison.
+// One frame for each thread. The formats are given to the frames in turn. Each frame is first rendered alone, for
+// comparison.
 class Crowd {
 public:
     // With `oneInstance` the scene's instance renders all frames. Otherwise each frame has its own instance. Ends
@@ -49,8 +50,8 @@ public:
 private:
     Context& context_;
     Scene& scene_;
-    std::vector<std::unique_ptr<refhost::Instance>> instances_;  // without the scene's
-    std::vector<refhost::Instance*> of_;                         // by frame
+    std::vector<std::unique_ptr<refhost::Instance>> instances_;  // all except the scene's own
+    std::vector<refhost::Instance*> of_;                         // the instance of each frame
     std::vector<std::unique_ptr<Frame>> frames_;
     std::vector<std::vector<std::byte>> alone_;
 };

@@ -10,11 +10,11 @@
 namespace validator {
 
 struct ChildEnd {
-    std::string output;  // all that it wrote, standard error as well
-    std::string how;     // how it ended: empty for exit code 0, else half a sentence: "crashed with SIGSEGV"
+    std::string output;  // all that the process wrote to standard output and standard error
+    std::string how;     // empty for exit code 0, otherwise how it ended, such as "crashed with SIGSEGV"
 };
 
-// Runs RunAsChild(job) in a new process. Throws std::runtime_error when there is none to be had.
+// Runs RunAsChild(job) in a new process. Throws std::runtime_error if no process can be made.
 ChildEnd RunChild(const Job& job, std::chrono::milliseconds limit, const std::filesystem::path& nuvhost);
 
 }  // namespace validator

@@ -16,7 +16,7 @@ namespace {
 
 using nlohmann::json;
 
-// Refuses two entries of one name, because the parser alone would silently drop the first one.
+// Refuses two entries with the same name. The parser alone would silently drop the first one.
 json Parse(std::istream& stream) {
     std::set<std::string> ids;
     return json::parse(

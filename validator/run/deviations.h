@@ -1,4 +1,4 @@
-// The promises that an effect breaks on purpose, why it does, and how exactly.
+// The promises that an effect breaks on purpose, the reasons, and the failures that are expected.
 #pragma once
 
 #include <filesystem>
@@ -13,8 +13,8 @@ namespace validator {
 
 struct Deviation {
     std::string reason;
-    // Patterns of the whole lines that the failing check reports; see MatchesGlob. In a personality that is not
-    // among the keys the check holds.
+    // Patterns of the whole lines that the failing check reports; see MatchesGlob. In a personality
+    // without an entry the check must hold.
     std::map<refhost::Personality, std::vector<std::string>> lines;
 };
 using Deviations = std::map<std::string, Deviation, std::less<>>;  // by check id

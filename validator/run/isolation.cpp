@@ -17,7 +17,7 @@ namespace {
 
 using nlohmann::json;
 
-// Stands before each line of a child's report, because the effect may print to the same stream.
+// Each line of a child's report begins with this character, because the effect may print to the same stream.
 constexpr char kReport = '\x1e';
 
 constexpr std::array<std::string_view, 4> kEvents = {"failure", "not-applicable", "points", "done"};
@@ -51,7 +51,7 @@ std::string TakeReport(const std::string& output, Report& report) {
     return printed;
 }
 
-std::atomic<const Job*> g_running = nullptr;  // in this process
+std::atomic<const Job*> g_running = nullptr;  // the job that runs in this process, or null
 
 void RefuseToExit() {
     const Job* const job = g_running;

@@ -14,7 +14,7 @@ namespace validator {
 struct JobOutcome {
     std::vector<std::string> failures;  // empty: the check holds, unless it is not applicable
     std::string notApplicable;          // why
-    bool died = false;                  // crashed, hung or exited, which is among the failures
+    bool died = false;                  // crashed, hung or exited; `failures` says so, too
     std::string printed;                // by the effect; empty if the check ran in this process
     std::int64_t points = 0;
     double seconds = 0;
@@ -24,7 +24,7 @@ struct JobOutcome {
 JobOutcome RunInThisProcess(const Job& job);
 
 // Runs the check in a process of its own. A crash, a hang beyond `limit` and an exit are failures. On Linux the
-// process is a copy of this one, whose other threads must be idle. On Windows it is a new `nuvhost`, the path of
+// process is a copy of this one, whose other threads must be idle. On Windows it runs `nuvhost`, the path of
 // nuvhost.exe. Throws std::runtime_error if no process can be made.
 JobOutcome RunInOwnProcess(const Job& job, std::chrono::milliseconds limit, const std::filesystem::path& nuvhost);
 

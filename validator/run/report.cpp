@@ -58,7 +58,7 @@ std::string Why(const Result& result) {
     return Joined(lines);
 }
 
-// Writes a file beside this one. If it is to stay, moves it over this one, else removes it.
+// Writes `text` to a new file beside `file`. Then moves it over `file` if `stays`, or else removes it.
 void Replace(const std::filesystem::path& file, const std::string& text, bool stays) {
     auto partial = file;
     partial += ".partial";

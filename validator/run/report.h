@@ -18,8 +18,8 @@ std::string Summary(const Counts& counts, std::uint64_t seed);
 std::string Json(std::span<const Result> results, const std::filesystem::path& plugin);
 std::string Junit(std::span<const Result> results, const std::filesystem::path& plugin);
 
-// Throws what WriteFile would throw: UsageError for a folder, or std::runtime_error with one line. Leaves nothing
-// behind.
+// Throws UsageError if the name is that of a folder, and std::runtime_error with one line if WriteFile would fail.
+// Leaves nothing behind.
 void RequireWritable(const std::filesystem::path& file);
 // The file appears whole or not at all. Throws std::runtime_error with one line.
 void WriteFile(const std::filesystem::path& file, const std::string& text);

@@ -16,7 +16,7 @@ constexpr const char* NameOf(Ask ask) {
     return ask == Ask::thread ? "thread" : "allocation";
 }
 
-// A smart render includes its pre-render. What the pre-render asks for is refused, too.
+// A smart render includes its pre-render, so the requests of the pre-render are refused, too.
 template <RenderCommand command, Ask ask>
 void EachRefusal(Context& context) {
     Scene scene(context, InOrder(context));
@@ -44,7 +44,8 @@ void EachRefusal(Context& context) {
     trial.End(std::string("the effect asks for no ") + NameOf(ask) + " that can be refused");
 }
 
-// Requests in set-up and in the frames of a session. Other checks judge the frames.
+// Refuses the requests that the effect makes in set-up and in the frames of a session. Other checks judge the
+// frames.
 template <Ask ask>
 void EachRefusalInSession(Context& context) {
     SessionBench bench(context);

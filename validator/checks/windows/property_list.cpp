@@ -15,7 +15,7 @@ namespace {
 
 using Bytes = std::vector<unsigned char>;
 
-// Loaded as data only.
+// The file's resources. The file is loaded as data only, so that none of its code runs.
 class Resources {
 public:
     explicit Resources(const std::filesystem::path& file)

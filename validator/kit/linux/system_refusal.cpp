@@ -58,7 +58,7 @@ Range RangeAround(const void* code) {
 
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 
-// Null if there is no memory, or if this caller is to get none.
+// Returns null if there is no memory, or if this request is to be refused.
 void* Allocate(std::size_t size, const void* caller, std::size_t alignment = 0) noexcept {
     if (g_watch.memory && g_watch.code.Holds(caller) && g_watch.Refuses()) return nullptr;
     if (alignment == 0) return std::malloc(size == 0 ? 1 : size);
@@ -76,15 +76,15 @@ std::size_t Bytes(std::align_val_t alignment) {
     return static_cast<std::size_t>(alignment);
 }
 
-// Called through a pointer, because a compiler that sees the free but not the malloc warns of a mismatch.
+// Frees through a pointer. A compiler that sees free() without the malloc() that belongs to it warns of a mismatch.
 void (*const volatile g_free)(void*) = std::free;
 
 #endif
 
 }  // namespace
 
-// These replace the system's own functions, also for the plug-in. Sanitizers replace them themselves, so in their
-// builds no request is ever counted.
+// These functions replace the system's own, also for the plug-in. Sanitizers replace the same functions, so a build
+// with a sanitizer counts and refuses nothing.
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
 
 extern "C" __attribute__((visibility("default"))) int pthread_create(pthread_t* thread,

@@ -22,7 +22,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Leaves out what the parent's libraries do at exit. They would wait for threads that this copy does not have.
+// Ends the process without the exit handlers of the parent's libraries. These would wait for threads that this copy
+// does not have.
 [[noreturn]] void End(int code) {
     std::fflush(nullptr);
     if (__llvm_profile_write_file) __llvm_profile_write_file();
@@ -32,12 +33,12 @@ using Clock = std::chrono::steady_clock;
 [[noreturn]] void BeChild(const Job& job, int output) {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     ::setpgid(0, 0);
-    ::on_exit([](int code, void*) { End(code); }, nullptr);  // after what the effect does at exit
+    ::on_exit([](int code, void*) { End(code); }, nullptr);  // runs last, after the effect's own exit handlers
     ::dup2(output, STDOUT_FILENO);
     ::dup2(output, STDERR_FILENO);
     ::close(output);
     RunAsChild(job);
-    if (__lsan_do_leak_check) __lsan_do_leak_check();  // ends the process with a code where there are leaks
+    if (__lsan_do_leak_check) __lsan_do_leak_check();  // ends the process with an exit code if there are leaks
     End(0);
 }
 
@@ -51,7 +52,7 @@ std::string HowEnded(int status) {
     return "";
 }
 
-// Reads until the child has closed its end. False if the time is over before that.
+// Reads until the child has closed its end of the pipe. Returns false if the deadline comes first.
 bool ReadAll(int input, Clock::time_point deadline, std::string& output) {
     char bytes[4096];
     for (;;) {
@@ -66,7 +67,8 @@ bool ReadAll(int input, Clock::time_point deadline, std::string& output) {
     }
 }
 
-// The output closes before the process is gone, so a process may also hang after that.
+// Waits until the child has ended, because it may hang after it has closed its output. Returns false if the
+// deadline comes first.
 bool WaitUntil(pid_t child, Clock::time_point deadline, int& status) {
     for (useconds_t pause = 50;; pause = pause < 10'000 ? pause * 2 : pause) {
         if (::waitpid(child, &status, WNOHANG) == child) return true;
@@ -80,7 +82,7 @@ bool WaitUntil(pid_t child, Clock::time_point deadline, int& status) {
 ChildEnd RunChild(const Job& job, std::chrono::milliseconds limit, const std::filesystem::path&) {
     int ends[2];
     if (::pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error(std::string("pipe: ") + std::strerror(errno));
-    std::fflush(nullptr);  // or the child would print it again
+    std::fflush(nullptr);  // otherwise the child would print what is in the buffers once more
     const auto deadline = Clock::now() + limit;
     const pid_t child = ::fork();
     if (child < 0) {
@@ -94,7 +96,7 @@ ChildEnd RunChild(const Job& job, std::chrono::milliseconds limit, const std::fi
         BeChild(job, ends[1]);
     }
     ::close(ends[1]);
-    ::setpgid(child, child);  // here as well, so that the group is there whoever comes first
+    ::setpgid(child, child);  // the child does the same; the group must exist whichever of the two is first
 
     ChildEnd end;
     int status = 0;
@@ -103,7 +105,7 @@ ChildEnd RunChild(const Job& job, std::chrono::milliseconds limit, const std::fi
     if (inTime) {
         end.how = HowEnded(status);
     } else {
-        ::kill(-child, SIGKILL);  // with every process that the effect has started
+        ::kill(-child, SIGKILL);  // also ends the processes that the effect has started
         ::waitpid(child, &status, 0);
         end.how = "was still running after " + std::to_string(limit.count()) + " ms";
     }

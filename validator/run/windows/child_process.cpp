@@ -50,7 +50,7 @@ ChildEnd RunChild(const Job& job, std::chrono::milliseconds limit, const std::fi
     if (!CreatePipe(&input.value, &output.value, &inherited, 0)) Fail("CreatePipe");
     SetHandleInformation(input.value, HANDLE_FLAG_INHERIT, 0);
 
-    // Inherited by the child: no message boxes and no debugger when it crashes.
+    // The child inherits this mode, so that a crash opens neither a message box nor a debugger.
     SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
     STARTUPINFOW startup{};
     startup.cb = sizeof startup;
