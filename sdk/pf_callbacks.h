@@ -14,8 +14,8 @@ struct PF_InteractCallbacks {
     // Ends the use of a checked-out record. The caller still owns its memory. Command thread only, in the command
     // that checked it out.
     PF_Err (*checkin_param)(PF_ProgPtr ref, PF_ParamDef* param);
-    // Adds a parameter; index -1 appends it. The host copies the record and the strings that it points to. During
-    // parameter set-up only, on its thread.
+    // Adds a parameter; index -1 appends it. The host copies the record and the strings that it points to. Only
+    // during parameter set-up, on the command's thread.
     PF_Err (*add_param)(PF_ProgPtr ref, std::int32_t index, PF_ParamDef* param);
     // Returns a code other than 0 after the user has stopped the render. The effect must return the same code.
     // Command thread, or the iteration thread with index 0.
@@ -91,7 +91,7 @@ struct PF_UtilCallbacks {
     // Returns the block's address, which stays the same until the block is unlocked. Returns null if the block
     // cannot be locked.
     void* (*host_lock_handle)(PF_Handle handle);
-    // Ends one lock. The effect also passes null, if an instance has no block.
+    // Ends one lock. The effect also passes null, if the data that it unlocks do not exist.
     void (*host_unlock_handle)(PF_Handle handle);
     // Frees the block, which must not be locked. The handle must not be null.
     void (*host_dispose_handle)(PF_Handle handle);

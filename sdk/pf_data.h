@@ -72,7 +72,7 @@ struct PF_OutData {
     std::int32_t width;
     std::int32_t height;
     PF_Point origin;
-    std::int32_t out_flags;  // in global set-up the capability flags, else requests, such as for a message
+    std::int32_t out_flags;  // in global set-up capability flags, else requests, for example to show return_msg
     char return_msg[256];    // zero-terminated text for the user
     std::int32_t start_sampL;
     std::int32_t dur_sampL;

@@ -40,7 +40,7 @@ struct PF_PopupDef {
     std::int16_t num_choices;  // how many choices the menu offers
     std::int16_t dephault;     // counts like `value`
     union {
-        const char* namesptr;  // choices separated by '|'; must outlive add_param
+        const char* namesptr;  // choices separated by '|'; valid until add_param returns
     } u;
 };
 

@@ -46,7 +46,7 @@ struct PF_PreRenderOutput {
     PF_Boolean reserved;
     std::int16_t flags;  // PF_RenderOutputFlag_…
     void* pre_render_data;
-    // The host calls it when it does not need the data any more. It may be null.
+    // The host calls this function when it does not need the data any more. Null means that there is no function.
     void (*delete_pre_render_data_func)(void* pre_render_data);
 };
 
@@ -83,11 +83,11 @@ struct PF_SmartRenderCallbacks {
     // are valid until they are checked in or the command ends.
     PF_Err (*checkout_layer_pixels)(PF_ProgPtr ref, std::int32_t checkoutId, PF_EffectWorld** pixels);
     PF_Err (*checkin_layer_pixels)(PF_ProgPtr ref, std::int32_t checkoutId);
-    // Gives the world that the effect has to fill. It is not cleared. It is valid during the command.
+    // Gives the world that the effect has to fill. Its pixels are not cleared. It is valid during the command.
     PF_Err (*checkout_output)(PF_ProgPtr ref, PF_EffectWorld** output);
 };
 
-// The `extra` of PF_Cmd_SMART_RENDER. The host owns it, too, as above.
+// The `extra` of PF_Cmd_SMART_RENDER. The host owns it and what it points to; they are valid during the command.
 struct PF_SmartRenderExtra {
     PF_SmartRenderInput* input;
     PF_SmartRenderCallbacks* cb;

@@ -5,10 +5,11 @@
 
 struct PF_InData;
 
-// PF_InData::pica_basicP points to it. Command thread only. The host owns the table of a suite, which the effect
-// may use from its acquisition to its release. Each successful acquisition needs one release.
+// PF_InData::pica_basicP points to it. Command thread only. A suite is a table that the host owns. The effect may
+// use it after it has acquired the suite and until it releases the suite. Each successful acquisition needs one
+// release.
 struct SPBasicSuite {
-    // Returns 0 if it succeeds. Even then `suite` may be null.
+    // Returns 0 if it succeeds. Even then the host may set `*suite` to null.
     std::int32_t (*AcquireSuite)(const char* name, std::int32_t version, const void** suite);
     // Ends one acquisition. The table must not be used afterwards.
     std::int32_t (*ReleaseSuite)(const char* name, std::int32_t version);
@@ -58,8 +59,9 @@ struct PF_HandleSuite1 {
 // The host calls it once for each pixel, on any of its threads. (x, y) is the pixel's column and row in the area.
 using PF_IteratePixel8Func = PF_Err (*)(void* refcon, std::int32_t x, std::int32_t y, PF_Pixel* in, PF_Pixel* out);
 
-// The host calls it once for each `i` from 0 to iterations - 1, in any order, on any of its threads, on several at
-// the same time. `threadIndex` is the number of the thread, from 0. A result other than 0 stops the iteration.
+// The host calls it once for each `i` from 0 to iterations - 1, in any order, on any of its threads, and on several
+// threads at the same time. `threadIndex` is the number of the thread, from 0. A result other than 0 stops the
+// iteration.
 using PF_IterateRowFunc = PF_Err (*)(void* refcon, std::int32_t threadIndex, std::int32_t i,
                                      std::int32_t iterations);
 

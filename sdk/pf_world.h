@@ -46,7 +46,7 @@ inline constexpr PF_PixelFormat kFormatArgbFloat = 0x32336561;        // "ae32":
 inline constexpr PF_PixelFormat kFormatBgraFloat = 0x61724742;        // "BGra": floats B G R A
 inline constexpr PF_PixelFormat kFormatBgraFloatLinear = 0x4C614742;  // "BGaL": floats B G R A, linear light
 
-// All of them, for tables that must have a row for each.
+// All formats, for tables that must have a row for each format.
 inline constexpr std::array kFormats{kFormatArgb8,     kFormatBgra8,     kFormatArgb16,
                                      kFormatArgbFloat, kFormatBgraFloat, kFormatBgraFloatLinear};
 

@@ -32,7 +32,7 @@ struct TrampolineRefcon {
     std::int32_t iterations;
 };
 
-// Is called for each pixel of the scratch column. Each pixel stands for one row.
+// The host calls this function for each pixel of the scratch column. Each pixel stands for one row.
 PF_Err IterateRowTrampoline(void* refcon, std::int32_t /*x*/, std::int32_t y, PF_Pixel* /*in*/, PF_Pixel* /*out*/) {
     const auto& rows = *static_cast<const TrampolineRefcon*>(refcon);
     return rows.callback(rows.context, 1, y, rows.iterations);
@@ -47,7 +47,7 @@ public:
         try {
             inData_->utils->dispose_world(inData_->effect_ref, &world_);
         } catch (...) {
-            // The rows are done. If the host throws here, we must assume that it has taken its world back.
+            // If the host throws here, we must assume that it has taken its world back.
         }
     }
     ScratchColumn(const ScratchColumn&) = delete;

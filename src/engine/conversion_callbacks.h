@@ -18,9 +18,9 @@ struct ConvertContext {
     const RowKernels* kernels = &kScalarKernels;
 };
 
-// A row callback in the shape that the host's iterate_generic calls, on any of its threads. It converts source row
-// `row` into destination row `row`. The call with thread index 0 first asks the host whether to abort. It then
-// converts the row in any case, and returns the host's answer. The other calls return PF_Err_NONE.
+// A callback for the host's iterate_generic, which calls it on any of its threads. It converts source row `row`
+// into destination row `row`. A call with thread index 0 first asks the host whether to abort. It then converts the
+// row in any case, and returns the host's answer. Other calls return PF_Err_NONE.
 template <RowConversion RowKernels::*kernel>
 PF_Err ConvertRow(void* refcon, std::int32_t threadIndex, std::int32_t row, std::int32_t /*iterations*/) {
     const auto& context = *static_cast<const ConvertContext*>(refcon);
@@ -60,10 +60,11 @@ struct FormatConversions {
 // Returns null for a format that the engine does not know.
 const FormatConversions* FindConversions(PF_PixelFormat format);
 
-// Replaces iterate_generic where the host has none. With context.iterateSuite, the rows run through the host's
-// pixel iteration over a scratch world that is one pixel wide; they get thread index 1, because that iteration asks
-// for an abort itself. Without the suite, the rows run in order on the calling thread. Returns the first result
-// that is not zero, or the host's code.
+// Replaces iterate_generic if the host does not have it. With context.iterateSuite, the host iterates over the
+// pixels of a scratch world that is one pixel wide, and each pixel stands for one row. The row callback then gets
+// thread index 1, so that it does not ask about an abort: the host's pixel iteration does that itself. Without the
+// suite, the rows run in order on the calling thread. Returns the first result that is not zero, or the host's
+// code.
 PF_Err IterateRowsFallback(std::int32_t iterations, ConvertContext& context, PF_IterateRowFunc callback);
 
 }  // namespace nuv

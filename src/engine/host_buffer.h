@@ -20,8 +20,8 @@ public:
     HostBuffer(const HostBuffer&) = delete;
     HostBuffer& operator=(const HostBuffer&) = delete;
 
-    // Call it at most once. Returns false if the host gives no memory. A host that gives none for an empty buffer
-    // is no failure, because empty layers are common. The contents are undefined.
+    // Call it at most once. Returns false if the host gives no memory. For 0 bytes it returns true in any case,
+    // because empty layers are common. The contents are undefined.
     bool Allocate(std::uint64_t bytes) {
         handle_ = utils_.host_new_handle(bytes);
         if (handle_ != nullptr) pixels_ = static_cast<std::byte*>(utils_.host_lock_handle(handle_));

@@ -16,8 +16,9 @@
 namespace nuv {
 namespace {
 
-// What the driver holds. C++ destroys members in reverse order, and the host sees that order: first the input
-// buffer, then the result buffer, then the suites that were acquired directly, and last what the handler acquired.
+// What the driver has acquired from the host. C++ destroys members in reverse order, and the host sees that order:
+// first the input buffer, then the result buffer, then the directly acquired suites, and last the suites of the
+// handler.
 struct Holdings {
     explicit Holdings(PF_InData* inData)
         : suites(inData->pica_basicP),
@@ -53,8 +54,7 @@ void FillFrame(RenderData& job, const PF_InData& inData) {
     job.timeSeconds = static_cast<double>(inData.current_time) / static_cast<double>(inData.time_scale);
 }
 
-// Returns null for a format that the engine does not know. In the editing host its own suite decides; without that
-// suite nothing is rendered there.
+// Returns null for a format that the engine does not know. In the editing host, the pixel format suite decides.
 const FormatConversions* ConversionsOf(PF_EffectWorld* world, const Holdings& held, bool editor) {
     PF_PixelFormat format = 0;
     held.worlds->PF_GetPixelFormat(world, &format);
@@ -77,8 +77,8 @@ bool GiveMemory(ImageBuffer& buffer, std::int32_t bitsPerChannel, HostBuffer& me
     return true;
 }
 
-// Sets the rows from `end` on to zero, which no worker writes. There can be some from 2^29 rows on, because the
-// workers' bands are computed in single precision.
+// Sets the rows from `end` on to zero, because no worker writes them. Only a buffer of 2^29 rows or more can have
+// such rows: the workers' bands are computed in single precision, and may then be too short.
 void ClearBelow(std::int32_t end, const ImageBuffer& buffer) {
     if (end >= buffer.height) return;
     std::memset(buffer.pixels + std::ptrdiff_t{buffer.rowBytes} * end, 0,
@@ -108,8 +108,8 @@ PF_Err RenderAberration(PF_InData* inData, RenderData& job, PF_EffectWorld* sour
     held.formats.Acquire();
     PF_Err status = held.worlds.Acquire();
     if (!held.worlds || (editor && !held.formats)) {
-        // This exit keeps the suites that it acquired, and unlocks handles that it never locked. That is
-        // part of the effect's contract with its hosts.
+        // This exit keeps the suites that it acquired, and unlocks handles that it never locked. That is part of
+        // the effect's contract with its hosts.
         held.formats.Abandon();
         held.worlds.Abandon();
         inData->utils->host_unlock_handle(inData->sequence_data);

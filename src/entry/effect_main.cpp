@@ -18,8 +18,9 @@ struct Arguments {
 
 using Handler = PF_Err (*)(const Arguments&);
 
-// Throws a code for the host if the host left out a record that its command needs, so that its mistake is no crash.
-// Only whole records are checked: a null entry in one of the host's tables of callbacks would still crash.
+// Throws a code for the host if the host left out a record that the command needs. Otherwise the effect would
+// crash. Only whole records are checked: a null entry in one of the host's tables of callbacks would still crash
+// the effect.
 template <class... Pointers>
 void Require(Pointers... pointers) {
     if (!(... && pointers)) throw int{PF_Err_BAD_CALLBACK_PARAM};

@@ -15,7 +15,7 @@ struct ExceptionNotes {
 // one, on the stack of the host's thread. Without it the runtime would allocate the notes and two handles at a
 // thread's first exception, and would free them only if the library were told that the thread ends. The library
 // asks not to be told (see library_entry.cpp), so a host that makes many threads would lose memory. Commands may be
-// nested; each starts without an exception.
+// nested. Each of them starts with empty notes.
 class ExceptionState {
 public:
     ExceptionState();

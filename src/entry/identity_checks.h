@@ -1,4 +1,5 @@
-// The effect's identity as C++ constants. The compiler compares each number with what it stands for.
+// The effect's identity as C++ constants. The compiler checks each number against the parts or names that it stands
+// for.
 #pragma once
 
 #include <string_view>

@@ -10,10 +10,10 @@ namespace nuv {
 // format. Always returns PF_Err_NONE.
 PF_Err GlobalSetup(PF_InData* inData, PF_OutData* outData);
 
-// The sequence data of every instance is a handle of the host to 4 bytes, which hold a 32-bit 0, so that its size
-// is fixed and known. SequenceSetup makes the handle, or resizes the one that the host passes. SequenceResetup
-// makes it only if the host passes none. SequenceSetdown frees it. If the host has no memory for a new handle, the
-// result is PF_Err_INTERNAL_STRUCT_DAMAGED, with a message for the user.
+// The sequence data of an instance are 4 bytes in a handle of the host. They hold a 32-bit 0, which the effect
+// never reads. SequenceSetup makes the handle, or resizes the one that the host passes. SequenceResetup makes it
+// only if the host passes none. SequenceSetdown frees it. If the host has no memory for a new handle, the result is
+// PF_Err_INTERNAL_STRUCT_DAMAGED, with a message for the user.
 PF_Err SequenceSetup(PF_InData* inData, PF_OutData* outData);
 PF_Err SequenceResetup(PF_InData* inData, PF_OutData* outData);
 PF_Err SequenceSetdown(PF_InData* inData, PF_OutData* outData);

@@ -61,7 +61,8 @@ private:
     const void* Acquire(std::size_t slot);
 
     SPBasicSuite* basic_;
-    // A suite stands at its first place in kSuiteReleaseOrder. Null: not acquired.
+    // The acquired suites, in the order of kSuiteReleaseOrder; null if not acquired. A suite that is in the table
+    // twice uses its first place.
     std::array<const void*, kSuiteReleaseOrder.size()> slots_{};
 };
 

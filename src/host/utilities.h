@@ -5,7 +5,8 @@
 
 namespace nuv {
 
-// The result is valid during the command. Throws the int PF_Err_BAD_CALLBACK_PARAM if the host has left them out.
+// Returns the host's table, which is valid during the command. Throws the int PF_Err_BAD_CALLBACK_PARAM if the host
+// gives no table.
 inline const PF_UtilCallbacks& UtilitiesOf(const PF_InData* inData) {
     if (inData->utils == nullptr) throw int{PF_Err_BAD_CALLBACK_PARAM};
     return *inData->utils;

@@ -28,8 +28,9 @@ void FillPoint(PF_ParamDefUnion& definition, const char*) {
     definition.td.restrict_bounds = 0;
 }
 
-// Every menu offers three choices. Show does, too, although its text names five and the engine renders all five.
-// Value and default are 0, although hosts count choices from 1. Both are part of the saved-project format.
+// Every menu offers three choices. The menu Show does, too, although its text names five and the engine renders all
+// five. Value and default are 0, although hosts count choices from 1. None of this may change, because it is part
+// of the saved-project format.
 void FillPopup(PF_ParamDefUnion& definition, const char* choices) {
     definition.pd = {};
     definition.pd.num_choices = 3;

@@ -11,7 +11,8 @@ std::int32_t WholePixels(PF_Fixed value) {
     return value >> 16;
 }
 
-// The smallest value has no predecessor. It becomes the largest value.
+// Returns popup - 1. The subtraction is unsigned, so that it cannot overflow. The smallest value becomes the
+// largest.
 std::int32_t ZeroBased(std::int32_t popup) {
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(popup) - 1u);
 }
@@ -36,7 +37,7 @@ ParameterCopies::~ParameterCopies() {
         try {
             inData_->inter.checkin_param(inData_->effect_ref, copy.get());
         } catch (...) {
-            // The host threw. The exception that ended the command is the one to report, so this one is dropped.
+            // This exception of the host is dropped, because an earlier one has ended the command and is reported.
         }
     }
 }

@@ -25,9 +25,10 @@ void Merge(PF_LRect& into, const PF_LRect& other) {
     }
 }
 
-// Gives the handle to the host before it uses the handle, so that the host frees it whatever happens then. If there
-// is no memory for a handle, the frame is rendered without an offset. The handle is unlocked even if it could not
-// be locked: hosts know the effect like this (see the reason for `faults.unlocks-its-locks` among the deviations).
+// Puts the handle into `output` before it uses the handle, so that the host frees the handle even if a callback
+// throws. If there is no memory for a handle, the frame is rendered without an offset. The handle is unlocked even
+// if it could not be locked, because the host's view must not change (see `faults.unlocks-its-locks` in
+// nuv_chromaber.deviations.json).
 void LeavePreRenderData(const PF_HandleSuite1& handles, const PreRenderData& data, PF_PreRenderOutput& output) {
     const PF_Handle handle = handles.host_new_handle(sizeof data);
     if (handle == nullptr) return;

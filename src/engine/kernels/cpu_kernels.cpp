@@ -13,8 +13,9 @@ bool WithAvx2() {
     return __builtin_cpu_supports("avx2");
 }
 
-// AVX-512 is not used everywhere. A processor without VBMI lowers the clock of everything that runs on it when it
-// meets AVX-512. A processor without BF16 has microcode that makes gathering safe but slow.
+// AVX-512 is used only on processors that run it fast. A processor without VBMI lowers its clock for AVX-512, which
+// slows down everything that runs on it. On a processor without BF16, the microcode protects gather instructions
+// against an attack, and so makes them slow.
 bool WithFastAvx512() {
     return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
            __builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vl") &&
@@ -38,7 +39,7 @@ constexpr bool kScalarOnly = true;  // for benchmarks
 constexpr bool kScalarOnly = false;
 #endif
 
-// A result of this size no longer fits the second-level cache when it is converted.
+// A result of this size or more no longer fits into the second-level cache when it is converted.
 constexpr std::uint64_t kStreamingBytes = std::uint64_t{4} << 20;
 
 }  // namespace

@@ -17,8 +17,8 @@ struct ImageBuffer {
     double originY = 0;
 };
 
-// The render commands fill in offsets and parameters, and the driver the rest. Then all of it is read-only, except
-// the pixels of `output`: each worker writes its own rows.
+// The render commands fill in offsets and parameters. The driver fills in the rest. While the workers run, all of
+// it is read-only, except the pixels of `output`: each worker writes its own rows.
 struct RenderData {
     ImageBuffer input;         // working copy of the source layer, 8 or 32 bits
     ImageBuffer output;        // result, always 32 bits

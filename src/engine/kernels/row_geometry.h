@@ -10,8 +10,8 @@
 
 namespace nuv {
 
-// Rounds toward zero. What does not fit becomes the most negative integer, as the processor does it. That integer
-// lies outside the source, unless an equally extreme offset moves it back.
+// Rounds toward zero. A value that does not fit becomes the most negative integer, as in the processor's
+// conversion. That integer lies outside the source, unless an equally extreme offset moves it back.
 inline std::int32_t Truncate(float value) {
     constexpr float kLimit = 2147483648.0f;
     return value >= -kLimit && value < kLimit ? static_cast<std::int32_t>(value)
@@ -22,7 +22,7 @@ inline std::int32_t Truncate(float value) {
 // positions, which are whole numbers, and not between the middles of pixels.
 struct FrameGeometry {
     float cx;   // centre of the enlargement
-    float cyE;  // its row, mirrored from top to bottom; cx is not mirrored, and saved pictures depend on both
+    float cyE;  // row of the centre, mirrored from top to bottom; cx is not mirrored, and neither may change
     float R;    // distance from the centre to the farthest corner
     std::int32_t columns;  // computed columns of each row, 0 to output.width; the rest is zero
 };
@@ -36,8 +36,8 @@ inline FrameGeometry GeometryOf(const RenderData& job) {
     const float R =
         std::max({distance(cx, cy), distance(Wd - cx, Hd - cy), distance(cx, Hd - cy), distance(Wd - cx, cy)});
 
-    // At a reduced resolution, only the columns x with x < Wd, compared in single precision, are computed. A host
-    // that claims more than full resolution gets no more than its row.
+    // Only the columns x with x < Wd are computed. At a reduced resolution, these are not all. The comparison is in
+    // single precision. If a host claims more than full resolution, all columns are computed.
     std::int32_t columns = 0;
     for (std::int32_t end = job.output.width; columns < end;) {
         const std::int32_t middle = columns + (end - columns) / 2;
@@ -64,7 +64,7 @@ inline MagnifiedChannels ChannelsOf(std::int32_t mode, float amount) {
     return magnified;
 }
 
-// Zeroes those pixels of an output row that no worker computes.
+// Sets to zero those pixels of an output row that no worker computes.
 inline void ClearBeyond(const FrameGeometry& frame, const ImageBuffer& output, std::byte* row) {
     if (frame.columns >= output.width) return;
     std::memset(row + std::ptrdiff_t{frame.columns} * 16, 0,

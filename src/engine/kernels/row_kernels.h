@@ -11,8 +11,8 @@ namespace nuv {
 // outside the pixels is touched.
 using RowConversion = void (*)(const std::byte* source, std::byte* destination, std::int32_t width, float scale);
 
-// Writes every pixel of the rows firstRow to endRow - 1 of job.output, and zeros into pixels beyond a reduced
-// resolution. Does nothing if there is no such row. The formulas are in scalar_row_worker.cpp.
+// Writes every pixel of the rows firstRow to endRow - 1 of job.output. Pixels that a reduced resolution leaves out
+// become zero. Does nothing if firstRow is not below endRow. The formulas are in scalar_row_worker.cpp.
 using RowWorker = void (*)(const RenderData& job, std::int32_t firstRow, std::int32_t endRow);
 
 struct RowKernels {
@@ -33,8 +33,8 @@ struct RowKernels {
     RowConversion rgbaFToBgraF;
 };
 
-// Whether the table has every kernel. A static_assert beside each table checks it. The structured binding does not
-// compile until it names each new member.
+// Whether the table has every kernel. A static_assert beside each table checks this. If RowKernels gets a new
+// member, the structured binding does not compile until it names that member, too.
 consteval bool IsComplete(const RowKernels& table) {
     const auto& [name, argb8In, bgra8In, argb16In, argbFIn, bgraFIn, rows, argb8Out, bgra8Out, argb16Out, argbFOut,
                  bgraFOut] = table;

@@ -1,5 +1,5 @@
-// The effect itself. Every output pixel keeps colour from the source pixel at its place. It takes one channel, or
-// the two others, from a copy of the source that is enlarged k times about the centre.
+// The effect itself. An output pixel takes one channel, or the two others, from a copy of the source that is
+// enlarged k times about the centre. It takes its other channels from the source pixel at its own place.
 #include <cmath>
 #include <cstring>
 
@@ -42,8 +42,8 @@ float Strength(std::int32_t scaling, float amount, float r, float R) {
     return amount;
 }
 
-// If both values are not numbers, the first one survives. With a plain product the compiler could swap the factors
-// and so change the result.
+// If both factors are not numbers, the result is the first one. In a plain product, the compiler could swap the
+// factors, and the result could be the second one.
 float Product(float a0, float a1) {
     return std::isnan(a0) ? a0 + a0 : a0 * a1;
 }
@@ -74,7 +74,7 @@ void ApplyShow(std::int32_t show, float a0, float a1, Rgba& pixel) {
 
 }  // namespace
 
-// Values are not clamped.
+// The results are not clamped.
 void RenderRows(const RenderData& job, std::int32_t firstRow, std::int32_t endRow) {
     const FrameGeometry frame = GeometryOf(job);
     const auto [cx, cyE, R, columns] = frame;

@@ -55,7 +55,7 @@ struct Vectors : Bytes256 {
         return _mm256_permute_ps(pixels, kOrder);
     }
 
-    // Packs work within halves of the register. The numbers in the comments are pixels.
+    // A pack instruction works on each half of the registers by itself. The comments below number the pixels.
     static Integers PackBytes(Integers p01, Integers p23, Integers p45, Integers p67) {
         const Integers even = _mm256_packs_epi32(p01, p23);     // 0 2 | 1 3
         const Integers odd = _mm256_packs_epi32(p45, p67);      // 4 6 | 5 7

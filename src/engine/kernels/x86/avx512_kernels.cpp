@@ -1,5 +1,5 @@
-// Compiled for AVX-512. All functions are in unnamed namespaces. Otherwise the linker could use one of them for
-// another file, which must run on every processor.
+// Compiled for AVX-512. All functions are in unnamed namespaces. Otherwise the linker could use one of them in
+// place of another file's function, which must run on every processor.
 #include "engine/kernels/x86/avx512_vectors.h"
 
 #include "engine/kernels/x86/conversions_text.h"
@@ -10,19 +10,19 @@ namespace nuv {
 namespace {
 
 struct TierSamplers : WideSamplers {
-    // This sampler begins roots and quotients one and two steps ahead, so that they are computed while it gathers
-    // samples. The processor would not look far enough ahead to find them by itself. For a 4K frame it takes 5.7
-    // ms; the sampler of AVX2 would take 7.6 ms.
+    // This sampler begins each root two steps ahead and each quotient one step ahead, so that the processor
+    // computes them while it gathers samples. The processor would not look far enough ahead to find them by itself.
+    // A 4K frame takes 5.7 ms; with the sampler of AVX2 it would take 7.6 ms.
     template <bool kCubic>
     static void CurveOfBytes(const SourcePixels& source, const MagnifiedRow& along, std::int32_t x, int count,
                              std::byte* samples) {
-        const MagnifiedRow row = along;  // a copy, which stores to `samples` cannot change
+        const MagnifiedRow row = along;  // a local copy, so that writes to `samples` cannot change it
         const Integers width = _mm512_set1_epi32(source.width);
         const Integers height = _mm512_set1_epi32(source.height);
         const Integers rowBytes = _mm512_set1_epi32(source.rowBytes);
         const std::byte* const first = source.first;
-        // This is a number and not a pointer: the source may have no memory, and the first place may lie outside
-        // it.
+        // This is a number and not a pointer, because the address may lie outside the source, which may even have
+        // no memory.
         const std::intptr_t below =
             reinterpret_cast<std::intptr_t>(first) + std::ptrdiff_t{source.rowBytes} * kRowsAhead;
         static_assert(kLongRunPixels % 16 == 0);
@@ -42,7 +42,7 @@ struct TierSamplers : WideSamplers {
             const Integers at = _mm512_add_epi32(_mm512_mullo_epi32(rows, rowBytes), _mm512_slli_epi32(columns, 2));
             const Integers pixels = _mm512_mask_i32gather_epi32(_mm512_setzero_si512(), inside, at, first, 1);
             Store(samples + i * 4, pixels);
-            // NOLINTNEXTLINE(performance-no-int-to-ptr): only prefetched, perhaps from outside the frame
+            // NOLINTNEXTLINE(performance-no-int-to-ptr): prefetched, never read; may lie outside the source
             Prefetch(reinterpret_cast<const std::byte*>(below + _mm_cvtsi128_si32(_mm512_castsi512_si128(at))));
 
             inv = inv16;

@@ -60,7 +60,7 @@ struct Vectors : Bytes256 {
         return _mm512_shuffle_epi8(pixels, _mm512_broadcast_i32x4(ByteOrder<kOrder>()));
     }
 
-    // Packs work within quarters of the register. The numbers in the comments are pixels.
+    // A pack instruction works on each quarter of the registers by itself. The comments below number the pixels.
     static Integers PackBytes(Integers p0, Integers p4, Integers p8, Integers p12) {
         const Integers lower = _mm512_packs_epi32(p0, p4);         // 0 4 | 1 5 | 2 6 | 3 7
         const Integers upper = _mm512_packs_epi32(p8, p12);        // 8 12 | 9 13 | 10 14 | 11 15

@@ -1,5 +1,5 @@
-// Operations on pixels of four bytes in 32-byte registers. AVX2 and AVX-512 share this text: tiles come in steps of
-// eight pixels, which is one such register.
+// Operations on pixels of four bytes in 32-byte registers. AVX2 and AVX-512 share this text, because a step of a
+// tile kernel has eight pixels, which fill one such register.
 #pragma once
 
 #include <immintrin.h>
@@ -18,7 +18,7 @@ struct Bytes256 {
     static Bytes LargerBytes(Bytes a, Bytes b) { return _mm256_max_epu8(a, b); }
     static Bytes AllBitsUnlessZero(Bytes pixels) { return ~_mm256_cmpeq_epi32(pixels, _mm256_setzero_si256()); }
 
-    // The order of four channels as a shuffle of bytes takes it, for each of four pixels.
+    // Turns an order of four channels into the operand of a byte shuffle that reorders four pixels.
     template <int kOrder>
     static __m128i ByteOrder() {
         constexpr int k = (kOrder & 3) | (kOrder >> 2 & 3) << 8 | (kOrder >> 4 & 3) << 16 | (kOrder >> 6 & 3) << 24;

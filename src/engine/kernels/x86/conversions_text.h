@@ -1,5 +1,6 @@
 // The row conversions of an instruction set. One file for each instruction set includes this text after its vector
-// operations. The unnamed namespace keeps the objects apart. The scalar kernels convert the ends of rows.
+// operations. Because of the unnamed namespace, each of these files has functions of its own. The scalar kernels
+// convert the ends of rows.
 #pragma once
 
 #include "engine/kernels/x86/tile_kernels.h"
@@ -8,8 +9,8 @@ namespace nuv {
 namespace {
 
 struct Conversions : Vectors {
-    // The bytes of a pixel in source and destination, and the scalar kernel that does the same. The function
-    // Convert of each conversion below returns one register of the destination.
+    // The number of bytes of a pixel in source and destination, and the scalar kernel for the same conversion. Each
+    // conversion below adds a function Convert, which returns one register of the destination.
     template <int kFromBytes, int kToBytes, RowConversion RowKernels::*kKernel>
     struct Conversion {
         static constexpr int kFrom = kFromBytes, kTo = kToBytes;
@@ -34,7 +35,7 @@ struct Conversions : Vectors {
         }
     };
 
-    // Integers from 0 to `white`. Larger returns its second operand, zero, for what is not a number.
+    // Returns integers from 0 to `white`. Not-a-number becomes 0, because Larger then returns its second operand.
     static Integers ToIntegers(Floats value, float white) {
         const Floats clamped = Smaller(Larger(value, Repeat(0.0f)), Repeat(1.0f));
         return Truncate(clamped * Repeat(white) + Repeat(0.5f));
@@ -73,9 +74,9 @@ struct Conversions : Vectors {
     static void ConvertRow(const std::byte* source, std::byte* destination, std::int32_t width, float scale) {
         if (width < 1) return;
         // Streaming stores bypass the cache and write whole cache lines. The ends of the row are written through
-        // the cache. No line is written in both ways, because that is slow.
+        // the cache. The middle begins and ends at a cache line, because it is slow to write one line in both ways.
         constexpr int kLine = 64;
-        constexpr int kGroup = kStream ? 16 : kLanes;  // in pixels; at least a cache line
+        constexpr int kGroup = kStream ? 16 : kLanes;  // in pixels; for streaming stores at least one cache line
         const auto scalar = [&](std::int32_t pixels) {
             (kScalarKernels.*Type::kScalar)(source, destination, pixels, scale);
             source += std::ptrdiff_t{pixels} * Type::kFrom;
@@ -102,7 +103,8 @@ struct Conversions : Vectors {
                     Store<kStream>(destination + k * kLanes * 4,
                                    Type::Convert(source + k * (kLanes / kRegisters) * Type::kFrom, scales));
                 };
-                // As a loop over the registers this costs SSE2 a fifth more where it widens 16 bits.
+                // This is not a loop over the registers. A loop makes the SSE2 conversion from 16 bits a fifth
+                // slower.
                 convert(0);
                 if constexpr (kRegisters > 1) convert(1);
                 if constexpr (kRegisters > 2) {

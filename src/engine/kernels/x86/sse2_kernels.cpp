@@ -1,5 +1,5 @@
-// For every x86-64 processor. SSE2 cannot shuffle or gather by variable indices, so that these samplers read pixel
-// by pixel.
+// For every x86-64 processor. SSE2 cannot shuffle or gather by variable indices, so these samplers read pixel by
+// pixel.
 #include "engine/kernels/x86/sse2_vectors.h"
 
 #include "engine/kernels/x86/conversions_text.h"
@@ -34,7 +34,7 @@ struct TierSamplers : Tiles {
     template <bool kCubic>
     static void CurveOfBytes(const SourcePixels& from, const MagnifiedRow& row, std::int32_t x, int count,
                              std::byte* samples) {
-        const SourcePixels source = from;  // a copy, which stores to `samples` cannot change
+        const SourcePixels source = from;  // a local copy, so that writes to `samples` cannot change it
         Places places;
         Locate<kCubic>(row, x, count, places);
         FetchBytes(source, count, samples, [&](int i) { return PixelAt(source, places, i); });

@@ -43,7 +43,7 @@ struct Vectors {
     static Integers Truncate(Floats value) { return _mm_cvttps_epi32(value); }
     static Floats SquareRoot(Floats value) { return _mm_sqrt_ps(value); }
     static Floats Absolute(Floats value) { return _mm_andnot_ps(_mm_set1_ps(-0.0f), value); }
-    // Exactly a > b ? a : b, and a < b ? a : b. If either is not a number, the result is b.
+    // Larger is exactly a > b ? a : b, and Smaller is a < b ? a : b. If a or b is not a number, the result is b.
     static Floats Larger(Floats a, Floats b) { return _mm_max_ps(a, b); }
     static Floats Smaller(Floats a, Floats b) { return _mm_min_ps(a, b); }
 
@@ -56,9 +56,9 @@ struct Vectors {
     static Floats Choose(Mask mask, Floats yes, Floats no) {
         return _mm_or_ps(_mm_and_ps(mask, yes), _mm_andnot_ps(mask, no));
     }
-    // Repeats the four answers for each pixel.
+    // Repeats the masks of the four channels for each pixel.
     static Mask MaskOf(const ChannelMasks& masks) { return LoadFloats(&masks); }
-    // Takes colour from the first and alpha from the second, which has the same alpha in all channels.
+    // Takes the colour from `colour` and the alpha from `alpha`, which has its alpha in all four channels.
     static Floats WithAlpha(Floats colour, Floats alpha) {
         return _mm_movelh_ps(colour, _mm_unpackhi_ps(colour, alpha));
     }
@@ -91,7 +91,7 @@ struct Vectors {
         return _mm_packus_epi16(_mm_packs_epi32(a, b), _mm_packs_epi32(c, d));
     }
     // Packs two registers of integers from 0 to 65535 into 16 bits each. SSE2 can only pack signed integers, so
-    // that 32768 is subtracted before and added after.
+    // the function subtracts 32768 before and adds it again after.
     static Integers PackWords(Integers a, Integers b) {
         const Integers middle = _mm_set1_epi32(32768);
         return _mm_packs_epi32(_mm_sub_epi32(a, middle), _mm_sub_epi32(b, middle)) ^ _mm_set1_epi16(-32768);
@@ -116,7 +116,7 @@ struct Vectors {
 
     // The alphas alone, in the order of the pixels.
     static Floats AlphasToFloats(Bytes pixels) { return ToFloats(_mm_srli_epi32(pixels, 24)); }
-    // Puts those alphas into the kPart-th register, whose own alphas are zero.
+    // Puts the alphas of AlphasToFloats into register kPart of BytesToFloats. The alphas in `pixels` must be zero.
     template <int kPart>
     static Floats PutAlphas(Floats pixels, Floats alphas) {
         const Floats alpha = OrderFloats<kPart * 0b01'01'01'01>(alphas);

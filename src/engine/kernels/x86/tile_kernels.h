@@ -7,15 +7,15 @@
 
 namespace nuv {
 
-// Kernels work in steps of kTileStep pixels: `count` is a multiple of it, and at most a run. Runs are short, so
-// that the processor computes the next run while it still stores the last one. Long runs are as wide as a tile;
-// they are for samplers of bytes that overlap the arithmetic of one step with the reads of another.
+// Kernels work in steps of kTileStep pixels. Their argument `count` is a multiple of kTileStep, and at most one
+// run. A run is short, so that the processor computes the next run while it still stores the last one. A long run
+// is as wide as a tile. It is for byte samplers that compute one step while they read the pixels of another.
 inline constexpr int kTileStep = 8;
 inline constexpr int kRunPixels = 64;
 inline constexpr int kLongRunPixels = 256;
 
-// Orders of a pixel's four channels, in the form that shuffle instructions take. Each channel of the result has two
-// bits, beginning with the lowest; they name the channel that goes there.
+// Orders of a pixel's four channels, in the form that shuffle instructions take. The lowest two bits are for the
+// first channel of the result, and so on. They are the number of the source channel that goes there.
 inline constexpr int kArgbToRgba = 0b00'11'10'01;
 inline constexpr int kRgbaToArgb = 0b10'01'00'11;
 inline constexpr int kSwapRedBlue = 0b11'00'01'10;
@@ -31,8 +31,8 @@ struct SourcePixels {
 // by one at most.
 inline constexpr int kRowsAhead = 2;
 
-// Samplers write the samples of a run to `samples`, without gaps. There is room for a whole run, and a sampler may
-// write more than `count` pixels of it.
+// Samplers write the samples of a run to `samples`, without gaps. There is room for a whole run, so a sampler may
+// write more than `count` pixels.
 
 // Fetches samples from one source row, which has at least kTileStep pixels. `line` is its first pixel. All columns
 // lie inside the row. Columns ascend, and any eight consecutive ones span at most eight source pixels.
@@ -42,7 +42,7 @@ using SampleLine = void (*)(const SourcePixels& source, const std::byte* line, c
 // The enlargement along one output row. The names are those of scalar_row_worker.cpp.
 struct MagnifiedRow {
     float cx, cyE, R, amount;
-    float percent;  // 0.02, or -0.02 for a negative amount; k = 1 + s * percent
+    float percent;  // 0.02, or -0.02 for a negative amount; k = 1 + Strength * percent
     float dy, dy2;
     float offsetX, offsetY;  // job.sourceOffsetX and job.sourceOffsetY
 };
@@ -65,8 +65,8 @@ struct ChannelMasks {
     std::uint32_t channel[4];
 };
 
-// Composes result pixels from both samples. The samples have the source's depth. Nothing needs to be aligned. It
-// also prefetches `count` pixels at `next`.
+// Composes result pixels from the direct and the enlarged samples, which have the source's depth. It also
+// prefetches `count` pixels at `next`. Nothing needs to be aligned, except the results of `streamed` (see below).
 using ComposePixels = void (*)(const std::byte* direct, const std::byte* magnified, const std::byte* next,
                                std::byte* result, int count, const ChannelMasks& masks);
 
@@ -80,7 +80,7 @@ struct Composers {
 struct TileKernels {
     Samplers bytes, floats;
     Composers cached;
-    Composers streamed;  // stores bypass the cache, without a fence; results are aligned to a cache line
+    Composers streamed;  // stores bypass the cache, without a fence; results must be aligned to a cache line
 };
 
 // Whether the table has every kernel. See IsComplete for RowKernels.
@@ -100,12 +100,12 @@ consteval bool IsComplete(const TileKernels& table) {
     return IsComplete(bytes) && IsComplete(floats) && IsComplete(cached) && IsComplete(streamed);
 }
 
-// The kernels for every x86-64 processor. They also replace samplers with `nearOnly` if the source is too large for
-// these.
+// The kernels for every x86-64 processor. If the source is too large for samplers with `nearOnly`, these samplers
+// are used instead.
 extern const TileKernels kSse2Tiles;
 
-// The row worker that uses these kernels. With `stream`, stores bypass the cache wherever the result is aligned to
-// its pixels.
+// The row worker that uses these kernels. With `stream`, stores bypass the cache in every output row whose address
+// is a multiple of 16, the bytes of a pixel.
 void RenderTiles(const TileKernels& kernels, bool stream, const RenderData& job, std::int32_t firstRow,
                  std::int32_t endRow);
 

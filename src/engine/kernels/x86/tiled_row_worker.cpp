@@ -1,9 +1,9 @@
 // The row worker of the vector tables. It computes the formulas of scalar_row_worker.cpp in passes over short runs
 // of pixels.
 //
-// A run needs its direct and its enlarged samples, each of them without gaps. The direct samples usually have no
-// gaps in the source, and are read there. The enlarged samples are first copied together. Then one pass composes
-// both. Runs are short, so that the arithmetic of one run overlaps with the stores of the run before.
+// To compose a run, the worker needs its direct and its enlarged samples as two arrays without gaps. The direct
+// samples usually lie side by side in the source, and are read there. The enlarged samples are first copied into a
+// buffer. Then one pass composes both. tile_kernels.h explains the length of runs.
 #include <emmintrin.h>
 
 #include <algorithm>
@@ -21,11 +21,11 @@ namespace {
 constexpr int kTilePixels = kLongRunPixels;
 static_assert(kTilePixels % kTileStep == 0 && kRunPixels % kTileStep == 0);
 
-// With streaming stores, a tile begins and ends where a step is aligned in memory, so that no cache line is split
-// between two tiles. A tile may therefore reach this far into the next one.
+// With streaming stores, a tile begins and ends where a step is aligned in memory, so that no two tiles write to
+// the same cache line. A tile may therefore be longer by up to one step.
 constexpr int kMostPixels = kTilePixels + kTileStep;
 
-// Whether all distances within the source fit into signed 32 bits.
+// Whether all distances within the source, in bytes, fit into signed 32 bits.
 bool IsNear(const SourcePixels& source) {
     const std::int64_t row = source.rowBytes;
     return (row < 0 ? -row : row) * source.height + std::int64_t{source.pixelBytes} * source.width <
@@ -36,9 +36,9 @@ bool IsNear(const SourcePixels& source) {
 // direct sample, and for the enlarged one if k is the same everywhere.
 struct ColumnMap {
     bool contiguous;  // all inside the source, without gaps
-    bool close;       // all inside the source, and as SampleLine needs them
-    std::int32_t
-        column[kMostPixels + kTileStep];  // -1 is outside the source; after the tile the last one is repeated
+    bool close;       // all inside the source, ascending, and as close together as SampleLine needs them
+    // -1 is outside the source. The last column is repeated after the tile's end.
+    std::int32_t column[kMostPixels + kTileStep];
 };
 
 class TiledWorker {
@@ -177,7 +177,8 @@ private:
     // Rounds up to whole steps.
     static constexpr int Steps(int count) { return (count + kTileStep - 1) / kTileStep * kTileStep; }
 
-    // Returns the samples of a line. They are read in place, or brought into `run`.
+    // Returns the address of the samples from a line. They lie in the source, or this function copies them to
+    // `run`.
     const std::byte* OfLine(const std::byte* line, const ColumnMap& map, std::int32_t x, int count,
                             std::byte* run) const {
         const std::int32_t* const column = map.column + (x - x_);
@@ -202,7 +203,7 @@ private:
     const RenderData& job_;
     const FrameGeometry frame_;
     const int pixelBytes_ = job_.input.bitsPerChannel == 8 ? 4 : 16;
-    // Hosts may claim any width. Samplers compute width - 8, which must not overflow.
+    // Hosts may claim any size. Negative sizes become 0, because width - 8 must not overflow in the samplers.
     const SourcePixels source_{job_.input.pixels, std::max(job_.input.width, 0), std::max(job_.input.height, 0),
                                job_.input.rowBytes, pixelBytes_};
     const bool linear_ = job_.scaling != 1 && job_.scaling != 2;

@@ -1,5 +1,5 @@
 // What is the same in the tile kernels of all instruction sets. One file for each instruction set includes this
-// text after its vector operations. The unnamed namespace keeps the objects apart.
+// text after its vector operations. Because of the unnamed namespace, each of these files has functions of its own.
 #pragma once
 
 #include "engine/kernels/x86/tile_kernels.h"
@@ -47,8 +47,8 @@ struct Tiles : Vectors {
 
     static Floats Inverse(Floats k) { return Repeat(1.0f) / k; }
 
-    // Columns or rows of the source. Without an offset, the second conversion would change nothing: a float holds
-    // every truncated float exactly, also the most negative integer.
+    // Returns columns or rows of the source. Without an offset, the second truncation is left out. It would change
+    // nothing, because a float can hold every truncated float exactly, and also the most negative integer.
     static Integers PlacesAt(Floats inv, Floats distance, float centre, float offset) {
         const Integers whole = Truncate(inv * distance + Repeat(centre));
         if (offset == 0) return whole;
@@ -66,8 +66,8 @@ struct Tiles : Vectors {
         std::int32_t columns[kRunPixels], rows[kRunPixels];
     };
 
-    // There are two passes, because the processor looks only so far ahead: it would wait for each root and quotient
-    // of one long chain.
+    // There are two passes. In a single pass, each place would need a long chain of a root and two quotients. The
+    // processor does not look far enough ahead to overlap such chains, so it would wait for each of them.
     template <bool kCubic>
     static void Locate(const MagnifiedRow& row, std::int32_t x, int count, Places& places) {
         static_assert(kRunPixels % kLanes == 0);
@@ -84,8 +84,8 @@ struct Tiles : Vectors {
     static constexpr float kFrom8Bits = 0.003921569f;
     static_assert(255 * kFrom8Bits == 1.0f, "full coverage is a byte of 255");
 
-    // `pixels` holds colour and alpha, except for the shows 1 and 2. These compute alpha in floats from both
-    // samples.
+    // `pixels` holds colour and alpha. For the views 1 and 2, its alphas are zero, and the function takes `alphas`
+    // instead, which are computed in floats.
     template <int kShow, bool kStream, int kPart = 0>
     static void StoreBytesAsFloats(std::byte* result, Bytes pixels, Floats alphas) {
         Floats floats = BytesToFloats<kPart>(pixels) * Repeat(kFrom8Bits);
@@ -95,7 +95,7 @@ struct Tiles : Vectors {
             StoreBytesAsFloats<kShow, kStream, kPart + 1>(result, pixels, alphas);
     }
 
-    // The larger of two bytes becomes the larger float, so that bytes can be compared.
+    // Alphas are compared as bytes, because the larger byte also becomes the larger float.
     template <int kShow, bool kStream>
     static void ComposeBytes(const std::byte* direct, const std::byte* magnified, const std::byte* next,
                              std::byte* result, int count, const ChannelMasks& masks) {

@@ -8,7 +8,7 @@ namespace nuv {
 namespace {
 
 struct WideSamplers : Tiles {
-    // Reorders the eight pixels at `pixels`.
+    // Returns the eight pixels at `pixels` in a new order: pixel i of the result is the pixel with number order[i].
     static Bytes Pick(const std::byte* pixels, __m256i order) {
         return _mm256_permutevar8x32_epi32(LoadBytes(pixels), order);
     }
@@ -21,7 +21,7 @@ struct WideSamplers : Tiles {
                             int count, std::byte* samples) {
         const std::ptrdiff_t ahead = std::ptrdiff_t{source.rowBytes} * kRowsAhead;
         for (int i = 0; i < count; i += 8) {
-            // The eight pixels from `start` on hold all eight samples.
+            // All eight samples are among the eight pixels from column `start` on.
             const std::int32_t last = source.width - 8;
             const std::int32_t start = columns[i] < last ? columns[i] : last;
             const std::byte* const pixels = line + std::ptrdiff_t{start} * 4;
@@ -41,8 +41,9 @@ struct WideSamplers : Tiles {
     static void CurveOfFloats(const SourcePixels& from, const MagnifiedRow& along, std::int32_t x, int count,
                               std::byte* samples) {
         static constexpr std::byte kTransparent[16]{};
-        const SourcePixels source = from;  // a copy, which stores to `samples` cannot change
-        // Addresses of the even places. The odd ones are computed from shifted values.
+        const SourcePixels source = from;  // a local copy, so that writes to `samples` cannot change it
+        // Returns the addresses of the places with even numbers, because the multiplication reads only these. For
+        // the odd ones, the arguments are shifted.
         const auto address = [&](__m256i column, __m256i line, __m256i inside) {
             const __m256i offset = _mm256_add_epi64(_mm256_mul_epi32(line, _mm256_set1_epi32(source.rowBytes)),
                                                     _mm256_mul_epi32(column, _mm256_set1_epi32(16)));
