@@ -1,11 +1,11 @@
 # Flags for all of our own code, given through the target `nuv_options`.
 add_library(nuv_options INTERFACE)
 
-# A multiply and an add stay two operations, so that both systems and every kernel give the same pixels to the bit.
+# The compiler must not fuse a multiply and an add. Otherwise systems and kernels would not give the same bits.
 target_compile_options(nuv_options INTERFACE
   -ffp-contract=off
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wnon-virtual-dtor -Wcast-align
-  -Wno-missing-field-initializers  # designated initialisers leave the rest at its default on purpose
+  -Wno-missing-field-initializers  # designated initialisers may leave members at their defaults
   -Werror)
 
 # The compiler writes no absolute path into the files, so that every folder gives the same bytes.
@@ -14,8 +14,9 @@ target_compile_options(nuv_options INTERFACE -ffile-prefix-map=${CMAKE_SOURCE_DI
 find_package(Threads REQUIRED)
 target_link_libraries(nuv_options INTERFACE Threads::Threads)
 
-# nuv_optimize(TARGET LEVEL): for code that is built often and need not be fast. Instrumented builds keep their level,
-# and so do builds with clang: without optimisation, its Windows objects define std::type_info's operator once more.
+# nuv_optimize(TARGET LEVEL) compiles TARGET at LEVEL. It is for code that is built often and need not be fast.
+# Instrumented builds keep their own level. Builds with clang keep theirs, too, because clang's Windows objects do not
+# link without optimisation: each of them defines an operator of std::type_info again.
 function(nuv_optimize target level)
   if(NOT NUV_INSTRUMENTATION AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
     target_compile_options(${target} PRIVATE ${level})

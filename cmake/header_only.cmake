@@ -1,6 +1,7 @@
-# The libraries of nuvhost and the validator that consist of headers only.
+# Finds the header-only libraries that nuvhost and the validator use.
 if(CMAKE_CROSSCOMPILING)
-  # Links give the cross-compiler these headers of the build machine and none of its others.
+  # The headers are those of the build machine. The cross-compiler gets links to them, and not the folder /usr/include,
+  # because it must not find the build machine's other headers.
   foreach(library IN ITEMS CLI nlohmann)
     find_path(${library}_folder NAMES ${library} PATHS /usr/include NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH REQUIRED)
     file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/header_only)

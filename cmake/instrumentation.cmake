@@ -1,5 +1,5 @@
-# The presets linux-asan, linux-tsan and linux-coverage set NUV_INSTRUMENTATION. These options then go into all of our
-# own code. An instrumented build is only for running the tests.
+# The presets linux-asan, linux-tsan, linux-coverage and linux-fuzz set NUV_INSTRUMENTATION. All of our own code is then
+# compiled with the options below. Instrumented builds are for tests and fuzzing only.
 set(instrumentation_address
   -fsanitize=address,undefined,float-cast-overflow -fno-sanitize-recover=all -fno-omit-frame-pointer)
 set(instrumentation_thread -fsanitize=thread -fno-omit-frame-pointer)
@@ -9,7 +9,8 @@ if(NUV_INSTRUMENTATION)
   if(NOT DEFINED instrumentation_${NUV_INSTRUMENTATION})
     message(FATAL_ERROR "NUV_INSTRUMENTATION: no instrumentation '${NUV_INSTRUMENTATION}'")
   endif()
-  # The targets of nuvhost are left out, because clang 14 fails on them; script/coverage reports src/ only.
+  # clang 14 cannot compile the targets of nuvhost with coverage, so they are left out. script/coverage does not need
+  # them, because it reports src/ only.
   if(NUV_INSTRUMENTATION STREQUAL "coverage")
     set(wanted $<NOT:$<BOOL:$<TARGET_PROPERTY:NUV_NOT_COUNTED>>>)
   else()

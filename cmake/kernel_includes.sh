@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# The kernels include one another, the processor's intrinsics, and a few headers of the C++ standard library. They
-# include no header of the host or of the platform. Prints what breaks this. Usage: kernel_includes.sh FOLDER
+# The kernels may include one another, the processor's intrinsics, and a few headers of the C++ standard library, but no
+# header of the host or of the platform. This script prints each line that breaks this rule, and then fails.
+# Usage: kernel_includes.sh FOLDER
 set -euo pipefail
 allowed='"engine/kernels/[a-z0-9_/]+\.h"|<(algorithm|cmath|cstddef|cstdint|cstring|limits|span)>|<(emm|imm)intrin\.h>'
 

@@ -1,4 +1,4 @@
-# script/package packs a zip to copy from and an installer, both from the same files.
+# script/package makes two packages of the same files: a zip, from which users copy the effect, and an installer.
 set(texts ${CMAKE_BINARY_DIR}/texts)
 set(manual ${CMAKE_SOURCE_DIR}/build/manual/manual.html)  # script/manual writes it
 configure_file(packaging/README.txt ${texts}/README.txt @ONLY NEWLINE_STYLE DOS)

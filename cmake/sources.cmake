@@ -1,5 +1,6 @@
-# nuv_sources(VARIABLE [FOLDER …]): finds every .cpp of the current folder, or of the folders named, and of their
-# subfolder for the target system, linux/ or windows/. A file that only one system needs lies in such a subfolder.
+# nuv_sources(VARIABLE [FOLDER …]) sets VARIABLE to all .cpp files of the given folders, or of the current folder if
+# none is given. Files that only one system needs lie in a subfolder linux/ or windows/. The function adds those of
+# the target system.
 function(nuv_sources variable)
   if(WIN32)
     set(system windows)

@@ -1,8 +1,8 @@
-# 64-bit Windows, cross-compiled with MinGW-w64. Its -posix compiler is the one that has std::thread.
+# Cross-compiles for 64-bit Windows with MinGW-w64. Only those of its compilers that end in -posix have std::thread.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR AMD64)
 
-set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)  # for GoogleTest, whose project names C as well
+set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)  # GoogleTest's CMake project needs a C compiler, too
 set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
 set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
 set(CMAKE_OBJCOPY x86_64-w64-mingw32-objcopy)

@@ -1,4 +1,4 @@
-// What the machine has to give.
+// The memory and the processors that this process can use.
 #pragma once
 
 #include <cstdint>
@@ -6,6 +6,6 @@
 namespace platform {
 
 std::int64_t MemoryAvailable();  // bytes that the machine can give before it has to swap
-int ProcessorCount();            // those that this process may run on
+int ProcessorCount();            // processors that this process may run on
 
 }  // namespace platform

@@ -5,8 +5,9 @@
 
 namespace platform {
 
-// At least so many bytes, all zero, between two pages that end the process when they are touched. Pages that nobody
-// writes take no memory, so the block may be far larger than the machine's memory.
+// A block of at least `bytes` bytes, all zero. It lies between two guard pages: an access to them ends the process.
+// Pages that nobody writes take no memory. On Linux, the block may therefore be far larger than the machine's
+// memory. On Windows, memory and page file together must have room for it.
 class MappedMemory {
 public:
     explicit MappedMemory(std::size_t bytes);  // throws std::bad_alloc

@@ -5,7 +5,7 @@
 
 namespace platform {
 
-// Loaded with every symbol bound; unloaded at the end.
+// The constructor loads the library and binds all its symbols. The destructor unloads it.
 class Module {
 public:
     // Throws std::runtime_error with the loader's reason.
@@ -16,7 +16,7 @@ public:
 
     void* Find(const char* symbol) const;  // null if it is not exported
 
-    // Whether anything holds the file in this process.
+    // Whether the file is loaded in this process, by this class or by anybody else.
     static bool IsLoaded(const std::filesystem::path& file);
 
 private:

@@ -17,7 +17,7 @@ std::string WorkingFolder() {
 }
 
 std::string FloatState() {
-    constexpr unsigned kFlags = 0x3F;  // the exceptions seen so far, which are no setting
+    constexpr unsigned kFlags = 0x3F;  // these bits are not settings: they record the exceptions so far
     return std::to_string(_mm_getcsr() & ~kFlags);
 }
 

@@ -1,16 +1,17 @@
-// Settings that all code of a process or of a thread shares, as texts to be compared before and after.
+// Settings that all code of a process, or of a thread, shares. They are given as texts, so that a check can compare
+// them before and after a call.
 #pragma once
 
 #include <string>
 
 namespace platform {
 
-// Of the process.
+// Settings of the process.
 std::string LocaleName();  // of all categories
 std::string WorkingFolder();
 std::string CrashHandlers();
 
-// Of the calling thread.
+// Settings of the calling thread.
 std::string FloatState();  // rounding, flushing and masks
 std::string ThreadName();  // empty where the system has none
 std::string ThreadPriority();

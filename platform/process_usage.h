@@ -1,4 +1,5 @@
-// What the process holds of the system's, to be compared before and after.
+// How much of the system's memory, handles and threads the process holds, so that a check can compare this before
+// and after a call.
 #pragma once
 
 #include <cstdint>
@@ -9,8 +10,8 @@ std::int64_t HeapBytesInUse();  // in all heaps of the process
 std::int64_t OpenHandles();     // open files on Linux, handles of every kind on Windows
 int ThreadCount();
 
-// How many threads there are beyond `before`. Threads that are just ending get two seconds for it, because the
-// system may still list a thread that has been joined.
+// Returns how many more threads than `before` there are. Waits for up to two seconds until the surplus threads have
+// ended, because the system may still list a thread that has been joined.
 int ThreadsBeyond(int before);
 
 struct Usage {
@@ -19,7 +20,7 @@ struct Usage {
     std::int64_t threads = 0;
 };
 
-// All of it as it is now. Exact only while the other threads rest.
+// Returns the current values. They are exact only while the other threads do nothing.
 Usage UsageNow();
 
 }  // namespace platform

@@ -6,9 +6,9 @@
 
 namespace refhost {
 
-// The reason why this file cannot be loaded, or "" if none is found here. The system's loader tells less about a
-// file for another system. If a file is truncated, the loader maps the missing part, too, and the process ends by a
-// signal.
+// Returns the reason why this file cannot be loaded, or "" if it finds none. Two faults must be found before
+// the system's loader sees the file. The loader's message about a file for another system is not clear. On Linux it
+// maps a truncated file as if it were whole, and then a signal ends the process.
 std::string WhyNotLoadable(const std::filesystem::path& file);
 
 }  // namespace refhost

@@ -37,10 +37,10 @@ enum class Call {
     addPixelFormat,
     iterate,
     iterateGeneric,
-    row,  // one row of an iteration of either kind, before the effect's function is called for it
+    row,  // a row of `iterate` or `iterateGeneric`, just before the host calls the effect's function for it
     copyString,
     formatString,
-    count  // how many there are, no callback
+    count  // not a callback, but their number
 };
 inline constexpr auto kCallKinds = static_cast<std::size_t>(Call::count);
 
@@ -50,7 +50,7 @@ std::string_view Name(Call call);
 // One callback that the effect made.
 struct CallRecord {
     Call call;
-    std::int64_t index;  // counts calls of this kind from 0, since the host was made or since Account::Reset
+    std::int64_t index;  // 0 for the first call of this kind since the host was made, or since Account::Reset
     // What the call is about:
     //   AcquireSuite, ReleaseSuite                 name and version: PF World Suite 2
     //   checkout_param, checkin_param, add_param, checkout_layer    parameter index: 3
@@ -67,16 +67,15 @@ struct CallRecord {
     std::uint64_t thread;  // a small number that stands for the calling thread
 };
 
-// Decides what becomes of one callback, before the host carries it out. Without a value, the host carries it out.
-// With a code, the callback fails with that code:
-//   - A callback that gives a pointer (handles, locks) gives null. AcquireSuite sets the pointer to null for every
-//     code, even for code 0.
-//   - A row is not called, and its iteration stops with the code.
-//   - A callback that gives something back (release, check-in, unlock, dispose) is carried out all the same and
-//   only
-//     answers with the code. A fault therefore never looks like something that the effect has kept.
-// The host may call the plan from several threads at once. An exception that the plan throws goes through the
-// callback to the effect.
+// Decides what happens to one callback. The host asks before it carries the callback out. If the plan returns no
+// value, the host carries the callback out. If the plan returns a code, the callback fails with this code:
+//   - A callback that returns a pointer (handles, locks) returns null. AcquireSuite sets the pointer to null for
+//     every code, even for code 0.
+//   - For a row, the effect's function is not called, and the iteration stops with the code.
+//   - A callback that gives something back to the host (release, check-in, unlock, dispose) is carried out in any
+//     case, and then returns the code. Thus the account never lists something that the effect gave back.
+// The host may call the plan from several threads at once. If the plan throws an exception, it goes through the
+// callback to the effect. For a row, the account lists it as if the effect's function had thrown it.
 using FaultPlan = std::function<std::optional<PF_Err>(const CallRecord&)>;
 
 }  // namespace refhost

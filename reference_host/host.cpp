@@ -11,7 +11,7 @@
 namespace refhost {
 namespace {
 
-constexpr PF_Err kEscaped = -1;  // what a command gives when an exception left the effect
+constexpr PF_Err kEscaped = -1;  // the code of a command that an exception has ended
 
 // The plug-in data pointer of the scan. The effect must hand it back, but cannot use it.
 PF_PluginDataPtr ScanToken() {

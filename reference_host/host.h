@@ -23,11 +23,12 @@ namespace refhost {
 
 struct HostOptions {
     Personality personality = Personality::compositor;
-    int iterationThreads = 2;      // threads of one row iteration, with the command's own; at least 1
+    int iterationThreads = 2;      // threads of one row iteration, including the command's own; at least 1
     bool genericIteration = true;  // whether "PF Iterate8 Suite" has its iterate_generic entry
     std::uint32_t rowOrder = 0;    // 0: rows are handed out in ascending order; otherwise shuffled by this number
-    // Gives a freed block to the next request of the same size, with its old bytes. Otherwise every block is new,
-    // filled with a pattern (a block over 64 MiB at its ends only) and guarded at both ends. For benchmarks.
+    // For benchmarks. If true, the next request of the same size gets a freed block with its old bytes. If false,
+    // every block is new, is filled with a pattern (a block over 64 MiB only at its ends), and has guard bytes at
+    // both ends.
     bool keepFreedHandles = false;
     bool recordCalls = false;  // keep every CallRecord for Account::Calls
     FaultPlan faults;
@@ -71,14 +72,14 @@ public:
     // The pixel formats that the effect declared at global set-up in the editing host.
     std::vector<PF_PixelFormat> supportedFormats() const;
 
-    // Sends any command with any arguments, with the same care as the host's own commands. Start from the record
-    // that InData() gives. Unless the caller has set effect_ref, it names this one command while the command runs.
-    // An exception that leaves the effect is misuse and gives the code -1.
+    // Sends any command with any arguments, and checks it like the host's own commands. `inData` should be a record
+    // from InData(), which the caller may change. While the command runs, its effect_ref names this command, unless
+    // the caller has set effect_ref. An exception that leaves the effect is misuse, and the result is then -1.
     PF_Err Send(PF_Cmd cmd, PF_InData* inData, PF_OutData* outData, PF_ParamDef* params[] = nullptr,
                 PF_LayerDef* output = nullptr, void* extra = nullptr);
     // A fresh record for the next command, with the callbacks and the application id of the personality.
     PF_InData InData();
-    // A block like those that the effect gets, but owned by the host. Null when there is no memory.
+    // Makes a block like those that the effect gets, but the host owns it. Returns null if there is no memory.
     PF_Handle NewHandle(std::uint64_t size);
     void DisposeHandle(PF_Handle handle);
     bool IsLive(PF_Handle handle) const;

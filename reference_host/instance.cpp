@@ -29,7 +29,7 @@ ParamValue DefaultOf(const PF_ParamDef& param) {
     }
 }
 
-// A percentage of `size` pixels, in pixels. Both in 16.16 fixed point.
+// Returns `percent` percent of `size` pixels, in pixels. The percentage and the result are in 16.16 fixed point.
 PF_Fixed PercentOf(PF_Fixed percent, std::int32_t size) {
     return static_cast<PF_Fixed>(std::int64_t{percent} * size / 100);
 }
@@ -94,7 +94,7 @@ struct Instance::Impl {
         return params[static_cast<std::size_t>(index - 1)];
     }
 
-    // The parameter with this index. Throws if the value is not of its type.
+    // Returns the parameter with this index. Throws if the value has another type than the parameter.
     Param& For(std::int32_t index, const ParamValue& value) {
         auto& param = At(index);
         if (param.value.index() != value.index()) {
@@ -118,7 +118,7 @@ PF_Err Instance::Impl::SequenceCommand(PF_Cmd cmd) {
     in.sequence_data = sequenceData;
     const PF_Err code = host.Send(cmd, &in, &out, nullptr, nullptr, nullptr, nullptr);
     auto& handles = host.State().handles;
-    // The effect gives the block in the out data. If it has not, the block is the one in the in data.
+    // The effect puts the block into the out data. If it has not, the instance keeps the block in the in data.
     sequenceData = handles.Find(out.sequence_data) ? out.sequence_data : in.sequence_data;
     if (!handles.Find(sequenceData)) sequenceData = nullptr;
     return code;
@@ -222,8 +222,8 @@ void Instance::Impl::EndPreRenderData(const PF_PreRenderOutput& output) {
     } catch (...) {
         host.State().AddMisuse("an exception left the effect in " + CommandName(kDeletePreRenderData));
     }
-    handles.SetOwner(handle,
-                     Owner::effect);  // the function should have freed it: if not, it is a leak of the effect
+    // The function should have freed the handle. If it has not, the account lists the handle as the effect's.
+    handles.SetOwner(handle, Owner::effect);
 }
 
 Instance::Instance(Host& host) : impl_(std::make_unique<Impl>(host)) {}

@@ -45,12 +45,13 @@ struct SavedInstance {
 };
 
 struct RenderSettings {
-    World* input = nullptr;   // null: the layer has no pixels, and the effect is handed a null world
-    World* output = nullptr;  // null: as above
+    // Null: the layer has no pixels. Smart render then hands out a null world, and plain render an empty record.
+    World* input = nullptr;
+    World* output = nullptr;  // null: the effect is handed a null world
     std::int32_t currentTime = 0, timeStep = 1;
     std::uint32_t timeScale = 25;
     PF_RationalScale downsampleX{1, 1}, downsampleY{1, 1}, pixelAspect{1, 1};
-    std::int32_t layerWidth = 0, layerHeight = 0;  // in_data's layer size; 0: that of the input world
+    std::int32_t layerWidth = 0, layerHeight = 0;  // layer size in in_data; 0: the input world's size
     std::int32_t field = PF_Field_FRAME;
     // Smart render only: the area that the host asks for. Empty: the whole area of the output world.
     PF_LRect request{};
@@ -64,18 +65,18 @@ struct RenderSettings {
     // With a value, "PF World Suite" names this format for input and output. "PF Pixel Format Suite" always names
     // their true format.
     std::optional<PF_PixelFormat> worldSuiteFormat;
-    // Plain render only: entries 1, 2, … of the parameter array. The entries that are missing are null, because no
-    // effect may read them.
+    // Plain render only: entries 1, 2, … of the parameter array. Missing entries are null, so an effect that reads
+    // the array needs all of them.
     std::vector<PF_ParamDef*> plainParams;
 };
 
 struct RenderResult {
     PF_Err preRender = PF_Err_NONE;  // smart render only
     PF_Err render = PF_Err_NONE;
-    bool rendered = false;                 // whether the render command was sent: not after a failed pre-render
+    bool rendered = false;  // whether the render command was sent; it is not sent if pre-render fails
     PF_PreRenderOutput preRenderOutput{};  // as pre-render left it; its pre_render_data is no longer valid
     PF_RenderRequest inputRequest{};       // what the effect asked of its input
-    // What the pre-render data handle held after pre-render. Empty without a handle. The host frees the handle.
+    // The bytes in the pre-render data handle after pre-render. Empty without a handle.
     std::vector<std::byte> preRenderData;
     PF_OutData outData{};  // of the last command sent
 };
@@ -104,11 +105,11 @@ public:
 
     SavedInstance Save() const;
     // Values are matched by disk id. Ids that the effect does not have are ignored. The sequence data is put into a
-    // new handle; call SequenceResetup next. Throws std::invalid_argument as Set does.
+    // new handle; call SequenceResetup next. Throws std::invalid_argument as Set does, and std::bad_alloc.
     void Load(const SavedInstance& saved);
 
-    // Sends pre-render and smart render with the values of this moment. Sends no render after a failed pre-render
-    // or with `render` false. Throws std::logic_error in a host without smart render.
+    // Sends pre-render and smart render with the current parameter values. Sends only pre-render if that fails or
+    // if `render` is false. Throws std::logic_error in a host without smart render.
     RenderResult SmartRender(const RenderSettings& settings, bool render = true);
     RenderResult PlainRender(const RenderSettings& settings);
     RenderResult Render(RenderPath path, const RenderSettings& settings);

@@ -1,4 +1,4 @@
-// The hosts that the reference host plays, and what tells one from the other.
+// The hosts that the reference host plays, and how they differ.
 #pragma once
 
 #include <array>
@@ -11,18 +11,19 @@
 
 namespace refhost {
 
-enum class Personality { compositor, editor, count };  // count: how many there are, no personality
+enum class Personality { compositor, editor, count };  // `count` is not a personality, but their number
 
 struct PersonalityTraits {
     Personality personality;
     std::string_view name;         // in reports and lists of deviations
     std::string_view application;  // in options and descriptions
-    const char* scanName;          // the host's name that the effect is told when it is scanned
+    const char* scanName;          // the host's name, which the effect gets in the scan
     std::int32_t applicationId;    // in_data.appl_id
     bool smartRender;              // whether it sends pre-render and smart render; every host sends plain renders
-    bool declaredFormats;          // whether it hands over the formats that the effect added to a list of its own,
-                                   // and not those that the effect's flags tell
-    bool bottomUp;                 // whether its worlds are stored with the bottom row first
+    // Whether its worlds have the formats that the effect has added in global set-up. Otherwise they have the
+    // formats that the effect's flags declare.
+    bool declaredFormats;
+    bool bottomUp;  // whether its worlds are stored with the bottom row first
 };
 
 inline constexpr std::array<PersonalityTraits, static_cast<std::size_t>(Personality::count)> kPersonalities{{

@@ -19,8 +19,8 @@ struct PixelFormat {
     std::string_view name;  // in messages
     int bitsPerChannel;     // 8: whole numbers with white at 255; 16: with white at 32768; 32: floats, white is 1
     ChannelOrder order;
-    // The host whose own pictures have this format. A host with declaredFormats hands over the others as well, if
-    // the effect declares them.
+    // The host whose own pictures have this format. A host with declaredFormats also hands over the formats of the
+    // other host, if the effect declares them.
     Personality host;
     // The flags with which an effect declares the format to a host without declaredFormats.
     std::uint32_t outFlags = 0, outFlags2 = 0;
@@ -44,7 +44,7 @@ static_assert(std::ranges::equal(kPixelFormats, kFormats, {}, &PixelFormat::code
 const PixelFormat* FindFormat(PF_PixelFormat code);
 // Throws std::invalid_argument for a format that no host has.
 const PixelFormat& FormatOf(PF_PixelFormat code);
-// The first format of a host's own with this depth; null if it has none.
+// The first format in the table that belongs to this host and has this depth; null if there is none.
 const PixelFormat* FindFormat(Personality host, int bitsPerChannel);
 // 4, 8 or 16; 0 for a format that no host has.
 int BytesPerPixel(PF_PixelFormat code);

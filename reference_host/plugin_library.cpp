@@ -69,7 +69,7 @@ Function Entry(void* module, const char* name, const std::filesystem::path& file
 
 PluginLibrary::PluginLibrary(const std::filesystem::path& file) {
     if (const auto why = WhyNotLoadable(file); !why.empty()) throw std::runtime_error(Utf8(file) + ": " + why);
-    // The system would search its folders for a name without a folder.
+    // The path is made absolute. The system would search its own folders for a file name without a folder.
     module_ = Load(std::filesystem::absolute(file));
     effectMain = Entry<EffectMainType>(module_.get(), "EffectMain", file);
     pluginDataEntryFunction = Entry<PluginDataEntryFunctionType>(module_.get(), "PluginDataEntryFunction", file);

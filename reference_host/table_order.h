@@ -5,8 +5,9 @@
 
 namespace refhost {
 
-// Whether each row carries the value of its place. A table with as many rows as the enumeration has values is then
-// complete: a row that was forgotten is left at the first value.
+// Whether the key of each row is the enumeration's value with the row's number. If the table has as many rows as
+// the enumeration has values, the table is then complete: a forgotten row would lie at the end and have the first
+// value.
 template <class Table, class Row, class Key>
 constexpr bool HasRowForEach(const Table& table, Key Row::*key) {
     std::size_t place = 0;

@@ -25,7 +25,7 @@ std::size_t Stride(const WorldLayout& layout) {
     return RowPixels(layout) + Size(layout.padding);
 }
 
-// The place of row `y` among the rows as they lie in memory.
+// The number of row `y` in the order in which the rows lie in memory.
 std::size_t StoredRow(const WorldLayout& layout, int y) {
     return Size(layout.bottomUp ? layout.height - 1 - y : y);
 }

@@ -17,8 +17,8 @@ struct WorldLayout {
     int width = 0;          // pixels, 0 or more
     int height = 0;         // rows, 0 or more
     int padding = 0;        // bytes between the end of a row's pixels and the next row
-    bool bottomUp = false;  // the last row is stored first, and the stride is negative
-    int misalignment = 0;   // bytes by which the first byte is moved away from 64-byte alignment
+    bool bottomUp = false;  // the bottom row is stored first, and the stride is negative
+    int misalignment = 0;   // bytes by which the rows are moved away from 64-byte alignment
     int originX = 0;
     int originY = 0;
 };
@@ -32,7 +32,7 @@ public:
     static constexpr std::uint8_t kPoison = 0xA5;
 
     World() = default;
-    // All bytes, also those of the pixels, are `poison` at first.
+    // Sets all bytes to `poison`, also those of the pixels.
     explicit World(const WorldLayout& layout, std::uint8_t poison = kPoison);
     World(World&&) noexcept = default;
     World& operator=(World&&) noexcept = default;

@@ -9,7 +9,7 @@ namespace platform {
 
 Module::Module(const std::filesystem::path& file) : handle_(::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL)) {
     if (handle_ == nullptr) {
-        const char* reason = ::dlerror();  // NOLINT(concurrency-mt-unsafe): each thread has its own
+        const char* reason = ::dlerror();  // NOLINT(concurrency-mt-unsafe): each thread has its own error text
         throw std::runtime_error(std::string("cannot be loaded: ") + (reason ? reason : "no reason given"));
     }
 }

@@ -25,7 +25,7 @@ std::string ThreadName() {
     return name;
 }
 
-// Asks the system, because the C library does not notice every change.
+// Asks the kernel, because pthread_getschedparam does not notice changes that are made by a direct system call.
 std::string ThreadPriority() {
     sched_param param{};
     ::sched_getparam(0, &param);

@@ -10,7 +10,7 @@
 namespace platform {
 namespace {
 
-// A heap that cannot be locked counts as empty: nobody else may walk it.
+// Only a heap that can be locked may be walked, so a heap that cannot be locked counts as empty.
 std::int64_t BytesInUse(HANDLE heap) {
     if (!HeapLock(heap)) return 0;
     std::int64_t bytes = 0;
@@ -34,7 +34,7 @@ std::int64_t HeapBytesInUse() {
     return bytes;
 }
 
-// Asks about every value that can be a handle, because emulators do not keep the system's count.
+// Tries every value below 2^18 that can be a handle, because emulators of Windows do not count a process's handles.
 std::int64_t OpenHandles() {
     std::int64_t open = 0;
     for (std::uintptr_t value = 4; value < (1 << 18); value += 4) {

@@ -41,7 +41,7 @@ PF_Err WorldSuiteGetPixelFormat(const PF_EffectWorld* world, PF_PixelFormat* for
 PF_Err FormatSuiteGetPixelFormat(PF_EffectWorld* world, PF_PixelFormat* format);
 PF_Err AddSupportedPixelFormat(PF_ProgPtr ref, PF_PixelFormat format);
 PF_Err ClearSupportedPixelFormats(PF_ProgPtr ref);
-// One pixel of a colour, in which white is 1.
+// Writes one pixel of this colour to `pixel`. White has the value 1 in each channel, in every format.
 PF_Err ConvertColor(PF_PixelFormat format, float alpha, float red, float green, float blue, void* pixel);
 
 // Iteration

@@ -17,15 +17,15 @@ std::string SizeOf(const Callback& callback, PF_Handle handle) {
     return SizeText(callback.state().handles.Find(handle));
 }
 
-// Whether the handle is live. If it is not, reports misuse.
+// Returns what is known about a live handle. Reports misuse if the handle is not live.
 std::optional<HandleStore::Info> Require(const Callback& callback, PF_Handle handle) {
     auto info = callback.state().handles.Find(handle);
     if (!info) callback.Misuse(handle ? "the handle is not live" : "the handle is null");
     return info;
 }
 
-// The effect may free a handle that the host owns only in the commands for it: global data in global commands,
-// sequence data in sequence commands.
+// The effect may free a handle that the host owns only in certain commands: global data in global commands,
+// sequence data in sequence commands, and any handle in the delete function of pre-render data.
 bool MayDispose(const Command& command, PF_Handle handle) {
     switch (command.cmd) {
         case PF_Cmd_GLOBAL_SETUP:

@@ -9,10 +9,10 @@
 namespace refhost {
 namespace {
 
-// Calls the effect's function for this row, with this number as the iteration's thread.
+// Calls the effect's function for one row. `thread` is the calling thread's number in the iteration.
 using RowWork = std::function<PF_Err(std::int32_t thread, std::int32_t row)>;
 
-// The order of rows. It has every number below `count` once.
+// The order in which rows are handed out. It contains each number from 0 to count - 1 once.
 class RowOrder {
 public:
     RowOrder(std::uint32_t seed, std::int32_t count) : count_(count) {
@@ -54,8 +54,8 @@ public:
 private:
     void TakeRows(int thread) {
         std::int64_t untold = 0;
-        // The first slot is for the command's thread, which thus calls the effect at least once, however fast the
-        // others are.
+        // Slot 0 is reserved for the command's thread (thread 0). So this thread gets at least one row, even if the
+        // other threads are faster.
         for (std::int64_t slot = thread == 0 ? 0 : next_++; slot < rows_; slot = next_++) {
             const std::int32_t row = order_[slot];
             std::optional<PF_Err> stop;
@@ -90,7 +90,7 @@ private:
     const std::int64_t rows_;
     const RowWork& work_;
     const RowOrder order_;
-    // On another cache line than the members that threads only read.
+    // All threads write this member. It is not in the cache line of the members above, which they only read.
     alignas(64) std::atomic<std::int64_t> next_{1};
     std::atomic<bool> stopped_{false};
     PF_Err result_ = PF_Err_NONE;  // written by the first thread that stops
@@ -129,7 +129,7 @@ PF_Err IterateRows(std::int32_t iterations, void* refcon, PF_IterateRowFunc rowF
 PF_Err IteratePixels(PF_InData* inData, std::int32_t, std::int32_t, PF_EffectWorld* source, const PF_Rect* area,
                      void* refcon, PF_IteratePixel8Func pixelFunction, PF_EffectWorld* destination) {
     const Callback callback = inData ? Callback(Call::iterate, inData->effect_ref) : Callback(Call::iterate);
-    // Without a source the effect gets only output pixels, and without an output only source pixels.
+    // The source or the destination may be null. The effect's function then gets a null pixel instead.
     const PF_EffectWorld* either = source ? source : destination;
     PF_Rect pixels{};
     if (either) pixels = {0, 0, either->width, either->height};

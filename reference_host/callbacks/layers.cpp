@@ -16,7 +16,7 @@ bool HasJob(const Callback& callback) {
     return false;
 }
 
-// The coordinate `size` after `start`, or the greatest one that there is.
+// Returns start + size, limited to what 32 bits can hold.
 std::int32_t End(std::int32_t start, std::int32_t size) {
     using Limits = std::numeric_limits<std::int32_t>;
     return static_cast<std::int32_t>(
@@ -79,7 +79,7 @@ PF_Err CheckoutLayer(PF_ProgPtr ref, std::int32_t index, std::int32_t checkoutId
     const PF_LRect whole = job.inputRecord ? AreaOf(job.input) : PF_LRect{};
     const PF_LRect part = Intersection(request->rect, whole);
     PF_EffectWorld world = job.input;
-    // If the settings give the check-out's answer, the effect gets the whole world.
+    // If the settings contain the answer to the check-out, the effect gets the whole world.
     if (!job.settings.checkoutResult && std::memcmp(&part, &whole, sizeof part) != 0) {
         world = CutOut(job.input, part, BytesPerPixel(job.inputFormat.format));
     }

@@ -22,7 +22,7 @@ struct Put {
     }
 };
 
-// The parameter's record at a time. For an index that does not exist, it is all zero.
+// Returns the parameter's record at this time. The record is all zero if the index does not exist.
 PF_ParamDef ValueAt(const Command& command, std::int32_t index, std::int32_t time) {
     PF_ParamDef value{};
     if (index == 0) {
@@ -40,7 +40,8 @@ PF_ParamDef ValueAt(const Command& command, std::int32_t index, std::int32_t tim
     return value;
 }
 
-// The check-out that a check-in of this record ends: the last one in this command, or end() if there is none.
+// Finds the check-out that a check-in of this record ends: the latest check-out of the record in this command.
+// Returns end() if there is none.
 auto FindCheckout(Account::State& state, const Command& command, const PF_ParamDef* param) {
     const auto [first, last] = state.checkouts.equal_range(param);
     auto found = state.checkouts.end();
@@ -71,7 +72,8 @@ PF_Err CheckoutParam(PF_ProgPtr ref, std::int32_t index, std::int32_t whatTime, 
         state.checkouts.emplace(param, ParamCheckout{index, callback.command().serial, fate.has_value()});
     }
     if (fate) return *fate;
-    // An index out of range succeeds, with a record of zeros: the compositing host hides this mistake.
+    // A check-out of an index that does not exist succeeds and gives a record of zeros. The compositing host hides
+    // this mistake in the same way.
     *param = ValueAt(callback.command(), index, whatTime);
     return PF_Err_NONE;
 }

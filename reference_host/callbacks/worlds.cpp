@@ -36,8 +36,8 @@ PF_Err Make(PF_ProgPtr ref, std::int32_t width, std::int32_t height, bool clear,
     return PF_Err_NONE;
 }
 
-// The world that was made in this record, or end() if there is none. If the effect has used the record again before
-// it freed the first world, the last world.
+// Finds the world that was made in this record. If the effect has made several worlds in the record and not freed
+// them, it is the last one. Returns end() if there is none.
 auto FindMade(Account::State& state, const PF_EffectWorld* record) {
     const auto [first, last] = state.worlds.equal_range(record);
     return first == last ? state.worlds.end() : std::prev(last);

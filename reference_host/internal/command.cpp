@@ -10,10 +10,10 @@
 namespace refhost {
 namespace {
 
-// The calling thread's place in a host.
+// What the calling thread is doing for a host.
 struct Place {
     Command* command = nullptr;
-    bool iterates = false;  // works for an iteration, and is not the command's thread
+    bool iterates = false;  // it works for an iteration of the command, and is not the command's own thread
 };
 thread_local Place here;
 

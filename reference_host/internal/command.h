@@ -1,4 +1,4 @@
-// One command under way, and one callback made in it.
+// A running command, and a callback that the effect makes in it.
 #pragma once
 
 #include <atomic>
@@ -28,7 +28,7 @@ struct RenderJob {
     const RenderSettings& settings;
     std::int32_t layerWidth = 0, layerHeight = 0;
 
-    // The records that the effect sees. They are copies, so that the settings keep theirs.
+    // The records that the effect sees. They are copies, so the effect cannot change the records in the settings.
     PF_EffectWorld input{}, output{};
     PF_EffectWorld* inputRecord = nullptr;  // null without such a world
     PF_EffectWorld* outputRecord = nullptr;
@@ -40,7 +40,7 @@ struct RenderJob {
     PF_RenderRequest inputRequest{};
     struct Layer {
         enum class State { announced, out, in } state;
-        PF_EffectWorld theirs, ours;  // the record that the effect sees, and a copy from before
+        PF_EffectWorld theirs, ours;  // the record that the effect sees, and an unchanged copy of it
     };
     std::map<std::int32_t, Layer> layers;  // by check-out id
 };
@@ -54,14 +54,14 @@ struct Command {
     std::uint64_t serial;
     bool traced;   // whether calls are recorded or may fail by a plan
     bool recycle;  // HostOptions::keepFreedHandles
-    // The data with which the command began. Its set-down command may free them.
+    // The handles that the record had when the command began. The effect may change the record.
     PF_Handle sequenceData, globalData;
     std::map<const PF_EffectWorld*, KnownWorld> worlds;  // handed to the effect and not given back
 
     PF_ProgPtr Ref() { return reinterpret_cast<PF_ProgPtr>(this); }
 };
 
-// The value of effect_ref until its command runs.
+// The value of effect_ref in a record that does not belong to a running command.
 PF_ProgPtr UnboundRef();
 
 // While this object lives, the calling thread runs this command.

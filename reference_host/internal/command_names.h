@@ -10,7 +10,7 @@ namespace refhost {
 inline constexpr PF_Cmd kScan = -1001;
 inline constexpr PF_Cmd kDeletePreRenderData = -1002;
 
-// "smart pre-render"; "command 29" for a command without a name.
+// Returns for example "smart pre-render", or "command 29" for a command that has no name here.
 std::string CommandName(PF_Cmd cmd);
 
 }  // namespace refhost

@@ -14,7 +14,7 @@ constexpr auto kFreshByte = std::byte{0xC9};
 constexpr std::size_t kFillWhole = std::size_t{64} << 20;
 constexpr std::size_t kFillEnds = std::size_t{1} << 20;
 constexpr std::size_t kRetired = 4096;
-// More than any system can give. With more, the sums below would overflow.
+// No system can give so many bytes. With larger numbers, the sums below could overflow.
 constexpr std::uint64_t kMost = std::uint64_t{1} << 62;
 
 void FillFresh(std::span<std::byte> bytes) {

@@ -1,4 +1,4 @@
-// The host's blocks of memory, which move while they are not locked.
+// The host's blocks of memory. A block may move while it is not locked.
 #pragma once
 
 #include <cstddef>
@@ -33,7 +33,7 @@ public:
     // with its old contents, if there is one. Without it every block is filled, guarded and really freed. Returns
     // null if there is no memory.
     PF_Handle New(std::uint64_t size, Owner owner, bool recycle);
-    // This function and those below do nothing, and return nothing, if the handle is not live.
+    // If the handle is not live, the functions from Find to Dispose do nothing and return an empty result.
     std::optional<Info> Find(PF_Handle handle) const;
     std::span<std::byte> Bytes(PF_Handle handle) const;
     void* Lock(PF_Handle handle);
@@ -45,7 +45,8 @@ public:
 
     std::vector<Info> Live() const;
     void DisposeAllOfEffect();
-    // Returns the writes outside of blocks that were found when blocks were freed, and forgets them.
+    // Returns one sentence for each block outside of which something was written, and forgets them. The store
+    // checks a block when it is freed or resized.
     std::vector<std::string> TakeDamage();
 
 private:
@@ -77,8 +78,8 @@ private:
     mutable std::mutex mutex_;
     std::unordered_map<PF_Handle, std::unique_ptr<Record>> live_;
     std::multimap<std::uint64_t, Block> freed_;
-    // The handles that were freed last. While they are kept here, no new handle gets their address, so their use is
-    // noticed.
+    // The handles that were freed last. While they are kept here, no new handle gets their address. Thus the store
+    // notices if the effect still uses one of them.
     std::deque<std::unique_ptr<Record>> retired_;
     std::vector<std::string> damage_;
 };

@@ -23,7 +23,7 @@ struct Host::Impl {
 
     PF_OutData out{};
     std::vector<PF_ParamDef> parameters;
-    std::deque<std::string> choices;  // what the parameters point to, those of earlier set-ups too
+    std::deque<std::string> choices;  // the popups' texts, to which parameters point, also from earlier set-ups
     PF_Handle globalData = nullptr;
 
     std::shared_ptr<Account::State> SharedState() const { return account.state_; }
@@ -32,7 +32,8 @@ struct Host::Impl {
     PF_Err SetUpCommand(PF_Cmd cmd);
     PF_Err Send(PF_Cmd cmd, PF_InData* inData, PF_OutData* outData, PF_ParamDef* params[], PF_LayerDef* output,
                 void* extra, RenderJob* job);
-    // Takes over what the command has left in the out data's handles, and hands back what it should have freed.
+    // Makes the host the owner of the handles that the effect has put into the out data. After a set-down command,
+    // the effect becomes the owner of the handles that it should have freed.
     void MoveOwnership(const Command& command, const PF_OutData* outData);
 };
 

@@ -40,7 +40,7 @@ void RowTeam::RunWithOwnThreads(int threads, const std::function<void(int)>& wor
         for (int i = 1; i < threads; ++i)
             own.emplace_back(std::cref(work), i);
     } catch (const std::system_error&) {
-        // The threads that have started do the work.
+        // The system gives no more threads. Those that have started do the work.
     }
     work(0);
     for (auto& thread : own)
@@ -53,7 +53,7 @@ void RowTeam::Hire(int helpers) {
             helpers_.emplace_back(&RowTeam::Help, this, static_cast<int>(helpers_.size()) + 1);
         }
     } catch (const std::system_error&) {
-        // The threads that have started do the work, as above.
+        // As above: the threads that have started do the work.
     }
 }
 

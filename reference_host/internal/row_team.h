@@ -1,4 +1,4 @@
-// Threads that share one piece of work.
+// A team of threads that works on one piece of work at a time.
 #pragma once
 
 #include <condition_variable>
@@ -10,8 +10,8 @@
 
 namespace refhost {
 
-// The threads stay for the next piece of work. Several threads may run pieces of work at the same time. If the team
-// is already working, a piece gets new threads.
+// The team keeps its threads for the next piece of work. Several threads may call Run at the same time. If the team
+// is already working, Run starts other threads for its piece of work.
 class RowTeam {
 public:
     RowTeam() = default;
