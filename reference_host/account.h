@@ -27,8 +27,8 @@ public:
     std::vector<std::string> Outstanding() const;
     // One sentence for each misuse seen so far. For example, the effect unlocks what is not locked, gives back what
     // it never got, checks in what it did not check out, makes a callback on a thread or in a command where the
-    // callback is not allowed, writes outside a handle's block, lets an exception out, or answers with rectangles
-    // that break the host's rules.
+    // callback is not allowed, writes outside a handle's block, lets an exception escape, or answers with
+    // rectangles that break the host's rules.
     std::vector<std::string> Misuse() const;
     // The suites that the effect has asked for and that this host does not have: "PF Iterate16 Suite" 1. Sorted.
     std::vector<std::string> MissingSuites() const;

@@ -1,4 +1,4 @@
-// The callbacks that the host offers, and the record of one that the effect made.
+// The callbacks that the host offers, and the record of one call to a callback.
 #pragma once
 
 #include <cstddef>
@@ -40,14 +40,14 @@ enum class Call {
     row,  // a row of `iterate` or `iterateGeneric`, just before the host calls the effect's function for it
     copyString,
     formatString,
-    count  // not a callback, but their number
+    count  // no callback; it is their number
 };
 inline constexpr auto kCallKinds = static_cast<std::size_t>(Call::count);
 
 // The callback's name in the host's tables: "AcquireSuite", "checkout_param", …
 std::string_view Name(Call call);
 
-// One callback that the effect made.
+// One call that the effect made.
 struct CallRecord {
     Call call;
     std::int64_t index;  // 0 for the first call of this kind since the host was made, or since Account::Reset

@@ -59,7 +59,7 @@ public:
     PF_Err ParamsSetup();
     PF_Err GlobalSetdown();
     PF_Err About();  // the text is in outData().return_msg
-    // The record of the last set-up command. It is set to zero before each.
+    // The record of the last set-up command. The host sets it to zero before each command.
     const PF_OutData& outData() const;
 
     // Scan, global set-up and parameter set-up in the host's order. Throws std::runtime_error that names the

@@ -55,8 +55,8 @@ struct RenderSettings {
     std::int32_t field = PF_Field_FRAME;
     // Smart render only: the area that the host asks for. Empty: the whole area of the output world.
     PF_LRect request{};
-    std::int32_t channelMask = PF_ChannelMask_ARGB;  // also part of what the host asks for
-    bool preserveRgbOfZeroAlpha = false;             // also part of what the host asks for
+    std::int32_t channelMask = PF_ChannelMask_ARGB;  // also a part of the request
+    bool preserveRgbOfZeroAlpha = false;             // also a part of the request
     // Smart render only: what the check-out of the input layer answers. With a value, the effect gets the whole
     // input world. Without one, the check-out answers with the part of the input world (placed at its origin) that
     // the effect asks for, and the effect gets that part.
@@ -81,7 +81,7 @@ struct RenderResult {
     PF_OutData outData{};  // of the last command sent
 };
 
-// Destroying an instance sends no command: call SequenceSetdown before.
+// The destructor sends no command. Call SequenceSetdown before.
 class Instance {
 public:
     // Parameters start at their declared defaults. A point stays a percentage of the layer until the first render
@@ -97,10 +97,10 @@ public:
     const PF_OutData& outData() const;
 
     // By parameter index, from 1. Throws std::out_of_range for an index that the effect has not added, and
-    // std::invalid_argument for a value that has not the parameter's type.
+    // std::invalid_argument for a value of another type than the parameter's.
     void Set(std::int32_t index, const ParamValue& value);
     ParamValue Get(std::int32_t index) const;
-    // Replaces the value in check-outs at this time only. Not saved.
+    // Replaces the value only for check-outs at this time. Save() does not keep it.
     void SetAt(std::int32_t time, std::int32_t index, const ParamValue& value);
 
     SavedInstance Save() const;

@@ -11,7 +11,7 @@
 
 namespace refhost {
 
-enum class Personality { compositor, editor, count };  // `count` is not a personality, but their number
+enum class Personality { compositor, editor, count };  // `count` is no personality; it is their number
 
 struct PersonalityTraits {
     Personality personality;

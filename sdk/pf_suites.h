@@ -56,7 +56,7 @@ struct PF_HandleSuite1 {
     PF_Err (*host_resize_handle)(A_HandleSize size, PF_Handle* handle);
 };
 
-// The host calls it once for each pixel, on any of its threads. (x, y) is the pixel's column and row in the area.
+// The host calls it once for each pixel, on any of its threads. (x, y) is the pixel's column and row in the world.
 using PF_IteratePixel8Func = PF_Err (*)(void* refcon, std::int32_t x, std::int32_t y, PF_Pixel* in, PF_Pixel* out);
 
 // The host calls it once for each `i` from 0 to iterations - 1, in any order, on any of its threads, and on several

@@ -98,14 +98,14 @@ public:
     explicit Callback(Call call);
     Callback(Call call, PF_ProgPtr ref);
 
-    // False if no command is running. Only Fate() may be called then.
+    // False if no command is running. Then only Fate() may be called.
     explicit operator bool() const { return command_ != nullptr; }
     Command& command() const { return *command_; }
     Account::State& state() const { return *command_->state; }
-    void Misuse(const std::string& what) const;  // "<callback>: <what>"
+    void Misuse(const std::string& what) const;  // adds "<callback>: <what>" to the account
 
-    // Counts and records the callback and asks the fault plan. If there is a value, the callback answers with it.
-    // `describe` gives CallRecord::detail; it is called only if calls are recorded or a plan is set.
+    // Counts and records the callback and asks the fault plan. If the result has a value, the callback must return
+    // this value. `describe` returns CallRecord::detail. It is called only if calls are recorded or a plan is set.
     template <typename Describe>
     std::optional<PF_Err> Fate(Describe describe) const {
         if (!command_) return PF_Err_INVALID_CALLBACK;

@@ -8,8 +8,8 @@
 
 namespace nuv {
 
-// A handle of the host, locked as long as this object lives. The destructor unlocks it and disposes of it. Only for
-// the command thread.
+// A handle of the host. It is locked as long as this object lives. The destructor unlocks the handle and disposes
+// of it. Use it on the command's thread only.
 class HostBuffer {
 public:
     explicit HostBuffer(const PF_UtilCallbacks& utils) : utils_(utils) {}

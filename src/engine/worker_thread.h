@@ -7,7 +7,7 @@
 namespace nuv {
 
 // This is std::thread, except on Windows. There std::thread allocates handles and memory for the thread that joins,
-// and frees them only if the library is told when that thread ends. Hosts start a thread for one frame and end it,
+// and frees them only if the library is told when that thread ends. A host may start a new thread for each frame,
 // so the process would lose handles and memory with every frame.
 class WorkerThread {
 public:

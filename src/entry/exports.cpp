@@ -5,7 +5,7 @@
 #include "entry/exception_state.h"
 
 #if defined(_WIN32)
-#define NUV_EXPORT extern "C"  // exports.def exports them
+#define NUV_EXPORT extern "C"  // exports.def names the exported functions
 #else
 #define NUV_EXPORT extern "C" __attribute__((visibility("default")))
 #endif

@@ -10,7 +10,7 @@
 namespace nuv {
 
 // Checks out parameters 1 to 5 at current_time, in order, and owns the copies. Each is checked in exactly once: by
-// CheckIn, or by the destructor if an exception ends the command before. Use it on the command's thread only.
+// CheckIn, or by the destructor if an exception ends the command earlier. Use it on the command's thread only.
 class ParameterCopies {
 public:
     // If the host refuses a check-out, the record of that parameter is all zero, and the frame is still rendered.

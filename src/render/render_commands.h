@@ -12,7 +12,7 @@ namespace nuv {
 // returns the check-out's code.
 PF_Err SmartPreRender(PF_InData* inData, PF_PreRenderExtra* extra);
 
-// Renders the announced layer into the output world that the host gives it. The parameters are those at
+// Renders the announced layer into the output world that the host gives. The parameters are those at
 // current_time.
 PF_Err SmartRender(PF_InData* inData, PF_SmartRenderExtra* extra);
 

@@ -1,4 +1,4 @@
-// The engine's inner loops: one table for each implementation. They see only pointers and widths, and know neither
+// The engine's inner loops: one table for each implementation. They work on memory and numbers, and know neither
 // the host nor the platform.
 #pragma once
 
@@ -6,9 +6,9 @@
 
 namespace nuv {
 
-// Converts `width` pixels of one row; a width below 1 converts nothing. Channels that are floats on either side are
-// multiplied by `scale`. Source and destination are rows of different buffers and may have any alignment. Nothing
-// outside the pixels is touched.
+// Converts `width` pixels of one row; a width below 1 converts nothing. If the source or the
+// destination has floats, every channel is multiplied by `scale`. Source and destination are rows of different
+// buffers and may have any alignment. Nothing outside the pixels is touched.
 using RowConversion = void (*)(const std::byte* source, std::byte* destination, std::int32_t width, float scale);
 
 // Writes every pixel of the rows firstRow to endRow - 1 of job.output. Pixels that a reduced resolution leaves out

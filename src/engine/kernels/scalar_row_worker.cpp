@@ -13,8 +13,8 @@ struct Rgba {
     float r, g, b, a;
 };
 
-// Reads the nearest pixel, without interpolation. Outside the source it is transparent black. Colour under zero
-// alpha reads as black.
+// Returns the pixel at this place, or transparent black outside the source. If the pixel's alpha is zero, its
+// colour becomes black.
 Rgba Sample(const ImageBuffer& source, std::int32_t column, std::int32_t row) {
     if (column < 0 || column >= source.width || row < 0 || row >= source.height) return {0, 0, 0, 0};
     const std::byte* const line = source.pixels + std::ptrdiff_t{source.rowBytes} * row;

@@ -39,7 +39,7 @@ struct Vectors {
         return _mm_cvtepi32_ps(_mm_add_epi32(_mm_set1_epi32(first), _mm_setr_epi32(0, 1, 2, 3)));
     }
     static Floats ToFloats(Integers value) { return _mm_cvtepi32_ps(value); }
-    // Rounds toward zero. What does not fit becomes the most negative integer.
+    // Rounds toward zero. A value that does not fit becomes the most negative integer.
     static Integers Truncate(Floats value) { return _mm_cvttps_epi32(value); }
     static Floats SquareRoot(Floats value) { return _mm_sqrt_ps(value); }
     static Floats Absolute(Floats value) { return _mm_andnot_ps(_mm_set1_ps(-0.0f), value); }
