@@ -27,7 +27,7 @@ bool CutOff(std::ifstream&, std::uintmax_t) {
 #else
 
 constexpr std::string_view kOther = "MZ";
-constexpr auto kIsOther = "is a Windows program; this one takes Linux libraries";
+constexpr auto kIsOther = "is a Windows program; this program takes Linux libraries";
 
 template <typename Part>
 bool Read(std::ifstream& stream, std::uint64_t at, Part& part) {

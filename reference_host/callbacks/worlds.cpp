@@ -22,7 +22,7 @@ PF_Err Make(PF_ProgPtr ref, std::int32_t width, std::int32_t height, bool clear,
     const Callback callback(Call::newWorld, ref);
     if (const auto fate = callback.Fate([&] { return Pixels(width, height); })) return *fate;
     if (!record || width < 0 || height < 0 || !FindFormat(format)) {
-        callback.Misuse("no record to fill, or a world that cannot be");
+        callback.Misuse("no record to fill, a negative size, or an unknown format");
         return PF_Err_BAD_CALLBACK_PARAM;
     }
     World world({.format = format, .width = width, .height = height, .padding = 16});
