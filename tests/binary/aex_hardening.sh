@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# How the effect's file is made: loaded anywhere in 64 bits, data never executed, no symbols inside, no time of the
-# build, and a symbols file of its own beside it. Usage: aex_hardening.sh FILE.aex OBJDUMP
+# The effect can be loaded at any 64-bit address, and its data cannot be executed. The file holds no symbols and not the
+# time of the build; a symbols file lies beside it. Usage: aex_hardening.sh FILE.aex OBJDUMP
 set -euo pipefail
 aex=$1 objdump=$2
 headers=$("$objdump" -p "$aex")

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# No 32-byte register is saved with an aligned move: the stack of 64-bit Windows is aligned to 16 bytes alone, and
-# GCC has been known to forget it. Usage: no_aligned_wide_stack_access.sh FILE.aex OBJDUMP
+# No 32-byte register is saved with an aligned move. The stack of 64-bit Windows is aligned to 16 bytes only, and GCC
+# may forget that. Usage: no_aligned_wide_stack_access.sh FILE.aex OBJDUMP
 set -euo pipefail
 wide=$("$2" -d --no-show-raw-insn "$1" | grep -E '%[yz]mm')
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# On processors without AVX, and without AVX-512, the plug-in renders the same bytes, and all kernels for them give what
-# the scalar ones do. Usage: older_processor.sh QEMU PLUGIN RENDER_DIGEST KERNEL_CHECKER
+# On processors without AVX, and without AVX-512, the plug-in renders the same bytes, and all kernels that run there
+# give the bytes of the scalar ones. Usage: older_processor.sh QEMU PLUGIN RENDER_DIGEST KERNEL_CHECKER
 set -euo pipefail
 qemu=$1 plugin=$2 digest=$3 checker=$4
 work=$(mktemp -d)

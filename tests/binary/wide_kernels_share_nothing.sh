@@ -14,8 +14,8 @@ echo "${#checked[@]} objects"
 for tier in sse2 avx2 avx512; do
   [[ ${checked[*]} == */${tier}_kernels.cpp.* ]]
 done
-# Weak symbols (W, V, u), and what Windows' objects mark for the linker to keep once: it lies in a section named
-# after itself.
+# The pattern finds weak symbols (W, V, u). In Windows' objects it finds what the linker keeps only once: that lies in a
+# section of its own name.
 symbols=$("$nm" -C "${checked[@]}")
 refuse() { # PATTERN TEXT: prints the lines of the text that must not be there
   if grep -E "$1" <<<"$2"; then exit 1; fi

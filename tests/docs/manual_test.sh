@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
 # The manual, built as script/manual builds it: complete in one file, and true to what its captions say.
-# Usage: manual_test.sh NUVHOST FOLDER   (where the ray-traced scenes are kept from run to run)
+# Usage: manual_test.sh NUVHOST FOLDER   (the folder keeps the ray-traced scenes from run to run)
 set -u
 source "$(dirname "$0")/../support/promise.sh"
 nuvhost=$(realpath "$1") folder=$(realpath -m "$2")
 cd "$(dirname "$0")/../.." || exit 2
 html=$folder/manual.html
 
-# A picture by its name without number and extension; the first if there are several.
+# named NAME: prints the file of a picture, whose NAME is without number and extension; the first of several.
 named() { find "$folder/pictures" -regex ".*/[0-9]*-$1\.jpg" | sort | head -n 1; }
 
 rm -f "$html"
@@ -83,7 +83,7 @@ promise "the picture of a scaling shows that scaling" \
   shows scaling-cubic-mode-red-cyan-amount-2.5 $detail --scaling cubic --amount 2.5
 promise "a look shows its values" shows mode-blue-yellow-scaling-linear-amount-0.7-frame-center-30-85 640x360+640+0 \
   --mode blue-yellow --amount -0.7 --center 30%,85%
-shows_cutout() { # NAME CROP OPTIONS…: the same for the title, over the squares
+shows_cutout() { # NAME CROP OPTIONS…: the same for the title, which lies over squares
   local picture
   picture=$(named "$1")
   "$nuvhost" render "$folder/title.tif" "$folder/check.tif" "${@:3}" &&

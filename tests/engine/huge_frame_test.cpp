@@ -102,7 +102,7 @@ public:
     static inline std::array<std::byte, 64> block;
 
 private:
-    // It asks for more rows than it was told, on both sides.
+    // Also asks for rows before the first one and after the last one, as a faulty host may.
     static PF_Err Iterate(std::int32_t iterations, void* refcon, PF_IterateRowFunc row) {
         for (std::int32_t i = -2; i < iterations + 2; ++i)
             row(refcon, 1, i, iterations);
@@ -138,7 +138,7 @@ TEST(HugeFrame, WhoseRowsPassThe32BitsOfAStrideIsOutOfMemoryAndIsNotAskedFor) {
     EXPECT_EQ(TinyHost::sizes, std::vector<A_HandleSize>{0}) << "the empty source";
 }
 
-// Sizes that no layer has, and rows without memory.
+// No layer has such sizes, but a host may send them, with memory or without.
 TEST(SizesBelowZero, AreEmptyAndWriteNothing) {
     TinyHost host(kFormatArgb8);
     TinyHost::block.fill(std::byte{0xA5});

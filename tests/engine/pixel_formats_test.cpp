@@ -81,7 +81,7 @@ TEST_P(EveryFormat, TakesOtherModesAsNoneOtherScalingsAsLinearAndOtherViewsAsFin
     }
 }
 
-// The views 4 and 5 are "Alpha" and "Full Alpha".
+// kNonsense does not hold 4 and 5, because two views have these numbers: "Alpha" and "Full Alpha".
 TEST_P(EveryFormat, KnowsNoFourthOrFifthModeOrScaling) {
     for (int choice : {4, 5}) {
         for (double amount : {61.0, -61.0}) {

@@ -28,7 +28,7 @@ public:
 
     bool Flag() { return (Take<std::uint8_t>() & 1) != 0; }
 
-    // 0 to count - 1, of at most 65536.
+    // From 0 to count - 1. The count is at most 65536.
     int Below(int count) { return count <= 256 ? Take<std::uint8_t>() % count : Take<std::uint16_t>() % count; }
 
     template <class List>
@@ -36,7 +36,7 @@ public:
         return std::begin(choices)[Below(static_cast<int>(std::size(choices)))];
     }
 
-    // Small ones most often, and those at which arithmetic breaks.
+    // Often a small number, or one at which arithmetic may overflow or round.
     std::int32_t Number() {
         using Limits = std::numeric_limits<std::int32_t>;
         constexpr std::int32_t kEdges[] = {Limits::min(), Limits::min() + 1, Limits::max(), Limits::max() - 1,
@@ -53,7 +53,7 @@ public:
         }
     }
 
-    // From -100 to 100 most often, and what is no such number.
+    // Often from -100 to 100. Otherwise any double, or a special one such as infinity.
     double Real() {
         using Limits = std::numeric_limits<double>;
         constexpr double kEdges[] = {0.0,

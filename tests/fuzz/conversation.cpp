@@ -33,7 +33,7 @@ refhost::PluginLibrary Effect() {
                               const char*) { return nuv::ReportPluginData(inPtr, callback); }};
 }
 
-// Nothing is there.
+// A pointer to no memory: the effect must not read what it points to.
 template <class Pointer>
 Pointer Nowhere() {
     return reinterpret_cast<Pointer>(std::uintptr_t{64});
@@ -41,7 +41,7 @@ Pointer Nowhere() {
 
 struct Player {
     std::unique_ptr<refhost::Instance> instance;
-    bool complete = false;                                           // the effect had added its five parameters
+    bool complete = false;                                           // the effect had its five parameters
     std::map<std::pair<std::int32_t, std::int32_t>, ParamValue> at;  // overrides by time and index
 };
 
@@ -83,11 +83,11 @@ private:
 
     bool Editor() { return host_.options().personality == refhost::Personality::editor; }
 
-    // After every command. `own`: misuse may be the doing of this host, which has passed nonsense.
+    // Call this after every command. `own`: this host has passed nonsense, so that misuse may be its own fault.
     void Check(bool own) {
         auto& account = host_.account();
         const auto held = account.Outstanding();
-        // The driver's early exit keeps the one suite that it got.
+        // The driver's early exit does not release the one suite that it acquired.
         const bool mayKeep = faults_.Fired(Call::acquireSuite) && held.size() == 1 &&
                              (held[0] == "suite \"PF Pixel Format Suite\" 1: acquired 1, released 0" ||
                               held[0] == "suite \"PF World Suite\" 2: acquired 1, released 0");
@@ -95,8 +95,8 @@ private:
         for (const std::string& line : account.Misuse()) {
             if (line.starts_with("an exception left the effect in ")) Trap(line);
             if (own || faults_.Unruly()) continue;
-            // Pre-render's data are unlocked also where they could not be locked, and the driver's early exit
-            // unlocks the instance's and the session's.
+            // The effect unlocks pre-render's data even if they could not be locked, and the driver's early exit
+            // unlocks the sequence data and the global data.
             constexpr std::string_view kUnlock = "host_unlock_handle: ";
             const bool afterLock =
                 faults_.Fired(Call::lockHandle) && line == "host_unlock_handle: a handle of 8 bytes is not locked";
@@ -156,7 +156,7 @@ private:
 
     void Replace() { MakePlayer(AnyPlayer()); }
 
-    // Null, or a block that the host knows.
+    // Whether the sequence data are null or a handle that the host knows.
     bool HasSoundData(const Player& player) {
         const PF_Handle handle = player.instance->sequenceData();
         return handle == nullptr || host_.IsLive(handle);
@@ -165,7 +165,7 @@ private:
     void Sequence(Player& player, PF_Err (refhost::Instance::*command)()) {
         const bool own = !HasSoundData(player);
         Expect(PF_Err_NONE, (*player.instance.*command)(), "a sequence command");
-        // Thrown out of its set-down, the effect has left the block with the host.
+        // If a callback threw or lied during set-down, the effect may not have freed the block.
         if (faults_.Unruly() && command == &refhost::Instance::SequenceSetdown) {
             host_.DisposeHandle(player.instance->sequenceData());
         }
@@ -202,7 +202,7 @@ private:
         if (player.instance) player.instance->setSequenceData(handle);
     }
 
-    // A saved project, its sequence data cut, grown or garbled, opened in the same or another instance.
+    // Saves an instance, and loads it with other sequence data into the same or another instance.
     void Restore() {
         Player& from = AnyPlayer();
         Player& to = AnyPlayer();
@@ -238,7 +238,7 @@ private:
         return std::get<Value>(found != player.at.end() ? found->second : player.instance->Get(index));
     }
 
-    // Changes some values, and tells the model all of them.
+    // Changes some parameters, and gives the model the values of all.
     void SetParameters(Player& player, Frame& frame) {
         const int which = input_.Take<std::uint8_t>();
         const std::int32_t time = frame.settings.currentTime;
@@ -263,10 +263,12 @@ private:
         Frame frame(input_);
         if (!player.instance) return;
         if (player.complete) SetParameters(player, frame);
-        // The editing host's own suite has the last word, as long as it answers.
+        // In the editing host, only the Pixel Format Suite decides, so that the World Suite may answer anything.
+        // That holds as long as no call fails.
         if (Editor() && faults_.empty() && input_.Below(4) == 3) frame.settings.worldSuiteFormat = input_.Number();
 
-        // A world of less than no size is no world that the effect could ask the host to copy.
+        // For a negative height, the effect may ask for a scratch world of that height. The host takes that as
+        // misuse.
         const bool own = !HasSoundData(player) || frame.HasNegativeSize();
         const bool told = !own && player.complete && player.instance->Save().percentPoints.empty();
         const auto path = Editor() ? RenderPath::plain : frame.scene.path;
@@ -313,7 +315,7 @@ private:
         options.keepFreedHandles = input_.Below(4) == 3;
     }
 
-    // Any command, with records missing, empty or left from elsewhere.
+    // Sends any command, with records that are missing, empty or wrong for it.
     void Anything() {
         const PF_Cmd cmd = input_.Flag() ? input_.Below(PF_Cmd_SMART_RENDER + 5) : input_.Number();
         const auto there = input_.Take<std::uint16_t>();
@@ -353,14 +355,14 @@ private:
 
         host_.Send(cmd, is(7) ? &in : nullptr, is(8) ? &out : nullptr, is(9) ? params : nullptr,
                    is(10) ? &output : nullptr, is(11) ? extra : nullptr);
-        // An effect without its records need not take what is its own in other commands.
+        // Without proper records, the effect need not take over the handles that it would own otherwise.
         for (const PF_Handle handle : handles)
             host_.DisposeHandle(handle);
         if (preOutput.pre_render_data) host_.DisposeHandle(static_cast<PF_Handle>(preOutput.pre_render_data));
         Check(true);
     }
 
-    // A host without worlds, for the command above.
+    // The callbacks of a host without worlds, for Anything().
     static PF_Err CheckOutLayer(PF_ProgPtr, std::int32_t, std::int32_t, const PF_RenderRequest* request,
                                 std::int32_t, std::int32_t, std::uint32_t, PF_CheckoutResult* result) {
         result->result_rect = result->max_result_rect = request->rect;

@@ -7,10 +7,10 @@
 
 namespace fuzz {
 
-// Ends the process with a line on standard error when the effect breaks a promise: a byte written that is not the
-// output's, the input changed, something kept, misuse that is not this host's own, an exception let out, a wrong
-// code, or, where no callback failed, a picture that is not the model's. The same input does the same every time,
-// but for the order in which iteration threads take their rows.
+// Ends the process with a line on standard error when the effect breaks a promise: it writes outside the output's
+// pixels, changes the input, keeps something, misuses the host, lets an exception out, returns a wrong code, or
+// gives another picture than the model although no callback failed. The same input always gives the same
+// conversation, except for the order in which iteration threads take their rows.
 void Converse(std::span<const std::uint8_t> input);
 
 }  // namespace fuzz

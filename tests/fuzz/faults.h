@@ -15,7 +15,7 @@ namespace fuzz {
 
 class Faults {
 public:
-    // Reads up to three faults from the input; none of the earlier ones stays.
+    // Replaces the plan: reads up to three faults, and which thread does not start.
     void Plan(Bytes& input) {
         plan_.resize(static_cast<std::size_t>(input.Below(4)));
         for (Fault& fault : plan_) {
@@ -43,10 +43,10 @@ public:
         return std::nullopt;
     }
 
-    // Since Forget.
+    // Whether a fault has happened since Forget.
     bool Fired() const { return fired_ != 0 || ThreadRefused(); }
     bool Fired(refhost::Call call) const { return (fired_ & Bit(call)) != 0; }
-    // Whether a callback threw, or reported success for nothing: the host then loses its own thread.
+    // Whether a callback threw, or reported success without its work. The host's list of misuse is then unreliable.
     bool Unruly() const { return unruly_; }
     void Forget() {
         fired_ = 0;
@@ -58,7 +58,7 @@ private:
     enum class Answer { code, throwNumber, throwObject };
     struct Fault {
         refhost::Call call;
-        std::int64_t index;  // of the calls of this kind in one command; -1: all
+        std::int64_t index;  // counts the calls of this kind since the last check, from 0; -1: every call
         Answer answer;
         PF_Err code;
     };

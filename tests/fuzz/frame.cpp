@@ -62,7 +62,7 @@ bool IsEmpty(const PF_LRect& rect) {
     return rect.left >= rect.right || rect.top >= rect.bottom;
 }
 
-// Both, or the other where one is empty.
+// The smallest rectangle around both. An empty rectangle does not count.
 PF_LRect Union(const PF_LRect& a, const PF_LRect& b) {
     if (IsEmpty(a)) return b;
     if (IsEmpty(b)) return a;
@@ -81,7 +81,7 @@ bool HasPixels(const refhost::World& world) {
 }  // namespace
 
 Frame::Frame(Bytes& input) {
-    // How the frame is asked for. Every bit stands for something unusual.
+    // Each bit makes one thing about the frame unusual; a few need a second bit, so that they are rare.
     const auto unusual = input.Take<std::uint16_t>();
     const auto is = [unusual](int bit) { return (unusual >> bit & 1) != 0; };
     scene.path = is(0) ? RenderPath::plain : RenderPath::smart;
@@ -120,7 +120,7 @@ Frame::Frame(Bytes& input) {
     if (is(14)) settings.initialResultRect = Rect(input);
     if (is(15)) settings.checkoutResult = Rect(input);
 
-    // Nobody reads them.
+    // The effect must not read these entries, so they point to no memory.
     settings.plainParams.assign(5, reinterpret_cast<PF_ParamDef*>(std::uintptr_t{8}));
 
     if (scene.path == RenderPath::plain) return;
@@ -151,9 +151,9 @@ std::optional<std::vector<std::byte>> Frame::ExpectedPixels() const {
     told.pixels = sourcePixels;
     if (!settings.input || source.effectWorld().data == nullptr || !HasPixels(source)) {
         told.source = {};
-        told.pixels = {};  // an empty picture, whatever its format is called
+        told.pixels = {};  // the effect has an empty source then, whatever the format
     } else if (!Known(scene.source.format)) {
-        return std::nullopt;  // nobody can tell its bytes
+        return std::nullopt;  // the pixels have no known meaning, so any output is right
     }
     return support::Expected(told);
 }

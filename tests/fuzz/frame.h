@@ -17,17 +17,17 @@ struct Frame {
     Frame(const Frame&) = delete;
     Frame& operator=(const Frame&) = delete;
 
-    support::Scene scene;  // what the model is told; its parameters are the caller's to fill
+    support::Scene scene;  // what the model gets; the caller fills in the parameters
     refhost::World source, output;
     refhost::RenderSettings settings;
     std::vector<std::byte> sourcePixels;
-    std::uint8_t poison = 0;  // of the output
+    std::uint8_t poison = 0;  // fills the output before the render
     bool preRenderOnly = false;
 
     bool HasNegativeSize() const;
-    // What the render command answers where nothing fails.
+    // What the render command must return if no callback fails.
     PF_Err ExpectedCode() const;
-    // The output's pixels after a render that succeeded; nullopt where nothing is promised of them.
+    // The output's pixels after a render that succeeded; nullopt if any pixels are right.
     std::optional<std::vector<std::byte>> ExpectedPixels() const;
     bool OutputUntouched() const;
 };

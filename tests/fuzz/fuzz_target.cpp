@@ -1,4 +1,4 @@
-// For libFuzzer.
+// The functions that libFuzzer calls.
 #include <pthread.h>
 
 #include <cstddef>
@@ -6,7 +6,8 @@
 #include "conversation.h"
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    // Sixteen threads a frame: the address sanitizer clears a shadow as large as the stack for each of them.
+    // A frame starts sixteen threads. For each, the address sanitizer clears as much shadow as the stack needs, so
+    // that small stacks save time.
     pthread_attr_t attributes;
     pthread_attr_init(&attributes);
     pthread_attr_setstacksize(&attributes, 256 << 10);

@@ -1,4 +1,4 @@
-// Plays the conversations in the files and folders that it is given, as the fuzzer would, without one.
+// fuzz_replay FILE_OR_FOLDER…: plays the conversations in these files as the fuzzer would, but needs no libFuzzer.
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
@@ -39,7 +39,7 @@ int main(int argc, char** argv) {
     int played = 0, unreadable = 0;
     for (int i = 1; i < argc; ++i) {
         for (const auto& file : FilesIn(argv[i])) {
-            std::fprintf(stderr, "%s\n", file.filename().string().c_str());  // the last one is the culprit
+            std::fprintf(stderr, "%s\n", file.filename().string().c_str());  // a crash belongs to the last name
             ++(Play(file) ? played : unreadable);
         }
     }

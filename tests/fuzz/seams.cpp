@@ -46,7 +46,7 @@ void ForgetRefusal() {
 
 }  // namespace fuzz
 
-// The linker puts the first in the place of nuv::SelectKernels for everybody, and keeps the original as the second.
+// The linker sends all calls of nuv::SelectKernels to Instead. Original is the engine's own function.
 const nuv::RowKernels& Instead(std::uint64_t resultBytes) __asm__("__wrap_" NUV_SELECT_KERNELS);
 const nuv::RowKernels& Original(std::uint64_t resultBytes) __asm__("__real_" NUV_SELECT_KERNELS);
 
@@ -59,7 +59,7 @@ const nuv::RowKernels& Instead(std::uint64_t resultBytes) {
 }
 
 #if defined(__linux__)
-// Stands before the library's own, which every std::thread starts through.
+// Replaces the C++ library's function, through which every std::thread starts.
 void std::thread::_M_start_thread(_State_ptr state, void (*depend)()) {
     if (fuzz::untilRefusal > 0 && --fuzz::untilRefusal == 0) {
         fuzz::refused = true;

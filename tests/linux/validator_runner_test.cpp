@@ -104,7 +104,7 @@ TEST(Validator, SurvivesACrashAnExitAndAHang) {
 TEST(Validator, EndsAtOnceWhenTheEffectEndsTheProcess) {
     static const pid_t self = ::getpid();
     std::atexit([] {
-        if (::getpid() != self) ::pause();  // as a library that waits for threads of the copied process
+        if (::getpid() != self) ::pause();  // like a library that waits for threads which fork did not copy
     });
     EXPECT_EQ(FailuresOf(EndTheProcess), Lines{"the process ended with exit code 3"});
 }
@@ -197,7 +197,7 @@ TEST(Validator, TellsOfADeviationTheReasonAndOnRequestTheLines) {
     EXPECT_NE(Junit(std::vector{result}, "/a/b.so").find("first&#10;second"), std::string::npos);
 }
 
-// A file of deviations with this text, which lives as long as this. Its name is random, because other tests may run
+// A file of deviations with this text. The destructor removes it. Its name is random, because other tests may run
 // on the same machine.
 class ListOfDeviations {
 public:
@@ -213,7 +213,7 @@ private:
         std::filesystem::path(testing::TempDir()) / (std::to_string(std::random_device()()) + ".deviations.json");
 };
 
-// "" if the file is accepted.
+// Why ReadDeviations refuses a file with this text; "" if it accepts the file.
 std::string RefusalOf(const std::string& text) {
     const ListOfDeviations list(text);
     const std::filesystem::path& file = list.file();

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Straight and associated alpha, and what the effect gets of them.
+# Straight and associated alpha, and which pixels the effect gets.
 source "$(dirname "$0")/tools.sh"
 pictures straight.png straight.tif associated.tif associated.exr plain_straight.png plain_associated.exr
 

@@ -15,7 +15,7 @@ promise "green-purple below 0 enlarges red and blue" fringe "--mode green-purple
 promise "blue-yellow enlarges blue" fringe "--mode blue-yellow --amount 10" "R G" B
 promise "blue-yellow below 0 enlarges red and green" fringe "--mode blue-yellow --amount -10" B R
 
-doubled() { # amount 50 enlarges twice: the red of (40, 30) comes from half way to the centre, (36, 27)
+doubled() { # amount 50 enlarges twice: the red of (40, 30) comes from (36, 27), half way to the centre
   render opaque.png doubled.png --amount 50 &&
     is "$(pixel doubled.png 40 30 | cut -d' ' -f1)" "$(pixel opaque.png 36 27 | cut -d' ' -f1)" &&
     is "$(pixel doubled.png 40 30 | cut -d' ' -f2-)" "$(pixel opaque.png 40 30 | cut -d' ' -f2-)"

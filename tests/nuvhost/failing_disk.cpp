@@ -1,5 +1,5 @@
-// Loaded before everything else, plays a disk that turns out to be full at the very end of a temporary file: when
-// it is closed or when it is synced, as FAILING_CALL says.
+// A library that a test preloads into nuvhost. It plays a full disk that reports its error only when a temporary
+// file is closed or synced, as FAILING_CALL says.
 #include <dlfcn.h>
 #include <unistd.h>
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# What a picture file is, it stays, in every format.
+# In every format, a picture file keeps its pixels, channels and types.
 source "$(dirname "$0")/tools.sh"
 pictures opaque.png opaque.tif opaque.jpg opaque.exr deep.tif deep.png grey.png straight.png straight.tif associated.tif \
   associated.exr grey_alpha.png others.exr
@@ -73,7 +73,8 @@ keeps_others() {
 }
 promise "channels beside colour and alpha are copied as they are" keeps_others
 
-# lacks CHANNELS OUTPUT_CHANNELS: rendered as with what is missing at 0, and written as it came.
+# lacks CHANNELS FILLED: a picture with these channels only is rendered as if the missing ones were 0 (FILLED says
+# how oiiotool adds them), and the output has the same channels as the input.
 lacks() {
   oiiotool --create 64x48 "$(tr ',' '\n' <<<"$1" | wc -l)" --chnames "$1" $noise:min=0.1:max=1 -d half -o lacks.exr &&
     oiiotool lacks.exr --ch "$2" -d half -o filled.exr && render lacks.exr lacks_out.exr --amount -20 &&

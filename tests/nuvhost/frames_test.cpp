@@ -208,7 +208,7 @@ private:
 };
 
 TEST_F(Files, OfTheSequenceAreFoundInOrder) {
-    for (const char* name : {"in.0010.exr", "in.0002.exr", "in.12345.exr", "in.-003.exr",  // these
+    for (const char* name : {"in.0010.exr", "in.0002.exr", "in.12345.exr", "in.-003.exr",  // only these
                              "in.00002.exr", "in.2.exr", "in.0003.png", "out.0004.exr", "in.000a.exr", "in..exr",
                              "in.0005.exr~", "in.99999999999.exr", "in.-000.exr"}) {
         Make(name);

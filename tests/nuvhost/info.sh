@@ -1,17 +1,17 @@
 #!/usr/bin/env bash
-# What `nuvhost info` promises, of our effect and of one that is unlike it.
+# What `nuvhost info` says about our effect, and about one that is unlike it.
 # Usage: info.sh NUVHOST FOLDER OUR_EFFECT OTHER_EFFECT SDK_FOLDER   (the folder is emptied first)
 set -u
 source "$(dirname "$0")/../support/promise.sh"
 nuvhost=$(realpath "$1") ours=$(realpath "$3") other=$(realpath "$4") flags=$(realpath "$5/pf_basics.h")
 rm -rf "$2" && mkdir -p "$2" && cd "$2" || exit 2
 
-# line TEXT: a line of the last output that is this but for its spaces.
+# line TEXT: the last output has this line; only its spaces may differ.
 line() { tr -s ' ' <out.txt | sed 's/^ //' | grep -qxF -- "$1" || {
   cat out.txt
   false
 }; }
-# json KEY…: the value there in the last output.
+# json KEY…: prints the value at this path in the last output.
 cat >json.cmake <<'END'
 file(READ out.txt text)
 string(JSON value GET "${text}" ${path})
@@ -20,7 +20,7 @@ END
 json() { cmake -Dpath="$(IFS=';' && echo "$*")" -P json.cmake; }
 json_has() { is "$(json "${@:2}")" "$1"; } # VALUE PATH…
 shows() { "$nuvhost" info "$@" >out.txt 2>err.txt && [ ! -s err.txt ]; }
-# refuses CODE CULPRIT ARGUMENTS…: that exit code, one line that holds the culprit, and nothing else.
+# refuses CODE CULPRIT ARGUMENTS…: the command ends with the code, and prints one line, which names the culprit.
 refuses() {
   local code=$1 culprit=$2 actual
   "$nuvhost" info "${@:3}" >out.txt 2>err.txt

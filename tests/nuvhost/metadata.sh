@@ -24,7 +24,7 @@ overscan() {
     "64 x 48, 3 channel, uint8 png"
 }
 promise "overscan is kept where the format can, cut off where it cannot" overscan
-same_centre() { # percent count in the frame, not in what is stored
+same_centre() { # percentages are of the frame, not of the stored pixels
   render overscan.exr a.exr --amount 30 --center 0%,0% && render overscan.exr b.exr --amount 30 --center 0,0 &&
     oiiotool overscan.exr --origin +0+0 --fullsize 80x48+0+0 -d half -o moved.exr &&
     render moved.exr c.exr --amount 30 --center 8,0 && oiiotool c.exr --origin -8+0 -d half -o back.exr &&
@@ -32,7 +32,7 @@ same_centre() { # percent count in the frame, not in what is stored
 }
 promise "the centre counts from the frame's corner" same_centre
 
-turned() { # turned ORIENTATION OPERATIONS…: the PNG looks as the JPEG is to be seen
+turned() { # turned ORIENTATION OPERATIONS…: the PNG shows the JPEG the right way up
   oiiotool --create 64x48 3 --fill:color=1,0,0 32x24 --fill:color=0,1,0 32x24+32+0 --fill:color=0,0,1 32x24+0+24 \
     --orientation "$1" --quality 100 --attrib jpeg:subsampling 4:4:4 -o turned.jpg &&
     render turned.jpg turned.png && oiiotool turned.jpg --orientation 1 "${@:2}" -d uint8 -o expected.png &&

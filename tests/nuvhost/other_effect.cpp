@@ -1,5 +1,5 @@
-// An effect unlike ours, for the tools that take any: every flag, parameters of every kind, odd texts. The variable
-// OTHER_EFFECT in the environment makes it worse.
+// An effect unlike ours, for tools that take any effect: it has every flag, parameters of many kinds, and odd
+// texts. The variable OTHER_EFFECT in the environment can make it fail in several ways.
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -22,7 +22,7 @@ bool Asked(std::string_view for_) {
 }
 
 #ifdef __GNUC__
-__attribute__((no_sanitize("undefined")))  // which would tell of it before it happens
+__attribute__((no_sanitize("undefined")))  // the sanitizer would end the process before the crash
 #endif
 void Crash() {
     static volatile int* volatile nowhere = nullptr;

@@ -58,7 +58,7 @@ promise "a folder as output is refused" refuses 2 "folder.png" render opaque.png
 promise "the input as output is refused" refuses 2 "opaque.png" render opaque.png ./opaque.png
 promise "channels that the format cannot hold are refused" refuses 1 "mask.id" render others.exr out.png
 promise "a missing plug-in is refused" refuses 1 "nowhere.so" render opaque.png out.png --plugin nowhere.so
-cut_off() { # at several places; whatever follows the last of what is loaded does not matter
+cut_off() { # all cuts lie in the part that the system loads; a cut after that part would do no harm
   local so bytes
   so=$(dirname "$nuvhost")/nuv_chromaber.so
   for bytes in 40 200 4096 60000; do
@@ -77,7 +77,7 @@ promise "a file that is no plug-in is refused" refuses 1 "text.so" render opaque
 
 # ---- Names and values of all kinds --------------------------------------------------------------------------
 
-# first CODE TEXT ARGUMENTS…: refused with a line that starts so.
+# first CODE TEXT ARGUMENTS…: nuvhost refuses this, with a line that begins with the text.
 first() { { refuses "$@" && [[ $(<stderr.txt) == "nuvhost: $2"* ]]; } || {
   cat stderr.txt
   false
@@ -123,7 +123,7 @@ promise "so is one in a folder that is closed" \
 chmod 755 closed
 
 # A limit on the size of files stands for a full disk.
-full_disk() { # full_disk OUTPUT: at the start, half way and just before the end
+full_disk() { # full_disk OUTPUT: the disk gets full at the start, half way and just before the end
   local size
   quietly render opaque.png whole."${1##*.}"
   size=$((($(stat -c %s whole."${1##*.}") - 1) / 1024))
@@ -157,7 +157,7 @@ for command in "render opaque.png" "sheet opaque.png" chart; do
   # shellcheck disable=SC2086  # options, several in a string
   promise "a picture module that cannot be loaded is named by ${command%% *}" damaged $command out.png
 done
-# With a module that cannot be loaded, whatever works does not load it.
+# The module here cannot be loaded. A command that still works does not load it.
 promise "--version loads no picture library" alone prints "nuvhost 2.0" --version
 promise "--help loads no picture library" alone prints "--amount" render --help
 promise "info loads no picture library" alone prints "nuv_chromaber" info "$parts/nuv_chromaber.so"

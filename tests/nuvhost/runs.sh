@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# How a run tells of itself, goes on after a failure, and ends.
+# What a run reports, how it goes on after a failure, and how it ends.
 source "$(dirname "$0")/tools.sh"
 
 ppm() { printf 'P6\n4 4\n255\n' && perl -e 'print chr(shift) x 48' "$1"; }
@@ -51,7 +51,7 @@ bar() {
     not grep -q 'frame 1 ->' terminal.txt && tail -n 1 terminal.txt | grep -q '5 frames in .* frames/s'
 }
 promise "a terminal gets a bar with the rate and the time left" bar
-bar_skips() { # 400 of 402 frames are there: they are no work
+bar_skips() { # 400 of 402 frames exist already, and must not count in the rate
   mkdir -p skips && for ((i = 3; i <= 402; i++)); do ln -f in.0001.ppm "skips/out.$(printf %04d "$i").ppm"; done &&
     script -qec "$nuvhost render big.ppm skips/out.#.ppm --frames 1-402 --skip-existing --threads 1" /dev/null \
       >terminal.txt </dev/null && perl -0777 -e '$_ = <STDIN>;
@@ -112,11 +112,11 @@ promise "any number of threads gives the same pictures" same_threads
 
 # ---- Memory -------------------------------------------------------------------------------------------------
 
-peak() { # peak FRAMES: kilobytes
+peak() { # peak FRAMES: prints the most memory that was in use, in kilobytes
   ASAN_OPTIONS="${ASAN_OPTIONS:-}:quarantine_size_mb=1" command time -f %M -o peak.txt "$nuvhost" render large.ppm \
     memory.#.ppm --frames "1-$1" --depth 32 --amount 5 --threads 2 -q && cat peak.txt
 }
-bounded() { # 40 more frames of 4 megabytes each
+bounded() { # 40 more frames of 4 megabytes each take at most the memory of 5
   local short long
   { short=$(peak 10) && long=$(peak 50) && rm memory.* && [ "$long" -lt $((short + 5 * 4000)) ]; } || {
     echo "     10 frames: $short kB, 50 frames: $long kB"
@@ -125,7 +125,8 @@ bounded() { # 40 more frames of 4 megabytes each
 }
 promise "a long sequence takes no more memory than a short one" bounded
 
-few_threads() { # few_threads NUMBER: of processes and threads that the system allows. A search for leaks starts one.
+# few_threads NUMBER: how many processes and threads the system allows. The search for leaks would start one.
+few_threads() {
   # shellcheck disable=SC2016  # the inner shell knows $tool
   ASAN_OPTIONS="${ASAN_OPTIONS:-}:detect_leaks=0" bound bash -c "ulimit -u $1"' && exec "$tool" render in.#.ppm out.#.ppm --threads 4' >stdout.txt 2>stderr.txt
   { is "$? $(wc -l <stderr.txt)" "1 1" && grep -q "^nuvhost: .*Resource temporarily unavailable$" stderr.txt; } || {
@@ -172,10 +173,10 @@ promise "a full disk is told of the file as it was named" full_disk
 
 # ---- Signals ------------------------------------------------------------------------------------------------
 
-ended() { # ended SIGNAL CODE: no half file under any name
+ended() { # ended SIGNAL CODE: the run ends with this code, and no frame is left half written
   local pid code i
   mkdir -p "$1"
-  # The shell has its background jobs ignore interrupts.
+  # The shell lets background jobs ignore interrupts. perl undoes that.
   perl -e '$SIG{INT} = "DEFAULT"; exec @ARGV' "$nuvhost" render large.ppm "$1/out.#.png" --frames 1-500 >stdout.txt 2>stderr.txt &
   pid=$!
   for ((i = 0; i < 400; i++)); do
@@ -194,7 +195,7 @@ ended() { # ended SIGNAL CODE: no half file under any name
 promise "an interrupt ends with 130 and leaves no temporary file" ended INT 130
 promise "a request to end ends with 143 and leaves no temporary file" ended TERM 143
 promise "a hang-up ends with 129 and leaves no temporary file" ended HUP 129
-hung_up() { # as nohup has it
+hung_up() { # as under nohup, which ignores the signal
   local pid i
   mkdir -p nohup
   (trap '' HUP && exec "$nuvhost" render large.ppm nohup/out.#.ppm --frames 1-40 >stdout.txt 2>stderr.txt) &

@@ -3,7 +3,7 @@
 source "$(dirname "$0")/tools.sh"
 pictures opaque.png others.exr
 
-# fresh FRAME…: an empty folder with in.FRAME.ppm, each of another grey.
+# fresh FRAME…: enters a new folder with a picture in.FRAME.ppm for each frame. The grey depends on the number.
 fresh() {
   local frame
   cd "$(mktemp -d here.XXXX)" || return
@@ -12,7 +12,7 @@ fresh() {
   done
 }
 ppm() { printf 'P6\n4 4\n255\n' && perl -e 'print chr(shift) x 48' "$1"; }
-# renders FILES ARGUMENTS…: succeeds, and these files are what is new, each like its input.
+# renders FILES ARGUMENTS…: the run succeeds, and makes exactly these new files.
 renders() {
   local before
   before=$(find . -type f | sort)
@@ -23,7 +23,7 @@ renders() {
   is "$(comm -13 <(echo "$before") <(find . -type f | sort) | sed 's|^\./||' | tr '\n' ' ' | sed 's/ $//')" "$1"
 }
 like() { cmp "$1" "$2"; }
-# order of the frames, as told on standard output
+# told: prints the frames in the order in which standard output names them.
 told() { sed -n 's/^frame \(-*[0-9]*\) ->.*/\1/p' ../stdout.txt | tr '\n' ' ' | sed 's/ $//'; }
 
 # ---- Patterns -----------------------------------------------------------------------------------------------
@@ -81,7 +81,7 @@ clipped_all() { fresh 0001 && renders "" in.#.ppm out.#.ppm --frames 4-6 --clip-
 promise "a chunk wholly past the end is no failure" clipped_all
 clip_found() { fresh 0001 0002 0003 && renders "out.0002.ppm out.0003.ppm" in.#.ppm out.#.ppm --clip-range 2-9; }
 promise "--clip-range also applies to the frames found" clip_found
-refused() { # refused CODE CULPRIT ARGUMENTS…, among the frames 1 2 5
+refused() { # refused CODE CULPRIT ARGUMENTS…: there are inputs for the frames 1, 2 and 5
   fresh 0001 0002 0005 && refuses "$1" "$2" render "${@:3}"
 }
 for frames in "" a 1- 1-5x0 1-5x-1 1,,2 1.5 1-2-3; do
@@ -114,7 +114,7 @@ skip_chunk() { fresh 0001 && renders "" in.#.ppm out.#.ppm --frames 7-9 --missin
 promise "a chunk of missing frames alone is skipped" skip_chunk
 promise "and a clipped one" skip_chunk --clip-range 1-8
 sized() { printf 'P6\n%s\n255\n' "$2" && ppm "$1" | tail -c 48; }
-black_chunk() { # whatever the chunks, the same frames
+black_chunk() { # the frames are the same, in whichever chunks they are rendered
   fresh && sized 1 "2 8" >in.0001.ppm && sized 5 "8 2" >in.0005.ppm &&
     renders "out.0003.ppm" in.#.ppm out.#.ppm --frames 3-5 --clip-range 1-3 --missing black &&
     renders "out.0004.ppm out.0006.ppm" in.#.ppm out.#.ppm --frames 4,6 --missing black &&
@@ -243,7 +243,7 @@ promise "names as long as the system allows are written" long_names
 
 # ---- Odd names ----------------------------------------------------------------------------------------------
 
-odd() { # odd NAME: in the names of folders and files, of a sequence and of one picture
+odd() { # odd NAME: folders, the files of a sequence, and one picture have this in their names
   fresh && mkdir "$1" "$1 out" && ppm 1 >"$1/$1.0001.ppm" && ppm 2 >"$1/$1.0002.ppm" &&
     "$nuvhost" render "$1/$1.#.ppm" "$1 out/$1.@.ppm" --threads 1 >../stdout.txt 2>../stderr.txt &&
     like "$1/$1.0001.ppm" "$1 out/$1.1.ppm" && like "$1/$1.0002.ppm" "$1 out/$1.2.ppm" &&
@@ -264,7 +264,7 @@ promise "--progress json is json whatever the names" raw_json
 
 # ---- An ordinary user -------------------------------------------------------------------------------------------
 
-# Nothing is forbidden to root.
+# Permissions do not stop root, so root runs these as another user.
 if [ "$(id -u)" = 0 ]; then
   chmod 755 .
   user=(setpriv --reuid=65534 --regid=65534 --clear-groups)

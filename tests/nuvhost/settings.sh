@@ -99,9 +99,9 @@ promise "settings that are not there are refused" \
   refuses 1 "none.json" render opaque.ppm o.ppm --settings none.json
 promise "a folder as settings is refused" refuses 1 "/" render opaque.ppm o.ppm --settings /
 
-# ---- What settings are not saved as ---------------------------------------------------------------------------
+# ---- Where settings cannot be saved ---------------------------------------------------------------------------
 
-# unsaved FILE: refused before anything is done, also in a dry run.
+# unsaved FILE OPTIONS…: to save settings there is refused before anything is done, also in a dry run.
 unsaved() {
   refuses 2 "--save-settings: \"$1\"" render opaque.ppm new/o.ppm --create-dir --save-settings "$1" "${@:2}" &&
     refuses 2 "--save-settings: \"$1\"" render opaque.ppm new/o.ppm --create-dir --save-settings "$1" --dry-run "${@:2}"

@@ -8,7 +8,7 @@ command -v ffmpeg >/dev/null || {
 
 ff() { ffmpeg -nostdin -v error -y "$@"; }
 stream() { "$nuvhost" render - - --size 64x48 "$@"; }
-# Twelve frames, kept losslessly, and the hash of every frame of a clip.
+# A clip of twelve frames, compressed without loss.
 ff -f lavfi -i testsrc2=size=64x48:rate=12 -frames:v 12 -c:v ffv1 -pix_fmt bgra clip.mkv
 raw() { ff -i clip.mkv -f rawvideo -pix_fmt "$1" - 2>/dev/null; }
 bytes() { stat -c %s "$1"; }
@@ -18,7 +18,7 @@ whole_pipe() {
   raw rgba | stream --pixel rgba8 --amount 20 2>stderr.txt |
     ff -f rawvideo -pix_fmt rgba -s 64x48 -r 12 -i - -c:v ffv1 -pix_fmt bgra out.mkv &&
     is "$(ffprobe -v error -count_frames -show_entries stream=nb_read_frames -of csv=p=0 out.mkv)" 12 || return
-  # The seventh frame is what the same frame gives as a file.
+  # The seventh frame is the same as when it is rendered as a file.
   ff -i clip.mkv -vf select='eq(n\,6)' -frames:v 1 -pix_fmt rgb24 f.png && "$nuvhost" render f.png g.png --amount 20 &&
     ff -i out.mkv -vf select='eq(n\,6)' -frames:v 1 -pix_fmt rgb24 h.png && same_pixels g.png h.png &&
     not same_pixels f.png h.png >/dev/null
@@ -29,7 +29,7 @@ identity() { # identity PIX_FMT PIXEL
 }
 promise "amount 0 gives back rgba byte for byte" identity rgba rgba8
 promise "amount 0 gives back gbrapf32 bit for bit" identity gbrapf32le gbrapf32
-deep() { # 16 bits go through the host's 32768, and through alpha, of which ffmpeg makes 65532
+deep() { # numbers change a little: the host's white is 32768, and ffmpeg makes an alpha of 65532
   raw rgba64le >in.raw && stream --pixel rgba16 <in.raw >out.raw 2>stderr.txt && is "$(bytes out.raw)" "$(bytes in.raw)" &&
     paste <(od -An -v -tu2 -w2 in.raw) <(od -An -v -tu2 -w2 out.raw) |
     awk '{ d = $1 - $2; if (d < -2 || d > 2) exit 1 }'

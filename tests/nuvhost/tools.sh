@@ -1,10 +1,10 @@
 # shellcheck shell=bash
-# What the tests of the command line tool share. Each is called as TEST NUVHOST FOLDER, empties the folder and works in
-# it. Sourced.
+# The tests of the command line tool source this. They are called as TEST NUVHOST FOLDER. This script empties the folder
+# and enters it.
 set -u
 source "$(dirname "${BASH_SOURCE[0]}")/../support/promise.sh"
 nuvhost=$(realpath "$1")
-parts=$(dirname "$nuvhost") # where its picture module and the effect lie
+parts=$(dirname "$nuvhost") # the folder of its picture module and of the effect
 # shellcheck disable=SC2034  # refusals.sh uses it
 tests=$(dirname "$(realpath "${BASH_SOURCE[0]}")")
 rm -rf "$2" && mkdir -p "$2" && cd "$2" || exit 2
@@ -13,7 +13,7 @@ command -v oiiotool >/dev/null || {
   exit 2
 }
 
-# Every pixel of a file as stored, alpha left alone, one a line.
+# Prints every pixel of a file, one on a line, as it is stored: oiiotool does not multiply it by alpha.
 pixels() { oiiotool --native --iconfig oiio:UnassociatedAlpha 1 --dumpdata "$1" | tail -n +2; }
 # The stored numbers of one pixel: "102 51 26 128".
 pixel() { pixels "$1" | sed -n "s/^ *Pixel ($2, $3): *//p" | sed 's/ *(.*//'; }
@@ -28,7 +28,7 @@ same_pixels() {
   pixels "$2" >actual.txt
   [ -s expected.txt ] && cmp expected.txt actual.txt
 }
-# same_colors LETTERS A B: as above, of some colours only.
+# same_colors LETTERS A B: compares only these colours.
 same_colors() {
   local letter fields=()
   for letter in $1; do
@@ -39,9 +39,11 @@ same_colors() {
   [ -s expected.txt ] && cmp expected.txt actual.txt
 }
 
-count() { echo $#; }                                                                     # FILE…: how many names a pattern has given
-other_files() { find . -mindepth 1 -maxdepth 1 ! -name "$1" ! -name stderr.txt | sort; } # NAME
-# The run succeeds, says nothing on standard error and leaves nothing but its output behind.
+# count FILE…: prints how many files a pattern matches.
+count() { echo $#; }
+# other_files NAME: prints all files here but this one.
+other_files() { find . -mindepth 1 -maxdepth 1 ! -name "$1" ! -name stderr.txt | sort; }
+# quietly ARGUMENTS… OUTPUT: nuvhost succeeds, prints nothing on standard error, and makes no file but its output.
 quietly() {
   local output=${*: -1} before after
   before=$(other_files "$output")
@@ -56,7 +58,8 @@ quietly() {
 render() { quietly render "${@:3}" "$1" "$2"; }
 keeps_kind() { render "$1" "$2" --amount 5 && is "$(kind "$2")" "$3"; }
 
-# refuses CODE CULPRIT ARGUMENTS…: that exit code, one line that holds the culprit, and no new file.
+# refuses CODE CULPRIT ARGUMENTS…: nuvhost ends with the code, prints one line that names the culprit, and makes no
+# new file.
 refuses() {
   local code=$1 culprit=$2 before actual
   touch stdout.txt stderr.txt
@@ -72,7 +75,8 @@ refuses() {
   }
 }
 
-# bound COMMAND…: by a user whom permissions bind, in a folder of his own with all that lies here, and there is `$tool`.
+# bound COMMAND…: runs this in a copy of the folder, and not as root, because permissions do not stop root. $tool is
+# nuvhost there.
 bound() {
   local place code user=()
   place=$(mktemp -d) && cp -a . "$place" && cp "$nuvhost" "$parts"/{nuvhost_pictures,nuv_chromaber}.so "$place" || return
@@ -89,8 +93,7 @@ bound() {
 
 # ---- Pictures -----------------------------------------------------------------------------------------------
 
-# How oiiotool makes each. Alpha is from 1/255 upwards everywhere: colour under no alpha at all is the effect's to
-# blacken.
+# How oiiotool makes each picture. No alpha is 0, because the effect turns the colour of such pixels into black.
 noise=--noise:type=uniform
 straight_alpha='--attrib oiio:UnassociatedAlpha 1'
 declare -A recipes=(
@@ -110,7 +113,7 @@ declare -A recipes=(
   [plain_straight.png]="--create 2x2 4 --fill:color=0.4,0.2,0.1,0.5 2x2 $straight_alpha -d uint8"
   [plain_associated.exr]="--create 2x2 4 --fill:color=0.25,0.125,0.0625,0.5 2x2 -d half"
 )
-# pictures NAME…: makes them.
+# pictures NAME…: makes these pictures.
 pictures() {
   local name
   for name in "$@"; do

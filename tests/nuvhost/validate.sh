@@ -3,7 +3,7 @@
 source "$(dirname "$0")/tools.sh"
 plugin=$(dirname "$nuvhost")/nuv_chromaber.so
 
-# validates CODE TEXT ARGUMENTS…: that exit code, and the text on standard output.
+# validates CODE TEXT ARGUMENTS…: the validator ends with the code, and prints the text on standard output.
 validates() {
   local actual
   "$nuvhost" validate "${@:3}" >stdout.txt 2>stderr.txt

@@ -1,5 +1,5 @@
 // render_digest PLUGIN: renders a fixed set of scenes through the plug-in and prints one line for each, with a
-// digest of the output's pixels. Two builds of the effect print the same.
+// digest of the output's pixels. All builds of the effect must print the same lines.
 #include <cstdio>
 #include <exception>
 #include <iomanip>
@@ -106,7 +106,7 @@ int main(int argc, char** argv) try {
         return 2;
     }
 #ifdef _WIN32
-    // Lines end alike on all systems.
+    // In text mode, Windows would end the lines differently, and they could not be compared with Linux's.
     if (_setmode(_fileno(stdout), _O_BINARY) == -1) return 1;
 #endif
     Stage stage({}, refhost::PluginLibrary(argv[1]));

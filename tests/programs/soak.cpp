@@ -1,6 +1,7 @@
-// Renders for as long as asked: soak SECONDS [SEED]. Round by round both hosts load the effect, and several threads
-// render mixed frames with instances of their own in both; every picture is compared with the model's. Between the
-// rounds, when all is given back, the process must hold no more than after the first one.
+// soak SECONDS [SEED]: renders for this long, in rounds. In each round, both hosts set up the effect, and several
+// threads render mixed frames with instances of their own in both hosts. Every picture is compared with the
+// model's. After the last round, the process must hold no more memory, handles and threads than after the second
+// one.
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -26,8 +27,8 @@ using support::Random;
 using support::RenderPath;
 
 constexpr int kThreads = 4;
-constexpr int kFramesOfARound = 32;             // on each thread
-constexpr std::int64_t kHeapSlack = 128 << 10;  // allocators keep a little of their own
+constexpr int kFramesOfARound = 32;             // each thread renders so many in a round
+constexpr std::int64_t kHeapSlack = 128 << 10;  // allocators keep some memory for themselves
 constexpr Personality kHosts[] = {Personality::compositor, Personality::editor};
 
 std::atomic<bool> failed{false};
@@ -57,7 +58,7 @@ refhost::WorldLayout AnyLayout(Random& random, int width, int height) {
 }
 
 support::Scene AnyScene(Random& random, bool editor) {
-    // Most are small: the model takes its time.
+    // Most frames are small, because the model is slow.
     const std::uint32_t kind = random.Below(256);
     const int width = kind == 0 ? 1920 : Side(random, kind < 12 ? 640 : 64);
     const int height = kind == 0 ? 1080 : Side(random, kind < 12 ? 480 : 64);
@@ -87,7 +88,7 @@ support::Scene AnyScene(Random& random, bool editor) {
     return scene;
 }
 
-// Complaints; empty if the frame is as it must be.
+// Returns what is wrong with the frame, or an empty text.
 std::string Render(refhost::Instance& instance, const support::Scene& scene, Random& random) {
     instance.Set(1, scene.center);
     instance.Set(2, refhost::PopupValue{scene.mode});
@@ -180,7 +181,7 @@ int Soak(std::int64_t seconds, std::uint64_t seed) {
     do {
         Round(random.Next());
         last = platform::UsageNow();
-        if (++rounds <= 2) first = last;  // the second still finds allocators and threads new to their work
+        if (++rounds <= 2) first = last;  // allocators and threads still grow in the first two rounds
     } while (!failed && (rounds < 3 || elapsed() < static_cast<double>(seconds)));
     const double time = elapsed();
 

@@ -124,7 +124,7 @@ TEST_F(HostTest, SavedInstanceComesBackByDiskIds) {
     EXPECT_NE(second.sequenceData(), first.sequenceData());
     EXPECT_EQ(std::memcmp(*second.sequenceData(), "data", 4), 0);
 
-    // The point came as percent and is still to become pixels.
+    // The saved point was still a percentage of the layer. The first render turns it into pixels.
     World input({.width = 80, .height = 40});
     second.PlainRender({.input = &input});
     EXPECT_EQ(second.Get(1), ParamValue(PointValue{40 << 16, 10 << 16}));

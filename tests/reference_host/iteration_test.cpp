@@ -52,7 +52,7 @@ TEST_F(HostTest, IterationCallsEveryRowOnceOnAnyNumberOfThreads) {
                 std::vector<int> all(static_cast<std::size_t>(std::max(count, 0)));
                 std::iota(all.begin(), all.end(), 0);
                 EXPECT_EQ(seen.rows, all);
-                // The command's own thread has its part, and is thread 0.
+                // The command's own thread takes rows too, as thread 0.
                 EXPECT_EQ(std::ranges::count(seen.threads, 0) > 0, count > 0);
                 for (const int thread : seen.threads)
                     EXPECT_LT(thread, threads);
@@ -97,7 +97,7 @@ TEST_F(HostTest, IterationThreadsMayAskForAbortButNotForSuites) {
             EXPECT_EQ(in.inter.abort(in.effect_ref), 0);
             const void* suite = nullptr;
             if (thread != 0) in.pica_basicP->AcquireSuite("PF World Suite", 1, &suite);
-            // The others get their rows only while this one takes its time.
+            // Thread 0 sleeps, so that the other threads get rows, too.
             if (thread == 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
             return 0;
         });

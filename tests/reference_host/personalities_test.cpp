@@ -1,4 +1,4 @@
-// The two hosts: each is found by its words, and what is none of them is an error.
+// The table of the two hosts: either word of a host finds it, and any other word is an error.
 #include <gtest/gtest.h>
 
 #include <stdexcept>

@@ -1,4 +1,4 @@
-// The reference host's worlds: those that a test lays out, and those that an effect has made.
+// The reference host's worlds: those that a test lays out, and those that the host makes for an effect.
 #include <cstddef>
 #include <cstdint>
 #include <stdexcept>

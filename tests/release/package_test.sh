@@ -54,7 +54,7 @@ versioned() {
   perl -0777pe 's/(\xbd\x04\xef\xfe.{4}).{8}/$1 . pack("vvV", '"$2, $1"', 0)/se' "$aex" >"$3" && not cmp -s "$aex" "$3"
 }
 
-eventually() { # COMMAND…: within half a minute
+eventually() { # COMMAND…: tries it for half a minute, until it succeeds
   local i
   for ((i = 0; i < 300; i++)); do
     "$@" && return

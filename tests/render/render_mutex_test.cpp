@@ -14,8 +14,8 @@ namespace {
 using namespace protocol;
 using namespace std::chrono_literals;
 
-// Something that one thread waits for and another one raises. Wait returns false after 20 seconds, which no machine
-// needs.
+// An event that one thread waits for and another one raises. Wait returns false after 20 seconds. Even a slow
+// machine needs less.
 class Signal {
 public:
     void Raise() {
@@ -34,7 +34,7 @@ private:
     bool raised_ = false;
 };
 
-// The first and the last call of the driver, and the last call before it.
+// The first and the last call of the driver, and the last call before the driver.
 constexpr const char* kFirst = "AcquireSuite PF Pixel Format Suite 1";
 constexpr const char* kLast = "ReleaseSuite PF Iterate8 Suite 1";
 constexpr const char* kArrived = "checkout_param 5";

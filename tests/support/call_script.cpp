@@ -25,7 +25,7 @@ Script PreRenderCalls() {
         {"checkout_layer 0", kFault, kUntouched},
         {"AcquireSuite PF Handle Suite 2", 516, kUntouched},
         {"host_new_handle 8", PF_Err_NONE, kWithoutOffset},
-        // The handle is there, but nobody has written into it.
+        // The effect gets the handle but cannot lock it. Nothing is written into it, so the offset may be anything.
         {"host_lock_handle 8",
          PF_Err_NONE,
          kAnything,
@@ -52,7 +52,8 @@ Script ParameterCheckins() {
     };
 }
 
-// The layer has 6 x 3 pixels: with 8 bits a working copy of 72 bytes, and always a result buffer of 288.
+// The layer has 6 x 3 pixels. Its working copy takes 72 bytes with 8 bits a channel, and 288 with more. The result
+// buffer always takes 288 bytes.
 Script DriverCalls::Steps() const {
     return Join({
         suites,

@@ -12,7 +12,7 @@ namespace protocol {
 struct Picture {
     enum class Kind { asClean, untouched, topRows, zeroParameter, withoutOffset, anything };
     Kind kind;
-    int number = 0;  // of rows, or of the parameter
+    int number = 0;  // how many rows, or which parameter
 };
 inline constexpr Picture kAsClean{Picture::Kind::asClean};
 inline constexpr Picture kUntouched{Picture::Kind::untouched};
@@ -45,12 +45,12 @@ Script PreRenderCalls();
 Script ParameterCheckouts();
 Script ParameterCheckins();
 
-// The driver's calls in the compositing host, with an iteration over rows. In another host some parts are others.
+// The driver's calls in the compositing host, with an iteration over rows. Tests of other hosts replace some parts.
 struct DriverCalls {
     Script suites = {
         {"AcquireSuite PF Pixel Format Suite 1", PF_Err_NONE, kAsClean},
         {"AcquireSuite PF World Suite 2", kFault, kUntouched, kFormatSuiteKept, kUnlockedNothing},
-        {"AcquireSuite PF Iterate8 Suite 1", PF_Err_NONE, kUntouched},  // the driver throws
+        {"AcquireSuite PF Iterate8 Suite 1", PF_Err_NONE, kUntouched},  // the driver throws, the render returns 0
     };
     Script sourceFormat = {{"GetPixelFormat PF World Suite", PF_Err_NONE, kAnything}};  // an unknown format
     Script sourcePass = {
@@ -80,15 +80,16 @@ struct DriverCalls {
 
     bool deep = false;  // more than 8 bits a channel: the working copy is in float, as the result buffer is
 
-    Script Steps() const;  // the parts, and the buffers and the abort between them
+    Script Steps() const;  // all parts, with the calls for buffers and the abort between them
 };
 
 Script PlainRenderCalls(const DriverCalls& driver = {});
 
-// A test failure unless a render in which nothing fails makes just these calls.
+// Fails the test unless a render in which nothing fails makes exactly these calls.
 void ExpectOrder(Scene& scene, RenderPath path, const Script& script);
 
-// Fails every call of the render in turn. After each failure the same instance renders as if nothing had been.
+// Makes every call of the render fail in turn, and expects what the script promises. After each failure, the same
+// instance must render the right picture again.
 void ExpectEveryFailure(Scene& scene, RenderPath path, const Script& script);
 
 }  // namespace protocol

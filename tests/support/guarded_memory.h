@@ -17,8 +17,8 @@ public:
         std::fill(Begin(), End(), poison_);
     }
 
-    // `bytes` bytes, at most the whole size less 64: up against the page behind, or `shift` bytes (0 to 63) behind
-    // the page before. Takes back what was placed before.
+    // Returns `bytes` bytes at the end of the block, or `shift` bytes (0 to 63) after its start. `bytes` is at most
+    // the block's size less 64. The bytes that were placed before hold poison again.
     std::byte* Place(int bytes, bool atEnd, int shift) {
         std::fill_n(placed_ != nullptr ? placed_ : Begin(), placedBytes_, poison_);
         placedBytes_ = static_cast<std::size_t>(bytes);

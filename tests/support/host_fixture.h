@@ -1,4 +1,4 @@
-// The reference host with an effect made up for the test: whatever the host is to notice is done to it there.
+// The reference host with a fake effect. In the effect, each test does what the host must notice.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -16,7 +16,7 @@ namespace refhost {
 
 using Lines = std::vector<std::string>;
 
-// Every format; padding, rows bottom-up and misalignment among them.
+// One layout for each format. Some have padding, bottom-up rows or misaligned memory.
 inline constexpr WorldLayout kLayouts[] = {
     {.format = kFormatArgb8, .width = 3, .height = 4},
     {.format = kFormatBgra8, .width = 3, .height = 4, .padding = 5},
@@ -27,7 +27,7 @@ inline constexpr WorldLayout kLayouts[] = {
 };
 static_assert(std::ranges::equal(kLayouts, kFormats, {}, &WorldLayout::format));
 
-// Bytes of which any 256 in a row differ.
+// Bytes in which any 256 neighbours are all different.
 std::vector<std::byte> Counting(std::size_t size);
 
 struct Arguments {
@@ -39,7 +39,7 @@ struct Arguments {
     void* extra;
 };
 
-// What the effect does with a command; nothing if it is empty.
+// What the fake effect does with a command. If this is empty, the effect does nothing and succeeds.
 inline std::function<PF_Err(const Arguments&)> g_effect;
 
 PluginLibrary FakeEffect();
@@ -47,7 +47,7 @@ PluginLibrary FakeEffect();
 // Three parameters: a point with the disk id 12, a popup with 11, a slider with 13.
 void AddParams(const Arguments& a);
 
-// The suite, released already: the host's suites stay where they are.
+// The suite, already released. The pointer stays valid, because the host never frees its suites.
 const PF_WorldSuite2& WorldSuite(const Arguments& a);
 
 class HostTest : public testing::Test {
@@ -57,7 +57,7 @@ protected:
 
     void SetUp() override;
 
-    // Sends a command that does just this.
+    // Sends a command in which the effect does this work, and then succeeds.
     PF_Err Do(const std::function<void(const Arguments&)>& work, PF_Cmd cmd = PF_Cmd_DO_DIALOG);
 
     Lines Outstanding() { return host.account().Outstanding(); }

@@ -18,7 +18,7 @@ enum class Channel { byte, word, real };
 struct Layout {
     std::array<char, 4> name;
     Channel channel;
-    std::array<std::size_t, 4> rgba;  // at which place of a pixel each of R, G, B, A stands
+    std::array<std::size_t, 4> rgba;  // the places of R, G, B and A within a pixel
 };
 
 constexpr std::array<Layout, 6> kLayouts = {{
@@ -44,7 +44,7 @@ std::size_t ChannelBytes(Channel channel) {
     return channel == Channel::byte ? 1 : channel == Channel::word ? 2 : 4;
 }
 
-// Toward zero; what fits no 32-bit integer, and what is not a number, becomes the most negative one.
+// Rounds toward zero. A number that does not fit 32 bits, or is not a number, becomes the most negative integer.
 std::int32_t Truncate(float value) {
     if (value >= -2147483648.0f && value < 2147483648.0f) return static_cast<std::int32_t>(value);
     return std::numeric_limits<std::int32_t>::min();

@@ -18,7 +18,7 @@ struct Picture {
     std::span<const std::byte> pixels;
 };
 
-// As the engine gets them: choices count from 0, the centre is in whole pixels.
+// The values as the engine gets them: choices count from 0, and the centre is in whole pixels.
 struct Settings {
     int centerX = 0;
     int centerY = 0;

@@ -5,7 +5,7 @@
 
 namespace support {
 
-// The effect that this build made, as the system that runs the tests writes its path.
+// The path of the effect that this build made. The Windows tests get it as Wine spells it.
 std::filesystem::path PluginPath();
 
 }  // namespace support

@@ -25,7 +25,7 @@ using refhost::RenderPath;
 
 // ---- Records --------------------------------------------------------------------------------------------------
 
-// With its padding, which copies of a record need not share.
+// All bytes of the record, with its padding. Copies of a record may differ in their padding.
 template <class Record>
 std::vector<std::byte> BytesOf(const Record& record) {
     std::vector<std::byte> bytes(sizeof record);
@@ -62,7 +62,7 @@ inline refhost::PluginLibrary Linked() {
 struct Between {
     static inline EffectMainType effect = nullptr;
     static inline std::function<void(PF_Cmd, PF_InData&, void* extra)> change;
-    static inline bool wroteOutData = false;  // the last command
+    static inline bool wroteOutData = false;  // whether the last command did
 
     static refhost::PluginLibrary Put(const refhost::PluginLibrary& library) {
         effect = library.effectMain;
@@ -81,7 +81,7 @@ private:
     }
 };
 
-// A basic suite of the test's own, which notes what it is asked. One at a time.
+// A fake basic suite, which notes every request. Only one may exist at a time.
 class FakeBasic {
 public:
     struct Answer {
@@ -119,10 +119,10 @@ private:
 
 using Lines = std::vector<std::string>;
 
-// What a driver that returns early does not give back.
+// What the driver's early exit does not give back.
 inline constexpr const char* kFormatSuiteKept = "suite \"PF Pixel Format Suite\" 1: acquired 1, released 0";
 inline constexpr const char* kWorldSuiteKept = "suite \"PF World Suite\" 2: acquired 1, released 0";
-// What the host complains of then, where the instance and the session have no data.
+// The host's complaints about that exit if there are no sequence data and no global data.
 inline const Lines kUnlockedNothing(2, "host_unlock_handle: the handle is null");
 
 // "AcquireSuite PF World Suite 2", "abort"
@@ -149,7 +149,7 @@ inline refhost::HostOptions InOrder(refhost::Personality personality = refhost::
 
 // ---- Faults ---------------------------------------------------------------------------------------------------
 
-inline constexpr PF_Err kFault = 77;  // a code that no part of the effect has of its own
+inline constexpr PF_Err kFault = 77;  // only the host makes this code; the effect may pass it on
 
 inline refhost::FaultPlan Fail(refhost::Call call, std::int64_t index, PF_Err code = kFault) {
     return [=](const refhost::CallRecord& record) {
@@ -157,7 +157,7 @@ inline refhost::FaultPlan Fail(refhost::Call call, std::int64_t index, PF_Err co
     };
 }
 
-// Every call that reads like this one.
+// Makes every call fail that reads like this line.
 inline refhost::FaultPlan Fail(const std::string& line, PF_Err code = kFault) {
     return [=](const refhost::CallRecord& record) {
         return Line(record) == line ? std::optional(code) : std::nullopt;
@@ -177,7 +177,7 @@ public:
         UseFormat(refhost::FindFormat(host.options().personality, 8)->code);
         settings.input = &input;
         settings.output = &output;
-        // All of the layer, whatever part is asked for.
+        // The host gives the whole layer, whatever part the effect asks for.
         settings.checkoutResult = PF_LRect{1, 1, 1 + kWidth, 1 + kHeight};
         settings.currentTime = 7;
         settings.timeStep = 2;
@@ -226,7 +226,7 @@ public:
         }
     }
 
-    // Renders into a fresh, poisoned output, after forgetting earlier calls. The first code that is not 0.
+    // Forgets earlier calls, and renders into a fresh, poisoned output. Returns the first code that is not 0, or 0.
     PF_Err Render(RenderPath path) {
         output = refhost::World(output.layout());
         host.account().Reset();

@@ -22,7 +22,7 @@ void Put(std::vector<std::byte>& bytes, T value) {
     bytes.insert(bytes.end(), raw.begin(), raw.end());
 }
 
-// Nothing and everything, most often; else anything between.
+// 0 and white are frequent, above all in alpha.
 std::uint32_t RandomWhole(Random& random, bool alpha, std::uint32_t white) {
     switch (random.Below(alpha ? 4 : 16)) {
         case 0:
@@ -83,7 +83,7 @@ float Quotient(PF_RationalScale scale) {
     return static_cast<float>(scale.num) / static_cast<float>(scale.den);
 }
 
-// One below; from the least number to the greatest.
+// One less. The smallest number wraps around to the greatest one.
 int FromZero(int choice) {
     return static_cast<int>(static_cast<unsigned>(choice) - 1u);
 }
@@ -99,7 +99,7 @@ std::unique_ptr<refhost::Host> HostAtWork(refhost::HostOptions options, const re
     return host;
 }
 
-// The shortest text that gives the number back; the same on every system, unlike a stream's.
+// The shortest text that gives the number back. It is the same on every system; a stream's text is not.
 std::string Text(double number) {
     std::array<char, 32> text;
     const auto end = std::to_chars(text.data(), text.data() + text.size(), number).ptr;
@@ -345,7 +345,8 @@ std::ostream& operator<<(std::ostream& out, const Place& place) {
 }
 
 Places::Places(Stage& stage, Scene scene) : width_(scene.output.width) {
-    // Green and its negative take red and blue from the enlarged sample, which is all 0 outside the source.
+    // Mode 2 (green) with a negative amount takes red and blue from the enlarged sample, which is 0 outside the
+    // source.
     scene.source.format = scene.output.format = kFormatArgbFloat;
     scene.pixels = Paint(scene.source.width, scene.source.height, [](int x, int y) {
         return Rgba{static_cast<float>(x + 1) / 1024, 0, static_cast<float>(y + 1) / 1024, 1};

@@ -1,5 +1,5 @@
-// Scenes: a picture, the effect's values, and how the host lays it all out; and the stage on which the plug-in
-// under test renders them.
+// Scenes, and the stage on which the plug-in under test renders them. A scene is a picture, the effect's values,
+// and the memory layout that the host uses.
 #pragma once
 
 #include <array>
@@ -20,10 +20,10 @@ namespace support {
 
 using refhost::RenderPath;
 
-// "argb", or the number for what is no readable name.
+// "argb", or the number if the name is not readable.
 std::string FormatName(PF_PixelFormat format);
 
-// The plug-in under test, loaded on the first call. Throws std::runtime_error if it cannot be.
+// The plug-in under test, loaded on the first call. Throws std::runtime_error if that fails.
 refhost::PluginLibrary Plugin();
 
 // SplitMix64: the same numbers everywhere.
@@ -39,7 +39,7 @@ private:
 };
 
 enum class Values {
-    ordinary,  // what pictures hold: 0 to white; alpha often 0 or white; colour under alpha 0 too
+    ordinary,  // what pictures hold: 0 to white; alpha often 0 or white; colour also where alpha is 0
     wild,      // 16 bits over white; floats out of range, infinite, not a number, denormal, minus zero
 };
 std::vector<std::byte> RandomPixels(PF_PixelFormat format, int width, int height, Values values,
@@ -51,7 +51,7 @@ struct Rgba {
 };
 std::ostream& operator<<(std::ostream& out, const Rgba& pixel);
 
-// Pixels of an "ae32" picture, and back.
+// Paint makes the pixels of an "ae32" picture, and ReadFloats reads them.
 std::vector<std::byte> Paint(int width, int height, const std::function<Rgba(int x, int y)>& colour);
 std::vector<Rgba> ReadFloats(std::span<const std::byte> argb);
 
@@ -62,7 +62,7 @@ struct Scene {
     Values values = Values::ordinary;
     std::uint64_t seed = 1;
 
-    // As the host has them: popup choices count from 1, the centre is 16.16 fixed point.
+    // The values as the host has them: popup choices count from 1, and the centre is 16.16 fixed point.
     refhost::PointValue center;
     int mode = 1;
     int scaling = 1;
@@ -88,7 +88,7 @@ std::vector<std::byte> Expected(const Scene& scene);
 struct Outcome {
     PF_Err code = PF_Err_NONE;
     std::vector<std::byte> pixels;        // of the output, without padding
-    std::vector<std::string> complaints;  // bytes changed that are nobody's, things not given back, misuse
+    std::vector<std::string> complaints;  // forbidden writes, things not given back, misuse
 };
 
 // The effect in a host, set up and with one instance.
@@ -107,18 +107,16 @@ private:
     refhost::Instance instance_;
 };
 
-// A test failure unless the stage renders the scene without an error or a complaint, and exactly as the model
-// does. Returns the output's pixels.
+// Fails the test unless the stage renders the scene without an error or a complaint, and exactly as the model does.
+// Returns the output's pixels.
 std::vector<std::byte> ExpectAsModel(Stage& stage, const Scene& scene);
-// As above without the model.
+// As above, but without the model.
 std::vector<std::byte> ExpectRenders(Stage& stage, const Scene& scene);
-// A test failure that names the first pixel that differs.
+// If pixels differ, fails the test and names the first of them.
 void ExpectSamePixels(std::span<const std::byte> expected, std::span<const std::byte> actual,
                       const refhost::WorldLayout& layout);
 
-// Where the enlarged sample of each output pixel was taken, as the plug-in shows it: the scene's source is
-// replaced by a picture of coordinates (below 1023), its mode, show and sign of amount by what makes them readable.
-// For an amount that is not 0.
+// The source pixel at which an enlarged sample was taken.
 struct Place {
     int column = -1;  // -1: outside the source
     int row = -1;
@@ -127,6 +125,9 @@ struct Place {
 inline constexpr Place kOutside{};
 std::ostream& operator<<(std::ostream& out, const Place& place);
 
+// Finds the places of a scene's enlarged samples by a render through the plug-in. The source becomes a picture of
+// coordinates (below 1023), and mode, show and the sign of the amount change so that the output shows them. The
+// amount must not be 0.
 class Places {
 public:
     Places(Stage& stage, Scene scene);

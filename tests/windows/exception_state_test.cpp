@@ -1,4 +1,4 @@
-// Exceptions work as usual while the C++ runtime's notes about them lie in an ExceptionState.
+// Exceptions work as usual while an ExceptionState holds the C++ runtime's notes about them.
 #include <gtest/gtest.h>
 
 #include <exception>

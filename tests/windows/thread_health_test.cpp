@@ -38,8 +38,8 @@ void OnThreads(int count, const Work& work) {
     }
 }
 
-// By how much kThreads threads let the process grow. A heap grows by itself until it has found its size, so up to
-// six rounds are tried, until one adds nothing. What is lost with every thread is lost in every round.
+// By how much kThreads threads let the process grow. A heap grows until it has found its size, so this tries up to
+// six rounds, and stops after a round that adds nothing. A loss with every thread shows in every round.
 Usage Growth(const Work& work) {
     constexpr int kRounds = 6;
     Usage growth;
@@ -61,7 +61,7 @@ void ExpectNoGrowth(const Work& work) {
     EXPECT_LT(growth.heapBytes, kThreads * 8) << "one allocation for each thread would be more";
 }
 
-// The first fields of the record that Windows' loader has of a library.
+// The first fields of the record that Windows' loader keeps of a library.
 struct LoaderEntry {
     struct Text {
         USHORT length, capacity;

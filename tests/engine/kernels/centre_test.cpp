@@ -1,5 +1,6 @@
 // A centre of enlargement inside the frame, on its edge and outside. Where a test does not compare with the model,
-// its numbers were worked out by hand, with coordinates for which every step is exact.
+// its numbers were worked out by hand, with coordinates for which every step is exact. k is the enlargement at a
+// pixel.
 #include <gtest/gtest.h>
 
 #include "float_scene.h"
@@ -23,8 +24,8 @@ using support::Whole;
 
 TEST(RowWorker, ACentreOutsideTheFrameTakesTheDistanceToTheFarthestCorner) {
     Stage stage;
-    // The centre (-20, 50) is 130 pixels from the corners (100, 0) and (100, 60), which is more than the frame's
-    // diagonal. The pixel (40, 25) is half as far away; there "square" takes half the amount, so that k = 2.
+    // The mirrored centre (-20, 50) is 130 pixels from the farthest corner, (100, 0). That is more than the frame's
+    // diagonal. The pixel (40, 25) is half as far away. There "square" takes half the amount, so that k = 2.
     Scene scene = FloatScene(100, 60, 100);
     scene.center = Whole(-20, 10);
     scene.scaling = 2;

@@ -21,7 +21,7 @@ namespace {
 
 using nuv::RowKernels;
 
-// The vector tables. Every processor has some, so that there is always something to check.
+// The tables of all tiers but the scalar one. Every processor has SSE2, so that there is always something to check.
 std::vector<const RowKernels*> VectorTables() {
     std::vector<const RowKernels*> tables;
     for (const nuv::Tier& tier : nuv::AvailableTiers().subspan(1))
@@ -47,10 +47,10 @@ constexpr Conversion kConversions[] = {
 // A table of kernels holds a name, the row worker and the conversions.
 static_assert(std::size(kConversions) == sizeof(RowKernels) / sizeof(nuv::RowConversion) - 2);
 
-// The same seeds in every run, and one that is new in every run.
+// One seed that is new in every run, and then the same seeds in every run.
 std::vector<std::uint32_t> Seeds(std::uint32_t count) {
 #if defined(__SANITIZE_THREAD__) || defined(NUV_COVERAGE)
-    count /= 20;  // instrumented code takes a minute for a thousand, and more seeds find nothing new
+    count /= 20;  // instrumented code takes a minute for a thousand seeds
 #endif
     std::vector<std::uint32_t> seeds{std::random_device()()};
     for (std::uint32_t seed = 0; seed < count; ++seed)

@@ -1,5 +1,5 @@
 // Where enlarged samples are taken, by amount and scaling. Where a test does not compare with the model, its
-// numbers were worked out by hand, with coordinates for which every step is exact.
+// numbers were worked out by hand, with coordinates for which every step is exact. k is the enlargement at a pixel.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -76,7 +76,7 @@ TEST(RowWorker, AmountFiftyLinearEnlargesTwiceAboutTheCentre) {
 
 TEST(RowWorker, LinearScalingDisplacesInProportionToTheDistance) {
     Stage stage;
-    // k = 1.25 has no exact inverse; k = 4 and k = 2 have one.
+    // An amount of 150 gives k = 4, which has an exact inverse.
     Scene scene = FloatScene(129, 129, 150);
     scene.center = Whole(64, 65);  // row 64, after the mirroring
     const Places four(stage, scene);

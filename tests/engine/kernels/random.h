@@ -28,7 +28,7 @@ inline constexpr float kInfinity = std::numeric_limits<float>::infinity();
 inline constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 inline constexpr float kDenormal = std::numeric_limits<float>::denorm_min();
 
-// Widths near the ends of steps and tiles, and near the smallest one that holds eight pixels.
+// Often near 8, the width of a vector step, or near the ends of tiles. Otherwise up to 70.
 inline int RandomWidth(Random& random) {
     if (random.OneIn(6)) return random.Between(6, 9);
     if (random.OneIn(4)) return random.Of({1023, 1024, 1025, 1031, 1032, 2047, 2048, 2051}) + random.Below(3);

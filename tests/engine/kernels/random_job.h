@@ -130,14 +130,14 @@ inline std::string Describe(const nuv::RenderData& job) {
         .GetString();
 }
 
-// How many rows further down the pictures lie, in a buffer that has no memory above them.
+// How many rows the pictures of a job are moved down, in a buffer that has no memory above them.
 struct RowsAbove {
     int input = 0, output = 0;
 };
 
-// Such a distance for either picture of a job. It passes 2^31 bytes, or lies near 2^31 or 2^32 bytes, where 32-bit
-// distances end. Every row number is still an exact float. No row above the pictures is read only as long as the
-// centre lies among their rows.
+// Moves the pictures of a job down. Some distances are 0, some are large, and some lie near 2^31 or 2^32 bytes,
+// where 32-bit distances end. Every row number is still an exact float. The centre is put among the pictures' rows,
+// so that no row above them is read.
 inline RowsAbove MoveDown(Random& random, nuv::RenderData& job) {
     constexpr int kMostRows = 1 << 23;
     const auto rows = [&] { return random.OneIn(3) ? 0 : (1 << 22) + random.Below(1 << 20); };

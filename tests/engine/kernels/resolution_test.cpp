@@ -45,7 +45,7 @@ TEST(Resolution, MirrorsTheCentreAtTheReducedHeight) {
     scene.center = Whole(8, 4);
     scene.downsampleX = {1, 2};
     scene.downsampleY = {1, 2};
-    const Places places(stage, scene);  // about row 20 - 4
+    const Places places(stage, scene);  // the centre is at row 20 - 4
     for (int y = 16; y < 40; ++y)
         EXPECT_EQ(places.At(8, y), (Place{8, 16 + (y - 16) / 2}));
 }

@@ -36,8 +36,8 @@ TEST(SourceOffset, MovesTheSourceByWholePixels) {
     }
 }
 
-// What does not fit an integer becomes the most negative one. An offset of the same size takes it back into the
-// source.
+// A position that does not fit an integer becomes the most negative integer. The effect subtracts an offset of the
+// same value, and so reads inside the source again.
 TEST(SourceOffset, AsLowAsTheLeastIntegerMeetsPositionsThatAreNotNumbers) {
     Stage stage;
     for (double amount : {std::nan(""), std::numeric_limits<double>::infinity(), 50.0}) {

@@ -24,7 +24,7 @@ inline constexpr Moment InPreRender = In<PF_Cmd_SMART_PRE_RENDER>;
 inline constexpr Moment InSmartRender = In<PF_Cmd_SMART_RENDER>;
 inline constexpr Moment InPlainRender = In<PF_Cmd_RENDER>;
 
-// Keeps a handle if this has failed.
+// Keeps a handle if such a call has failed.
 template <Moment in, Seen seen>
 PF_Err Leaks(Command& command) {
     if (!in(command)) return Effect(command);
@@ -34,7 +34,7 @@ PF_Err Leaks(Command& command) {
     return result;
 }
 
-// Reports success even if this has failed.
+// Reports success even if such a call has failed.
 template <Moment in, Seen seen>
 PF_Err Swallows(Command& command) {
     if (!in(command)) return Effect(command);

@@ -16,7 +16,7 @@ inline bool InEditor(const Command& c) {
     return c.inData != nullptr && c.inData->appl_id == kAppIdEditor;
 }
 
-// Sends the command on, and then changes its records if it is this one.
+// Passes the command on. If it is `cmd`, then runs the fault on its records.
 template <PF_Cmd cmd, auto fault>
 PF_Err After(Command& c) {
     const PF_Err result = Effect(c);
@@ -32,7 +32,7 @@ inline void KeepAHandle(Command& c) {
     c.inData->utils->host_new_handle(64);
 }
 
-// Sends the command on, and then returns an error if it is this one.
+// Passes the command on. If it is `cmd`, then returns an error.
 template <PF_Cmd cmd>
 PF_Err Refuses(Command& c) {
     const PF_Err result = Effect(c);

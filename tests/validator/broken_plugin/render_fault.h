@@ -33,11 +33,11 @@ inline std::uint8_t* Bytes(const PF_EffectWorld* world) {
     return reinterpret_cast<std::uint8_t*>(world->data);
 }
 
-// The true effect's render, smart or plain.
+// Lets the true effect render, smart or plain.
 Render RenderTruly(Command& command);
 bool IsRender(const Command& command);
 
-// The hook of a fault that shows after renders whose output has the check's own size.
+// A hook that runs the fault after the effect's render, if the output has the check's own size.
 template <void (*fault)(Render&)>
 PF_Err With(Command& command) {
     if (!IsRender(command)) return Effect(command);

@@ -10,13 +10,13 @@ void SetVariable(const char* name, const std::string& value);  // of the environ
 void StayLoaded();
 void LeaveHandleOpen();
 void TakeCrashHandler();
-// Starts a thread that does not end. It runs code of the system only, because the library may be unloaded before
-// it.
+// Starts a thread that does not end. It runs code of the system only, because the library may be unloaded while it
+// runs.
 void LeaveThread();
 
 // The calling thread.
 void RenameThread();
-void ChangePriority();    // to one that the thread does not have, whoever runs the tests with whatever priority
+void ChangePriority();    // to another one, whatever priority the thread has
 void TakeOneProcessor();  // the thread then runs on that one only
 
 }  // namespace broken

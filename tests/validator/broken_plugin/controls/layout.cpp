@@ -52,7 +52,7 @@ void ReadsBehind(Render& r) {
     g_read = Bytes(r.*world)[(r.*world)->rowbytes * (r.*world)->height];
 }
 
-// The other field lies half a stride further.
+// A field's stride covers two rows, so the other field's row lies half a stride further.
 void WritesOtherField(Render& r) {
     if (OutputSpread(r)) Bytes(r.output)[r.output->rowbytes / 2] = 0;
 }

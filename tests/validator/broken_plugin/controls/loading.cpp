@@ -16,8 +16,8 @@ namespace {
 using namespace std::chrono_literals;
 
 // How often the library has been loaded into this process, this time included. The count is in the environment,
-// because the library's own variables go when it is unloaded. It ends beyond what the checks need, because the C
-// library keeps every value that a variable of the environment ever had.
+// because the library's own variables go when it is unloaded. It stops just above what the checks need, because the
+// C library never frees the old values of such a variable.
 int Loads() {
     const char* const counted = std::getenv("NUV_BROKEN_LOADS");  // NOLINT(concurrency-mt-unsafe)
     const int loads = counted ? std::atoi(counted) + 1 : 1;

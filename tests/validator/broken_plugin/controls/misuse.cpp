@@ -29,7 +29,7 @@ PF_Err RefusesStrangers(Command& c) {
     return InStrangeHost(c, PF_Cmd_GLOBAL_SETUP) ? PF_Err_BAD_CALLBACK_PARAM : Effect(c);
 }
 
-// Reports no error.
+// Adds no parameter, but reports no error.
 PF_Err OffersStrangersNothing(Command& c) {
     return InStrangeHost(c, PF_Cmd_PARAMS_SETUP) ? PF_Err_NONE : Effect(c);
 }

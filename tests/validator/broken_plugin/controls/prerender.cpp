@@ -8,7 +8,7 @@
 namespace broken {
 namespace {
 
-// One pre-render, before or after the effect's.
+// One pre-render: its records, and what the effect returned.
 struct PreRender {
     Command& command;
     PF_PreRenderExtra& extra;
@@ -19,14 +19,14 @@ struct PreRender {
     const PF_LRect& Request() const { return extra.input->output_request.rect; }
 };
 
-// Whether it is a pre-render with a complete record.
+// Whether the command is a pre-render with a complete record.
 bool IsPreRender(const Command& command) {
     if (command.cmd != PF_Cmd_SMART_PRE_RENDER || !command.extra) return false;
     const auto& extra = *static_cast<const PF_PreRenderExtra*>(command.extra);
     return extra.input && extra.output && extra.cb;
 }
 
-// The hook of a fault in the pre-render of a layer of the check's own size.
+// A hook that runs the fault after the effect's pre-render, if the layer has the check's own size.
 template <void (*fault)(PreRender&)>
 PF_Err After(Command& command) {
     if (!IsPreRender(command)) return Effect(command);
@@ -74,7 +74,7 @@ PF_Err Checkout(PF_ProgPtr ref, std::int32_t index, std::int32_t id, const PF_Re
     return g_theirs->checkout_layer(ref, index, id, &changed, time, step, scale, result);
 }
 
-// The hook that puts another request in place of the effect's, for a layer of the check's own size.
+// A hook that changes the effect's request, if the layer has the check's own size.
 template <void (*change)(PF_RenderRequest&)>
 PF_Err Asking(Command& command) {
     if (!IsOfOwnSize(command) || !IsPreRender(command)) return Effect(command);
@@ -105,9 +105,9 @@ void AnnouncesTwice(PreRender& pre) {
                                  in.time_step, in.time_scale, &result);
 }
 
-// ---- What is left ---------------------------------------------------------------------------------------------
+// ---- What is left behind --------------------------------------------------------------------------------------
 
-// Writes into the output of the render before.
+// Writes into the output of the previous render.
 PF_Err WritesOldOutput(Command& command) {
     static std::atomic<std::uint8_t*> output{nullptr};
     if (IsRender(command)) {

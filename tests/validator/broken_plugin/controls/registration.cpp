@@ -59,7 +59,7 @@ PF_Err KeepsASuite(Registration& r) {
     return Register(r);
 }
 
-// Gives the suite back at the next command, because other checks look after a command.
+// Gives the suite back at the next command, because other checks look for kept suites after a command.
 PF_Err GivesItBackLater(Command& c) {
     if (c.inData && c.inData->pica_basicP) {
         for (; g_kept > 0; --g_kept)

@@ -82,7 +82,7 @@ void ReadsMissingInput(Render& r) {
     if (!r.input->data) g_read = *Bytes(r.input);
 }
 
-// The hook of a fault that shows in renders whose input has the check's own size, afterwards.
+// A hook that runs the fault after the effect's render, if the input has the check's own size.
 template <void (*fault)(Render&)>
 PF_Err WithInput(Command& command) {
     if (!IsRender(command)) return Effect(command);

@@ -26,7 +26,7 @@ void GiveNoHandle(Command& c) {
     c.outData->flat_sdata_size = 0;
 }
 
-// Applies the fault to a block that a re-set-up without data has just made and the host hands back.
+// Applies the fault when the host hands back the block that the last re-set-up has just made.
 template <auto fault>
 PF_Err WhenItComesBack(Command& c) {
     static PF_Handle made = nullptr;
@@ -82,7 +82,7 @@ PF_Err RefusesToBeginWithoutData(Command& c) {
     return InNewerHost(c, kResetup) && c.inData->sequence_data == nullptr ? PF_Err_OUT_OF_MEMORY : Effect(c);
 }
 
-// Only shows in an instance that ends right after it began.
+// The fault shows only in an instance that ends right after it began.
 PF_Err KeepsTheBlock(Command& c) {
     static bool begun = false;
     const bool keeps = begun && InNewerHost(c, kSetdown) && c.inData->sequence_data != nullptr;

@@ -48,7 +48,7 @@ void ChangeInData(Command& c) {
     c.inData->num_params = 99;
 }
 
-// Keeps it until global set-down.
+// Keeps the suite until global set-down.
 PF_Err KeepsASuite(Command& c) {
     const PF_Err result = Effect(c);
     if (!InNewerHost(c) || c.inData->pica_basicP == nullptr) return result;
@@ -79,7 +79,7 @@ void MakeGlobalData(Command& c) {
     c.outData->global_data = c.inData->utils->host_new_handle(16);
 }
 
-// They stay locked from global set-up until the next command.
+// The global data stay locked from global set-up until parameter set-up or global set-down.
 PF_Err LocksItsGlobalData(Command& c) {
     const PF_Err result = Effect(c);
     if (!InNewerHost(c)) return result;

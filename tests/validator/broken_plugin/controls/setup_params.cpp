@@ -10,7 +10,8 @@ namespace {
 
 constexpr PF_Cmd kParams = PF_Cmd_PARAMS_SETUP;
 
-// Changes every definition on its way to the host. Adds does so only in the newer host.
+// Changed changes every definition on its way to the host. Adds does so only in the newer host, AddsEverywhere in
+// both.
 template <void change(PF_ParamDef&)>
 PF_Err Changed(Command& c) {
     OwnRecords own(c);

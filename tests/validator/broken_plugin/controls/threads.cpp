@@ -19,7 +19,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// The callbacks below may be under way on several threads. So they use what the host passes with every command, and
+// The callbacks below may run on several threads at once. So they use what the host passes with every command, and
 // do not ask OwnRecords::Host.
 bool IsOwnRender(const Command& command) {
     return (command.cmd == PF_Cmd_RENDER || command.cmd == PF_Cmd_SMART_RENDER) && IsOfOwnSize(command);
@@ -28,7 +28,8 @@ bool IsOwnRender(const Command& command) {
 // Detects two commands that run at once.
 class Clash {
 public:
-    // Waits a moment for another command. Returns whether there has ever been one at the same time.
+    // Waits a moment for another command of the same instance, or of another one. Returns whether two have ever
+    // met.
     bool Meets(PF_Handle instance, bool same) {
         std::unique_lock lock(mutex_);
         if (inside_ > 0 && (instance_ == instance) == same) met_ = true;

@@ -9,7 +9,7 @@ PF_Err RegistersAnotherName(Registration& r) {
     return Register(r);
 }
 
-// An entry point that the file exports.
+// The file exports this entry point, but the property list names another one.
 PF_Err RegistersAnotherEntryPoint(Registration& r) {
     r.entryPoint = "PluginDataEntryFunction";
     return Register(r);
