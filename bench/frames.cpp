@@ -40,7 +40,7 @@ void FillWithNoise(refhost::World& world, const Depth& depth) {
     }
 }
 
-// An effect set up in a host, applied once.
+// An effect that is set up in a host, with one instance.
 class Effect {
 public:
     Effect(const char* file, bool keepFreedHandles)

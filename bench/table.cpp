@@ -16,7 +16,7 @@ public:
         return found->second;
     }
 
-    // A ratio and its target. The ratio must not exceed it, or, with `atLeast`, not fall below it.
+    // Prints a ratio and its target. The ratio must not be above the target, or, with `atLeast`, not below it.
     void Ratio(const std::string& label, const std::string& over, const std::string& under, double target,
                bool atLeast = false) const {
         const auto a = Time(over), b = Time(under);
@@ -35,7 +35,7 @@ constexpr struct {
     double overCopyLinear, overCopyCurved, gainLinear, gainCurved;
 } kTargets[] = {{6.0, 8.5, 8, 7}, {4.2, 5.5, 5, 5.5}, {2.2, 2.9, 4.5, 5}};
 
-// Milliseconds that the fastest copy needs for this many bytes per pixel of a 4K frame.
+// Milliseconds that the copy of this name needs for so many bytes per pixel of a 4K frame.
 std::optional<double> Floor(const Rows& rows, const char* copy, double bytesPerPixel) {
     const auto time = rows.Time(std::string(copy) + "/float");
     if (!time) return std::nullopt;

@@ -10,11 +10,11 @@ import json
 import pathlib
 import sys
 
-CODE = 0  # the kind of a region that is neither skipped nor between two others
+CODE = 0  # the kind of a region that holds code: not a skipped one, and not a gap between two regions
 
 
 def source(name):
-    """The path within the project of a file of src/, however the compiler was told of it; None for other files."""
+    """The path of a file of src/ within the project, whatever path the compiler got; None for other files."""
     at = name.rfind("src/")
     return name[at:] if at >= 0 and pathlib.Path(name[at:]).is_file() else None
 
