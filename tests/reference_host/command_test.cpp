@@ -60,7 +60,7 @@ TEST_F(HostTest, ExceptionThatLeavesTheEffectIsMisuse) {
     EXPECT_EQ(Misuse(), Lines{"an exception left the effect in command 9"});
 }
 
-TEST_F(HostTest, RecordNamesTheHostAndItsCommand) {
+TEST_F(HostTest, RecordNamesTheHostAndCountsTheParameters) {
     Do([](const Arguments& a) {
         EXPECT_EQ(a.in->appl_id, kAppIdCompositor);
         EXPECT_EQ(a.in->num_params, 4);
