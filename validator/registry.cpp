@@ -44,10 +44,12 @@ std::vector<Check> Collect() {
             alone.insert(check.id);
     }
     if (alone != std::set(kOnThis.begin(), kOnThis.end())) {
-        throw std::logic_error("registry.h lists other checks of this system than its families have");
+        throw std::logic_error("the checks of this system in registry.h are not those of its families");
     }
     for (const std::string_view id : kOnOther) {
-        if (ids.contains(id)) throw std::logic_error("check \"" + std::string(id) + "\": there on both systems");
+        if (ids.contains(id))
+            throw std::logic_error("check \"" + std::string(id) +
+                                   "\": exists on both systems, but registry.h lists it for one");
     }
     std::ranges::stable_sort(checks, std::ranges::greater{},
                              [](const Check& check) { return check.kind == Kind::gate; });

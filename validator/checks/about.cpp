@@ -61,7 +61,8 @@ void IsPrintable(Context& context) {
         Ask(interview);
         std::string text(Text(interview));
         std::erase_if(text, [](char c) { return c == '\n' || c == '\r'; });
-        context.Expect(IsPrintableAscii(text), "a " + interview.Name() + " gets other characters");
+        context.Expect(IsPrintableAscii(text),
+                       "a " + interview.Name() + " gets characters that are not printable ASCII");
     });
 }
 

@@ -46,7 +46,7 @@ void IsSamePicture(Context& context) {
         Frame usual(Scene::Layout(format, context.size()));
         Frame other(LaidOut(format, context.size(), in), LaidOut(format, context.size(), out));
         ExpectSame(context, scene.Picture(other), scene.Picture(usual), usual.output.layout(),
-                   "laid out like this");
+                   "with rows at these places");
     }
 }
 
@@ -110,7 +110,7 @@ void StaysBetweenPages(Context& context) {
         const BetweenPages pages(input ? frame.input : frame.output, atEnd);
         scene.Render(frame);
         ExpectSame(context, input ? frame.output.Pixels() : pages.Pixels(), expected, frame.output.layout(),
-                   "beside memory that is not there");
+                   "next to memory that must not be touched");
     }
 }
 
@@ -255,7 +255,7 @@ void RowsMayBeFarApart(Context& context) {
     const Spread rows(input ? frame.input : frame.output);
     scene.Render(frame);
     ExpectSame(context, input ? frame.output.Pixels() : rows.Pixels(), expected, frame.output.layout(),
-               "with the last row 2 GB behind the first");
+               "with the last row more than 2 GiB after the first");
 }
 
 constexpr RowPlaces kUsual{}, kPadded{.padding = 16}, kBottomUp{.bottomUp = true};
@@ -310,10 +310,10 @@ constexpr Check kChecks[] = {
     {"layout.lower-field",
      "The effect renders the rows of the lower field in their places and leaves the other rows alone.", Where::both,
      RendersField<2>},
-    {"layout.input-past-2-gib", "The input's rows may lie more than 2 GiB apart.", Where::both,
+    {"layout.input-past-2-gib", "The first and last rows of the input may lie more than 2 GiB apart.", Where::both,
      RowsMayBeFarApart<true>},
-    {"layout.output-past-2-gib", "The output's rows may lie more than 2 GiB apart.", Where::both,
-     RowsMayBeFarApart<false>},
+    {"layout.output-past-2-gib", "The first and last rows of the output may lie more than 2 GiB apart.",
+     Where::both, RowsMayBeFarApart<false>},
 };
 static_assert(signs::EachHasSize(kChecks, &Check::id));
 

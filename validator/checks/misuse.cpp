@@ -196,7 +196,7 @@ void LivesWithout(Context& context) {
         frame.*part = true;
         context.ExpectNone(scene.host.account().Misuse(), "misuse");
         scene.host.account().Reclaim();
-        context.Expect(scene.Picture(frame) == expected, "the picture after it is another");
+        context.Expect(scene.Picture(frame) == expected, "the next picture is different");
     }
 }
 

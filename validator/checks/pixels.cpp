@@ -21,7 +21,8 @@ using signs::SizeOf;
 // Renders with two poisons, because one poison may by chance be the right value of a pixel that is not written.
 void ExpectWritten(Context& context, Scene& scene, Frame& frame) {
     const auto first = scene.Picture(frame, 0xA5);
-    ExpectSame(context, scene.Picture(frame, 0x5A), first, frame.output.layout(), "what was in the output shows");
+    ExpectSame(context, scene.Picture(frame, 0x5A), first, frame.output.layout(),
+               "with other bytes in the output before");
 }
 
 PF_PixelFormat FormatOf(Context& context, const Scene& scene, int bytesPerPixel) {
@@ -60,7 +61,7 @@ void StaysFinite(Context& context) {
     Scene scene(context);
     Frame frame(Scene::Layout(FormatOf(context, scene, 16), context.size()));
     for (const float channel : ChannelsOf<float>(scene.Picture(frame)))
-        context.Require(std::isfinite(channel), "a channel is not finite though all of the input is");
+        context.Require(std::isfinite(channel), "a channel is not finite, although the whole input is");
 }
 
 // The average of each channel, where white is 1.

@@ -77,7 +77,7 @@ void ResultIsInRequest(Context& context) {
         const bool announced = (out.flags & PF_RenderOutputFlag_RETURNS_EXTRA_PIXELS) != 0;
         context.Expect(announced || Inside(out.result_rect, request), "for " + Text(request) + " the result is " +
                                                                           Text(out.result_rect) +
-                                                                          ", and extra pixels are not announced");
+                                                                          ", but extra pixels are not announced");
     }
 }
 
@@ -100,7 +100,7 @@ void IgnoresOldRectangles(Context& context) {
     const auto second = smart.PreRender().preRenderOutput;
     context.Expect(
         Same(second.result_rect, first.result_rect) && Same(second.max_result_rect, first.max_result_rect),
-        "rectangles that were in the record before make a difference");
+        "the answer depends on the rectangles that were in the record before");
 }
 
 bool IsOrdered(const PF_LRect& r) {
@@ -181,7 +181,7 @@ void PassesColourOfClear(Context& context) {
     Smart smart(context);
     smart.frame.settings.preserveRgbOfZeroAlpha = true;
     context.Expect(AsksForInput(smart).inputRequest.preserve_rgb_of_zero_alpha != 0,
-                   "the host wants colour under zero alpha, and the input is asked for without");
+                   "the host wants the colour under zero alpha, but pre-render asks for the input without it");
 }
 
 void NamesEachCheckoutOnce(Context& context) {
@@ -207,8 +207,9 @@ void ChecksParametersIn(Context& context) {
     Smart smart(context);
     smart.PreRender();
     context.Expect(smart.Calls(refhost::Call::checkoutParam) == smart.Calls(refhost::Call::checkinParam),
-                   "of the parameters " + std::to_string(smart.Calls(refhost::Call::checkoutParam)) +
-                       " were checked out and " + std::to_string(smart.Calls(refhost::Call::checkinParam)) + " in");
+                   "parameters: " + std::to_string(smart.Calls(refhost::Call::checkoutParam)) +
+                       " are checked out and " + std::to_string(smart.Calls(refhost::Call::checkinParam)) +
+                       " are checked in");
 }
 
 void ReleasesSuites(Context& context) {
@@ -315,8 +316,9 @@ constexpr Check kChecks[] = {
      PassesField},
     {"prerender.channels", "Pre-render asks for every channel of the input that the host wants.", Where::compositor,
      PassesChannels},
-    {"prerender.colour-of-clear", "Pre-render asks for the colour of clear input pixels if the host wants it.",
-     Where::compositor, PassesColourOfClear},
+    {"prerender.colour-of-clear",
+     "Pre-render asks for the colour of transparent input pixels if the host wants it.", Where::compositor,
+     PassesColourOfClear},
     {"prerender.one-id", "Pre-render checks out each layer under a different id.", Where::compositor,
      NamesEachCheckoutOnce},
     {"prerender.no-pixel", "Pre-render touches no pixel.", Where::compositor, TouchesNoPixel},

@@ -111,7 +111,7 @@ PF_PluginDataPtr SomeRecord() {
 void PassesTheRecord(Context& context) {
     ByHand scan;
     scan.Scan(context.Load(), SomeRecord());
-    context.Expect(scan.passed == SomeRecord(), "the callback gets another record than the host passed");
+    context.Expect(scan.passed == SomeRecord(), "the callback does not get the record that the host passed");
 }
 
 void PassesTheAnswer(Context& context) {
@@ -140,7 +140,7 @@ void IsRepeatable(Context& context) {
         for (int i = 0; i < 3; ++i) {
             const auto registration = host.Scan();
             if (!first) first = registration;
-            context.Expect(Identity(registration) == Identity(*first), "a later scan registers something else");
+            context.Expect(Identity(registration) == Identity(*first), "a later scan registers a different effect");
         }
     }
 }

@@ -142,7 +142,7 @@ void SmartAndPlainAgree(Context& context) {
         frame.Poison();
         const PF_Err code = CodeOf(frame.Render(scene.host, scene.instance, RenderPath::plain));
         context.Require(code == PF_Err_NONE, "the plain render gives code " + std::to_string(code));
-        ExpectSame(context, frame.output.Pixels(), smart, frame.output.layout(), "rendered plainly");
+        ExpectSame(context, frame.output.Pixels(), smart, frame.output.layout(), "rendered by the plain command");
     }
 }
 
@@ -150,7 +150,7 @@ void RendersDefaults(Context& context) {
     InEachFormat(context, [&](Scene& scene, Frame& frame) {
         SetDefaults(scene.host, scene.instance, context.size());
         ExpectSame(context, scene.Picture(frame, 0x5A), scene.Picture(frame), frame.output.layout(),
-                   "with what was in the output before");
+                   "with other bytes in the output before");
     });
 }
 

@@ -56,8 +56,9 @@ void TellsItsSize(Context& context) {
         host.Send(PF_Cmd_SEQUENCE_SETUP, &block);
         const std::int32_t told = host.out.flat_sdata_size;
         const std::size_t size = Saved(host, block).size();
-        context.Expect(told >= 0 && static_cast<std::size_t>(told) <= size,
-                       In(host) + "it tells " + std::to_string(told) + " bytes of " + std::to_string(size));
+        context.Expect(
+            told >= 0 && static_cast<std::size_t>(told) <= size,
+            In(host) + "it reports " + std::to_string(told) + " bytes for a block of " + std::to_string(size));
     });
 }
 

@@ -41,7 +41,7 @@ void SavesTheSameAgain(Context& context) {
         const Bytes saved = Saved(host, block);
         PF_Handle copy = host.NewBlock(saved);
         host.Send(PF_Cmd_SEQUENCE_RESETUP, &copy);
-        context.Expect(Saved(host, copy) == saved, In(host) + "what was loaded is saved as something else");
+        context.Expect(Saved(host, copy) == saved, In(host) + "the saved bytes differ from those that were loaded");
     });
 }
 
@@ -103,7 +103,7 @@ void RendersFromSavedData(Context& context) {
     frame.Poison();
     const PF_Err code = CodeOf(frame.Render(scene.host, copy, scene.path()));
     context.Require(code == PF_Err_NONE, "the copy's render gives code " + std::to_string(code));
-    context.Expect(frame.output.Pixels() == expected, "the copy renders another picture");
+    context.Expect(frame.output.Pixels() == expected, "the copy renders a different picture");
 }
 
 // ---- Flat data ------------------------------------------------------------------------------------------------
@@ -125,8 +125,10 @@ void GivesAFlatCopy(Context& context) {
         host.Prepare();
         host.in.sequence_data = block;
         ExpectCode(context, host, host.host.Send(PF_Cmd_GET_FLATTENED_SEQUENCE_DATA, &host.in, &host.out));
-        context.Expect(host.host.IsLive(block) && host.Bytes(block) == before, In(host) + "its own block changes");
-        context.Expect(host.out.sequence_data != block || block == nullptr, In(host) + "it gives its own block");
+        context.Expect(host.host.IsLive(block) && host.Bytes(block) == before,
+                       In(host) + "the instance's block changes");
+        context.Expect(host.out.sequence_data != block || block == nullptr,
+                       In(host) + "it gives the instance's own block");
         context.Expect(host.in.sequence_data == block, In(host) + "the host's record changes");
         ExpectWellUsed(context, host);
     });
@@ -145,7 +147,7 @@ constexpr Check kChecks[] = {
     {"sequence.flatten",
      "The flatten command leaves a block that re-set-up accepts, even if the effect did not ask for the command.",
      Where::both, Flattens},
-    {"sequence.flat-copy", "A host that asks for a flat copy of the data finds the instance as it was.",
+    {"sequence.flat-copy", "A flat copy of the data, which the host asks for, leaves the instance as it was.",
      Where::both, GivesAFlatCopy},
 };
 

@@ -62,7 +62,8 @@ void Demands(Context& context) {
         interview.Send(PF_Cmd_GLOBAL_SETUP);
         const bool declared = (Flags2(interview) & one2) != 0;
         const bool met = (Flags(interview) & other) == other && (Flags2(interview) & other2) == other2;
-        context.Expect(!declared || met, "a " + interview.Name() + " is told of the one without the other");
+        context.Expect(!declared || met,
+                       "a " + interview.Name() + " gets the flag without another flag that it requires");
     });
 }
 
@@ -93,7 +94,7 @@ void UsesItsInterface(Context& context) {
 
 void DeclaresItsInterface(Context& context) {
     for (const Interface& in : Interfaces(context))
-        context.Expect(in.declared || !in.registered, "in a " + in.host + " it is registered only");
+        context.Expect(in.declared || !in.registered, "in a " + in.host + " one is registered but not declared");
 }
 
 void AnswersParamUpdates(Context& context) {
@@ -139,7 +140,7 @@ void WritesItsFieldsOnly(Context& context) {
             std::ranges::fill(rest.name, '\0');
             std::ranges::fill(rest.return_msg, '\0');
             context.Expect(BytesOf(rest) == BytesOf(PF_OutData{}),
-                           "in a " + interview.Name() + " a field of frames or sequences is written");
+                           "in a " + interview.Name() + " a field that does not belong to set-up is written");
         }
     });
 }
@@ -246,7 +247,7 @@ void DeclaresFormatsOnce(Context& context) {
         interview.Send(PF_Cmd_GLOBAL_SETUP);
         std::set<PF_PixelFormat> seen;
         for (const PF_PixelFormat format : interview.host.supportedFormats())
-            context.Expect(seen.insert(format).second, "twice the format " + Hex(format));
+            context.Expect(seen.insert(format).second, "declared twice: the format " + Hex(format));
     });
 }
 
@@ -289,7 +290,7 @@ constexpr Check kChecks[] = {
     {"setup.formats-cleared",
      "The effect clears the host's own choice of pixel formats before it declares formats.", Where::editor,
      ClearsFormatsFirst},
-    {"setup.formats-known", "Hosts have every pixel format that the effect declares.", Where::editor,
+    {"setup.formats-known", "Every pixel format that the effect declares is a format of a host.", Where::editor,
      DeclaresKnownFormats},
     {"setup.formats-once", "No pixel format is declared twice.", Where::editor, DeclaresFormatsOnce},
     {"setup.formats-in-editor", "Pixel formats are declared in the editing host only.", Where::compositor,

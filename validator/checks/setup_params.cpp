@@ -105,7 +105,7 @@ void HasNames(Context& context) {
         const auto length = static_cast<std::size_t>(std::ranges::find(name, '\0') - name);
         const bool nameless = param.definition.param_type == 14;  // the end of a group
         context.Expect(length > 0 || nameless, param.Name() + " has no name");
-        context.Expect(length <= kLongestName, param.Name() + " has a name without an end");
+        context.Expect(length <= kLongestName, param.Name() + " has a name without a zero byte after it");
     }
 }
 
@@ -113,7 +113,7 @@ void HasPrintableNames(Context& context) {
     for (const AddedParam& param : Params(context)) {
         const std::string_view name(param.definition.name, std::size(param.definition.name));
         context.Expect(IsPrintableAscii(name.substr(0, name.find('\0'))),
-                       param.Name() + " has other characters in its name");
+                       param.Name() + " has characters in its name that are not printable ASCII");
     }
 }
 
@@ -137,7 +137,7 @@ void SlidersHaveRanges(Context& context) {
 void SlidersStayValid(Context& context) {
     ForEachSlider(context, [&](const AddedParam& param, const PF_FloatSliderDef& slider) {
         context.Expect(!(slider.slider_min < slider.valid_min || slider.slider_max > slider.valid_max),
-                       param.Name() + " reaches beyond what may be typed");
+                       param.Name() + " reaches beyond the values that may be typed");
     });
 }
 
@@ -184,7 +184,8 @@ void PopupsHaveNoEmptyEntry(Context& context) {
 
 void PopupsArePrintable(Context& context) {
     ForEachPopup(context, [&](const AddedParam& param, const PF_PopupDef&) {
-        context.Expect(IsPrintableAscii(param.choices), param.Name() + " has other characters in its entries");
+        context.Expect(IsPrintableAscii(param.choices),
+                       param.Name() + " has characters in its entries that are not printable ASCII");
     });
 }
 
@@ -218,7 +219,7 @@ void UnionsAreZeroed(Context& context) {
         for (const auto& [type, size] : kSizes) {
             if (param.definition.param_type != type) continue;
             context.Expect(AllZero(BytesOf(param.definition).substr(offsetof(PF_ParamDef, u) + size)),
-                           param.Name() + " leaves bytes behind its own part");
+                           param.Name() + " has bytes other than zero after the part that its type uses");
         }
     }
 }
@@ -227,7 +228,7 @@ void UnusedFieldsAreZeroed(Context& context) {
     for (const AddedParam& param : Params(context)) {
         const std::string_view name(param.definition.name, std::size(param.definition.name));
         context.Expect(AllZero(name.substr(std::min(name.find('\0'), name.size()))),
-                       param.Name() + " leaves bytes behind the end of its name");
+                       param.Name() + " has bytes other than zero after the end of its name");
         context.Expect(param.definition.unused == 0, param.Name() + " writes the unused field");
     }
     ForEachPoint(context, [&](const AddedParam& param, const PF_PointDef& point) {
@@ -281,11 +282,11 @@ constexpr Check kChecks[] = {
      AppendsThem},
     {"setup.params-repeatable", "Parameter set-up adds the same parameters each time.", Where::both,
      AreTheSameAgain},
-    {"setup.params-any-order", "The parameters do not depend on a global set-up that came before.", Where::both,
-     AreTheSameInAnyOrder},
+    {"setup.params-any-order", "The parameters are the same with and without an earlier global set-up.",
+     Where::both, AreTheSameInAnyOrder},
     {"setup.params-in-both", "Both hosts get the same parameters, so that projects move between them.",
      Where::compositor, AreTheSameInBothHosts},
-    {"setup.types", "Hosts have the type of every parameter.", Where::compositor, HasKnownTypes},
+    {"setup.types", "Every parameter has a type that hosts know.", Where::compositor, HasKnownTypes},
     {"setup.ids-unique", "No two parameters have the same id.", Where::compositor, HasUniqueIds},
     {"setup.ids-in-range", "Parameter ids are from 1 to 9999.", Where::compositor, HasIdsInRange},
     {"setup.names", "Every parameter has a name of 1 to 31 bytes and a zero byte after it.", Where::compositor,
@@ -301,7 +302,8 @@ constexpr Check kChecks[] = {
     {"setup.slider-default", "The default of a slider lies inside the range of values that may be typed.",
      Where::compositor, SlidersStartValid},
     {"setup.slider-decimals", "A slider shows at most four decimals.", Where::compositor, SlidersShowDecimals},
-    {"setup.popup-entries", "A menu has as many entries as it counts.", Where::compositor, PopupsHaveAllEntries},
+    {"setup.popup-entries", "A menu has as many entries as its definition says.", Where::compositor,
+     PopupsHaveAllEntries},
     {"setup.popup-empty-entry", "No entry of a menu is empty.", Where::compositor, PopupsHaveNoEmptyEntry},
     {"setup.popup-printable", "Menu entries are printable ASCII, which every system reads alike.",
      Where::compositor, PopupsArePrintable},

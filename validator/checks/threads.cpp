@@ -123,7 +123,7 @@ void WaitForEachOther(Context& context) {
 
 void RequireRows(Context& context, Scene& scene) {
     if (scene.host.account().Count(Call::row) == 0)
-        context.NotApplicable("the effect does not iterate by the host");
+        context.NotApplicable("the effect does not let the host iterate over rows");
 }
 
 // Renders with one iteration thread, which takes the rows in ascending order.
@@ -302,7 +302,7 @@ constexpr Check kChecks[] = {
      Where::both, RowsInAnyOrder},
     {"threads.many-row-threads", "The picture does not depend on how many threads the host iterates with.",
      Where::both, RowsOnManyThreads},
-    {"threads.own-thread", "The effect makes callbacks on the command's thread if they belong there.", Where::both,
+    {"threads.own-thread", "Callbacks that belong to the command's thread are made on that thread.", Where::both,
      CallsOnItsOwnThread},
     {"threads.any-thread", "An instance may be set up on one thread, rendered on another and set down on a third.",
      Where::both, OnAnyThread},

@@ -102,7 +102,7 @@ void Trial::Add(const Lines& lines, const std::string& about) {
 }
 
 void Trial::End(const std::string& whyNothing) {
-    if (lines_ > kMostLines) context_.Fail("and " + std::to_string(lines_ - kMostLines) + " lines more");
+    if (lines_ > kMostLines) context_.Fail("and " + std::to_string(lines_ - kMostLines) + " more lines");
     if (points_ == 0) context_.NotApplicable(whyNothing);
     context_.AddPoints(points_);
 }

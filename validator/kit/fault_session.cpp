@@ -46,7 +46,7 @@ Lines SessionBench::NextIsRight() {
             lines.push_back(command.command + " gives code " + std::to_string(command.code));
     }
     lines.insert(lines.end(), outcome.frames.begin(), outcome.frames.end());
-    if (host_.parameters().size() != parameters_) lines.push_back("the parameters are others");
+    if (host_.parameters().size() != parameters_) lines.push_back("the number of parameters differs");
     for (std::string& line : lines)
         line = "when nothing fails any more, " + line;
     return lines;

@@ -4,7 +4,7 @@ namespace validator {
 
 void RequireHeapCount([[maybe_unused]] Context& context) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(NUV_COVERAGE)
-    context.NotApplicable("this program is built with instruments, whose heap is not counted");
+    context.NotApplicable("the heap is not counted in a build with a sanitizer or for coverage");
 #endif
 }
 

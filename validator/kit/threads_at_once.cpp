@@ -52,8 +52,8 @@ Crowd::Crowd(Context& context, Scene& scene, int frames, bool oneInstance) : con
         }
         of_.push_back(instances_.empty() ? &scene.instance : instances_.back().get());
         const PF_Err code = RenderForCode(i);
-        context.Require(code == PF_Err_NONE,
-                        "a frame alone gives code " + std::to_string(code) + WithoutSuites(scene.host));
+        context.Require(code == PF_Err_NONE, "a frame that is rendered alone gives code " + std::to_string(code) +
+                                                 WithoutSuites(scene.host));
         alone_.push_back(frames_.back()->output.Pixels());
     }
 }
@@ -76,7 +76,7 @@ void Crowd::Render(int number) {
     if (!context_.Expect(code == PF_Err_NONE, frame + " gives code " + std::to_string(code))) return;
     const auto& layout = frames_[i]->output.layout();
     const std::string difference = Difference(frames_[i]->output.Pixels(), alone_[i], layout.format, layout.width);
-    context_.Expect(difference.empty(), frame + " is not as it is alone: " + difference);
+    context_.Expect(difference.empty(), frame + " differs from the same frame rendered alone: " + difference);
     context_.ExpectNone(frames_[i]->Damage(), frame);
 }
 

@@ -75,7 +75,7 @@ JobOutcome Timed(Run run) {
 
 JobOutcome RunInThisProcess(const Job& job) {
     static const bool watched = std::atexit(RefuseToExit) == 0;
-    if (!watched) throw std::runtime_error("the process has no room for what to do at its end");
+    if (!watched) throw std::runtime_error("the process cannot register a function that runs at exit");
     return Timed([&] {
         Report report;
         g_running = &job;

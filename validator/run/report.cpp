@@ -47,7 +47,7 @@ std::string Escaped(std::string_view text) {
 std::string Why(const Result& result) {
     if (result.status == Status::doesNotDeviate) {
         const std::string& why = result.outcome.notApplicable;
-        return "is listed as a deviation, but " + (why.empty() ? "holds" : "is not applicable, as it " + why) +
+        return "is listed as a deviation, but " + (why.empty() ? "holds" : "is not applicable, because " + why) +
                ": " + result.reason;
     }
     if (result.status == Status::notRun) return "a check on which all others depend has failed";
