@@ -21,7 +21,7 @@ inline CLI::Option* AddTextOption(CLI::App& command, const std::string& name, co
 
 // A check for options that take the name of a file.
 inline CLI::Validator FileName() {
-    return {[](const std::string& text) { return text.empty() ? "\"\" is not the name of a file" : ""; }, ""};
+    return {[](const std::string& text) { return text.empty() ? "\"\" is not a file name" : ""; }, ""};
 }
 
 inline CLI::Option* AddWordOption(CLI::App& command, const std::string& name, Words words, int& choice,

@@ -56,11 +56,11 @@ void Info(const InfoOptions& options) {
 void AddInfoCommand(CLI::App& program) {
     auto options = std::make_shared<InfoOptions>();
     auto& command = *program.add_subcommand("info", "Describe an effect by what it tells its hosts");
-    command.add_option("PLUGIN", options->plugin, "The effect's binary, of this effect or any other")
+    command.add_option("PLUGIN", options->plugin, "The binary of this effect or of any other effect")
         ->required()
         ->check(FileName())
         ->type_name("");
-    command.add_flag("--json", options->json, "As JSON, for programs");
+    command.add_flag("--json", options->json, "Print the description as JSON, for programs");
     command.callback([options] { Info(*options); });
 }
 

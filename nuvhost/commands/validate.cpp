@@ -71,7 +71,8 @@ std::uint64_t SeedOf(const std::string& text) {
     std::uint64_t seed = 0;
     const char* const end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, seed);
-    if (error != std::errc() || stop != end) throw UsageError("--seed: \"" + text + "\" is no number from 0 on");
+    if (error != std::errc() || stop != end)
+        throw UsageError("--seed: \"" + text + "\" is not a whole number from 0 on");
     return seed;
 }
 
@@ -131,7 +132,7 @@ void Validate(const ValidateOptions& given) {
     progress.Clear();
     const Counts counts = Count(results);
     if (counts.notRun > 0) {
-        std::printf("not run           %d, as a check on which all others depend has failed\n", counts.notRun);
+        std::printf("not run           %d, because a check on which all others depend has failed\n", counts.notRun);
     }
     std::printf("%s\n", Summary(counts, options.seed).c_str());
     std::fflush(stdout);
@@ -149,10 +150,11 @@ void AddValidateCommand(CLI::App& program) {
         ->type_name("");
     command.add_flag("--list", options->list, "List the checks instead: id, host and promise");
     command
-        .add_option("--check", options->globs, "Only checks whose id matches; * and ? as in file names; repeatable")
+        .add_option("--check", options->globs,
+                    "Only checks whose id matches; * and ? as in file names; may be repeated")
         ->type_name("GLOB")
         ->allow_extra_args(false);  // otherwise the option would take PLUGIN, too
-    command.add_flag("-v,--verbose", options->verbose, "Also print what was seen of the deviations");
+    command.add_flag("-v,--verbose", options->verbose, "Also print the failures of checks that deviate as listed");
     command.add_flag("--quick", options->quick, "Leave out the slow checks");
     command
         .add_option_function<std::string>(
@@ -169,10 +171,11 @@ void AddValidateCommand(CLI::App& program) {
         ->type_name("SECONDS")
         ->check(CLI::Range(1, 86'400));
     command
-        .add_option("--deviations", options->deviations,
-                    "Promises that the effect breaks on purpose: a JSON object of check ids, each with its reason "
-                    "and with patterns of the lines with which the check fails in each host; the run is green if "
-                    "exactly these occur (default: PLUGIN's name with .deviations.json)")
+        .add_option(
+            "--deviations", options->deviations,
+            "Promises that the effect breaks on purpose: a JSON object of check ids, each with a reason and "
+            "with patterns of the lines that the failing check prints in each host. The run is green if "
+            "exactly these lines occur (default: PLUGIN's name with .deviations.json)")
         ->type_name("FILE");
     command.add_option("--json", options->json, "Write the results as JSON")->type_name("FILE");
     command.add_option("--junit", options->junit, "Write the results as JUnit XML")->type_name("FILE");

@@ -54,7 +54,7 @@ PF_Fixed Fixed(const Length& length, int start, int extent) {
     if (raw < Limits::min() || raw > Limits::max()) {
         throw UsageError(std::string(Row(Parameter::center).option) + ": pixel " +
                          std::to_string(std::llround(pixels)) +
-                         " is too far out, the host's coordinates end at 32768");
+                         " is too far out; the host's coordinates end at 32768");
     }
     return static_cast<PF_Fixed>(raw);
 }
@@ -193,7 +193,8 @@ EffectRunner::EffectRunner(const std::filesystem::path& plugin, Personality pers
     if (!std::equal(
             parameters.begin(), parameters.end(), kParameterTable.begin(), kParameterTable.end(),
             [](const PF_ParamDef& parameter, const ParameterRow& row) { return parameter.uu.id == row.id; })) {
-        throw std::runtime_error(plugin.string() + ": this effect has other parameters than nuv_chromaber");
+        throw std::runtime_error(plugin.string() +
+                                 ": the parameters of this effect are not those of nuv_chromaber");
     }
     open_ = true;
     for (int i = 0; i < instances; ++i) {

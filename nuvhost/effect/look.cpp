@@ -112,7 +112,7 @@ void LoadParameters(const std::filesystem::path& file, const Json& parameters, L
         }
         if (entry.contains("name") && entry["name"] != row.name) {
             Reject(file,
-                   key + ".name: is not \"" + std::string(row.name) + "\", as the parameter of this id is called");
+                   key + ".name: is not \"" + std::string(row.name) + "\", the name of the parameter with this id");
         }
         look.texts[i] = TextOf(file, key + ".value", entry["value"]);
         look.settings.Take(row, file.string() + ": " + key + ".value", *look.texts[i]);

@@ -58,15 +58,15 @@ inline constexpr std::array<ParameterRow, kParameters> kParameterTable{{
      .option = "--center",
      .initial = "50%,50%",
      .help =
-         "Centre of the enlargement in pixels or percent, also mixed; may lie outside. The effect mirrors Y: at "
-         "the top it enlarges about the bottom edge"},
+         "Centre of the enlargement in pixels or percent, or one of each; may lie outside. The effect mirrors Y: a "
+         "centre at the top enlarges about the bottom edge"},
     {.parameter = Parameter::mode,
      .kind = ParameterKind::choice,
      .id = 3,
      .name = "Mode",
      .option = "--mode",
      .initial = kModes[0],
-     .help = "Which colours part",
+     .help = "Which two colours move apart",
      .words = kModes,
      .choice = &Choices::mode},
     {.parameter = Parameter::scaling,
@@ -94,7 +94,7 @@ inline constexpr std::array<ParameterRow, kParameters> kParameterTable{{
      .name = "Show",
      .option = "--show",
      .initial = kShows[0],
-     .help = "Everything, or by alpha only the fringes, or all but the fringes",
+     .help = "All of the result, only the fringes, or all but the fringes; only alpha differs",
      .words = kShows,
      .choice = &Choices::show},
 }};
@@ -106,7 +106,7 @@ constexpr bool Complete(const std::array<ParameterRow, kParameters>& table) {
     }
     return static_cast<std::size_t>(Parameter::show) + 1 == table.size();
 }
-static_assert(Complete(kParameterTable), "a row for each parameter, in their order");
+static_assert(Complete(kParameterTable), "the table has one row for each parameter, in the order of the enum");
 
 constexpr const ParameterRow& Row(Parameter parameter) {
     return kParameterTable[static_cast<std::size_t>(parameter)];

@@ -89,17 +89,18 @@ void CheckNames(const PlanOptions& options, bool input, bool output) {
     };
     if (options.frames && !output && ParseFrames("--frames", *options.frames).size() > 1) {
         throw UsageError(options.output.string() +
-                         ": --frames names several frames, the output needs a place for " +
+                         ": --frames names several frames, so the output needs a place for " +
                          "their numbers, such as out.####.exr");
     }
     if (options.frames) return;
     if (input && !output) {
-        throw UsageError(options.output.string() + ": the input is a sequence, the output needs a place for the " +
+        throw UsageError(options.output.string() +
+                         ": the input is a sequence, so the output needs a place for the " +
                          "frame's number, such as out.####.exr" + literal(options.input));
     }
     if (!input && output) {
         throw UsageError(options.output.string() +
-                         ": the output is a sequence, the input is one picture; --frames " +
+                         ": the output is a sequence, but the input is one picture; --frames " +
                          "renders it once for each frame" + literal(options.output));
     }
     if (options.clip && !input) throw UsageError("--clip-range: the input is one picture");

@@ -100,7 +100,7 @@ std::vector<int> SequencePattern::Existing() const {
         const bool whole = end.size() == after_.size();
         if (whole || std::filesystem::exists(At(frame), ignored)) frames.push_back(frame);
     }
-    if (error) throw std::runtime_error(folder + ": cannot be looked through: " + error.message());
+    if (error) throw std::runtime_error(folder + ": cannot be searched: " + error.message());
     std::sort(frames.begin(), frames.end());
     return frames;
 }

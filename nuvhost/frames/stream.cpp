@@ -91,7 +91,7 @@ public:
         }
         progress_.End();
         if (failure_) std::rethrow_exception(failure_);
-        if (read_ == 0) throw std::runtime_error("standard input: not one frame came");
+        if (read_ == 0) throw std::runtime_error("standard input: there is no frame");
     }
 
 private:

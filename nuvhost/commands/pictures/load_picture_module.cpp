@@ -29,7 +29,8 @@ const PictureModule& LoadPictureModule() {
     if (!library) fail(::dlerror());
     const auto* const module = static_cast<const PictureModule*>(::dlsym(library, kPictureModuleSymbol));
     if (!module) fail(::dlerror());
-    if (module->version != std::string_view(NUVHOST_VERSION)) fail("they are those of another version of nuvhost");
+    if (module->version != std::string_view(NUVHOST_VERSION))
+        fail("the file belongs to another version of nuvhost");
     return *module;
 }
 

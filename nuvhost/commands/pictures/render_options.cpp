@@ -24,27 +24,31 @@ constexpr std::array<std::string_view, 3> kProgress{"auto", "json", "none"};
 constexpr std::array<std::string_view, 4> kPixels{kRawFormats[0].name, kRawFormats[1].name, kRawFormats[2].name,
                                                   kRawFormats[3].name};
 constexpr auto kFooter =
-    R"(Sequences: in a name, # stands for the frame's number in four digits, a run such as ##### for as many digits as it
-is long, @ for one digit each, %04d for what printf makes of it. Without --frames every input that exists is rendered.
-A still picture with --frames is rendered once for each of them.
+    R"(Sequences: in a name, # stands for the frame's number in four digits. In a run such as #####, and for @, each
+character stands for one digit. %04d means the same as in printf. Without --frames, every input that exists is
+rendered. A still picture with --frames is rendered once for each frame.
 
-Streams: - as IN and OUT reads raw frames from standard input and writes them to standard output, such as
+Streams: with - as IN and OUT, raw frames are read from standard input and written to standard output, such as
   ffmpeg -i in.mov -f rawvideo -pix_fmt rgba - | nuvhost render - - --size 1920x1080 --pixel rgba8 --amount 2 |
     ffmpeg -f rawvideo -pix_fmt rgba -s 1920x1080 -r 25 -i - out.mov
-ffmpeg's name of rgba8 is rgba, of rgba16 rgba64le, of gbrapf32 gbrapf32le. The first frame is number 0.
+In ffmpeg, rgba8 is called rgba, rgba16 is called rgba64le, and gbrapf32 is called gbrapf32le. The first frame is
+number 0.
 
-Over time: --amount 0:0,48:100 and --center 0:50%,50%,48:25%,50% are FRAME:VALUE, linear between, held outside.
+Over time: --amount and --center also take values for frames, as FRAME:VALUE,FRAME:VALUE, such as --amount 0:0,48:100
+or --center 0:50%,50%,48:25%,50%. Values are linear between these frames, and constant before and after them.
 
-Alpha: the hosts hand an effect colour multiplied by alpha. Files that hold it otherwise (PNG, some TIFF) and streams
-are multiplied before and divided after, which at 8 bits costs precision where alpha is low (--depth 32 keeps it) and
-loses colour where alpha is 0; opaque pixels keep every bit. --alpha as-is hands out the numbers of the file.
+Alpha: hosts give an effect colour that is multiplied by alpha. PNG files, some TIFF files and streams hold straight
+colour, which is multiplied before the render and divided after it. At 8 bits this costs precision where alpha is low
+(--depth 32 keeps it). Where alpha is 0, colour is lost. Opaque pixels keep every bit. With --alpha as-is, the effect
+gets the numbers of the file.
 
-Of OpenEXR files with a display window of their own the effect gets the whole frame, and the data window is written.
+OpenEXR: if the display window of a file is not its data window, the effect gets an area that contains both, and the
+data window is written.
 
-Metadata are kept as far as the output's format holds them and the picture library writes them there: it leaves IPTC
-captions and credits out of TIFF.
+Metadata are kept if the output's format and the picture library support them. The library does not write IPTC
+captions and credits to TIFF files.
 
-Exit codes: 0 done, 1 a frame or file failed, 2 wrong usage, 130 and 143 ended by a signal (no temporary file stays).)";
+Exit codes: 0 done, 1 a frame or file failed, 2 wrong usage, 130 and 143 ended by a signal (no temporary file left).)";
 
 void AddParameters(CLI::App& command, RenderOptions& options) {
     // In the order of --help.
@@ -57,7 +61,7 @@ void AddParameters(CLI::App& command, RenderOptions& options) {
             taken = text;
         })->group(kEffectGroup);
     }
-    command.add_option("--settings", options.settings, "Read the parameters from a file; options overrule it")
+    command.add_option("--settings", options.settings, "Read the parameters from a file; options have priority")
         ->check(FileName())
         ->type_name("FILE")
         ->group(kEffectGroup);
@@ -66,16 +70,17 @@ void AddParameters(CLI::App& command, RenderOptions& options) {
         ->type_name("FILE")
         ->group(kEffectGroup);
     AddTextOption(command, "--depth", Joined(kDepths, "|"),
-                  "Bits per channel that the effect gets (default: 8 or 16 as the file has, else 32)",
+                  "Bits per channel that the effect gets (default: 8 or 16 if the file has them, else 32)",
                   [&depth = options.frames.read.depth](const std::string& text) {
                       constexpr std::array kValues{Depth::bits8, Depth::bits16, Depth::bits32};
                       depth = kValues[static_cast<std::size_t>(ParseWord("--depth", text, kDepths) - 1)];
                   })
         ->group(kFileGroup);
-    AddWordOption(command, "--alpha", kAlphas, options.alpha, "What the effect gets of straight alpha; see below")
+    AddWordOption(command, "--alpha", kAlphas, options.alpha,
+                  "How the effect gets colour with straight alpha; see below")
         ->group(kEffectGroup);
     AddWordOption(command, "--host", kHosts, options.host,
-                  "Which application to play; editor: 8-bit pixels, plain render")
+                  "Which host to imitate; editor: 8-bit pixels, plain render")
         ->group(kEffectGroup);
     command.add_flag("--plain", options.plain, "Use the plain render command instead of smart render")
         ->group(kEffectGroup);
@@ -90,9 +95,10 @@ void AddFileOptions(CLI::App& command, RenderOptions& options) {
                   })
         ->group(kFileGroup);
     AddWordOption(command, "--channels", kChannels, options.channels,
-                  "Whether channels beside colour and alpha are copied")
+                  "Whether channels other than colour and alpha are copied")
         ->group(kFileGroup);
-    AddWordOption(command, "--metadata", kMetadata, options.metadata, "What else the input says of itself")
+    AddWordOption(command, "--metadata", kMetadata, options.metadata,
+                  "Whether the metadata of the input are copied")
         ->group(kFileGroup);
     command
         .add_flag("--first-page", options.frames.read.firstPage,
@@ -100,7 +106,7 @@ void AddFileOptions(CLI::App& command, RenderOptions& options) {
         ->group(kFileGroup);
     command.add_flag("--literal", options.plan.literal, "Take names literally: #, @ and % are ordinary letters")
         ->group(kFileGroup);
-    command.add_flag("--create-dir", options.plan.createFolder, "Make the folders of the output")
+    command.add_flag("--create-dir", options.plan.createFolder, "Create the folders of the output")
         ->group(kFileGroup);
 }
 
@@ -109,10 +115,11 @@ void AddSequenceOptions(CLI::App& command, RenderOptions& options) {
         ->type_name("RANGES")
         ->group(kSequenceGroup);
     command
-        .add_option("--clip-range", options.plan.clip, "Leave out frames outside it, as in a queue's last chunk")
+        .add_option("--clip-range", options.plan.clip,
+                    "Leave out frames outside this range, as in the last chunk of a queue")
         ->type_name("FIRST-LAST")
         ->group(kSequenceGroup);
-    AddWordOption(command, "--missing", kMissing, options.missing, "What to do about missing inputs")
+    AddWordOption(command, "--missing", kMissing, options.missing, "What to do if an input is missing")
         ->group(kSequenceGroup);
     command.add_flag("--skip-existing", options.plan.skipExisting, "Skip frames whose output exists")
         ->group(kSequenceGroup);
@@ -149,10 +156,11 @@ void AddRenderCommand(CLI::App& program) {
                   [&size = options->size](const std::string& text) { size = text; })
         ->group(kStreamGroup);
     AddTextOption(
-        command, "--pixel", Joined(kPixels, "|"), "Kind of the pixels",
+        command, "--pixel", Joined(kPixels, "|"), "Format of the pixels",
         [&pixel = options->pixel](const std::string& text) { pixel = ParseWord("--pixel", text, kPixels); })
         ->group(kStreamGroup);
-    AddTextOption(command, "--threads", "NUMBER", "Frames under way at once (default: as many as processors)",
+    AddTextOption(command, "--threads", "NUMBER",
+                  "Frames rendered at the same time (default: the number of processors)",
                   [&threads = options->threads](const std::string& text) {
                       const double number = ParseNumber("--threads", text, 1, kMostThreads);
                       threads = static_cast<int>(number);
@@ -160,7 +168,7 @@ void AddRenderCommand(CLI::App& program) {
                   })
         ->group(kRunGroup);
     AddWordOption(command, "--progress", kProgress, options->progress,
-                  "auto: a bar on a terminal, else a line for each frame; json: an object for each")
+                  "auto: a bar on a terminal, else a line for each frame; json: a JSON object for each frame")
         ->group(kRunGroup);
     command.add_flag("-q,--quiet", options->quiet, "Print only errors")->group(kRunGroup);
     command.add_flag("-v,--verbose", options->verbose, "Print details of each frame")->group(kRunGroup);

@@ -19,11 +19,11 @@ constexpr int kMostSide = 30000;  // pixels; no host has a larger layer
 
 void RunStream(const RenderOptions& options, Look& look) {
     if (options.plan.input != options.plan.output) {
-        throw UsageError("a stream is - as IN and as OUT; ffmpeg reads and writes files of a stream");
+        throw UsageError("for a stream, IN and OUT are both -; ffmpeg can read and write the files");
     }
     RefuseGiven(options, {kFileGroup, kSequenceGroup}, "is for files, not for a stream");
     if (options.size.empty()) throw UsageError("--size: a stream needs the size of its frames");
-    if (options.pixel == 0) throw UsageError("--pixel: a stream needs the kind of its pixels");
+    if (options.pixel == 0) throw UsageError("--pixel: a stream needs the format of its pixels");
 
     StreamSettings settings;
     settings.effect = look.settings;

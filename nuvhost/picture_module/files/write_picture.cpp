@@ -255,7 +255,7 @@ void WritePicture(const std::filesystem::path& file, const PictureFile& source) 
     const bool complained = !error.empty() && !error.ends_with("of the Exif data");
     if (!complete || complained) Fail(file, "cannot be written", error);
     writer.reset();
-    if (checked && !checked->Close()) Fail(file, "cannot be written", "the disk did not take all of it");
+    if (checked && !checked->Close()) Fail(file, "cannot be written", "the disk did not store all of it");
     output.Commit();
 }
 
