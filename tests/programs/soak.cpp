@@ -167,34 +167,34 @@ void Round(std::uint64_t seed) {
     }
 }
 
-bool Grew(const platform::Usage& first, const platform::Usage& last) {
-    return last.heapBytes > first.heapBytes + kHeapSlack || last.handles > first.handles ||
-           last.threads > first.threads;
+bool Grew(const platform::Usage& settled, const platform::Usage& last) {
+    return last.heapBytes > settled.heapBytes + kHeapSlack || last.handles > settled.handles ||
+           last.threads > settled.threads;
 }
 
 int Soak(std::int64_t seconds, std::uint64_t seed) {
     const auto begin = Clock::now();
     const auto elapsed = [begin] { return std::chrono::duration<double>(Clock::now() - begin).count(); };
     Random random(seed);
-    platform::Usage first, last;
+    platform::Usage settled, last;
     std::int64_t rounds = 0;
     do {
         Round(random.Next());
         last = platform::UsageNow();
-        if (++rounds <= 2) first = last;  // allocators and threads still grow in the first two rounds
+        if (++rounds <= 2) settled = last;  // allocators and threads still grow in the first two rounds
     } while (!failed && (rounds < 3 || elapsed() < static_cast<double>(seconds)));
     const double time = elapsed();
 
     const auto frames = rounds * kThreads * kFramesOfARound;
-    const bool grew = Grew(first, last);
+    const bool grew = Grew(settled, last);
     std::printf(
         "soak: %lld frames%s in %.0f s, %.1f a second, in %lld rounds of %d threads, seed %llu; since the "
         "second round %+lld bytes on the heap, %+lld handles, %+lld threads%s\n",
         static_cast<long long>(frames), failed ? " or fewer" : ", all as the model's", time,
         static_cast<double>(frames) / time, static_cast<long long>(rounds), kThreads,
-        static_cast<unsigned long long>(seed), static_cast<long long>(last.heapBytes - first.heapBytes),
-        static_cast<long long>(last.handles - first.handles), static_cast<long long>(last.threads - first.threads),
-        grew ? ": it grows" : "");
+        static_cast<unsigned long long>(seed), static_cast<long long>(last.heapBytes - settled.heapBytes),
+        static_cast<long long>(last.handles - settled.handles),
+        static_cast<long long>(last.threads - settled.threads), grew ? ": it grows" : "");
     return failed || grew ? 1 : 0;
 }
 

@@ -94,8 +94,10 @@ TEST_F(HostTest, CallbacksOnForeignThreadsAreMisuse) {
 TEST_F(HostTest, WrongReferenceIsMisuse) {
     PF_ProgPtr stale = nullptr;
     Do([&](const Arguments& a) { stale = a.in->effect_ref; });
-    Do([&](const Arguments& a) { a.in->inter.abort(nullptr); });
-    EXPECT_EQ(Misuse(), Lines{"abort: called with a reference that names no running command"});
+    for (const PF_ProgPtr wrong : {PF_ProgPtr{nullptr}, stale}) {
+        Do([&](const Arguments& a) { a.in->inter.abort(wrong); });
+        EXPECT_EQ(Misuse(), Lines{"abort: called with a reference that names no running command"});
+    }
     EXPECT_NE(stale, nullptr);
 }
 

@@ -79,7 +79,7 @@ void AnswersNegativeCommands(Context& context) {
 // ---- A host that nobody knows ---------------------------------------------------------------------------------
 
 constexpr std::int32_t kStrangeHosts[] = {0, signs::kStrangeHost, 0x41424344,
-                                          0x4354584A /* the compositor's, other order */};
+                                          0x43545846 /* the compositor's, other order */};
 
 PF_Err SendAs(Interview& interview, std::int32_t host, PF_Cmd cmd) {
     interview.Prepare();
