@@ -87,4 +87,7 @@ def main(lcov, exported):
                     print(f"{path}:{place[0]}:{place[1]}: never {outcome}: {text(path, place)}")
 
 
+if len(sys.argv) != 3:
+    print("usage: script/coverage_report.py LCOV JSON", file=sys.stderr)
+    sys.exit(2)
 main(*sys.argv[1:])
