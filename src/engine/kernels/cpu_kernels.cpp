@@ -10,7 +10,7 @@ bool Everywhere() {
 }
 
 bool WithAvx2() {
-    return __builtin_cpu_supports("avx2");
+    return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
 }
 
 // AVX-512 is used only on processors that run it fast. A processor without VBMI lowers its clock for AVX-512, which

@@ -33,6 +33,12 @@ struct Vectors : Bytes256 {
     }
     static Floats ToFloats(Integers value) { return _mm512_cvtepi32_ps(value); }
     static Integers Truncate(Floats value) { return _mm512_cvttps_epi32(value); }
+    // See avx2_vectors.h.
+    static Floats Quotient(Floats value, const Divisor& by) {
+        const Floats guess = value * Repeat(by.inverse);
+        const Floats remainder = _mm512_fnmadd_ps(guess, Repeat(by.value), value);
+        return _mm512_fmadd_ps(remainder, Repeat(by.inverse), guess);
+    }
     static Floats SquareRoot(Floats value) { return _mm512_sqrt_ps(value); }
     static Floats Absolute(Floats value) { return _mm512_abs_ps(value); }
     static Floats Larger(Floats a, Floats b) { return _mm512_max_ps(a, b); }

@@ -41,6 +41,8 @@ struct Vectors {
     static Floats ToFloats(Integers value) { return _mm_cvtepi32_ps(value); }
     // Rounds toward zero. A value that does not fit becomes the most negative integer.
     static Integers Truncate(Floats value) { return _mm_cvttps_epi32(value); }
+    // Exactly value / by, for moderate divisors.
+    static Floats Quotient(Floats value, const Divisor& by) { return value / Repeat(by.value); }
     static Floats SquareRoot(Floats value) { return _mm_sqrt_ps(value); }
     static Floats Absolute(Floats value) { return _mm_andnot_ps(_mm_set1_ps(-0.0f), value); }
     // Larger is exactly a > b ? a : b, and Smaller is a < b ? a : b. If a or b is not a number, the result is b.

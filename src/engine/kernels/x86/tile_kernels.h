@@ -39,9 +39,23 @@ inline constexpr int kRowsAhead = 2;
 using SampleLine = void (*)(const SourcePixels& source, const std::byte* line, const std::int32_t* columns,
                             int count, std::byte* samples);
 
+// A divisor of many values, and the float nearest to its inverse. The product with the inverse, corrected by two
+// fused multiply-adds, is the same float as the quotient (Markstein's theorem), if nothing overflows or underflows.
+struct Divisor {
+    float value, inverse;
+
+    explicit Divisor(float divisor) : value(divisor), inverse(1.0f / divisor) {}
+
+    // Whether nothing does for zero and for values from 2^-100 to 2^60. Square roots of floats are not smaller, and
+    // distances from the centre are not larger if this holds for R.
+    bool IsModerate() const { return value >= 0x1p-20f && value <= 0x1p40f; }
+};
+
 // The enlargement along one output row. The names are those of scalar_row_worker.cpp.
 struct MagnifiedRow {
-    float cx, cyE, R, amount;
+    float cx, cyE;
+    Divisor R;
+    float amount;
     float percent;  // 0.02, or -0.02 for a negative amount; k = 1 + Strength * percent
     float dy, dy2;
     float offsetX, offsetY;  // job.sourceOffsetX and job.sourceOffsetY

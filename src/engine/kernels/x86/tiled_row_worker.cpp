@@ -223,7 +223,7 @@ private:
     // The current row.
     const std::byte* directLine_ = nullptr;
     const std::byte* magnifiedLine_ = nullptr;  // only for linear
-    MagnifiedRow magnifiedRow_{frame_.cx, frame_.cyE, frame_.R,           job_.amount,       percent_,
+    MagnifiedRow magnifiedRow_{frame_.cx, frame_.cyE, Divisor(frame_.R),  job_.amount,       percent_,
                                0,         0,          job_.sourceOffsetX, job_.sourceOffsetY};
     alignas(64) std::byte directRun_[kRunBytes];
     alignas(64) std::byte magnifiedRun_[kRunBytes];
@@ -233,6 +233,8 @@ private:
 
 void RenderTiles(const TileKernels& kernels, bool stream, const RenderData& job, std::int32_t firstRow,
                  std::int32_t endRow) {
+    // Hosts may claim sizes that no frame has.
+    if (!Divisor(GeometryOf(job).R).IsModerate()) return RenderRows(job, firstRow, endRow);
     TiledWorker(kernels, stream, job).Render(firstRow, endRow);
 }
 

@@ -39,7 +39,7 @@ struct Tiles : Vectors {
     // The enlargement k at these distances.
     template <bool kCubic>
     static Floats Enlargement(const MagnifiedRow& row, Floats dx) {
-        const Floats t = SquareRoot(dx * dx + Repeat(row.dy2)) / Repeat(row.R);
+        const Floats t = Quotient(SquareRoot(dx * dx + Repeat(row.dy2)), row.R);
         const Floats ta = t * Repeat(row.amount);
         const Floats s = kCubic ? ta * t : ta;
         return Repeat(1.0f) + s * Repeat(row.percent);
