@@ -23,4 +23,7 @@ refuse() { # PATTERN TEXT: prints the lines of the text that must not be there
 refuse '^[0-9a-f]* *[WwVvu] |linkonce|\.text[$]|\.(rdata|data|bss)[$]_Z' "$symbols"
 instructions=$("$objdump" -d --no-show-raw-insn "${checked[@]}")
 grep -q 'mulps' <<<"$instructions"
-refuse '[[:space:]]vfn?m(add|sub)' "$instructions"
+# The code asks for fused operations only where it corrects a quotient, always for one of each of these two kinds.
+refuse '[[:space:]]vfn?msub' "$instructions"
+fused() { grep -cE "[[:space:]]$1[0-9]" <<<"$instructions"; }
+(($(fused vfmadd) == $(fused vfnmadd)))
