@@ -75,7 +75,8 @@ struct CallRecord {
 //   - A callback that gives something back to the host (release, check-in, unlock, dispose) is carried out in any
 //     case, and then returns the code. Thus the account never lists something that the effect gave back.
 // The host may call the plan from several threads at once. If the plan throws an exception, it goes through the
-// callback to the effect. For a row, the account lists it as if the effect's function had thrown it.
+// callback to the effect. For a row, the iteration stops, and the exception goes through iterate or
+// iterate_generic.
 using FaultPlan = std::function<std::optional<PF_Err>(const CallRecord&)>;
 
 }  // namespace refhost

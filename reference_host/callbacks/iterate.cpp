@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <atomic>
+#include <exception>
 #include <numeric>
 #include <string>
 
@@ -48,6 +49,7 @@ public:
             const IterationScope scope(command_);
             TakeRows(thread);
         });
+        if (thrown_) std::rethrow_exception(thrown_);
         return result_;
     }
 
@@ -58,31 +60,38 @@ private:
         // other threads are faster.
         for (std::int64_t slot = thread == 0 ? 0 : next_++; slot < rows_; slot = next_++) {
             const std::int32_t row = order_[slot];
-            std::optional<PF_Err> stop;
+            if (!command_.traced) ++untold;
             try {
-                if (command_.traced)
-                    stop = Callback(Call::row).Fate([row] { return std::to_string(row); });
-                else
-                    ++untold;
-                if (!stop) {
-                    const PF_Err code = work_(thread, row);
-                    if (code != PF_Err_NONE) stop = code;
-                }
-            } catch (...) {
-                command_.state->AddMisuse("an exception left the effect's function in row " + std::to_string(row));
-                stop = -1;
-            }
-            if (stop) {
+                std::optional<PF_Err> stop;
+                if (command_.traced) stop = Callback(Call::row).Fate([row] { return std::to_string(row); });
+                if (!stop) stop = CallTheEffect(thread, row);
+                if (!stop) continue;
                 Stop(*stop);
-                break;
+            } catch (...) {
+                Stop(-1, std::current_exception());
             }
+            break;
         }
         auto& count = command_.state->counts[static_cast<std::size_t>(Call::row)];
         if (untold > 0) count.fetch_add(untold, std::memory_order_relaxed);
     }
 
-    void Stop(PF_Err code) {
-        if (!stopped_.exchange(true)) result_ = code;
+    // Returns the code with which the iteration stops, or nothing if it goes on.
+    std::optional<PF_Err> CallTheEffect(int thread, std::int32_t row) {
+        try {
+            const PF_Err code = work_(thread, row);
+            return code == PF_Err_NONE ? std::nullopt : std::optional(code);
+        } catch (...) {
+            command_.state->AddMisuse("an exception left the effect's function in row " + std::to_string(row));
+            return -1;
+        }
+    }
+
+    void Stop(PF_Err code, std::exception_ptr thrown = nullptr) {
+        if (!stopped_.exchange(true)) {
+            result_ = code;
+            thrown_ = std::move(thrown);
+        }
         next_ = rows_;
     }
 
@@ -94,6 +103,7 @@ private:
     alignas(64) std::atomic<std::int64_t> next_{1};
     std::atomic<bool> stopped_{false};
     PF_Err result_ = PF_Err_NONE;  // written by the first thread that stops
+    std::exception_ptr thrown_;    // by the fault plan; written by the same thread
 };
 
 PF_Err RunRows(Command& command, std::int32_t rows, const RowWork& work) {

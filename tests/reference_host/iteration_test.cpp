@@ -118,6 +118,20 @@ TEST_F(HostTest, ExceptionThatLeavesARowFunctionIsMisuse) {
     EXPECT_EQ(Misuse(), Lines{"an exception left the effect's function in row 0"});
 }
 
+TEST_F(HostTest, ExceptionOfAPlanForARowGoesThroughTheIterationToTheEffect) {
+    host.options().faults = [](const CallRecord& call) -> std::optional<PF_Err> {
+        if (call.call == Call::row && call.detail == "2") throw 7;
+        return std::nullopt;
+    };
+    for (const int threads : {1, 3}) {
+        host.options().iterationThreads = threads;
+        Rows seen;
+        Do([&](const Arguments& a) { EXPECT_THROW(Iterate8(a).iterate_generic(10, &seen, NoteRow), int); });
+        EXPECT_EQ(std::ranges::count(seen.rows, 2), 0) << threads << " threads";
+    }
+    EXPECT_EQ(Misuse(), Lines{});
+}
+
 TEST_F(HostTest, IterationsOfSeveralCommandsOverlap) {
     host.options().iterationThreads = 2;
     g_effect = [](const Arguments& a) {
