@@ -6,6 +6,10 @@
 
 #include "pf_data.h"
 
+namespace platform {
+class Module;
+}
+
 namespace refhost {
 
 // A loaded plug-in: `.so` on Linux, `.aex` on Windows. It is unloaded when the last copy is destroyed.
@@ -22,7 +26,7 @@ public:
     PluginDataEntryFunctionType pluginDataEntryFunction = nullptr;
 
 private:
-    std::shared_ptr<void> module_;
+    std::shared_ptr<const platform::Module> module_;
 };
 
 }  // namespace refhost
