@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "frames.h"
@@ -34,21 +35,24 @@ void Register(const std::string& name, Work work) {
 
 // Sizes other than the full one appear in the name.
 void RegisterSize(Size size, const std::string& prefix) {
+    const auto add = [&prefix](const char* kind, const std::string& which, auto work) {
+        Register(prefix + kind + which, std::move(work));
+    };
     for (const Depth& depth : kDepths) {
         const std::string name = depth.name;
-        Register(prefix + "copy/" + name, [size, &depth] { CopyFrame(size, depth); });
-        Register(prefix + "nontemporal copy/" + name, [size, &depth] { CopyFramePastCache(size, depth); });
+        add("copy/", name, [size, &depth] { CopyFrame(size, depth); });
+        add("nontemporal copy/", name, [size, &depth] { CopyFramePastCache(size, depth); });
         const auto stages = std::make_shared<Stages>(size, depth);
-        Register(prefix + "stage/" + name + "/in", [stages] { stages->In(); });
-        Register(prefix + "stage/" + name + "/out", [stages] { stages->Out(); });
+        add("stage/", name + "/in", [stages] { stages->In(); });
+        add("stage/", name + "/out", [stages] { stages->Out(); });
         for (const Scaling scaling : {linear, square, cubic}) {
             const std::string which = name + "/" + kScalings[scaling];
             const auto render = [size, &depth, scaling](Plugin plugin) {
                 return [=, &depth] { RenderFrame(plugin, size, depth, scaling); };
             };
-            Register(prefix + "frame/" + which, render(Plugin::shipped));
-            Register(prefix + "scalar/" + which, render(Plugin::scalar));
-            Register(prefix + "stage/" + which, [stages, scaling] { stages->Workers(scaling); });
+            add("frame/", which, render(Plugin::shipped));
+            add("scalar/", which, render(Plugin::scalar));
+            add("stage/", which, [stages, scaling] { stages->Workers(scaling); });
         }
     }
 }
@@ -107,6 +111,7 @@ int main(int argc, char** argv) {
     words.insert(words.begin() + 1, {"--benchmark_enable_random_interleaving=true", "--benchmark_repetitions=9",
                                      "--benchmark_report_aggregates_only=true", "--benchmark_min_time=0.02"});
     std::vector<char*> pointers;
+    pointers.reserve(words.size());
     for (std::string& word : words)
         pointers.push_back(word.data());
     int count = static_cast<int>(pointers.size());

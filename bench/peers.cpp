@@ -62,7 +62,7 @@ void PeerLinear(Split split) {
 void PeerSquare(Split split) {
     static cv::Mat columns(kFull.height, kFull.width, CV_32F), rows(kFull.height, kFull.width, CV_32F);
     Replace(split, [](const cv::Mat& channel, cv::Mat& part, int first) {
-        const float cx = kFull.width / 2, cy = kFull.height / 2;
+        const float cx = kFull.width / 2.0f, cy = kFull.height / 2.0f;
         const float strength = static_cast<float>(kAmount) * kPercent / std::sqrt(cx * cx + cy * cy);
         for (int y = first; y < first + part.rows; ++y) {
             const float dy = static_cast<float>(y) - cy;

@@ -17,6 +17,10 @@ void* Open(const std::string& file) noexcept {
     return ::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
 }
 
+const char* Reason() {
+    return ::dlerror();  // NOLINT(concurrency-mt-unsafe): each thread has its own error text
+}
+
 }  // namespace
 
 const PictureModule& LoadPictureModule() {
@@ -26,9 +30,9 @@ const PictureModule& LoadPictureModule() {
         throw std::runtime_error(file + ": the picture commands cannot be loaded: " + std::string(why));
     };
     void* const library = Open(file);
-    if (!library) fail(::dlerror());
+    if (!library) fail(Reason());
     const auto* const module = static_cast<const PictureModule*>(::dlsym(library, kPictureModuleSymbol));
-    if (!module) fail(::dlerror());
+    if (!module) fail(Reason());
     if (module->version != std::string_view(NUVHOST_VERSION))
         fail("the file belongs to another version of nuvhost");
     return *module;
