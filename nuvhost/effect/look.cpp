@@ -76,14 +76,16 @@ std::string TextOf(const std::filesystem::path& file, const std::string& key, co
 
 std::vector<std::byte> FromHex(const std::filesystem::path& file, const std::string& key, const std::string& text) {
     std::vector<std::byte> bytes;
+    bool valid = true;
     for (std::size_t at = 0; at < text.size(); at += 2) {
         const char* const first = text.data() + at;
         const char* const last = text.data() + std::min(at + 2, text.size());
         unsigned value = 0;
         const auto [stop, error] = std::from_chars(first, last, value, 16);
-        if (error != std::errc{} || stop != first + 2) Reject(file, key + ": \"" + text + "\" is not hexadecimal");
+        valid = valid && error == std::errc{} && stop == first + 2;
         bytes.push_back(static_cast<std::byte>(value));
     }
+    if (!valid) Reject(file, key + ": \"" + text + "\" is not hexadecimal");
     return bytes;
 }
 
@@ -108,7 +110,8 @@ void LoadParameters(const std::filesystem::path& file, const Json& parameters, L
         const ParameterRow& row = kParameterTable[i];
         if (!entry.is_object() || !entry.contains("value")) Reject(file, key + ": has no value");
         for (const auto& [name, ignored] : entry.items()) {
-            if (name != "name" && name != "value") Reject(file, key + "." + name + ": is not known");
+            if (name == "name" || name == "value") continue;
+            Reject(file, (key + ".").append(name).append(": is not known"));
         }
         if (entry.contains("name") && entry["name"] != row.name) {
             Reject(file,

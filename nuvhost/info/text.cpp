@@ -134,7 +134,8 @@ std::string Menu(const Json& parameter) {
     std::string text;
     for (int number = 1; const Json& choice : parameter["choices"]) {
         if (number > 1) text += number == offered + 1 ? "; not offered: " : ", ";
-        text += std::to_string(number++) + " " + (choice == "" ? "(empty)" : Value(choice));
+        text += std::to_string(number++) + " " +
+                (choice.get_ref<const std::string&>().empty() ? "(empty)" : Value(choice));
     }
     if (text.empty()) text = "no choices";
     return text + "; default " + std::to_string(initial) + (initial < 1 || initial > offered ? ", no choice" : "");
