@@ -73,11 +73,11 @@ PF_InData Host::Impl::InData() {
 }
 
 PF_Err Host::Impl::Send(PF_Cmd cmd, PF_InData* inData, PF_OutData* outData, PF_ParamDef* params[],
-                        PF_LayerDef* output, void* extra, RenderJob* job) {
-    CommandScope scope(*this, cmd, inData, job);
-    if (job && cmd == PF_Cmd_RENDER) {
-        if (params && params[0]) scope.command().worlds[&params[0]->u.ld] = job->inputFormat;
-        if (output) scope.command().worlds[output] = job->outputFormat;
+                        PF_LayerDef* output, void* extra, RunningRender* running) {
+    CommandScope scope(*this, cmd, inData, running);
+    if (running && cmd == PF_Cmd_RENDER) {
+        if (params && params[0]) scope.command().worlds[&params[0]->u.ld] = running->inputFormat;
+        if (output) scope.command().worlds[output] = running->outputFormat;
     }
     PF_Err code = kEscaped;
     try {

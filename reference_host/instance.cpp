@@ -10,6 +10,7 @@
 #include "reference_host/internal/command_names.h"
 #include "reference_host/internal/host_impl.h"
 #include "reference_host/pixel_formats.h"
+#include "reference_host/rects.h"
 
 namespace refhost {
 namespace {
@@ -34,15 +35,6 @@ PF_Fixed PercentOf(PF_Fixed percent, std::int32_t size) {
     return static_cast<PF_Fixed>(std::int64_t{percent} * size / 100);
 }
 
-bool IsEmpty(const PF_LRect& rect) {
-    return rect.left >= rect.right || rect.top >= rect.bottom;
-}
-
-bool Inside(const PF_LRect& inner, const PF_LRect& outer) {
-    return IsEmpty(inner) || (inner.left >= outer.left && inner.top >= outer.top && inner.right <= outer.right &&
-                              inner.bottom <= outer.bottom);
-}
-
 bool SameWorld(const PF_EffectWorld& a, const PF_EffectWorld& b) {
     return a.data == b.data && a.rowbytes == b.rowbytes && a.width == b.width && a.height == b.height;
 }
@@ -54,10 +46,10 @@ std::int16_t BitDepth(const RenderSettings& settings) {
     return static_cast<std::int16_t>(format ? format->bitsPerChannel : 0);
 }
 
-PF_RenderRequest RequestOf(const RenderSettings& settings, const RenderJob& job) {
+PF_RenderRequest RequestOf(const RenderSettings& settings, const RunningRender& running) {
     PF_RenderRequest request{};
     request.rect = settings.request;
-    if (IsEmpty(request.rect) && job.outputRecord) request.rect = AreaOf(job.output);
+    if (IsEmpty(request.rect) && running.outputRecord) request.rect = AreaOf(running.output);
     request.field = settings.field;
     request.channel_mask = settings.channelMask;
     request.preserve_rgb_of_zero_alpha = settings.preserveRgbOfZeroAlpha ? 1 : 0;
@@ -104,9 +96,9 @@ struct Instance::Impl {
     }
 
     PF_Err SequenceCommand(PF_Cmd cmd);
-    RenderJob MakeJob(const RenderSettings& settings);
-    PF_InData Record(const RenderSettings& settings, const RenderJob& job);
-    void CheckRecords(const RenderJob& job, const PF_EffectWorld& input);
+    RunningRender Prepare(const RenderSettings& settings);
+    PF_InData Record(const RenderSettings& settings, const RunningRender& running);
+    void CheckRecords(const RunningRender& running, const PF_EffectWorld& input);
     void CheckPreRender(const PF_PreRenderOutput& output, const PF_LRect& request);
     void TakePreRenderData(RenderResult& result);
     void EndPreRenderData(const PF_PreRenderOutput& output);
@@ -124,51 +116,51 @@ PF_Err Instance::Impl::SequenceCommand(PF_Cmd cmd) {
     return code;
 }
 
-RenderJob Instance::Impl::MakeJob(const RenderSettings& settings) {
-    RenderJob job(settings);
+RunningRender Instance::Impl::Prepare(const RenderSettings& settings) {
+    RunningRender running(settings);
     const auto known = [&](const World* world) {
         const auto format = world ? world->layout().format : kFormatArgb8;
         return KnownWorld{format, settings.worldSuiteFormat.value_or(format)};
     };
     // Several renders may use the settings' worlds at once, so the effect gets copies of their records.
-    if (settings.input) job.input = *settings.input->effectWorld();
+    if (settings.input) running.input = *settings.input->effectWorld();
     if (settings.output) {
-        job.output = *settings.output->effectWorld();
-        job.output.world_flags |= PF_WorldFlag_WRITEABLE;
+        running.output = *settings.output->effectWorld();
+        running.output.world_flags |= PF_WorldFlag_WRITEABLE;
     }
-    job.input.pix_aspect_ratio = job.output.pix_aspect_ratio = settings.pixelAspect;
-    job.inputFormat = known(settings.input);
-    job.outputFormat = known(settings.output);
-    job.layerWidth = settings.layerWidth != 0 ? settings.layerWidth : job.input.width;
-    job.layerHeight = settings.layerHeight != 0 ? settings.layerHeight : job.input.height;
+    running.input.pix_aspect_ratio = running.output.pix_aspect_ratio = settings.pixelAspect;
+    running.inputFormat = known(settings.input);
+    running.outputFormat = known(settings.output);
+    running.layerWidth = settings.layerWidth != 0 ? settings.layerWidth : running.input.width;
+    running.layerHeight = settings.layerHeight != 0 ? settings.layerHeight : running.input.height;
 
     const std::lock_guard lock(mutex);
-    job.overrides = overrides;
+    running.overrides = overrides;
     for (auto& param : params) {
         ParamValue value = param.value;
         if (param.percent) {
             const auto& percent = std::get<PointValue>(param.value);
-            value = PointValue{PercentOf(percent.x, job.layerWidth), PercentOf(percent.y, job.layerHeight)};
-            if (job.layerWidth > 0 && job.layerHeight > 0) param = {param.definition, value, false};
+            value = PointValue{PercentOf(percent.x, running.layerWidth), PercentOf(percent.y, running.layerHeight)};
+            if (running.layerWidth > 0 && running.layerHeight > 0) param = {param.definition, value, false};
         }
-        job.params.push_back(param.definition);
-        PutValue(value, job.params.back());
+        running.params.push_back(param.definition);
+        PutValue(value, running.params.back());
     }
-    return job;
+    return running;
 }
 
-PF_InData Instance::Impl::Record(const RenderSettings& settings, const RenderJob& job) {
+PF_InData Instance::Impl::Record(const RenderSettings& settings, const RunningRender& running) {
     PF_InData in = host.InData();
     in.current_time = settings.currentTime;
     in.time_step = settings.timeStep;
     in.local_time_step = settings.timeStep;
     in.time_scale = settings.timeScale;
     in.field = settings.field;
-    in.width = job.layerWidth;
-    in.height = job.layerHeight;
-    in.extent_hint = {0, 0, job.layerWidth, job.layerHeight};
-    in.output_origin_x = job.output.origin_x;
-    in.output_origin_y = job.output.origin_y;
+    in.width = running.layerWidth;
+    in.height = running.layerHeight;
+    in.extent_hint = {0, 0, running.layerWidth, running.layerHeight};
+    in.output_origin_x = running.output.origin_x;
+    in.output_origin_y = running.output.origin_y;
     in.downsample_x = settings.downsampleX;
     in.downsample_y = settings.downsampleY;
     in.pixel_aspect_ratio = settings.pixelAspect;
@@ -176,23 +168,23 @@ PF_InData Instance::Impl::Record(const RenderSettings& settings, const RenderJob
     return in;
 }
 
-void Instance::Impl::CheckRecords(const RenderJob& job, const PF_EffectWorld& input) {
-    const auto& settings = job.settings;
+void Instance::Impl::CheckRecords(const RunningRender& running, const PF_EffectWorld& input) {
+    const auto& settings = running.settings;
     const bool cutOutChanged = std::ranges::any_of(
-        job.layers, [](const auto& layer) { return !SameWorld(layer.second.theirs, layer.second.ours); });
+        running.layers, [](const auto& layer) { return !SameWorld(layer.second.theirs, layer.second.ours); });
     if (cutOutChanged || (settings.input && !SameWorld(input, *settings.input->effectWorld()))) {
         host.State().AddMisuse("the effect changed the record of the input world");
     }
-    if (settings.output && !SameWorld(job.output, *settings.output->effectWorld())) {
+    if (settings.output && !SameWorld(running.output, *settings.output->effectWorld())) {
         host.State().AddMisuse("the effect changed the record of the output world");
     }
 }
 
 void Instance::Impl::CheckPreRender(const PF_PreRenderOutput& output, const PF_LRect& request) {
-    if (!Inside(output.result_rect, output.max_result_rect)) {
+    if (!IsInside(output.result_rect, output.max_result_rect)) {
         host.State().AddMisuse("pre-render's result rectangle is not inside the maximal one");
     }
-    if ((output.flags & PF_RenderOutputFlag_RETURNS_EXTRA_PIXELS) == 0 && !Inside(output.result_rect, request)) {
+    if ((output.flags & PF_RenderOutputFlag_RETURNS_EXTRA_PIXELS) == 0 && !IsInside(output.result_rect, request)) {
         host.State().AddMisuse("pre-render's result rectangle exceeds the request without announcing it");
     }
 }
@@ -315,10 +307,10 @@ RenderResult Instance::SmartRender(const RenderSettings& settings, bool render) 
         throw std::logic_error("the " + std::string(traits.name) + " host has no smart render");
     }
     RenderResult result;
-    RenderJob job = impl_->MakeJob(settings);
-    if (settings.input) job.inputRecord = &job.input;
-    if (settings.output) job.outputRecord = &job.output;
-    const auto request = RequestOf(settings, job);
+    RunningRender running = impl_->Prepare(settings);
+    if (settings.input) running.inputRecord = &running.input;
+    if (settings.output) running.outputRecord = &running.output;
+    const auto request = RequestOf(settings, running);
 
     PF_PreRenderInput preInput{};
     preInput.output_request = request;
@@ -327,9 +319,10 @@ RenderResult Instance::SmartRender(const RenderSettings& settings, bool render) 
     result.preRenderOutput.max_result_rect = settings.initialResultRect;
     PF_PreRenderCallbacks preCallbacks{CheckoutLayer, nullptr};
     PF_PreRenderExtra preExtra{&preInput, &result.preRenderOutput, &preCallbacks};
-    PF_InData in = impl_->Record(settings, job);
-    result.preRender = host.Send(PF_Cmd_SMART_PRE_RENDER, &in, &result.outData, nullptr, nullptr, &preExtra, &job);
-    result.inputRequest = job.inputRequest;
+    PF_InData in = impl_->Record(settings, running);
+    result.preRender =
+        host.Send(PF_Cmd_SMART_PRE_RENDER, &in, &result.outData, nullptr, nullptr, &preExtra, &running);
+    result.inputRequest = running.inputRequest;
     impl_->TakePreRenderData(result);
     if (result.preRender == PF_Err_NONE) impl_->CheckPreRender(result.preRenderOutput, request.rect);
 
@@ -340,11 +333,11 @@ RenderResult Instance::SmartRender(const RenderSettings& settings, bool render) 
         renderInput.pre_render_data = result.preRenderOutput.pre_render_data;
         PF_SmartRenderCallbacks callbacks{CheckoutLayerPixels, CheckinLayerPixels, CheckoutOutput};
         PF_SmartRenderExtra extra{&renderInput, &callbacks};
-        in = impl_->Record(settings, job);
+        in = impl_->Record(settings, running);
         result.outData = {};
         result.rendered = true;
-        result.render = host.Send(PF_Cmd_SMART_RENDER, &in, &result.outData, nullptr, nullptr, &extra, &job);
-        impl_->CheckRecords(job, job.input);
+        result.render = host.Send(PF_Cmd_SMART_RENDER, &in, &result.outData, nullptr, nullptr, &extra, &running);
+        impl_->CheckRecords(running, running.input);
     }
     impl_->EndPreRenderData(result.preRenderOutput);
     return result;
@@ -352,20 +345,20 @@ RenderResult Instance::SmartRender(const RenderSettings& settings, bool render) 
 
 RenderResult Instance::PlainRender(const RenderSettings& settings) {
     RenderResult result;
-    RenderJob job = impl_->MakeJob(settings);
+    RunningRender running = impl_->Prepare(settings);
 
     PF_ParamDef layer{};
     layer.param_type = PF_Param_LAYER;
-    layer.u.ld = job.input;
+    layer.u.ld = running.input;
     std::vector<PF_ParamDef*> params{&layer};
     params.insert(params.end(), settings.plainParams.begin(), settings.plainParams.end());
-    params.resize(std::max(params.size(), job.params.size() + 1));
+    params.resize(std::max(params.size(), running.params.size() + 1));
 
-    PF_InData in = impl_->Record(settings, job);
+    PF_InData in = impl_->Record(settings, running);
     result.rendered = true;
     result.render = impl_->host.Send(PF_Cmd_RENDER, &in, &result.outData, params.data(),
-                                     settings.output ? &job.output : nullptr, nullptr, &job);
-    impl_->CheckRecords(job, layer.u.ld);
+                                     settings.output ? &running.output : nullptr, nullptr, &running);
+    impl_->CheckRecords(running, layer.u.ld);
     return result;
 }
 

@@ -22,7 +22,7 @@ const PixelFormat& FormatOf(PF_PixelFormat code) {
     throw std::invalid_argument("a format that no host has");
 }
 
-const PixelFormat* FindFormat(Personality host, int bitsPerChannel) {
+const PixelFormat* FindFormatOfDepth(Personality host, int bitsPerChannel) {
     return FindIf(
         [&](const PixelFormat& format) { return format.host == host && format.bitsPerChannel == bitsPerChannel; });
 }

@@ -45,7 +45,7 @@ const PixelFormat* FindFormat(PF_PixelFormat code);
 // Throws std::invalid_argument for a format that no host has.
 const PixelFormat& FormatOf(PF_PixelFormat code);
 // The first format in the table that belongs to this host and has this depth; null if there is none.
-const PixelFormat* FindFormat(Personality host, int bitsPerChannel);
+const PixelFormat* FindFormatOfDepth(Personality host, int bitsPerChannel);
 // 4, 8 or 16; 0 for a format that no host has.
 int BytesPerPixel(PF_PixelFormat code);
 

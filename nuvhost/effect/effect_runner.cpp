@@ -245,7 +245,7 @@ void EffectRunner::Render(Picture& picture, const Window& frame, const EffectSet
 
     const refhost::PersonalityTraits& host = refhost::TraitsOf(personality_);
     const auto bits = static_cast<int>(picture.depth);
-    const refhost::PixelFormat* const format = refhost::FindFormat(personality_, bits);
+    const refhost::PixelFormat* const format = refhost::FindFormatOfDepth(personality_, bits);
     if (!format) {
         throw std::runtime_error("the " + std::string(host.name) + " host has no pictures with " +
                                  std::to_string(bits) + " bits per channel");

@@ -13,13 +13,13 @@ namespace {
 
 constexpr int kMostDigits = 32;
 
-struct Place {
+struct NumberPlace {
     std::size_t at, length;
     int width;
 };
 
 // "%d", "%04d" at the start of the text.
-std::optional<Place> PrintfPlace(std::string_view text, std::size_t at) {
+std::optional<NumberPlace> PrintfPlace(std::string_view text, std::size_t at) {
     const auto end = text.find_first_not_of("0123456789", at + 1);
     if (end == text.npos || text[end] != 'd') return std::nullopt;
     const auto digits = text.substr(at + 1, end - at - 1);
@@ -29,10 +29,10 @@ std::optional<Place> PrintfPlace(std::string_view text, std::size_t at) {
         const auto [stop, error] = std::from_chars(digits.data(), digits.data() + digits.size(), width);
         if (error != std::errc{} || width > kMostDigits) return std::nullopt;
     }
-    return Place{at, end + 1 - at, std::max(width, 1)};
+    return NumberPlace{at, end + 1 - at, std::max(width, 1)};
 }
 
-std::optional<Place> FindPlace(std::string_view text, std::size_t from) {
+std::optional<NumberPlace> FindPlace(std::string_view text, std::size_t from) {
     for (auto at = text.find_first_of("#@%", from); at != text.npos; at = text.find_first_of("#@%", at + 1)) {
         if (text[at] == '%') {
             if (const auto place = PrintfPlace(text, at)) return place;
@@ -40,7 +40,7 @@ std::optional<Place> FindPlace(std::string_view text, std::size_t from) {
         }
         const auto length = std::min(text.find_first_not_of(text[at], at), text.size()) - at;
         const bool four = text[at] == '#' && length == 1;
-        return Place{at, length, four ? 4 : static_cast<int>(std::min<std::size_t>(length, kMostDigits))};
+        return NumberPlace{at, length, four ? 4 : static_cast<int>(std::min<std::size_t>(length, kMostDigits))};
     }
     return std::nullopt;
 }

@@ -20,7 +20,7 @@ std::string SizeOf(const Callback& callback, PF_Handle handle) {
 // Returns what is known about a live handle. Reports misuse if the handle is not live.
 std::optional<HandleStore::Info> Require(const Callback& callback, PF_Handle handle) {
     auto info = callback.state().handles.Find(handle);
-    if (!info) callback.Misuse(handle ? "the handle is not live" : "the handle is null");
+    if (!info) callback.ReportMisuse(handle ? "the handle is not live" : "the handle is null");
     return info;
 }
 
@@ -62,7 +62,7 @@ void UnlockHandle(PF_Handle handle) {
     if (!callback) return;
     const auto info = Require(callback, handle);
     if (info && info->locks == 0) {
-        callback.Misuse("a handle of " + std::to_string(info->size) + " bytes is not locked");
+        callback.ReportMisuse("a handle of " + std::to_string(info->size) + " bytes is not locked");
     }
     callback.state().handles.Unlock(handle);
     static_cast<void>(callback.Fate([&] { return SizeText(info); }));
@@ -73,9 +73,9 @@ void DisposeHandle(PF_Handle handle) {
     if (!callback) return;
     const auto info = Require(callback, handle);
     const std::string name = "a handle of " + SizeText(info) + " bytes ";
-    if (info && info->locks > 0) callback.Misuse(name + "is still locked");
+    if (info && info->locks > 0) callback.ReportMisuse(name + "is still locked");
     if (info && info->owner == Owner::host && !MayDispose(callback.command(), handle)) {
-        callback.Misuse(name + "is the host's");
+        callback.ReportMisuse(name + "is the host's");
     }
     callback.state().handles.Dispose(handle, callback.command().recycle);
     static_cast<void>(callback.Fate([&] { return SizeText(info); }));
@@ -94,7 +94,7 @@ PF_Err ResizeHandle(A_HandleSize size, PF_Handle* handle) {
     const auto info = Require(callback, handle ? *handle : nullptr);
     if (!info) return PF_Err_BAD_CALLBACK_PARAM;
     if (info->locks > 0) {
-        callback.Misuse("a handle of " + std::to_string(info->size) + " bytes is locked and cannot move");
+        callback.ReportMisuse("a handle of " + std::to_string(info->size) + " bytes is locked and cannot move");
         return PF_Err_BAD_CALLBACK_PARAM;
     }
     const bool resized = callback.state().handles.Resize(*handle, size, callback.command().recycle);

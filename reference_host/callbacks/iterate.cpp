@@ -6,6 +6,7 @@
 
 #include "reference_host/callbacks/callbacks.h"
 #include "reference_host/internal/host_impl.h"
+#include "reference_host/rects.h"
 
 namespace refhost {
 namespace {
@@ -117,18 +118,13 @@ PF_Pixel* PixelOf(const PF_EffectWorld* world, std::int32_t x, std::int32_t y) {
            x;
 }
 
-PF_Rect Intersection(const PF_Rect& a, const PF_Rect& b) {
-    return {std::max(a.left, b.left), std::max(a.top, b.top), std::min(a.right, b.right),
-            std::min(a.bottom, b.bottom)};
-}
-
 }  // namespace
 
 PF_Err IterateRows(std::int32_t iterations, void* refcon, PF_IterateRowFunc rowFunction) {
     const Callback callback(Call::iterateGeneric);
     if (const auto fate = callback.Fate([&] { return std::to_string(iterations); })) return *fate;
     if (!rowFunction) {
-        callback.Misuse("no function to call");
+        callback.ReportMisuse("no function to call");
         return PF_Err_BAD_CALLBACK_PARAM;
     }
     return RunRows(callback.command(), iterations, [=](std::int32_t thread, std::int32_t row) {
@@ -151,7 +147,7 @@ PF_Err IteratePixels(PF_InData* inData, std::int32_t, std::int32_t, PF_EffectWor
 
     if (const auto fate = callback.Fate([&] { return std::to_string(rows); })) return *fate;
     if (!inData || !pixelFunction || !either) {
-        callback.Misuse("no record, no function to call, or no world");
+        callback.ReportMisuse("no record, no function to call, or no world");
         return PF_Err_BAD_CALLBACK_PARAM;
     }
     return RunRows(callback.command(), rows, [=](std::int32_t, std::int32_t row) {

@@ -6,13 +6,14 @@
 #include "reference_host/callbacks/callbacks.h"
 #include "reference_host/internal/command.h"
 #include "reference_host/pixel_formats.h"
+#include "reference_host/rects.h"
 
 namespace refhost {
 namespace {
 
-bool HasJob(const Callback& callback) {
-    if (callback.command().job) return true;
-    callback.Misuse("called outside a render");
+bool InRender(const Callback& callback) {
+    if (callback.command().running) return true;
+    callback.ReportMisuse("called outside a render");
     return false;
 }
 
@@ -21,16 +22,6 @@ std::int32_t End(std::int32_t start, std::int32_t size) {
     using Limits = std::numeric_limits<std::int32_t>;
     return static_cast<std::int32_t>(
         std::clamp<std::int64_t>(std::int64_t{start} + size, Limits::min(), Limits::max()));
-}
-
-bool IsEmpty(const PF_LRect& rect) {
-    return rect.left >= rect.right || rect.top >= rect.bottom;
-}
-
-PF_LRect Intersection(const PF_LRect& a, const PF_LRect& b) {
-    const PF_LRect both{std::max(a.left, b.left), std::max(a.top, b.top), std::min(a.right, b.right),
-                        std::min(a.bottom, b.bottom)};
-    return IsEmpty(both) ? PF_LRect{} : both;
 }
 
 // A part of a world. If the world has no pixels, neither has the part.
@@ -64,34 +55,35 @@ PF_Err CheckoutLayer(PF_ProgPtr ref, std::int32_t index, std::int32_t checkoutId
                      std::int32_t, std::int32_t, std::uint32_t, PF_CheckoutResult* result) {
     const Callback callback(Call::checkoutLayer, ref);
     const auto fate = callback.Fate([&] { return std::to_string(index); });
-    if (!callback || !HasJob(callback)) return fate.value_or(PF_Err_BAD_CALLBACK_PARAM);
-    auto& job = *callback.command().job;
-    if (request) job.inputRequest = *request;
+    if (!callback || !InRender(callback)) return fate.value_or(PF_Err_BAD_CALLBACK_PARAM);
+    auto& running = *callback.command().running;
+    if (request) running.inputRequest = *request;
     if (fate) return *fate;
     if (!request || !result) {
-        callback.Misuse("no request, or no result to fill");
+        callback.ReportMisuse("no request, or no result to fill");
         return PF_Err_BAD_CALLBACK_PARAM;
     }
     if (index != 0) {
-        callback.Misuse("parameter " + std::to_string(index) + " is not a layer");
+        callback.ReportMisuse("parameter " + std::to_string(index) + " is not a layer");
         return PF_Err_INVALID_INDEX;
     }
-    const PF_LRect whole = job.inputRecord ? AreaOf(job.input) : PF_LRect{};
-    const PF_LRect part = Intersection(request->rect, whole);
-    PF_EffectWorld world = job.input;
+    const PF_LRect whole = running.inputRecord ? AreaOf(running.input) : PF_LRect{};
+    PF_LRect part = Intersection(request->rect, whole);
+    if (IsEmpty(part)) part = {};
+    PF_EffectWorld world = running.input;
     // If the settings contain the answer to the check-out, the effect gets the whole world.
-    if (!job.settings.checkoutResult && std::memcmp(&part, &whole, sizeof part) != 0) {
-        world = CutOut(job.input, part, BytesPerPixel(job.inputFormat.format));
+    if (!running.settings.checkoutResult && std::memcmp(&part, &whole, sizeof part) != 0) {
+        world = CutOut(running.input, part, BytesPerPixel(running.inputFormat.format));
     }
-    if (!job.layers.insert({checkoutId, {RenderJob::Layer::State::announced, world, world}}).second) {
-        callback.Misuse("check-out id " + std::to_string(checkoutId) + " is taken");
+    if (!running.layers.insert({checkoutId, {RunningRender::Layer::State::announced, world, world}}).second) {
+        callback.ReportMisuse("check-out id " + std::to_string(checkoutId) + " is taken");
     }
     *result = {};
-    result->result_rect = job.settings.checkoutResult.value_or(part);
-    result->max_result_rect = job.settings.checkoutResult.value_or(whole);
-    result->par = job.settings.pixelAspect;
-    result->ref_width = job.layerWidth;
-    result->ref_height = job.layerHeight;
+    result->result_rect = running.settings.checkoutResult.value_or(part);
+    result->max_result_rect = running.settings.checkoutResult.value_or(whole);
+    result->par = running.settings.pixelAspect;
+    result->ref_width = running.layerWidth;
+    result->ref_height = running.layerHeight;
     return PF_Err_NONE;
 }
 
@@ -100,35 +92,36 @@ PF_Err CheckoutLayerPixels(PF_ProgPtr ref, std::int32_t checkoutId, PF_EffectWor
     const auto fate = callback.Fate([&] { return std::to_string(checkoutId); });
     if (pixels) *pixels = nullptr;
     if (fate) return *fate;
-    if (!HasJob(callback)) return PF_Err_BAD_CALLBACK_PARAM;
-    auto& job = *callback.command().job;
-    const auto layer = job.layers.find(checkoutId);
-    if (!pixels || layer == job.layers.end()) {
-        callback.Misuse(pixels ? "check-out id " + std::to_string(checkoutId) + " was not announced in pre-render"
-                               : "nowhere to put the world");
+    if (!InRender(callback)) return PF_Err_BAD_CALLBACK_PARAM;
+    auto& running = *callback.command().running;
+    const auto layer = running.layers.find(checkoutId);
+    if (!pixels || layer == running.layers.end()) {
+        callback.ReportMisuse(pixels ? "check-out id " + std::to_string(checkoutId) +
+                                           " was not announced in pre-render"
+                                     : "nowhere to put the world");
         return PF_Err_BAD_CALLBACK_PARAM;
     }
-    if (layer->second.state != RenderJob::Layer::State::announced) {
-        callback.Misuse("check-out id " + std::to_string(checkoutId) + " was fetched before");
+    if (layer->second.state != RunningRender::Layer::State::announced) {
+        callback.ReportMisuse("check-out id " + std::to_string(checkoutId) + " was fetched before");
     }
-    layer->second.state = RenderJob::Layer::State::out;
-    if (!job.inputRecord) return PF_Err_NONE;
+    layer->second.state = RunningRender::Layer::State::out;
+    if (!running.inputRecord) return PF_Err_NONE;
     *pixels = &layer->second.theirs;
-    callback.command().worlds[*pixels] = job.inputFormat;
+    callback.command().worlds[*pixels] = running.inputFormat;
     return PF_Err_NONE;
 }
 
 PF_Err CheckinLayerPixels(PF_ProgPtr ref, std::int32_t checkoutId) {
     const Callback callback(Call::checkinLayerPixels, ref);
-    if (!callback || !HasJob(callback)) return PF_Err_INVALID_CALLBACK;
-    auto& job = *callback.command().job;
-    const auto layer = job.layers.find(checkoutId);
-    const bool out = layer != job.layers.end() && layer->second.state == RenderJob::Layer::State::out;
+    if (!callback || !InRender(callback)) return PF_Err_INVALID_CALLBACK;
+    auto& running = *callback.command().running;
+    const auto layer = running.layers.find(checkoutId);
+    const bool out = layer != running.layers.end() && layer->second.state == RunningRender::Layer::State::out;
     if (out) {
-        layer->second.state = RenderJob::Layer::State::in;
+        layer->second.state = RunningRender::Layer::State::in;
         callback.command().worlds.erase(&layer->second.theirs);
     } else {
-        callback.Misuse("check-out id " + std::to_string(checkoutId) + " is not checked out");
+        callback.ReportMisuse("check-out id " + std::to_string(checkoutId) + " is not checked out");
     }
     const auto fate = callback.Fate([&] { return std::to_string(checkoutId); });
     return fate.value_or(out ? PF_Err_NONE : PF_Err_BAD_CALLBACK_PARAM);
@@ -139,14 +132,14 @@ PF_Err CheckoutOutput(PF_ProgPtr ref, PF_EffectWorld** output) {
     const auto fate = callback.Fate();
     if (output) *output = nullptr;
     if (fate) return *fate;
-    if (!HasJob(callback)) return PF_Err_BAD_CALLBACK_PARAM;
+    if (!InRender(callback)) return PF_Err_BAD_CALLBACK_PARAM;
     if (!output) {
-        callback.Misuse("nowhere to put the world");
+        callback.ReportMisuse("nowhere to put the world");
         return PF_Err_BAD_CALLBACK_PARAM;
     }
-    auto& job = *callback.command().job;
-    *output = job.outputRecord;
-    if (job.outputRecord) callback.command().worlds[job.outputRecord] = job.outputFormat;
+    auto& running = *callback.command().running;
+    *output = running.outputRecord;
+    if (running.outputRecord) callback.command().worlds[running.outputRecord] = running.outputFormat;
     return PF_Err_NONE;
 }
 

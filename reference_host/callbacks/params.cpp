@@ -27,15 +27,15 @@ PF_ParamDef ValueAt(const Command& command, std::int32_t index, std::int32_t tim
     PF_ParamDef value{};
     if (index == 0) {
         value.param_type = PF_Param_LAYER;
-        if (command.job) value.u.ld = command.job->input;
+        if (command.running) value.u.ld = command.running->input;
         return value;
     }
-    const auto& params = command.job ? command.job->params : command.host.parameters;
+    const auto& params = command.running ? command.running->params : command.host.parameters;
     if (index < 0 || index > static_cast<std::int32_t>(params.size())) return value;
     value = params[static_cast<std::size_t>(index - 1)];
-    if (command.job) {
-        const auto found = command.job->overrides.find({time, index});
-        if (found != command.job->overrides.end()) PutValue(found->second, value);
+    if (command.running) {
+        const auto found = command.running->overrides.find({time, index});
+        if (found != command.running->overrides.end()) PutValue(found->second, value);
     }
     return value;
 }
@@ -63,7 +63,7 @@ PF_Err CheckoutParam(PF_ProgPtr ref, std::int32_t index, std::int32_t whatTime, 
     const auto fate = callback.Fate([&] { return std::to_string(index); });
     if (!callback) return *fate;
     if (!param) {
-        callback.Misuse("no record to fill");
+        callback.ReportMisuse("no record to fill");
         return fate.value_or(PF_Err_BAD_CALLBACK_PARAM);
     }
     auto& state = callback.state();
@@ -90,7 +90,7 @@ PF_Err CheckinParam(PF_ProgPtr ref, PF_ParamDef* param) {
             state.checkouts.erase(found);
         }
     }
-    if (!index) callback.Misuse("the record was not checked out in this command");
+    if (!index) callback.ReportMisuse("the record was not checked out in this command");
     const auto fate = callback.Fate([&] { return index ? std::to_string(*index) : std::string(); });
     return fate.value_or(index ? PF_Err_NONE : PF_Err_BAD_CALLBACK_PARAM);
 }
@@ -100,11 +100,11 @@ PF_Err AddParam(PF_ProgPtr ref, std::int32_t index, PF_ParamDef* param) {
     const auto fate = callback.Fate([&] { return std::to_string(callback.command().host.parameters.size() + 1); });
     if (fate) return *fate;
     if (!param) {
-        callback.Misuse("no definition");
+        callback.ReportMisuse("no definition");
         return PF_Err_BAD_CALLBACK_PARAM;
     }
     if (index != -1) {
-        callback.Misuse("index " + std::to_string(index) + " instead of -1, which appends");
+        callback.ReportMisuse("index " + std::to_string(index) + " instead of -1, which appends");
         return PF_Err_INVALID_INDEX;
     }
     auto& host = callback.command().host;

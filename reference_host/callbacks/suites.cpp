@@ -99,7 +99,7 @@ std::int32_t AcquireSuite(const char* name, std::int32_t version, const void** s
     if (suite) *suite = nullptr;
     if (fate) return *fate;
     if (!name || !suite) {
-        callback.Misuse("no name, or nowhere to put the suite");
+        callback.ReportMisuse("no name, or nowhere to put the suite");
         return PF_Err_BAD_CALLBACK_PARAM;
     }
     for (const auto& offered : kSuites) {
@@ -127,7 +127,7 @@ std::int32_t ReleaseSuite(const char* name, std::int32_t version) {
         owed = use.released < use.acquired;
         ++use.released;
     }
-    if (!owed) callback.Misuse(Title(name, version) + " is not acquired");
+    if (!owed) callback.ReportMisuse(Title(name, version) + " is not acquired");
     const auto fate = callback.Fate([&] { return Title(name, version); });
     return fate.value_or(owed ? PF_Err_NONE : PF_Err_BAD_CALLBACK_PARAM);
 }
@@ -138,7 +138,7 @@ char* CopyString(char* destination, const char* source) {
     const Callback callback(Call::copyString);
     if (callback.Fate([&] { return std::string(source ? source : ""); })) return nullptr;
     if (!destination || !source) {
-        callback.Misuse("a null string");
+        callback.ReportMisuse("a null string");
         return nullptr;
     }
     std::memcpy(destination, source, std::strlen(source) + 1);
@@ -149,7 +149,7 @@ int FormatString(char* buffer, const char* format, ...) {
     const Callback callback(Call::formatString);
     if (const auto fate = callback.Fate([&] { return std::string(format ? format : ""); })) return *fate;
     if (!buffer || !format) {
-        callback.Misuse("a null string");
+        callback.ReportMisuse("a null string");
         return -1;
     }
     std::va_list arguments;

@@ -22,7 +22,7 @@ PF_Err Make(PF_ProgPtr ref, std::int32_t width, std::int32_t height, bool clear,
     const Callback callback(Call::newWorld, ref);
     if (const auto fate = callback.Fate([&] { return Pixels(width, height); })) return *fate;
     if (!record || width < 0 || height < 0 || !FindFormat(format)) {
-        callback.Misuse("no record to fill, a negative size, or an unknown format");
+        callback.ReportMisuse("no record to fill, a negative size, or an unknown format");
         return PF_Err_BAD_CALLBACK_PARAM;
     }
     World world({.format = format, .width = width, .height = height, .padding = 16});
@@ -60,7 +60,8 @@ PF_Err TellFormat(const PF_EffectWorld* world, PF_PixelFormat* format, const cha
             return PF_Err_NONE;
         }
     }
-    callback.Misuse(format ? "the world is not one that the host has handed over" : "nowhere to put the format");
+    callback.ReportMisuse(format ? "the world is not one that the host has handed over"
+                                 : "nowhere to put the format");
     return PF_Err_BAD_CALLBACK_PARAM;
 }
 
@@ -79,8 +80,10 @@ PF_Err NewWorldInFormat(PF_ProgPtr ref, std::int32_t width, std::int32_t height,
 
 PF_Err NewWorldOfPixelFormat(PF_ProgPtr ref, std::uint32_t width, std::uint32_t height, std::int32_t flags,
                              PF_PixelFormat format, PF_EffectWorld* world) {
-    constexpr std::uint32_t kMost = std::numeric_limits<std::int32_t>::max();
-    const auto size = [](std::uint32_t value) { return value > kMost ? -1 : static_cast<std::int32_t>(value); };
+    constexpr std::uint32_t kMostPixels = std::numeric_limits<std::int32_t>::max();
+    const auto size = [](std::uint32_t value) {
+        return value > kMostPixels ? -1 : static_cast<std::int32_t>(value);
+    };
     return Make(ref, size(width), size(height), (flags & PF_NewWorldFlag_CLEAR_PIXELS) != 0, format, world);
 }
 
@@ -97,9 +100,9 @@ PF_Err DisposeWorld(PF_ProgPtr ref, PF_EffectWorld* world) {
         }
     }
     if (!given) {
-        callback.Misuse("the world was not made by the host");
+        callback.ReportMisuse("the world was not made by the host");
     } else {
-        if (const auto written = given->Surroundings(); !written.empty()) callback.Misuse(written);
+        if (const auto written = given->Surroundings(); !written.empty()) callback.ReportMisuse(written);
         *world = {};
     }
     const auto fate = callback.Fate(

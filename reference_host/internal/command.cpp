@@ -11,11 +11,11 @@ namespace refhost {
 namespace {
 
 // What the calling thread is doing for a host.
-struct Place {
+struct ThreadWork {
     Command* command = nullptr;
     bool iterates = false;  // it works for an iteration of the command, and is not the command's own thread
 };
-thread_local Place here;
+thread_local ThreadWork here;
 
 // All running commands of the process, in the order in which they began. A callback on a thread that no host knows
 // finds its command here.
@@ -70,12 +70,12 @@ PF_ProgPtr UnboundRef() {
     return reinterpret_cast<PF_ProgPtr>(&anchor);
 }
 
-CommandScope::CommandScope(Host::Impl& host, PF_Cmd cmd, PF_InData* inData, RenderJob* job)
+CommandScope::CommandScope(Host::Impl& host, PF_Cmd cmd, PF_InData* inData, RunningRender* running)
     : command_(new Command{.host = host,
                            .state = host.SharedState(),
                            .cmd = cmd,
                            .inData = inData,
-                           .job = job,
+                           .running = running,
                            .serial = NextSerial(),
                            .traced = host.options.recordCalls || host.options.faults,
                            .recycle = host.options.keepFreedHandles,
@@ -128,9 +128,9 @@ Callback::Callback(Call call, PF_ProgPtr ref) : call_(call), command_(here.comma
         }
         if (found_) command_ = found_.get();
         if (command_ && command_->Ref() != ref)
-            Misuse("called with a reference that names no running command");
+            ReportMisuse("called with a reference that names no running command");
         else if (command_ && !strange)
-            Misuse("called with the reference of another thread's command");
+            ReportMisuse("called with the reference of another thread's command");
     }
     CheckPlace(strange);
 }
@@ -139,16 +139,16 @@ void Callback::CheckPlace(bool strange) const {
     if (!command_) return;
     const auto& rule = RuleOf(call_);
     if (strange) {
-        Misuse("called on a thread that is not the host's");
+        ReportMisuse("called on a thread that is not the host's");
     } else if (here.iterates && !rule.onIterationThreads) {
-        Misuse("called on an iteration thread");
+        ReportMisuse("called on an iteration thread");
     }
     if (rule.onlyIn != kAnyCommand && rule.onlyIn != command_->cmd) {
-        Misuse("called in " + CommandName(command_->cmd));
+        ReportMisuse("called in " + CommandName(command_->cmd));
     }
 }
 
-void Callback::Misuse(const std::string& what) const {
+void Callback::ReportMisuse(const std::string& what) const {
     state().AddMisuse(std::string(RuleOf(call_).name) + ": " + what);
 }
 

@@ -22,8 +22,8 @@ struct KnownWorld {
 };
 
 // What the callbacks of a render need. Only the command's thread writes it.
-struct RenderJob {
-    explicit RenderJob(const RenderSettings& renderSettings) : settings(renderSettings) {}
+struct RunningRender {
+    explicit RunningRender(const RenderSettings& renderSettings) : settings(renderSettings) {}
 
     const RenderSettings& settings;
     std::int32_t layerWidth = 0, layerHeight = 0;
@@ -49,8 +49,8 @@ struct Command {
     Host::Impl& host;
     std::shared_ptr<Account::State> state;
     PF_Cmd cmd;
-    PF_InData* inData;  // may be null
-    RenderJob* job;     // null outside renders
+    PF_InData* inData;       // may be null
+    RunningRender* running;  // null outside renders
     std::uint64_t serial;
     bool traced;   // whether calls are recorded or may fail by a plan
     bool recycle;  // HostOptions::keepFreedHandles
@@ -67,7 +67,7 @@ PF_ProgPtr UnboundRef();
 // While this object lives, the calling thread runs this command.
 class CommandScope {
 public:
-    CommandScope(Host::Impl& host, PF_Cmd cmd, PF_InData* inData, RenderJob* job);
+    CommandScope(Host::Impl& host, PF_Cmd cmd, PF_InData* inData, RunningRender* running);
     ~CommandScope();
     CommandScope(const CommandScope&) = delete;
     CommandScope& operator=(const CommandScope&) = delete;
@@ -102,7 +102,7 @@ public:
     explicit operator bool() const { return command_ != nullptr; }
     Command& command() const { return *command_; }
     Account::State& state() const { return *command_->state; }
-    void Misuse(const std::string& what) const;  // adds "<callback>: <what>" to the account
+    void ReportMisuse(const std::string& what) const;  // adds "<callback>: <what>" to the account
 
     // Counts and records the callback and asks the fault plan. If the result has a value, the callback must return
     // this value. `describe` returns CallRecord::detail. It is called only if calls are recorded or a plan is set.

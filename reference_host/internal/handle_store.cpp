@@ -15,7 +15,7 @@ constexpr std::size_t kFillWhole = std::size_t{64} << 20;
 constexpr std::size_t kFillEnds = std::size_t{1} << 20;
 constexpr std::size_t kRetired = 4096;
 // No system can give so many bytes. With larger numbers, the sums below could overflow.
-constexpr std::uint64_t kMost = std::uint64_t{1} << 62;
+constexpr std::uint64_t kMostBytes = std::uint64_t{1} << 62;
 
 void FillFresh(std::span<std::byte> bytes) {
     if (bytes.size() <= kFillWhole) {
@@ -53,7 +53,7 @@ std::string HandleStore::Block::Damage() const {
 }
 
 std::optional<HandleStore::Block> HandleStore::Allocate(std::uint64_t size, bool guarded) {
-    if (size > kMost) return std::nullopt;
+    if (size > kMostBytes) return std::nullopt;
     const std::size_t bytes = static_cast<std::size_t>(size) + (guarded ? 2 * kGuard : 0);
     void* memory = ::operator new (std::max<std::size_t>(bytes, 1), std::align_val_t{kAlignment}, std::nothrow);
     if (!memory) return std::nullopt;

@@ -31,7 +31,7 @@ struct Host::Impl {
     PF_InData InData();
     PF_Err SetUpCommand(PF_Cmd cmd);
     PF_Err Send(PF_Cmd cmd, PF_InData* inData, PF_OutData* outData, PF_ParamDef* params[], PF_LayerDef* output,
-                void* extra, RenderJob* job);
+                void* extra, RunningRender* running);
     // Makes the host the owner of the handles that the effect has put into the out data. After a set-down command,
     // the effect becomes the owner of the handles that it should have freed.
     void MoveOwnership(const Command& command, const PF_OutData* outData);

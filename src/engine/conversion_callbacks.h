@@ -22,7 +22,7 @@ struct ConvertContext {
 // into destination row `row`. A call with thread index 0 first asks the host whether to abort. It then converts the
 // row in any case, and returns the host's answer. Other calls return PF_Err_NONE.
 template <RowConversion RowKernels::*kernel>
-PF_Err ConvertRow(void* refcon, std::int32_t threadIndex, std::int32_t row, std::int32_t /*iterations*/) {
+PF_Err ConvertRowCallback(void* refcon, std::int32_t threadIndex, std::int32_t row, std::int32_t /*iterations*/) {
     const auto& context = *static_cast<const ConvertContext*>(refcon);
     const PF_InData& inData = *context.inData;
     const PF_Err result = threadIndex == 0 ? inData.inter.abort(inData.effect_ref) : PF_Err_NONE;
@@ -38,16 +38,16 @@ PF_Err ConvertRow(void* refcon, std::int32_t threadIndex, std::int32_t row, std:
     return result;
 }
 
-inline constexpr PF_IterateRowFunc CopyArgb8ToRgba8 = ConvertRow<&RowKernels::copyArgb8ToRgba8>;
-inline constexpr PF_IterateRowFunc CopyBgra8ToRgba8 = ConvertRow<&RowKernels::copyBgra8ToRgba8>;
-inline constexpr PF_IterateRowFunc ConvertArgb16ToRgbaF = ConvertRow<&RowKernels::argb16ToRgbaF>;
-inline constexpr PF_IterateRowFunc ConvertArgbFToRgbaF = ConvertRow<&RowKernels::argbFToRgbaF>;
-inline constexpr PF_IterateRowFunc ConvertBgraFToRgbaF = ConvertRow<&RowKernels::bgraFToRgbaF>;
-inline constexpr PF_IterateRowFunc ConvertRgbaFToArgb8 = ConvertRow<&RowKernels::rgbaFToArgb8>;
-inline constexpr PF_IterateRowFunc ConvertRgbaFToBgra8 = ConvertRow<&RowKernels::rgbaFToBgra8>;
-inline constexpr PF_IterateRowFunc ConvertRgbaFToArgb16 = ConvertRow<&RowKernels::rgbaFToArgb16>;
-inline constexpr PF_IterateRowFunc ConvertRgbaFToArgbF = ConvertRow<&RowKernels::rgbaFToArgbF>;
-inline constexpr PF_IterateRowFunc ConvertRgbaFToBgraF = ConvertRow<&RowKernels::rgbaFToBgraF>;
+inline constexpr PF_IterateRowFunc CopyArgb8ToRgba8 = ConvertRowCallback<&RowKernels::copyArgb8ToRgba8>;
+inline constexpr PF_IterateRowFunc CopyBgra8ToRgba8 = ConvertRowCallback<&RowKernels::copyBgra8ToRgba8>;
+inline constexpr PF_IterateRowFunc ConvertArgb16ToRgbaF = ConvertRowCallback<&RowKernels::argb16ToRgbaF>;
+inline constexpr PF_IterateRowFunc ConvertArgbFToRgbaF = ConvertRowCallback<&RowKernels::argbFToRgbaF>;
+inline constexpr PF_IterateRowFunc ConvertBgraFToRgbaF = ConvertRowCallback<&RowKernels::bgraFToRgbaF>;
+inline constexpr PF_IterateRowFunc ConvertRgbaFToArgb8 = ConvertRowCallback<&RowKernels::rgbaFToArgb8>;
+inline constexpr PF_IterateRowFunc ConvertRgbaFToBgra8 = ConvertRowCallback<&RowKernels::rgbaFToBgra8>;
+inline constexpr PF_IterateRowFunc ConvertRgbaFToArgb16 = ConvertRowCallback<&RowKernels::rgbaFToArgb16>;
+inline constexpr PF_IterateRowFunc ConvertRgbaFToArgbF = ConvertRowCallback<&RowKernels::rgbaFToArgbF>;
+inline constexpr PF_IterateRowFunc ConvertRgbaFToBgraF = ConvertRowCallback<&RowKernels::rgbaFToBgraF>;
 
 // How the engine treats one host pixel format.
 struct FormatConversions {

@@ -53,8 +53,8 @@ using DriverWorlds = Driver;
 
 TEST_F(DriverWorlds, MayBeMissingOnTheSourcesSide) {
     scene.settings.input = nullptr;
-    scene.settings.layerWidth = Scene::kWidth;
-    scene.settings.layerHeight = Scene::kHeight;
+    scene.settings.layerWidth = HostedScene::kWidth;
+    scene.settings.layerHeight = HostedScene::kHeight;
     for (const RenderPath path : {RenderPath::smart, RenderPath::plain}) {
         EXPECT_EQ(scene.Render(path), PF_Err_NONE);
         EXPECT_EQ(scene.output.Pixels(), std::vector<std::byte>(72)) << "transparent black";

@@ -50,19 +50,19 @@ refhost::HostOptions PixelIteration() {
 }
 
 TEST(DriverInTheEditor, CallsTheHostInOrder) {
-    Scene scene(InOrder(refhost::Personality::editor));
+    HostedScene scene(InOrder(refhost::Personality::editor));
     ExpectOrder(scene, RenderPath::plain, EditorsCalls());
 }
 
 TEST(DriverInTheEditor, KeepsItsPromisesWhicheverCallFails) {
-    Scene scene(InOrder(refhost::Personality::editor));
+    HostedScene scene(InOrder(refhost::Personality::editor));
     ExpectEveryFailure(scene, RenderPath::plain, EditorsCalls());
 }
 
 // The effect does not ask for these formats, but some hosts send whatever they have.
 TEST(DriverInTheEditor, KeepsItsPromisesInFloatToo) {
     for (const PF_PixelFormat format : {kFormatBgraFloat, kFormatBgraFloatLinear}) {
-        Scene scene(InOrder(refhost::Personality::editor));
+        HostedScene scene(InOrder(refhost::Personality::editor));
         scene.UseFormat(format);
         ExpectOrder(scene, RenderPath::plain, EditorsCalls(true));
         ExpectEveryFailure(scene, RenderPath::plain, EditorsCalls(true));
@@ -70,18 +70,18 @@ TEST(DriverInTheEditor, KeepsItsPromisesInFloatToo) {
 }
 
 TEST(DriverWithPixelIteration, CallsTheHostInOrder) {
-    Scene scene(PixelIteration());
+    HostedScene scene(PixelIteration());
     ExpectOrder(scene, RenderPath::plain, PixelIterationsCalls());
 }
 
 TEST(DriverWithPixelIteration, KeepsItsPromisesWhicheverCallFails) {
-    Scene scene(PixelIteration());
+    HostedScene scene(PixelIteration());
     ExpectEveryFailure(scene, RenderPath::plain, PixelIterationsCalls());
 }
 
 TEST(DriverWithPixelIteration, KeepsItsPromisesInMoreBitsToo) {
     for (const PF_PixelFormat format : {kFormatArgb16, kFormatArgbFloat}) {
-        Scene scene(PixelIteration());
+        HostedScene scene(PixelIteration());
         scene.UseFormat(format);
         ExpectOrder(scene, RenderPath::plain, PixelIterationsCalls(true));
         ExpectEveryFailure(scene, RenderPath::plain, PixelIterationsCalls(true));
@@ -89,7 +89,7 @@ TEST(DriverWithPixelIteration, KeepsItsPromisesInMoreBitsToo) {
 }
 
 TEST(DriverWithPixelIteration, RendersAsWithRowIteration) {
-    Scene pixels(PixelIteration()), rows;
+    HostedScene pixels(PixelIteration()), rows;
     EXPECT_EQ(pixels.CleanPicture(RenderPath::smart), rows.CleanPicture(RenderPath::smart));
 }
 

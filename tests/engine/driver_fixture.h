@@ -60,7 +60,7 @@ protected:
     FakeBasic basic;
     SPBasicSuite* theirs = nullptr;
     std::function<void(PF_InData&)> change;
-    Scene scene;
+    HostedScene scene;
 };
 
 class LinkedDriver : public Driver {

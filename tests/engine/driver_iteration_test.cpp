@@ -17,7 +17,7 @@ TEST_F(DriverAborts, AreNotAskedForBetweenThePassesOnceTheFirstHasFailed) {
 TEST_F(DriverAborts, EndTheWorkBeforeTheOutputIsTouchedUnlessItHasBegun) {
     for (const PF_Err code : {PF_Interrupt_CANCEL, -517, 1}) {
         scene.host.options().faults =
-            Fail(refhost::Call::abort, Scene::kHeight, code);  // the question between the passes
+            Fail(refhost::Call::abort, HostedScene::kHeight, code);  // the question between the passes
         EXPECT_EQ(Render(), code);
         EXPECT_TRUE(scene.OutputUntouched());
         EXPECT_EQ(scene.host.account().Count(refhost::Call::iterateGeneric), 1);
@@ -28,10 +28,10 @@ TEST_F(DriverAborts, EndTheWorkBeforeTheOutputIsTouchedUnlessItHasBegun) {
 TEST_F(DriverAborts, ConvertTheRowInProgressAllTheSame) {
     const auto clean = scene.CleanPicture(RenderPath::plain);
     scene.host.options().faults =
-        Fail(refhost::Call::abort, Scene::kHeight + 1);  // the question in the first row of the last pass
+        Fail(refhost::Call::abort, HostedScene::kHeight + 1);  // the question in the first row of the last pass
     EXPECT_EQ(Render(), kFault);
     const auto pixels = scene.output.Pixels();
-    const auto rowBytes = static_cast<std::ptrdiff_t>(pixels.size()) / Scene::kHeight;
+    const auto rowBytes = static_cast<std::ptrdiff_t>(pixels.size()) / HostedScene::kHeight;
     EXPECT_TRUE(std::equal(pixels.begin(), pixels.begin() + rowBytes, clean.begin()));
     EXPECT_FALSE(std::equal(pixels.begin() + rowBytes, pixels.end(), clean.begin() + rowBytes));
 }
@@ -58,12 +58,13 @@ TEST_F(DriverAborts, AreAskedForByThreadIndexZeroAlone) {
     basic.onRelease = [this](const std::string& name, std::int32_t version) {
         return name == "PF Iterate8 Suite" ? 0 : theirs->ReleaseSuite(name.c_str(), version);
     };
-    for (const auto& [index, aborts] : {std::pair(0, 2 * Scene::kHeight + 1), std::pair(1, 1), std::pair(7, 1)}) {
+    for (const auto& [index, aborts] :
+         {std::pair(0, 2 * HostedScene::kHeight + 1), std::pair(1, 1), std::pair(7, 1)}) {
         threadIndex = index;
         iterationCounts.clear();
         EXPECT_EQ(Render(), PF_Err_NONE);
         EXPECT_EQ(scene.host.account().Count(refhost::Call::abort), aborts);
-        EXPECT_EQ(iterationCounts, std::vector<std::int32_t>(2, Scene::kHeight));
+        EXPECT_EQ(iterationCounts, std::vector<std::int32_t>(2, HostedScene::kHeight));
         EXPECT_EQ(scene.output.Pixels(), clean) << "whatever the order of rows";
     }
 }
@@ -98,10 +99,10 @@ TEST_F(DriverIteration, BorrowsThePixelIterationOverAScratchColumn) {
         ++calls;
         passed = inData;
         EXPECT_EQ(base, 0);
-        EXPECT_EQ(final, Scene::kHeight);
+        EXPECT_EQ(final, HostedScene::kHeight);
         EXPECT_EQ(source, destination);
         EXPECT_EQ(source->width, 1);
-        EXPECT_EQ(source->height, Scene::kHeight);
+        EXPECT_EQ(source->height, HostedScene::kHeight);
         EXPECT_EQ(area, nullptr);
         for (std::int32_t y = 0; y < final; ++y) {
             if (const PF_Err code = pixel(refcon, 0, y, nullptr, nullptr)) return code;
@@ -155,7 +156,7 @@ TEST_F(DriverIteration, GoesRowByRowWithoutAnyIteration) {
     };
     EXPECT_EQ(Render(), PF_Err_NONE);
     EXPECT_EQ(scene.output.Pixels(), clean);
-    EXPECT_EQ(scene.host.account().Count(refhost::Call::abort), 2 * Scene::kHeight + 1);
+    EXPECT_EQ(scene.host.account().Count(refhost::Call::abort), 2 * HostedScene::kHeight + 1);
     EXPECT_EQ(CallsThatBegin("iterate"), Lines());
     EXPECT_EQ(scene.Outstanding(), Lines());
 }

@@ -7,16 +7,16 @@ namespace {
 using namespace protocol;
 
 // Plain renders go directly to the driver, so that a test sees the job and what the driver throws.
-class Job : public testing::Test {
+class DriverJob : public testing::Test {
 protected:
-    Job() : scene(InOrder(), {Main, Linked().pluginDataEntryFunction}) {
+    DriverJob() : scene(InOrder(), {Main, Linked().pluginDataEntryFunction}) {
         job_ = {};
         thrown_ = 0;
     }
 
     PF_Err Render() { return scene.Render(RenderPath::plain); }
 
-    Scene scene;
+    HostedScene scene;
     static inline nuv::RenderData job_;
     static inline int thrown_ = 0;
     static inline bool withoutBasicSuite_ = false;
@@ -38,7 +38,7 @@ private:
     }
 };
 
-TEST_F(Job, IsCompletedFromTheCommandsRecord) {
+TEST_F(DriverJob, IsCompletedFromTheCommandsRecord) {
     scene.settings.pixelAspect = {10, 11};
     scene.settings.downsampleX = {1, 2};
     scene.settings.downsampleY = {2, 3};
@@ -52,7 +52,7 @@ TEST_F(Job, IsCompletedFromTheCommandsRecord) {
     EXPECT_EQ(job_.timeSeconds, -1.5);
 }
 
-TEST_F(Job, DescribesBothBuffers) {
+TEST_F(DriverJob, DescribesBothBuffers) {
     scene.output = refhost::World({.format = kFormatArgb8, .width = 4, .height = 5, .originX = 9, .originY = 9});
     EXPECT_EQ(Render(), PF_Err_NONE);
     EXPECT_EQ(job_.input.width, 6);
@@ -69,14 +69,14 @@ TEST_F(Job, DescribesBothBuffers) {
     EXPECT_EQ(job_.output.originY, 0.0);
 }
 
-TEST_F(Job, KeepsWhatTheCallerHasSet) {
+TEST_F(DriverJob, KeepsWhatTheCallerHasSet) {
     EXPECT_EQ(Render(), PF_Err_NONE);
     EXPECT_EQ(job_.amount, 12.5f);
     EXPECT_EQ(job_.show, 3);
     EXPECT_EQ(job_.sourceOffsetX, 0.0f);
 }
 
-TEST_F(Job, IsNotBegunWithoutABasicSuite) {
+TEST_F(DriverJob, IsNotBegunWithoutABasicSuite) {
     withoutBasicSuite_ = true;
     EXPECT_EQ(Render(), -1);
     withoutBasicSuite_ = false;
@@ -85,7 +85,7 @@ TEST_F(Job, IsNotBegunWithoutABasicSuite) {
     EXPECT_TRUE(scene.OutputUntouched());
 }
 
-TEST_F(Job, IsNotBegunWithoutTheIterationSuite) {
+TEST_F(DriverJob, IsNotBegunWithoutTheIterationSuite) {
     for (const PF_Err code : {kFault, PF_Err_NONE}) {
         thrown_ = 0;
         scene.host.options().faults = Fail("AcquireSuite PF Iterate8 Suite 1", code);

@@ -11,11 +11,11 @@ constexpr PF_Err kStopped = 517;
 
 // Notes its calls, and fails at one row.
 struct RowLog {
-    struct Call {
+    struct RowCall {
         std::int32_t thread, row, iterations;
-        bool operator==(const Call&) const = default;
+        bool operator==(const RowCall&) const = default;
     };
-    std::vector<Call> calls;
+    std::vector<RowCall> calls;
     std::int32_t failAt = -1;
 };
 thread_local RowLog rowLog;
@@ -91,7 +91,7 @@ protected:
     nuv::ConvertContext context;
 };
 
-using Calls = std::vector<RowLog::Call>;
+using Calls = std::vector<RowLog::RowCall>;
 
 TEST_F(Fallback, WithoutASuiteTakesTheRowsInOrderAsThreadZero) {
     EXPECT_EQ(nuv::IterateRowsFallback(4, context, NoteRow), PF_Err_NONE);

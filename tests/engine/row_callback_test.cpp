@@ -11,14 +11,14 @@ namespace {
 
 constexpr PF_Err kStopped = 517;
 
-struct Callback {
+struct ConversionCallback {
     const char* name;
     PF_IterateRowFunc convert;
     int sourceBytes;  // of a pixel
     int destinationBytes;
 };
 
-constexpr Callback kCallbacks[] = {
+constexpr ConversionCallback kCallbacks[] = {
     {"CopyArgb8ToRgba8", nuv::CopyArgb8ToRgba8, 4, 4},
     {"CopyBgra8ToRgba8", nuv::CopyBgra8ToRgba8, 4, 4},
     {"ConvertArgb16ToRgbaF", nuv::ConvertArgb16ToRgbaF, 8, 16},
@@ -45,7 +45,7 @@ PF_Err AnswerStop(PF_ProgPtr ref) {
 }
 
 // Three rows of four pixels each. The source is all zero, the destination all 0xEE, and 5 bytes lie between rows.
-class RowCallback : public testing::TestWithParam<Callback> {
+class RowCallback : public testing::TestWithParam<ConversionCallback> {
 protected:
     static constexpr int kWidth = 4, kHeight = 3, kPadding = 5;
     static constexpr std::byte kOld{0xEE};

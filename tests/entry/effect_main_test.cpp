@@ -104,7 +104,7 @@ TEST(Dispatch, ReturnsACodeWhenTheHostLeavesOutItsUtilities) {
           std::pair{PF_Cmd_SEQUENCE_RESETUP, PF_Err_BAD_CALLBACK_PARAM},
           std::pair{PF_Cmd_SEQUENCE_SETDOWN, PF_Err_BAD_CALLBACK_PARAM}, std::pair{PF_Cmd_RENDER, PF_Err_NONE}}) {
         SCOPED_TRACE(cmd);
-        Scene scene(InOrder(), Between::Put(Binary()));
+        HostedScene scene(InOrder(), Between::Put(Binary()));
         Between::change = [&](PF_Cmd, PF_InData& inData, void*) { inData.utils = nullptr; };
         PF_InData inData = scene.host.InData();
         if (cmd == PF_Cmd_SEQUENCE_SETDOWN) inData.sequence_data = reinterpret_cast<PF_Handle>(&data);

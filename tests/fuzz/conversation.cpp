@@ -74,7 +74,7 @@ public:
     }
 
 private:
-    static refhost::HostOptions Options(Bytes& input) {
+    static refhost::HostOptions Options(FuzzInput& input) {
         refhost::HostOptions options;
         options.personality = input.Flag() ? refhost::Personality::editor : refhost::Personality::compositor;
         options.iterationThreads = 1;
@@ -217,7 +217,7 @@ private:
 
     // ---- Frames ------------------------------------------------------------------------------------------------
 
-    ParamValue AnyValue(std::int32_t index, const Frame& frame) {
+    ParamValue AnyValue(std::int32_t index, const FuzzFrame& frame) {
         if (index == nuv::PARAM_AMOUNT) return refhost::SliderValue{input_.Real()};
         if (index != nuv::PARAM_FRAME_CENTER) {
             const int choice = input_.Below(8);
@@ -239,7 +239,7 @@ private:
     }
 
     // Changes some parameters, and gives the model the values of all.
-    void SetParameters(Player& player, Frame& frame) {
+    void SetParameters(Player& player, FuzzFrame& frame) {
         const int which = input_.Take<std::uint8_t>();
         const std::int32_t time = frame.settings.currentTime;
         for (std::int32_t index = 1; index < nuv::PARAM_COUNT; ++index) {
@@ -260,7 +260,7 @@ private:
     void RenderFrame() {
         Player& player = AnyPlayer();
         ChooseKernels(static_cast<std::size_t>(input_.Below(10)) - 1);
-        Frame frame(input_);
+        FuzzFrame frame(input_);
         if (!player.instance) return;
         if (player.complete) SetParameters(player, frame);
         // In the editing host, only the Pixel Format Suite decides, so that the World Suite may answer anything.
@@ -286,7 +286,7 @@ private:
         Check(own);
     }
 
-    void CheckPicture(const Frame& frame, const refhost::RenderResult& result, bool told) {
+    void CheckPicture(const FuzzFrame& frame, const refhost::RenderResult& result, bool told) {
         const bool untouched = !frame.settings.output || !result.rendered || result.render != PF_Err_NONE;
         if (untouched && !frame.OutputUntouched()) Trap("an output was written without a success");
         if (untouched || !told) return;
@@ -379,7 +379,7 @@ private:
 
     static inline PF_EffectWorld* given_ = nullptr;
 
-    Bytes input_;
+    FuzzInput input_;
     Faults faults_;
     refhost::Host host_;
     std::array<Player, 3> players_;

@@ -7,7 +7,7 @@
 #include <stdexcept>
 #include <vector>
 
-#include "bytes.h"
+#include "fuzz_input.h"
 #include "reference_host/host.h"
 #include "seams.h"
 
@@ -16,9 +16,9 @@ namespace fuzz {
 class Faults {
 public:
     // Replaces the plan: reads up to three faults, and which thread does not start.
-    void Plan(Bytes& input) {
+    void Plan(FuzzInput& input) {
         plan_.resize(static_cast<std::size_t>(input.Below(4)));
-        for (Fault& fault : plan_) {
+        for (PlannedFault& fault : plan_) {
             fault.call = static_cast<refhost::Call>(input.Below(static_cast<int>(refhost::Call::formatString) + 1));
             fault.index = input.Below(20) - 1;
             constexpr Answer kAnswers[] = {Answer::code, Answer::code, Answer::throwNumber, Answer::throwObject};
@@ -32,7 +32,7 @@ public:
     bool empty() const { return plan_.empty(); }
 
     std::optional<PF_Err> Decide(const refhost::CallRecord& record) {
-        for (const Fault& fault : plan_) {
+        for (const PlannedFault& fault : plan_) {
             if (fault.call != record.call || (fault.index >= 0 && fault.index != record.index)) continue;
             fired_ |= Bit(record.call);
             if (fault.code == 0 || fault.answer != Answer::code) unruly_ = true;
@@ -56,7 +56,7 @@ public:
 
 private:
     enum class Answer { code, throwNumber, throwObject };
-    struct Fault {
+    struct PlannedFault {
         refhost::Call call;
         std::int64_t index;  // counts the calls of this kind since the last check, from 0; -1: every call
         Answer answer;
@@ -65,7 +65,7 @@ private:
 
     static std::uint32_t Bit(refhost::Call call) { return std::uint32_t{1} << static_cast<unsigned>(call); }
 
-    std::vector<Fault> plan_;
+    std::vector<PlannedFault> plan_;
     std::atomic<std::uint32_t> fired_{0};
     std::atomic<bool> unruly_{false};
 };

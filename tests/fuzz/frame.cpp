@@ -3,16 +3,19 @@
 #include <algorithm>
 #include <limits>
 
+#include "reference_host/rects.h"
+
 namespace fuzz {
 namespace {
 
+using refhost::IsEmpty;
 using support::RenderPath;
 
 bool Known(PF_PixelFormat format) {
     return refhost::BytesPerPixel(format) != 0;
 }
 
-int Side(Bytes& input, int sizeClass, bool isWidth) {
+int Side(FuzzInput& input, int sizeClass, bool isWidth) {
     if (sizeClass < 12) return input.Below(33);
     if (sizeClass < 14) return input.Below(201);
     if (sizeClass == 14) return input.Below(isWidth ? 4 : 3000);
@@ -20,7 +23,7 @@ int Side(Bytes& input, int sizeClass, bool isWidth) {
     return -input.Below(100);
 }
 
-refhost::WorldLayout Layout(Bytes& input) {
+refhost::WorldLayout Layout(FuzzInput& input) {
     refhost::WorldLayout layout;
     layout.format = input.Below(8) == 7 ? input.Number() : input.Pick(kFormats);
     const int sizeClass = input.Below(17);
@@ -37,14 +40,14 @@ refhost::WorldLayout Layout(Bytes& input) {
     return layout;
 }
 
-PF_RationalScale Scale(Bytes& input) {
+PF_RationalScale Scale(FuzzInput& input) {
     constexpr PF_RationalScale kScales[] = {{1, 1}, {1, 1}, {1, 2}, {1, 4}, {3, 4}, {2, 1}, {0, 1}, {1, 0}};
     if (input.Below(4) != 3) return input.Pick(kScales);
     const std::int32_t num = input.Number();
     return {num, static_cast<std::uint32_t>(input.Number())};
 }
 
-PF_LRect Rect(Bytes& input) {
+PF_LRect Rect(FuzzInput& input) {
     PF_LRect rect{};
     rect.left = input.Number();
     rect.top = input.Number();
@@ -56,10 +59,6 @@ PF_LRect Rect(Bytes& input) {
 std::int32_t Sum(std::int32_t a, std::int32_t b) {
     using Limits = std::numeric_limits<std::int32_t>;
     return static_cast<std::int32_t>(std::clamp<std::int64_t>(std::int64_t{a} + b, Limits::min(), Limits::max()));
-}
-
-bool IsEmpty(const PF_LRect& rect) {
-    return rect.left >= rect.right || rect.top >= rect.bottom;
 }
 
 // The smallest rectangle around both. An empty rectangle does not count.
@@ -80,7 +79,7 @@ bool HasPixels(const refhost::World& world) {
 
 }  // namespace
 
-Frame::Frame(Bytes& input) {
+FuzzFrame::FuzzFrame(FuzzInput& input) {
     // Each bit makes one thing about the frame unusual; a few need a second bit, so that they are rare.
     const auto unusual = input.Take<std::uint16_t>();
     const auto is = [unusual](int bit) { return (unusual >> bit & 1) != 0; };
@@ -136,16 +135,16 @@ Frame::Frame(Bytes& input) {
     scene.offsetY = shown.top;
 }
 
-bool Frame::HasNegativeSize() const {
+bool FuzzFrame::HasNegativeSize() const {
     return std::min({scene.source.width, scene.source.height, scene.output.width, scene.output.height}) < 0;
 }
 
-PF_Err Frame::ExpectedCode() const {
+PF_Err FuzzFrame::ExpectedCode() const {
     const bool usable = settings.output && (output.effectWorld().data != nullptr || !HasPixels(output));
     return usable ? PF_Err_NONE : PF_Err_BAD_CALLBACK_PARAM;
 }
 
-std::optional<std::vector<std::byte>> Frame::ExpectedPixels() const {
+std::optional<std::vector<std::byte>> FuzzFrame::ExpectedPixels() const {
     if (!Known(scene.output.format)) return std::vector<std::byte>{};
     support::Scene told = scene;
     told.pixels = sourcePixels;
@@ -158,7 +157,7 @@ std::optional<std::vector<std::byte>> Frame::ExpectedPixels() const {
     return support::Expected(told);
 }
 
-bool Frame::OutputUntouched() const {
+bool FuzzFrame::OutputUntouched() const {
     return std::ranges::all_of(output.Pixels(), [this](std::byte b) { return b == std::byte{poison}; });
 }
 

@@ -6,16 +6,16 @@
 #include <optional>
 #include <vector>
 
-#include "bytes.h"
+#include "fuzz_input.h"
 #include "support/support.h"
 
 namespace fuzz {
 
-struct Frame {
+struct FuzzFrame {
     // Reads the worlds, the host's settings and how the frame is asked for; not the parameters.
-    explicit Frame(Bytes& input);
-    Frame(const Frame&) = delete;
-    Frame& operator=(const Frame&) = delete;
+    explicit FuzzFrame(FuzzInput& input);
+    FuzzFrame(const FuzzFrame&) = delete;
+    FuzzFrame& operator=(const FuzzFrame&) = delete;
 
     support::Scene scene;  // what the model gets; the caller fills in the parameters
     refhost::World source, output;

@@ -11,9 +11,9 @@
 
 namespace fuzz {
 
-class Bytes {
+class FuzzInput {
 public:
-    explicit Bytes(std::span<const std::uint8_t> data) : rest_(data) {}
+    explicit FuzzInput(std::span<const std::uint8_t> data) : rest_(data) {}
 
     bool empty() const { return rest_.empty(); }
 

@@ -13,7 +13,7 @@ TEST(CommandSuites, AreNotAcquiredWhenTheLibraryIsLoadedOrScanned) {
 }
 
 TEST(CommandSuites, AreReleasedBeforeTheCommandReturns) {
-    Scene scene;
+    HostedScene scene;
     EXPECT_EQ(scene.host.About(), PF_Err_NONE);
     EXPECT_EQ(scene.Outstanding(), Lines());
     EXPECT_EQ(scene.Render(RenderPath::smart), PF_Err_NONE);
@@ -24,7 +24,7 @@ TEST(CommandSuites, AreReleasedBeforeTheCommandReturns) {
 }
 
 TEST(CommandSuites, Yield516WhenTheHostSucceedsButGivesNone) {
-    Scene scene;
+    HostedScene scene;
     scene.host.options().faults = Fail("AcquireSuite PF Handle Suite 2", PF_Err_NONE);
     EXPECT_EQ(scene.Render(RenderPath::smart), 516);
     EXPECT_EQ(scene.result.preRender, 516);
@@ -34,7 +34,7 @@ TEST(CommandSuites, Yield516WhenTheHostSucceedsButGivesNone) {
 }
 
 TEST(CommandSuites, AreAcquiredAndReleasedOnTheCommandsThread) {
-    Scene scene;
+    HostedScene scene;
     scene.host.options().iterationThreads = 4;
     EXPECT_EQ(scene.Render(RenderPath::smart), PF_Err_NONE);
     std::uint64_t thread = 0;

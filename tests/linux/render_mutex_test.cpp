@@ -33,7 +33,7 @@ INSTANTIATE_TEST_SUITE_P(Both, RenderMutex, testing::Values(RenderPath::smart, R
                          });
 
 TEST_P(RenderMutex, ThatCannotBeLockedYields512AndTheRenderKeepsNothing) {
-    Scene scene(InOrder(), Linked());
+    HostedScene scene(InOrder(), Linked());
     const auto clean = scene.CleanPicture(GetParam());
     refused = nuv::g_renderMutex.native_handle();
     const PF_Err code = scene.Render(GetParam());

@@ -70,7 +70,7 @@ protected:
         return code;
     }
 
-    Scene scene;
+    HostedScene scene;
 };
 
 INSTANTIATE_TEST_SUITE_P(Both, WorkerThreads, testing::Values(RenderPath::smart, RenderPath::plain),

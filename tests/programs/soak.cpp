@@ -23,8 +23,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 using refhost::Personality;
-using support::Random;
 using support::RenderPath;
+using support::SplitMix64;
 
 constexpr int kThreads = 4;
 constexpr int kFramesOfARound = 32;             // each thread renders so many in a round
@@ -42,11 +42,11 @@ void Fail(const std::string& what) {
 
 // ---- Frames ---------------------------------------------------------------------------------------------------
 
-int Side(Random& random, int largest) {
+int Side(SplitMix64& random, int largest) {
     return 1 + static_cast<int>(random.Below(static_cast<std::uint32_t>(largest)));
 }
 
-refhost::WorldLayout AnyLayout(Random& random, int width, int height) {
+refhost::WorldLayout AnyLayout(SplitMix64& random, int width, int height) {
     refhost::WorldLayout layout;
     layout.format = kFormats[random.Below(kFormats.size())];
     layout.width = width;
@@ -57,7 +57,7 @@ refhost::WorldLayout AnyLayout(Random& random, int width, int height) {
     return layout;
 }
 
-support::Scene AnyScene(Random& random, bool editor) {
+support::Scene AnyScene(SplitMix64& random, bool editor) {
     // Most frames are small, because the model is slow.
     const std::uint32_t kind = random.Below(256);
     const int width = kind == 0 ? 1920 : Side(random, kind < 12 ? 640 : 64);
@@ -89,7 +89,7 @@ support::Scene AnyScene(Random& random, bool editor) {
 }
 
 // Returns what is wrong with the frame, or an empty text.
-std::string Render(refhost::Instance& instance, const support::Scene& scene, Random& random) {
+std::string Render(refhost::Instance& instance, const support::Scene& scene, SplitMix64& random) {
     instance.Set(1, scene.center);
     instance.Set(2, refhost::PopupValue{scene.mode});
     instance.Set(3, refhost::PopupValue{scene.scaling});
@@ -123,7 +123,7 @@ std::string Render(refhost::Instance& instance, const support::Scene& scene, Ran
 // ---- Rounds ---------------------------------------------------------------------------------------------------
 
 void RenderMany(std::span<refhost::Host* const> hosts, std::uint64_t seed) {
-    Random random(seed);
+    SplitMix64 random(seed);
     std::vector<std::unique_ptr<refhost::Instance>> instances;
     for (refhost::Host* host : hosts) {
         instances.push_back(std::make_unique<refhost::Instance>(*host));
@@ -141,7 +141,7 @@ void RenderMany(std::span<refhost::Host* const> hosts, std::uint64_t seed) {
 }
 
 void Round(std::uint64_t seed) {
-    Random random(seed);
+    SplitMix64 random(seed);
     std::vector<std::unique_ptr<refhost::Host>> owned;
     std::vector<refhost::Host*> hosts;
     for (const Personality personality : kHosts) {
@@ -175,7 +175,7 @@ bool Grew(const platform::Usage& settled, const platform::Usage& last) {
 int Soak(std::int64_t seconds, std::uint64_t seed) {
     const auto begin = Clock::now();
     const auto elapsed = [begin] { return std::chrono::duration<double>(Clock::now() - begin).count(); };
-    Random random(seed);
+    SplitMix64 random(seed);
     platform::Usage settled, last;
     std::int64_t rounds = 0;
     do {

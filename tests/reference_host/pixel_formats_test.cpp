@@ -21,12 +21,12 @@ TEST(PixelFormats, ThatNoHostHasAreAnErrorWhereOneIsNeeded) {
 }
 
 TEST(PixelFormats, AreFoundByHostAndDepth) {
-    EXPECT_EQ(FindFormat(Personality::compositor, 8)->code, kFormatArgb8);
-    EXPECT_EQ(FindFormat(Personality::compositor, 16)->code, kFormatArgb16);
-    EXPECT_EQ(FindFormat(Personality::compositor, 32)->code, kFormatArgbFloat);
-    EXPECT_EQ(FindFormat(Personality::editor, 8)->code, kFormatBgra8);
-    EXPECT_EQ(FindFormat(Personality::editor, 16), nullptr);
-    EXPECT_EQ(FindFormat(Personality::editor, 32)->code, kFormatBgraFloat);
+    EXPECT_EQ(FindFormatOfDepth(Personality::compositor, 8)->code, kFormatArgb8);
+    EXPECT_EQ(FindFormatOfDepth(Personality::compositor, 16)->code, kFormatArgb16);
+    EXPECT_EQ(FindFormatOfDepth(Personality::compositor, 32)->code, kFormatArgbFloat);
+    EXPECT_EQ(FindFormatOfDepth(Personality::editor, 8)->code, kFormatBgra8);
+    EXPECT_EQ(FindFormatOfDepth(Personality::editor, 16), nullptr);
+    EXPECT_EQ(FindFormatOfDepth(Personality::editor, 32)->code, kFormatBgraFloat);
 }
 
 }  // namespace

@@ -47,11 +47,11 @@ namespace {
 
 // A host that allocates nothing, so that every allocation that fails is one of the effect. Only one host may exist
 // at a time.
-class Host {
+class AllocationFreeHost {
 public:
     static constexpr std::int32_t kWidth = 4, kHeight = 3;
 
-    Host() {
+    AllocationFreeHost() {
         current_ = this;
         basic_.AcquireSuite = AcquireSuite;
         basic_.ReleaseSuite = ReleaseSuite;
@@ -195,7 +195,7 @@ private:
     }
     static PF_Err CheckinParam(PF_ProgPtr, PF_ParamDef*) { return --current_->params, PF_Err_NONE; }
 
-    static inline Host* current_ = nullptr;
+    static inline AllocationFreeHost* current_ = nullptr;
 
     SPBasicSuite basic_{};
     PF_UtilCallbacks utils_{};
@@ -207,7 +207,7 @@ private:
     bool failed_ = false;
 };
 
-using Command = PF_Err (Host::*)(int successes);
+using Command = PF_Err (AllocationFreeHost::*)(int successes);
 
 // How many allocations the driver needs to start its threads. Threads of Windows need none. The five allocations
 // before them hold the parameters.
@@ -218,14 +218,14 @@ constexpr int kThreadAllocations = 16;
 #endif
 
 void ExpectEveryFailedAllocation(Command render) {
-    Host clean;
+    AllocationFreeHost clean;
     ASSERT_EQ((clean.*render)(-1), PF_Err_NONE);
     ASSERT_FALSE(clean.OutputUntouched());
 
     for (int successes = 0;; ++successes) {
         SCOPED_TRACE(std::to_string(successes) + " allocations succeed");
         ASSERT_LT(successes, 1000);
-        Host host;
+        AllocationFreeHost host;
         const PF_Err code = (host.*render)(successes);
         if (!host.Failed()) {
             EXPECT_GE(successes, 5 + kThreadAllocations)
@@ -250,11 +250,11 @@ void ExpectEveryFailedAllocation(Command render) {
 }
 
 TEST(FailedAllocation, InASmartRenderYields512OrIsDroppedAndNothingIsKept) {
-    ExpectEveryFailedAllocation(&Host::SmartRender);
+    ExpectEveryFailedAllocation(&AllocationFreeHost::SmartRender);
 }
 
 TEST(FailedAllocation, InAPlainRenderYields512OrIsDroppedAndNothingIsKept) {
-    ExpectEveryFailedAllocation(&Host::PlainRender);
+    ExpectEveryFailedAllocation(&AllocationFreeHost::PlainRender);
 }
 
 }  // namespace

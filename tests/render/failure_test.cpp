@@ -10,7 +10,7 @@ using namespace protocol;
 
 // The host's callbacks throw here. They stand for everything that may throw in the driver.
 TEST(FailedRender, DropsAnExceptionOfTheDriverAndRendersTheNextFrame) {
-    Scene scene(InOrder(), Linked());
+    HostedScene scene(InOrder(), Linked());
     const auto clean = scene.CleanPicture(RenderPath::smart);
     for (const char* line :
          {"AcquireSuite PF Pixel Format Suite 1", "AcquireSuite PF World Suite 2",
@@ -37,7 +37,7 @@ TEST(FailedRender, GivesEverythingBackWhenAllCallsOfOneKindThrow) {
             for (const RenderPath path : {RenderPath::smart, RenderPath::plain}) {
                 const auto call = static_cast<refhost::Call>(kind);
                 SCOPED_TRACE(refhost::Name(call));
-                Scene scene(InOrder(), Linked());
+                HostedScene scene(InOrder(), Linked());
                 scene.host.options().genericIteration = generic;
                 scene.host.options().faults = [call](const refhost::CallRecord& made) -> std::optional<PF_Err> {
                     if (made.call == call) throw std::runtime_error("thrown on purpose");
@@ -53,7 +53,7 @@ TEST(FailedRender, GivesEverythingBackWhenAllCallsOfOneKindThrow) {
 }
 
 TEST(FailedRender, UnlocksTheMutexAfterAnError) {
-    Scene scene(InOrder(), Linked());
+    HostedScene scene(InOrder(), Linked());
     scene.host.options().faults = Fail("iterate_generic 3");
     for (const RenderPath path : {RenderPath::smart, RenderPath::plain}) {
         EXPECT_EQ(scene.Render(path), kFault);
@@ -63,7 +63,7 @@ TEST(FailedRender, UnlocksTheMutexAfterAnError) {
 }
 
 TEST(FailedRender, ReturnsAnIntThatACheckoutThrowsAndKeepsNothing) {
-    Scene scene(InOrder(), Linked());
+    HostedScene scene(InOrder(), Linked());
     scene.host.options().faults = [](const refhost::CallRecord& call) -> std::optional<PF_Err> {
         if (Line(call) == "checkout_param 4") throw 99;
         return std::nullopt;

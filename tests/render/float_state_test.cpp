@@ -66,7 +66,7 @@ protected:
 TEST_P(HostThatChangesFloats, GetsTheSamePicture) {
     refhost::PluginLibrary library = Library();
     for (const PF_PixelFormat format : {kFormatArgb8, kFormatArgb16, kFormatArgbFloat, kFormatBgraFloat}) {
-        Scene scene(InOrder(), library);
+        HostedScene scene(InOrder(), library);
         scene.UseFormat(format);
         Fill(scene.input, format);
         scene.settings.downsampleX = {2, 3};

@@ -91,10 +91,10 @@ TEST_P(ParameterCopies, AsksForTheParametersAtTheFramesTime) {
 
 TEST_P(ParameterCopies, TakesAParameterForZeroWhenItsCheckoutFailsWhateverTheHostWrote) {
     for (std::int32_t index = 1; index <= 5; ++index)
-        scene.instance.Set(index, Scene::Zero(index));
+        scene.instance.Set(index, HostedScene::Zero(index));
     const auto zero = Clean();
     for (std::int32_t index = 1; index <= 5; ++index)
-        scene.instance.Set(index, Scene::Value(index));
+        scene.instance.Set(index, HostedScene::Value(index));
 
     ParamWatch::Forget();
     ParamWatch::failAfterwards = true;

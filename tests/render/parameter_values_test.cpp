@@ -12,9 +12,9 @@ using refhost::PointValue;
 using refhost::PopupValue;
 using ParameterValues = Render;
 
-class Job : public testing::Test {
+class JobOfParameters : public testing::Test {
 protected:
-    Job() {
+    JobOfParameters() {
         values_ = {};
         inData.inter.checkout_param = [](PF_ProgPtr, std::int32_t index, std::int32_t, std::int32_t, std::uint32_t,
                                          PF_ParamDef* param) -> PF_Err {
@@ -39,8 +39,8 @@ private:
     static inline std::array<PF_ParamDef, nuv::PARAM_COUNT> values_{};
 };
 
-TEST_F(Job, RoundsTheCenterTowardMinusInfinity) {
-    constexpr auto kMost = std::numeric_limits<PF_Fixed>::max();
+TEST_F(JobOfParameters, RoundsTheCenterTowardMinusInfinity) {
+    constexpr auto kMostFixed = std::numeric_limits<PF_Fixed>::max();
     constexpr auto kLeast = std::numeric_limits<PF_Fixed>::min();
     const std::pair<PF_Fixed, std::int32_t> table[] = {
         {0, 0},
@@ -52,7 +52,7 @@ TEST_F(Job, RoundsTheCenterTowardMinusInfinity) {
         {Fixed(-0.5), -1},
         {Fixed(100.75), 100},
         {Fixed(-100.75), -101},
-        {kMost, 32767},
+        {kMostFixed, 32767},
         {kLeast, -32768},
     };
     for (const auto& [fixed, whole] : table) {
@@ -64,14 +64,14 @@ TEST_F(Job, RoundsTheCenterTowardMinusInfinity) {
     }
 }
 
-TEST_F(Job, RoundsMinusAHalfToMinusOneAnd100AndThreeQuartersTo100) {
+TEST_F(JobOfParameters, RoundsMinusAHalfToMinusOneAnd100AndThreeQuartersTo100) {
     Value(nuv::PARAM_FRAME_CENTER).td.x_value = Fixed(-0.5);
     Value(nuv::PARAM_FRAME_CENTER).td.y_value = Fixed(100.75);
     EXPECT_EQ(Filled().centerX, -1);
     EXPECT_EQ(Filled().centerY, 100);
 }
 
-TEST_F(Job, CountsMenusFromZeroSoThatZeroBecomesMinusOne) {
+TEST_F(JobOfParameters, CountsMenusFromZeroSoThatZeroBecomesMinusOne) {
     EXPECT_EQ(Filled().mode, -1);
     EXPECT_EQ(Filled().scaling, -1);
     EXPECT_EQ(Filled().show, -1);
@@ -85,14 +85,14 @@ TEST_F(Job, CountsMenusFromZeroSoThatZeroBecomesMinusOne) {
     EXPECT_EQ(Filled().mode, std::numeric_limits<std::int32_t>::max());
 }
 
-TEST_F(Job, NarrowsTheAmountToAFloat) {
+TEST_F(JobOfParameters, NarrowsTheAmountToAFloat) {
     for (const double amount : {0.0, -100.0, 12.34, 1.0 / 3, 1e-50}) {
         Value(nuv::PARAM_AMOUNT).fs_d.value = amount;
         EXPECT_EQ(Filled().amount, static_cast<float>(amount));
     }
 }
 
-TEST_F(Job, StartsAtZeroWithEightBitBuffers) {
+TEST_F(JobOfParameters, StartsAtZeroWithEightBitBuffers) {
     const nuv::RenderData job;
     EXPECT_EQ(job.sourceOffsetX, 0.0f);
     EXPECT_EQ(job.sourceOffsetY, 0.0f);

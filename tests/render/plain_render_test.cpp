@@ -9,18 +9,18 @@ namespace {
 using namespace protocol;
 
 TEST(PlainRender, CallsTheHostInOrder) {
-    Scene scene;
+    HostedScene scene;
     ExpectOrder(scene, RenderPath::plain, PlainRenderCalls());
 }
 
 TEST(PlainRender, KeepsItsPromisesWhicheverCallFails) {
-    Scene scene;
+    HostedScene scene;
     ExpectEveryFailure(scene, RenderPath::plain, PlainRenderCalls());
 }
 
 TEST(PlainRender, KeepsItsPromisesWith16BitAndFloatPixels) {
     for (const PF_PixelFormat format : {kFormatArgb16, kFormatArgbFloat}) {
-        Scene scene;
+        HostedScene scene;
         scene.UseFormat(format);
         DriverCalls driver;
         driver.deep = true;
@@ -30,7 +30,7 @@ TEST(PlainRender, KeepsItsPromisesWith16BitAndFloatPixels) {
 }
 
 TEST(PlainRender, NeverHasAnOffsetWhateverTheLayersPosition) {
-    Scene scene;
+    HostedScene scene;
     const auto picture = scene.CleanPicture(RenderPath::plain);
     const auto pixels = scene.input.Pixels();
     for (const auto& [x, y] : {std::pair(0, 0), std::pair(3, -2), std::pair(-100, 50)}) {
@@ -44,7 +44,7 @@ TEST(PlainRender, NeverHasAnOffsetWhateverTheLayersPosition) {
 }
 
 TEST(PlainRender, NeverReadsTheParametersInTheArray) {
-    Scene scene;
+    HostedScene scene;
     const auto picture = scene.CleanPicture(RenderPath::plain);  // its array has null entries
     std::array<PF_ParamDef, 5> values;
     std::memset(values.data(), 0x77, sizeof values);
@@ -56,7 +56,7 @@ TEST(PlainRender, NeverReadsTheParametersInTheArray) {
 }
 
 TEST(PlainRender, SucceedsWithoutAPictureWhenThereIsNoBasicSuite) {
-    Scene scene(InOrder(), Between::Put(Binary()));
+    HostedScene scene(InOrder(), Between::Put(Binary()));
     Between::change = [](PF_Cmd, PF_InData& inData, void*) { inData.pica_basicP = nullptr; };
     EXPECT_EQ(scene.Render(RenderPath::plain), PF_Err_NONE);
     EXPECT_TRUE(scene.OutputUntouched());
@@ -67,7 +67,7 @@ TEST(PlainRender, SucceedsWithoutAPictureWhenThereIsNoBasicSuite) {
 }
 
 TEST(PlainRender, RendersTheSameAsASmartRenderWithoutOffset) {
-    Scene scene;
+    HostedScene scene;
     scene.settings.checkoutResult = PF_LRect{0, 0, 6, 3};
     EXPECT_EQ(scene.CleanPicture(RenderPath::plain), scene.CleanPicture(RenderPath::smart));
 }

@@ -36,7 +36,7 @@ protected:
     }
 
     void ExpectWholeLayer() const {
-        constexpr PF_LRect layer{0, 0, Scene::kWidth, Scene::kHeight};
+        constexpr PF_LRect layer{0, 0, HostedScene::kWidth, HostedScene::kHeight};
         EXPECT_EQ(output().result_rect, layer);
         EXPECT_EQ(output().max_result_rect, layer);
     }
@@ -50,7 +50,7 @@ protected:
 
     ~SmartPreRender() override { Between::change = nullptr; }
 
-    Scene scene{InOrder(), Between::Put(Binary())};
+    HostedScene scene{InOrder(), Between::Put(Binary())};
     refhost::RenderResult result;
 };
 
@@ -65,7 +65,7 @@ TEST_F(SmartPreRender, RequestsAndAnnouncesTheWholeLayerWhateverIsAskedFor) {
     for (const PF_LRect& asked : {PF_LRect{2, 1, 3, 2}, PF_LRect{-50, -50, 50, 50}, PF_LRect{9, 9, 4, 4}}) {
         scene.settings.request = asked;
         EXPECT_EQ(Send(), PF_Err_NONE);
-        EXPECT_EQ(result.inputRequest.rect, (PF_LRect{0, 0, Scene::kWidth, Scene::kHeight}));
+        EXPECT_EQ(result.inputRequest.rect, (PF_LRect{0, 0, HostedScene::kWidth, HostedScene::kHeight}));
         ExpectWholeLayer();
     }
 }
@@ -106,12 +106,12 @@ TEST_F(SmartPreRender, LeavesTheHostsOwnRequestAlone) {
 }
 
 TEST_F(SmartPreRender, ChecksOutTheInputLayerAtTheFramesTime) {
-    struct Arguments {
+    struct Checkout {
         PF_ProgPtr ref;
         std::int32_t index, checkoutId, whatTime, timeStep;
         std::uint32_t timeScale;
     };
-    static Arguments got;
+    static Checkout got;
     static PF_ProgPtr ref;
     got = {};
     BeforeTheEffect([](PF_InData& inData, PF_PreRenderExtra& extra) {

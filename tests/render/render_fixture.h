@@ -33,7 +33,7 @@ protected:
 
     ~Render() override { Between::change = nullptr; }
 
-    Scene scene{InOrder(), Between::Put(Binary())};
+    HostedScene scene{InOrder(), Between::Put(Binary())};
 };
 
 }  // namespace protocol

@@ -42,7 +42,7 @@ constexpr const char* kArrived = "checkout_param 5";
 // Starts one render, and another one as soon as the first is inside the driver. The first goes on only when the
 // second waits for the mutex, and sleeps in every row to give the second time to overtake it.
 void ExpectTurns(refhost::PluginLibrary library, RenderPath first, RenderPath second) {
-    Scene a(InOrder(), library), b(InOrder(), library);
+    HostedScene a(InOrder(), library), b(InOrder(), library);
     Signal inside, arrived;
     std::mutex mutex;
     std::vector<std::string> events;  // "a in", "a out", …
@@ -78,7 +78,7 @@ void ExpectTurns(refhost::PluginLibrary library, RenderPath first, RenderPath se
     EXPECT_EQ(a.Render(first), PF_Err_NONE);
     EXPECT_EQ(other.get(), PF_Err_NONE);
     EXPECT_EQ(events, (Lines{"a in", "a out", "b in", "b out"}));
-    for (Scene* scene : {&a, &b}) {
+    for (HostedScene* scene : {&a, &b}) {
         EXPECT_EQ(scene->Outstanding(), Lines());
         EXPECT_EQ(scene->Misuse(), Lines());
     }
@@ -101,7 +101,7 @@ TEST(RenderMutex, LetsASmartAndAPlainRenderTakeTurns) {
 
 // Four threads render many frames. No driver makes its first call before the driver of another frame made its last.
 TEST(RenderMutex, NeverInterleavesManyRenders) {
-    Scene scene;
+    HostedScene scene;
     constexpr int kThreads = 4, kFrames = 5;
     scene.host.options().faults = [](const refhost::CallRecord& call) -> std::optional<PF_Err> {
         if (call.call == refhost::Call::row) std::this_thread::sleep_for(200us);
@@ -149,7 +149,7 @@ TEST(RenderMutex, NeverInterleavesManyRenders) {
 
 TEST(RenderMutex, IsLockedAfterTheCheckoutsAndNeverByPreRender) {
     for (const RenderPath path : {RenderPath::smart, RenderPath::plain}) {
-        Scene scene(InOrder(), Linked());
+        HostedScene scene(InOrder(), Linked());
         Signal arrived;
         std::atomic<bool> driver{false};
         scene.host.options().faults = [&](const refhost::CallRecord& call) -> std::optional<PF_Err> {
@@ -176,7 +176,7 @@ TEST(RenderMutex, IsLockedAfterTheCheckoutsAndNeverByPreRender) {
 
 TEST(RenderMutex, IsUnlockedBeforeTheParametersAreCheckedIn) {
     for (const RenderPath path : {RenderPath::smart, RenderPath::plain}) {
-        Scene scene(InOrder(), Linked());
+        HostedScene scene(InOrder(), Linked());
         int free = 0;
         scene.host.options().faults = [&](const refhost::CallRecord& call) -> std::optional<PF_Err> {
             if (call.call != refhost::Call::checkinParam) return std::nullopt;

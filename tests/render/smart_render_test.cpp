@@ -25,18 +25,18 @@ Script SmartRenderCalls(const DriverCalls& driver = {}) {
 }
 
 TEST(SmartRender, CallsTheHostInOrder) {
-    Scene scene;
+    HostedScene scene;
     ExpectOrder(scene, RenderPath::smart, SmartRenderCalls());
 }
 
 TEST(SmartRender, KeepsItsPromisesWhicheverCallFails) {
-    Scene scene;
+    HostedScene scene;
     ExpectEveryFailure(scene, RenderPath::smart, SmartRenderCalls());
 }
 
 TEST(SmartRender, KeepsItsPromisesWith16BitAndFloatPixels) {
     for (const PF_PixelFormat format : {kFormatArgb16, kFormatArgbFloat}) {
-        Scene scene;
+        HostedScene scene;
         scene.UseFormat(format);
         DriverCalls driver;
         driver.deep = true;

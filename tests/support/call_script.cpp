@@ -84,7 +84,7 @@ Script PlainRenderCalls(const DriverCalls& driver) {
     return Join({ParameterCheckouts(), driver.Steps(), ParameterCheckins()});
 }
 
-void ExpectOrder(Scene& scene, RenderPath path, const Script& script) {
+void ExpectOrder(HostedScene& scene, RenderPath path, const Script& script) {
     EXPECT_EQ(scene.Render(path), PF_Err_NONE);
     EXPECT_EQ(scene.Calls(), LinesOf(script));
     EXPECT_EQ(scene.Outstanding(), Lines());
@@ -93,24 +93,24 @@ void ExpectOrder(Scene& scene, RenderPath path, const Script& script) {
 
 namespace {
 
-std::vector<std::byte> Expected(Scene& scene, RenderPath path, const Picture& picture) {
+std::vector<std::byte> Expected(HostedScene& scene, RenderPath path, const ExpectedPicture& picture) {
     switch (picture.kind) {
-        case Picture::Kind::untouched:
+        case ExpectedPicture::Kind::untouched:
             return refhost::World(scene.output.layout()).Pixels();
-        case Picture::Kind::topRows: {
+        case ExpectedPicture::Kind::topRows: {
             auto pixels = scene.CleanPicture(path);
-            const auto rowBytes = static_cast<std::ptrdiff_t>(pixels.size()) / Scene::kHeight;
+            const auto rowBytes = static_cast<std::ptrdiff_t>(pixels.size()) / HostedScene::kHeight;
             std::fill(pixels.begin() + rowBytes * picture.number, pixels.end(), std::byte{refhost::World::kPoison});
             return pixels;
         }
-        case Picture::Kind::zeroParameter: {
-            scene.instance.Set(picture.number, Scene::Zero(picture.number));
+        case ExpectedPicture::Kind::zeroParameter: {
+            scene.instance.Set(picture.number, HostedScene::Zero(picture.number));
             auto pixels = scene.CleanPicture(path);
-            scene.instance.Set(picture.number, Scene::Value(picture.number));
+            scene.instance.Set(picture.number, HostedScene::Value(picture.number));
             EXPECT_NE(pixels, scene.CleanPicture(path)) << "parameter " << picture.number << " makes no difference";
             return pixels;
         }
-        case Picture::Kind::withoutOffset: {
+        case ExpectedPicture::Kind::withoutOffset: {
             auto pixels = scene.CleanPicture(RenderPath::plain);
             EXPECT_NE(pixels, scene.CleanPicture(RenderPath::smart)) << "the offset makes no difference";
             return pixels;
@@ -122,7 +122,7 @@ std::vector<std::byte> Expected(Scene& scene, RenderPath path, const Picture& pi
 
 }  // namespace
 
-void ExpectEveryFailure(Scene& scene, RenderPath path, const Script& script) {
+void ExpectEveryFailure(HostedScene& scene, RenderPath path, const Script& script) {
     const auto clean = scene.CleanPicture(path);
     const auto calls = scene.host.account().Calls();
     ASSERT_EQ(calls.size(), script.size());
@@ -135,7 +135,7 @@ void ExpectEveryFailure(Scene& scene, RenderPath path, const Script& script) {
 
         scene.host.options().faults = Fail(calls[i].call, calls[i].index);
         EXPECT_EQ(scene.Render(path), step.code);
-        if (step.picture.kind != Picture::Kind::anything) {
+        if (step.picture.kind != ExpectedPicture::Kind::anything) {
             EXPECT_EQ(scene.output.Pixels(), expected);
         }
         EXPECT_EQ(scene.output.Surroundings(), "");

@@ -9,20 +9,20 @@
 namespace protocol {
 
 // What the output holds afterwards.
-struct Picture {
+struct ExpectedPicture {
     enum class Kind { asClean, untouched, topRows, zeroParameter, withoutOffset, anything };
     Kind kind;
     int number = 0;  // how many rows, or which parameter
 };
-inline constexpr Picture kAsClean{Picture::Kind::asClean};
-inline constexpr Picture kUntouched{Picture::Kind::untouched};
-inline constexpr Picture kWithoutOffset{Picture::Kind::withoutOffset};
-inline constexpr Picture kAnything{Picture::Kind::anything};
-constexpr Picture TopRows(int rows) {
-    return {Picture::Kind::topRows, rows};
+inline constexpr ExpectedPicture kAsClean{ExpectedPicture::Kind::asClean};
+inline constexpr ExpectedPicture kUntouched{ExpectedPicture::Kind::untouched};
+inline constexpr ExpectedPicture kWithoutOffset{ExpectedPicture::Kind::withoutOffset};
+inline constexpr ExpectedPicture kAnything{ExpectedPicture::Kind::anything};
+constexpr ExpectedPicture TopRows(int rows) {
+    return {ExpectedPicture::Kind::topRows, rows};
 }
-constexpr Picture ZeroParameter(int index) {
-    return {Picture::Kind::zeroParameter, index};
+constexpr ExpectedPicture ZeroParameter(int index) {
+    return {ExpectedPicture::Kind::zeroParameter, index};
 }
 
 // One call that the effect makes in a render in which nothing fails, and what is promised if this call fails with
@@ -30,7 +30,7 @@ constexpr Picture ZeroParameter(int index) {
 struct Step {
     const char* call;
     PF_Err code;
-    Picture picture;
+    ExpectedPicture picture;
     const char* kept = nullptr;  // the one thing that is not given back
     Lines misuse = {};           // what the host complains of
 };
@@ -86,10 +86,10 @@ struct DriverCalls {
 Script PlainRenderCalls(const DriverCalls& driver = {});
 
 // Fails the test unless a render in which nothing fails makes exactly these calls.
-void ExpectOrder(Scene& scene, RenderPath path, const Script& script);
+void ExpectOrder(HostedScene& scene, RenderPath path, const Script& script);
 
 // Makes every call of the render fail in turn, and expects what the script promises. After each failure, the same
 // instance must render the right picture again.
-void ExpectEveryFailure(Scene& scene, RenderPath path, const Script& script);
+void ExpectEveryFailure(HostedScene& scene, RenderPath path, const Script& script);
 
 }  // namespace protocol

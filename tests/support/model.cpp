@@ -9,7 +9,7 @@
 namespace model {
 namespace {
 
-struct Rgba {
+struct Colour {
     float r = 0, g = 0, b = 0, a = 0;
 };
 
@@ -62,13 +62,13 @@ float ReadChannel(const std::byte* at, Channel channel) {
     return value;
 }
 
-Rgba Sample(const Picture& source, const Layout& layout, std::int32_t column, std::int32_t row) {
+Colour Sample(const Picture& source, const Layout& layout, std::int32_t column, std::int32_t row) {
     if (column < 0 || column >= source.width || row < 0 || row >= source.height) return {};
     const std::size_t size = ChannelBytes(layout.channel);
     const std::size_t index =
         static_cast<std::size_t>(row) * static_cast<std::size_t>(source.width) + static_cast<std::size_t>(column);
     const std::byte* pixel = source.pixels.data() + index * 4 * size;
-    Rgba result;
+    Colour result;
     result.r = ReadChannel(pixel + layout.rgba[0] * size, layout.channel);
     result.g = ReadChannel(pixel + layout.rgba[1] * size, layout.channel);
     result.b = ReadChannel(pixel + layout.rgba[2] * size, layout.channel);
@@ -84,8 +84,8 @@ float Length(float x, float y) {
     return std::sqrt(sum);
 }
 
-Rgba Pixel(const Picture& source, const Layout& layout, const Settings& s, int width, int height, int column,
-           int row) {
+Colour Pixel(const Picture& source, const Layout& layout, const Settings& s, int width, int height, int column,
+             int row) {
     const float x = static_cast<float>(column);
     const float y = static_cast<float>(row);
     const float scaledWidth = static_cast<float>(width) * s.downsampleX;
@@ -118,15 +118,15 @@ Rgba Pixel(const Picture& source, const Layout& layout, const Settings& s, int w
     const float zoom = s.amount >= 0.0f ? 1.0f + e : 1.0f - e;
     const float inverse = 1.0f / zoom;
 
-    const Rgba direct = Sample(source, layout, Truncate(x - s.offsetX), Truncate(y - s.offsetY));
+    const Colour direct = Sample(source, layout, Truncate(x - s.offsetX), Truncate(y - s.offsetY));
 
     const float awayX = inverse * dx;
     const float awayY = inverse * dy;
     const float zoomedX = static_cast<float>(Truncate(awayX + cx));
     const float zoomedY = static_cast<float>(Truncate(awayY + mirroredY));
-    const Rgba magnified = Sample(source, layout, Truncate(zoomedX - s.offsetX), Truncate(zoomedY - s.offsetY));
+    const Colour magnified = Sample(source, layout, Truncate(zoomedX - s.offsetX), Truncate(zoomedY - s.offsetY));
 
-    Rgba out = direct;
+    Colour out = direct;
     const bool first = s.amount >= 0.0f;
     if (s.mode == 0) {
         if (first) {
@@ -204,7 +204,7 @@ Rendering Render(const Picture& source, const Settings& settings, int width, int
     Rendering result;
     for (int row = 0; row < height; ++row) {
         for (int column = 0; column < width; ++column) {
-            const Rgba pixel = Pixel(source, *layout, settings, width, height, column, row);
+            const Colour pixel = Pixel(source, *layout, settings, width, height, column, row);
             result.rgba.insert(result.rgba.end(), {pixel.r, pixel.g, pixel.b, pixel.a});
         }
     }

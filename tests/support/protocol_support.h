@@ -168,13 +168,13 @@ inline refhost::FaultPlan Fail(const std::string& line, PF_Err code = kFault) {
 
 // An instance of the effect on a layer of 6 x 3 pixels at (1, 1). Each parameter, and the layer's offset in a
 // smart render, makes a difference in the picture.
-class Scene {
+class HostedScene {
 public:
     static constexpr int kWidth = 6, kHeight = 3;
 
-    explicit Scene(refhost::HostOptions options = InOrder(), refhost::PluginLibrary library = Binary())
+    explicit HostedScene(refhost::HostOptions options = InOrder(), refhost::PluginLibrary library = Binary())
         : host(std::move(library), std::move(options)), instance(SetUp(host)) {
-        UseFormat(refhost::FindFormat(host.options().personality, 8)->code);
+        UseFormat(refhost::FindFormatOfDepth(host.options().personality, 8)->code);
         settings.input = &input;
         settings.output = &output;
         // The host gives the whole layer, whatever part the effect asks for.

@@ -23,7 +23,7 @@ void Put(std::vector<std::byte>& bytes, T value) {
 }
 
 // 0 and white are frequent, above all in alpha.
-std::uint32_t RandomWhole(Random& random, bool alpha, std::uint32_t white) {
+std::uint32_t RandomWhole(SplitMix64& random, bool alpha, std::uint32_t white) {
     switch (random.Below(alpha ? 4 : 16)) {
         case 0:
             return 0;
@@ -34,7 +34,7 @@ std::uint32_t RandomWhole(Random& random, bool alpha, std::uint32_t white) {
     }
 }
 
-float RandomOrdinary(Random& random, bool alpha) {
+float RandomOrdinary(SplitMix64& random, bool alpha) {
     switch (random.Below(alpha ? 4 : 16)) {
         case 0:
             return 0;
@@ -49,7 +49,7 @@ float RandomOrdinary(Random& random, bool alpha) {
     }
 }
 
-float RandomWild(Random& random) {
+float RandomWild(SplitMix64& random) {
     using Limits = std::numeric_limits<float>;
     constexpr std::array kWild = {0.0f,
                                   -0.0f,
@@ -75,7 +75,7 @@ float RandomWild(Random& random) {
     return index < kWild.size() ? kWild[index] : random.Unit() * 3.0f - 1.0f;
 }
 
-std::uint32_t Wild16(Random& random) {
+std::uint32_t Wild16(SplitMix64& random) {
     return random.Below(3) == 0 ? 32766 + random.Below(5) : random.Below(65536);
 }
 
@@ -130,7 +130,7 @@ refhost::PluginLibrary Plugin() {
     return plugin;
 }
 
-std::uint64_t Random::Next() {
+std::uint64_t SplitMix64::Next() {
     std::uint64_t z = state_ += 0x9E3779B97F4A7C15u;
     z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9u;
     z = (z ^ (z >> 27)) * 0x94D049BB133111EBu;
@@ -139,7 +139,7 @@ std::uint64_t Random::Next() {
 
 std::vector<std::byte> RandomPixels(PF_PixelFormat format, int width, int height, Values values,
                                     std::uint64_t seed) {
-    Random random(seed);
+    SplitMix64 random(seed);
     const bool wild = values == Values::wild;
     std::vector<std::byte> pixels;
     const refhost::PixelFormat* const known = refhost::FindFormat(format);
@@ -340,11 +340,11 @@ std::vector<std::byte> ExpectAsModel(Stage& stage, const Scene& scene) {
     return pixels;
 }
 
-std::ostream& operator<<(std::ostream& out, const Place& place) {
+std::ostream& operator<<(std::ostream& out, const SamplePlace& place) {
     return out << "column " << place.column << ", row " << place.row;
 }
 
-Places::Places(Stage& stage, Scene scene) : width_(scene.output.width) {
+SamplePlaces::SamplePlaces(Stage& stage, Scene scene) : width_(scene.output.width) {
     // Mode 2 (green) with a negative amount takes red and blue from the enlarged sample, which is 0 outside the
     // source.
     scene.source.format = scene.output.format = kFormatArgbFloat;

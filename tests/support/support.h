@@ -27,9 +27,9 @@ std::string FormatName(PF_PixelFormat format);
 refhost::PluginLibrary Plugin();
 
 // SplitMix64: the same numbers everywhere.
-class Random {
+class SplitMix64 {
 public:
-    explicit Random(std::uint64_t seed) : state_(seed) {}
+    explicit SplitMix64(std::uint64_t seed) : state_(seed) {}
     std::uint64_t Next();
     std::uint32_t Below(std::uint32_t count) { return static_cast<std::uint32_t>(Next() % count); }
     float Unit() { return static_cast<float>(Next() >> 40) * 0x1p-24f; }  // 0 up to, not including, 1
@@ -117,25 +117,27 @@ void ExpectSamePixels(std::span<const std::byte> expected, std::span<const std::
                       const refhost::WorldLayout& layout);
 
 // The source pixel at which an enlarged sample was taken.
-struct Place {
+struct SamplePlace {
     int column = -1;  // -1: outside the source
     int row = -1;
-    bool operator==(const Place&) const = default;
+    bool operator==(const SamplePlace&) const = default;
 };
-inline constexpr Place kOutside{};
-std::ostream& operator<<(std::ostream& out, const Place& place);
+inline constexpr SamplePlace kOutside{};
+std::ostream& operator<<(std::ostream& out, const SamplePlace& place);
 
 // Finds the places of a scene's enlarged samples by a render through the plug-in. The source becomes a picture of
 // coordinates (below 1023), and mode, show and the sign of the amount change so that the output shows them. The
 // amount must not be 0.
-class Places {
+class SamplePlaces {
 public:
-    Places(Stage& stage, Scene scene);
-    Place At(int x, int y) const { return places_.at(static_cast<std::size_t>(std::ptrdiff_t{width_} * y + x)); }
+    SamplePlaces(Stage& stage, Scene scene);
+    SamplePlace At(int x, int y) const {
+        return places_.at(static_cast<std::size_t>(std::ptrdiff_t{width_} * y + x));
+    }
 
 private:
     int width_;
-    std::vector<Place> places_;
+    std::vector<SamplePlace> places_;
 };
 
 }  // namespace support

@@ -21,7 +21,7 @@ namespace {
 using namespace validator;
 using Ids = std::set<std::string>;
 
-struct Arguments {
+struct Options {
     std::filesystem::path plugin, broken, nuvhost;
     bool family = false, full = false;
     std::string glob = "*";
@@ -51,12 +51,12 @@ void ChooseFault(std::string_view id) {
     broken::SetVariable(broken::kChoice, std::string(id));
 }
 
-std::vector<const Check*> ChecksFor(const broken::Control& control, const Arguments& arguments) {
+std::vector<const Check*> ChecksFor(const broken::Control& control, const Options& options) {
     std::vector<const Check*> checks;
     for (const Check& check : AllChecks()) {
         const bool itself = check.id == control.check;
         const bool relative = FamilyOf(check.id) == FamilyOf(control.check);
-        const bool other = (arguments.full || (arguments.family && relative)) && check.kind != Kind::slow;
+        const bool other = (options.full || (options.family && relative)) && check.kind != Kind::slow;
         if (itself || other) checks.push_back(&check);
     }
     return checks;
@@ -70,12 +70,12 @@ struct Tried {
     std::string lacking;  // why the control's own check does not apply; empty if it does
 };
 
-Tried Try(const broken::Control& control, const std::vector<const Check*>& checks, const Arguments& arguments) {
+Tried Try(const broken::Control& control, const std::vector<const Check*>& checks, const Options& options) {
     RunOptions run;
-    run.plugin = arguments.broken;
+    run.plugin = options.broken;
     if (!control.file.empty())
-        run.plugin.replace_filename(control.file).replace_extension(arguments.broken.extension());
-    run.nuvhost = arguments.nuvhost;
+        run.plugin.replace_filename(control.file).replace_extension(options.broken.extension());
+    run.nuvhost = options.nuvhost;
     run.checks = checks;
     run.timeout = control.mends ? kEnough : std::chrono::seconds(10);  // some faults hang
     ChooseFault(control.check);
@@ -104,9 +104,9 @@ Ids Expected(const broken::Control& control, const std::vector<const Check*>& ch
     return expected;
 }
 
-void TryControl(const broken::Control& control, const Arguments& arguments, const Deviations& deviations) {
-    const auto checks = ChecksFor(control, arguments);
-    const auto [failing, lacking] = Try(control, checks, arguments);
+void TryControl(const broken::Control& control, const Options& options, const Deviations& deviations) {
+    const auto checks = ChecksFor(control, options);
+    const auto [failing, lacking] = Try(control, checks, options);
     if (!control.needs.empty() && !lacking.empty()) {
         std::printf("skip %s needs %s: %s\n", std::string(control.check).c_str(),
                     std::string(control.needs).c_str(), lacking.c_str());
@@ -118,16 +118,16 @@ void TryControl(const broken::Control& control, const Arguments& arguments, cons
     Judge(failing == expected, text);
 }
 
-void TryTrueEffect(const Arguments& arguments, const Deviations& deviations) {
+void TryTrueEffect(const Options& options, const Deviations& deviations) {
     RunOptions run;
-    run.plugin = arguments.plugin;
-    run.nuvhost = arguments.nuvhost;
+    run.plugin = options.plugin;
+    run.nuvhost = options.nuvhost;
     run.deviations = deviations;
     run.timeout = kEnough;
     std::size_t number = 0;
     for (const Check& check : AllChecks()) {
-        if (!MatchesGlob(check.id, arguments.glob)) continue;
-        if (number++ % arguments.shares == arguments.share) run.checks.push_back(&check);
+        if (!MatchesGlob(check.id, options.glob)) continue;
+        if (number++ % options.shares == options.share) run.checks.push_back(&check);
     }
     Ids needy;  // checks that may not apply
     for (const broken::Control& control : broken::AllControls()) {
@@ -176,22 +176,22 @@ void CompareTables(const Deviations& deviations) {
     }
 }
 
-Arguments Parse(int argc, char** argv) {
+Options Parse(int argc, char** argv) {
     std::vector<std::filesystem::path> files;
-    Arguments arguments;
+    Options options;
     for (int i = 1; i < argc; ++i) {
         const std::string word = argv[i];
         const bool hasValue = i + 1 < argc;
         if (word == "--family") {
-            arguments.family = true;
+            options.family = true;
         } else if (word == "--full") {
-            arguments.full = true;
+            options.full = true;
         } else if (word == "--check" && hasValue) {
-            arguments.glob = argv[++i];
+            options.glob = argv[++i];
         } else if (word == "--share" && hasValue) {
             const std::string text = argv[++i];
-            arguments.share = std::stoul(text);
-            arguments.shares = std::stoul(text.substr(text.find('/') + 1));
+            options.share = std::stoul(text);
+            options.shares = std::stoul(text.substr(text.find('/') + 1));
         } else if (!word.starts_with("-") && files.size() < 3) {
             files.push_back(std::filesystem::absolute(word).make_preferred());
         } else {
@@ -200,29 +200,29 @@ Arguments Parse(int argc, char** argv) {
     }
     if (files.size() < 2) throw std::invalid_argument("PLUGIN and BROKEN_PLUGIN are needed");
     files.resize(3);
-    arguments.plugin = files[0];
-    arguments.broken = files[1];
-    arguments.nuvhost = files[2];
-    return arguments;
+    options.plugin = files[0];
+    options.broken = files[1];
+    options.nuvhost = files[2];
+    return options;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
     try {
-        const Arguments arguments = Parse(argc, argv);
+        const Options options = Parse(argc, argv);
         if (std::ranges::none_of(AllChecks(),
-                                 [&](const Check& check) { return MatchesGlob(check.id, arguments.glob); })) {
-            throw std::invalid_argument("--check: \"" + arguments.glob + "\" matches no check");
+                                 [&](const Check& check) { return MatchesGlob(check.id, options.glob); })) {
+            throw std::invalid_argument("--check: \"" + options.glob + "\" matches no check");
         }
-        const Deviations deviations = ReadDeviations(DeviationsBeside(arguments.plugin));
+        const Deviations deviations = ReadDeviations(DeviationsBeside(options.plugin));
         ChooseFault("");
-        if (arguments.share == 0) CompareTables(deviations);
-        TryTrueEffect(arguments, deviations);
+        if (options.share == 0) CompareTables(deviations);
+        TryTrueEffect(options, deviations);
         std::size_t number = 0;
         for (const broken::Control& control : broken::AllControls()) {
-            if (!MatchesGlob(control.check, arguments.glob)) continue;
-            if (number++ % arguments.shares == arguments.share) TryControl(control, arguments, deviations);
+            if (!MatchesGlob(control.check, options.glob)) continue;
+            if (number++ % options.shares == options.share) TryControl(control, options, deviations);
         }
     } catch (const std::exception& error) {
         std::fprintf(stderr, "try_controls: %s\n", error.what());

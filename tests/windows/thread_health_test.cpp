@@ -99,7 +99,7 @@ protected:
         return options;
     }
 
-    Scene scene{Options()};
+    HostedScene scene{Options()};
 };
 
 TEST(Measuring, SeesWhatIsLostWithEveryThread) {

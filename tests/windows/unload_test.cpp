@@ -39,7 +39,7 @@ TEST(Unloading, LeavesNothing) {
 
 TEST(Unloading, LeavesNothingAfterAFrameAndAnException) {
     ExpectNoGrowth([](const refhost::PluginLibrary& library) {
-        Scene scene(InOrder(), library);
+        HostedScene scene(InOrder(), library);
         EXPECT_EQ(scene.Render(RenderPath::smart), PF_Err_NONE);
         scene.host.options().faults = Fail("AcquireSuite PF ANSI Suite 1");
         EXPECT_EQ(scene.host.About(), PF_Err_BAD_CALLBACK_PARAM);

@@ -106,7 +106,9 @@ void InSequences(Context& context) {
 class OneFrame {
 public:
     OneFrame(Context& context, RenderPath path)
-        : scene_(context, OneThread(context)), frame_(Scene::Layout(scene_.formats().front(), 4, 3)), path_(path) {
+        : scene_(context, OneThread(context)),
+          frame_(HostedScene::Layout(scene_.formats().front(), 4, 3)),
+          path_(path) {
         if (path == RenderPath::smart && scene_.path() != RenderPath::smart)
             context.NotApplicable("there is no smart render");
     }
@@ -129,7 +131,7 @@ private:
         return options;
     }
 
-    Scene scene_;
+    HostedScene scene_;
     Frame frame_;
     RenderPath path_;
 };

@@ -31,7 +31,7 @@ struct RowPlaces {
 };
 
 WorldLayout LaidOut(PF_PixelFormat format, signs::Size size, const RowPlaces& rows) {
-    WorldLayout layout = Scene::Layout(format, size);
+    WorldLayout layout = HostedScene::Layout(format, size);
     const int channel = refhost::BytesPerPixel(format) / 4;
     layout.padding = rows.padding * channel;
     layout.misalignment = rows.misalignment * channel;
@@ -41,9 +41,9 @@ WorldLayout LaidOut(PF_PixelFormat format, signs::Size size, const RowPlaces& ro
 
 template <RowPlaces in, RowPlaces out>
 void IsSamePicture(Context& context) {
-    Scene scene(context);
+    HostedScene scene(context);
     for (const PF_PixelFormat format : scene.formats()) {
-        Frame usual(Scene::Layout(format, context.size()));
+        Frame usual(HostedScene::Layout(format, context.size()));
         Frame other(LaidOut(format, context.size(), in), LaidOut(format, context.size(), out));
         ExpectSame(context, scene.Picture(other), scene.Picture(usual), usual.output.layout(),
                    "with rows at these places");
@@ -52,9 +52,10 @@ void IsSamePicture(Context& context) {
 
 // ---- Bytes that do not belong to the effect -------------------------------------------------------------------
 
-// Scene::Render reports bytes outside of the pixels that were written. Here the rows have such bytes between them.
+// HostedScene::Render reports bytes outside of the pixels that were written. Here the rows have such bytes between
+// them.
 void PaddingIsUntouched(Context& context) {
-    Scene scene(context);
+    HostedScene scene(context);
     for (const PF_PixelFormat format : scene.formats()) {
         Frame frame(LaidOut(format, context.size(), {.padding = 4}),
                     LaidOut(format, context.size(), {.padding = 20}));
@@ -63,7 +64,7 @@ void PaddingIsUntouched(Context& context) {
 }
 
 void PaddingIsNotRead(Context& context) {
-    Scene scene(context);
+    HostedScene scene(context);
     for (const PF_PixelFormat format : scene.formats()) {
         const WorldLayout layout = LaidOut(format, context.size(), {.padding = 8});
         Frame frame(layout);
@@ -102,9 +103,9 @@ private:
 
 template <bool input, bool atEnd>
 void StaysBetweenPages(Context& context) {
-    Scene scene(context);
+    HostedScene scene(context);
     for (const PF_PixelFormat format : scene.formats()) {
-        Frame frame(Scene::Layout(format, context.size()));
+        Frame frame(HostedScene::Layout(format, context.size()));
         const auto expected = scene.Picture(frame);
         frame.Poison();
         const BetweenPages pages(input ? frame.input : frame.output, atEnd);
@@ -119,7 +120,7 @@ void StaysBetweenPages(Context& context) {
 constexpr int kLeft = 3, kTop = 2, kRight = 5, kBottom = 4;  // the margins around the rectangle
 
 WorldLayout Around(const WorldLayout& inner) {
-    return Scene::Layout(inner.format, inner.width + kLeft + kRight, inner.height + kTop + kBottom);
+    return HostedScene::Layout(inner.format, inner.width + kLeft + kRight, inner.height + kTop + kBottom);
 }
 
 // Makes the world's record describe the rectangle only. Returns the address of the rectangle's first pixel.
@@ -135,9 +136,9 @@ std::byte* CutOut(refhost::World& world, const WorldLayout& inner) {
 }
 
 void InputMayBeCutOut(Context& context) {
-    Scene scene(context);
+    HostedScene scene(context);
     for (const PF_PixelFormat format : scene.formats()) {
-        const WorldLayout inner = Scene::Layout(format, context.size());
+        const WorldLayout inner = HostedScene::Layout(format, context.size());
         Frame cut(Around(inner), inner);
         const std::byte* const data = CutOut(cut.input, inner);
         Frame whole(inner);
@@ -167,9 +168,9 @@ void ExpectPoisonAround(Context& context, const refhost::World& world) {
 }
 
 void OutputMayBeCutOut(Context& context) {
-    Scene scene(context);
+    HostedScene scene(context);
     for (const PF_PixelFormat format : scene.formats()) {
-        const WorldLayout inner = Scene::Layout(format, context.size());
+        const WorldLayout inner = HostedScene::Layout(format, context.size());
         Frame whole(inner);
         Frame cut(inner, Around(inner));
         const std::byte* const data = CutOut(cut.output, inner);
@@ -186,11 +187,11 @@ void OutputMayBeCutOut(Context& context) {
 // Each world consists of every second row of a frame.
 template <int field>
 void RendersField(Context& context) {
-    Scene scene(context);
+    HostedScene scene(context);
     const auto [width, height] = context.size();
     for (const PF_PixelFormat format : scene.formats()) {
-        const WorldLayout layout = Scene::Layout(format, width, height);
-        const WorldLayout both = Scene::Layout(format, width, 2 * height);
+        const WorldLayout layout = HostedScene::Layout(format, width, height);
+        const WorldLayout both = HostedScene::Layout(format, width, 2 * height);
         const int rowBytes = layout.width * refhost::BytesPerPixel(format);
         Frame packed(layout), frame(both);
         for (refhost::World* world : {&frame.input, &frame.output}) {
@@ -247,9 +248,9 @@ private:
 
 template <bool input>
 void RowsMayBeFarApart(Context& context) {
-    Scene scene(context);
+    HostedScene scene(context);
     const PF_PixelFormat format = scene.formats().back();
-    Frame frame(Scene::Layout(format, context.size()));
+    Frame frame(HostedScene::Layout(format, context.size()));
     const auto expected = scene.Picture(frame);
     frame.Poison();
     const Spread rows(input ? frame.input : frame.output);

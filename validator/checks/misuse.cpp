@@ -185,8 +185,8 @@ void RefusesRenderWithoutParams(Context& context) {
 // The effect may return any code for a frame in which one world is missing. The next frame must be right.
 template <bool Frame::*part>
 void LivesWithout(Context& context) {
-    Scene scene(context);
-    Frame frame(Scene::Layout(scene.formats().front(), context.size()));
+    HostedScene scene(context);
+    Frame frame(HostedScene::Layout(scene.formats().front(), context.size()));
     const auto expected = scene.Picture(frame);
     std::vector<RenderPath> paths{RenderPath::plain};
     if (scene.path() == RenderPath::smart) paths.push_back(RenderPath::smart);

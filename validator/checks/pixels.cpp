@@ -19,13 +19,13 @@ using refhost::WorldLayout;
 using signs::SizeOf;
 
 // Renders with two poisons, because one poison may by chance be the right value of a pixel that is not written.
-void ExpectWritten(Context& context, Scene& scene, Frame& frame) {
+void ExpectWritten(Context& context, HostedScene& scene, Frame& frame) {
     const auto first = scene.Picture(frame, 0xA5);
     ExpectSame(context, scene.Picture(frame, 0x5A), first, frame.output.layout(),
                "with other bytes in the output before");
 }
 
-PF_PixelFormat FormatOf(Context& context, const Scene& scene, int bytesPerPixel) {
+PF_PixelFormat FormatOf(Context& context, const HostedScene& scene, int bytesPerPixel) {
     for (const PF_PixelFormat format : scene.formats()) {
         if (refhost::BytesPerPixel(format) == bytesPerPixel) return format;
     }
@@ -43,23 +43,23 @@ std::vector<Channel> ChannelsOf(const std::vector<std::byte>& pixels) {
 
 template <int bytesPerPixel>
 void IsWritten(Context& context) {
-    Scene scene(context);
+    HostedScene scene(context);
     const PF_PixelFormat format = FormatOf(context, scene, bytesPerPixel);
-    Frame frame(Scene::Layout(format, context.size()));
+    Frame frame(HostedScene::Layout(format, context.size()));
     ExpectWritten(context, scene, frame);
 }
 
 void StaysBelowWhite16(Context& context) {
-    Scene scene(context);
-    Frame frame(Scene::Layout(FormatOf(context, scene, 8), context.size()));
+    HostedScene scene(context);
+    Frame frame(HostedScene::Layout(FormatOf(context, scene, 8), context.size()));
     for (const std::uint16_t channel : ChannelsOf<std::uint16_t>(scene.Picture(frame)))
         context.Require(channel <= 32768,
                         "a channel is " + std::to_string(channel) + ", above white, which is 32768");
 }
 
 void StaysFinite(Context& context) {
-    Scene scene(context);
-    Frame frame(Scene::Layout(FormatOf(context, scene, 16), context.size()));
+    HostedScene scene(context);
+    Frame frame(HostedScene::Layout(FormatOf(context, scene, 16), context.size()));
     for (const float channel : ChannelsOf<float>(scene.Picture(frame)))
         context.Require(std::isfinite(channel), "a channel is not finite, although the whole input is");
 }
@@ -89,11 +89,11 @@ std::array<double, 4> Averages(const std::vector<std::byte>& pixels, int bytesPe
 
 void DepthsAgree(Context& context) {
     constexpr double kTolerance = 0.02;
-    Scene scene(context);
+    HostedScene scene(context);
     if (scene.formats().size() < 2) context.NotApplicable("the effect declares one depth only");
     std::array<double, 4> first{};
     for (const PF_PixelFormat format : scene.formats()) {
-        Frame frame(Scene::Layout(format, context.size()));
+        Frame frame(HostedScene::Layout(format, context.size()));
         const auto averages = Averages(scene.Picture(frame), refhost::BytesPerPixel(format));
         if (format == scene.formats().front()) first = averages;
         for (std::size_t i = 0; i < 4; ++i) {
@@ -110,8 +110,8 @@ void DepthsAgree(Context& context) {
 // Puts each value into each of the four channels, at different pixels of an ordinary picture. The effect may render
 // any picture, but it must render the same picture twice, and must not damage anything.
 void ExpectRenders(Context& context, const std::vector<float>& values) {
-    Scene scene(context);
-    Frame frame(Scene::Layout(FormatOf(context, scene, 16), context.size()));
+    HostedScene scene(context);
+    Frame frame(HostedScene::Layout(FormatOf(context, scene, 16), context.size()));
     auto pixels = frame.input.Pixels();
     std::size_t at = 0;
     for (const float value : values) {
@@ -159,9 +159,9 @@ refhost::HostOptions WithoutRecords(const Context& context) {
 }
 
 void HasSize(Context& context) {
-    Scene scene(context, WithoutRecords(context));
+    HostedScene scene(context, WithoutRecords(context));
     for (const PF_PixelFormat format : scene.formats()) {
-        Frame frame(Scene::Layout(format, context.size()));
+        Frame frame(HostedScene::Layout(format, context.size()));
         ExpectWritten(context, scene, frame);
     }
 }
@@ -174,10 +174,10 @@ constexpr int HeightAt(int width) {
 static_assert(HeightAt(kLargestSmall.width) == kLargestSmall.height);
 
 void HasEverySmallSize(Context& context) {
-    Scene scene(context, WithoutRecords(context));
+    HostedScene scene(context, WithoutRecords(context));
     for (const PF_PixelFormat format : scene.formats()) {
         for (int width = 1; width <= kLargestSmall.width; ++width) {
-            Frame frame(Scene::Layout(format, width, HeightAt(width)));
+            Frame frame(HostedScene::Layout(format, width, HeightAt(width)));
             ExpectWritten(context, scene, frame);
         }
     }
@@ -185,9 +185,9 @@ void HasEverySmallSize(Context& context) {
 
 template <int inWidth, int inHeight>
 void HasInputOf(Context& context) {
-    Scene scene(context);
+    HostedScene scene(context);
     for (const PF_PixelFormat format : scene.formats()) {
-        Frame frame(Scene::Layout(format, inWidth, inHeight), Scene::Layout(format, context.size()));
+        Frame frame(HostedScene::Layout(format, inWidth, inHeight), HostedScene::Layout(format, context.size()));
         ExpectWritten(context, scene, frame);
     }
 }
@@ -202,7 +202,7 @@ public:
 
     WideFrame(PF_PixelFormat format, int height)
         : format_(format), height_(height), input_(Bytes()), output_(Bytes()) {
-        refhost::World picture(Scene::Layout(format, kWidth, 8));
+        refhost::World picture(HostedScene::Layout(format, kWidth, 8));
         Paint(picture, 1);
         const auto pixels = picture.Pixels();
         std::memcpy(input_.begin(), pixels.data(), pixels.size());
@@ -210,12 +210,12 @@ public:
     }
 
     // Renders with the parameters' defaults. Returns the first and the last row.
-    std::array<std::vector<std::byte>, 2> Render(Scene& scene, int poison) {
+    std::array<std::vector<std::byte>, 2> Render(HostedScene& scene, int poison) {
         const std::size_t last = Bytes() - RowBytes();
         for (const std::size_t at : {std::size_t{0}, last})
             std::memset(output_.begin() + at, poison, RowBytes());
         SetDefaults(scene.host, scene.instance, {kWidth, height_});
-        Frame frame(Scene::Layout(format_, 0, 0));
+        Frame frame(HostedScene::Layout(format_, 0, 0));
         Place(frame.input, input_);
         Place(frame.output, output_);
         scene.Render(frame);
@@ -253,7 +253,7 @@ void HasHugeFrame(Context& context) {
     if (platform::MemoryAvailable() < kNeeded) {
         context.NotApplicable("less than " + std::to_string(kNeeded >> 20) + " MiB of memory are available");
     }
-    Scene scene(context, WithoutRecords(context));
+    HostedScene scene(context, WithoutRecords(context));
     const PF_PixelFormat format = scene.formats().back();
     const auto small = WideFrame(format, 40).Render(scene, 0x5A);
     const bool alike = WideFrame(format, 64).Render(scene, 0x5A) == small;
@@ -264,7 +264,7 @@ void HasHugeFrame(Context& context) {
         const std::vector<std::byte> untouched(huge[end].size(), std::byte{0xA5});
         context.Expect(huge[end] != untouched, row + " was not written");
         if (alike) {
-            ExpectSame(context, huge[end], small[end], Scene::Layout(format, WideFrame::kWidth, height),
+            ExpectSame(context, huge[end], small[end], HostedScene::Layout(format, WideFrame::kWidth, height),
                        row + " is not that of a small frame");
         }
     }

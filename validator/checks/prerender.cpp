@@ -8,20 +8,14 @@
 #include <thread>
 #include <vector>
 
+#include "reference_host/rects.h"
 #include "validator/kit/scene.h"
 #include "validator/registry.h"
 
 namespace validator {
 namespace {
 
-bool IsEmpty(const PF_LRect& r) {
-    return r.left >= r.right || r.top >= r.bottom;
-}
-
-bool Inside(const PF_LRect& inner, const PF_LRect& outer) {
-    return IsEmpty(inner) || (inner.left >= outer.left && inner.top >= outer.top && inner.right <= outer.right &&
-                              inner.bottom <= outer.bottom);
-}
+using refhost::IsInside;
 
 bool Same(const PF_LRect& a, const PF_LRect& b) {
     return std::memcmp(&a, &b, sizeof a) == 0;
@@ -35,7 +29,9 @@ std::string Text(const PF_LRect& r) {
 // A scene of an effect that declares smart render, and one frame of the size that signs.h gives the check.
 struct Smart {
     explicit Smart(Context& theContext)
-        : context(theContext), scene(theContext), frame(Scene::Layout(scene.formats().front(), theContext.size())) {
+        : context(theContext),
+          scene(theContext),
+          frame(HostedScene::Layout(scene.formats().front(), theContext.size())) {
         if (scene.path() != RenderPath::smart) context.NotApplicable("the effect declares no smart render");
     }
 
@@ -50,7 +46,7 @@ struct Smart {
     std::int64_t Calls(refhost::Call call) { return scene.host.account().Count(call); }
 
     Context& context;
-    Scene scene;
+    HostedScene scene;
     Frame frame;
 };
 
@@ -63,7 +59,7 @@ void ResultIsInMaximum(Context& context) {
     for (const PF_LRect& request : kRequests) {
         smart.frame.settings.request = request;
         const auto out = smart.PreRender().preRenderOutput;
-        context.Expect(Inside(out.result_rect, out.max_result_rect),
+        context.Expect(IsInside(out.result_rect, out.max_result_rect),
                        "for " + Text(request) + " the result is " + Text(out.result_rect) +
                            ", outside of the maximum " + Text(out.max_result_rect));
     }
@@ -75,9 +71,9 @@ void ResultIsInRequest(Context& context) {
         smart.frame.settings.request = request;
         const auto out = smart.PreRender().preRenderOutput;
         const bool announced = (out.flags & PF_RenderOutputFlag_RETURNS_EXTRA_PIXELS) != 0;
-        context.Expect(announced || Inside(out.result_rect, request), "for " + Text(request) + " the result is " +
-                                                                          Text(out.result_rect) +
-                                                                          ", but extra pixels are not announced");
+        context.Expect(announced || IsInside(out.result_rect, request), "for " + Text(request) + " the result is " +
+                                                                            Text(out.result_rect) +
+                                                                            ", but extra pixels are not announced");
     }
 }
 
@@ -273,7 +269,7 @@ void MayBeFollowedByOther(Context& context) {
     smart.scene.host.options().faults = [&](const refhost::CallRecord& record) -> std::optional<PF_Err> {
         if (record.call == refhost::Call::checkoutLayerPixels && !done.exchange(true)) {
             std::thread([&] {
-                Frame other(Scene::Layout(smart.scene.formats().front(), 17, 9));
+                Frame other(HostedScene::Layout(smart.scene.formats().front(), 17, 9));
                 other.Render(smart.scene.host, smart.scene.instance, RenderPath::smart);
             }).join();
         }

@@ -17,31 +17,31 @@ using refhost::WorldLayout;
 // Calls `attempt` with one frame in each format.
 template <typename Try>
 void InEachFormat(Context& context, Try attempt) {
-    Scene scene(context);
+    HostedScene scene(context);
     for (const PF_PixelFormat format : scene.formats()) {
-        Frame frame(Scene::Layout(format, context.size()));
+        Frame frame(HostedScene::Layout(format, context.size()));
         attempt(scene, frame);
     }
 }
 
 // ---- Left alone -----------------------------------------------------------------------------------------------
 
-// Scene::Render reports all damage, so these three checks have the same body. Their frame sizes differ, and the
-// control of each check damages a different thing in frames of its size.
+// HostedScene::Render reports all damage, so these three checks have the same body. Their frame sizes differ, and
+// the control of each check damages a different thing in frames of its size.
 void KeepsInput(Context& context) {
-    InEachFormat(context, [](Scene& scene, Frame& frame) { scene.Picture(frame); });
+    InEachFormat(context, [](HostedScene& scene, Frame& frame) { scene.Picture(frame); });
 }
 
 void KeepsRecords(Context& context) {
-    InEachFormat(context, [](Scene& scene, Frame& frame) { scene.Picture(frame); });
+    InEachFormat(context, [](HostedScene& scene, Frame& frame) { scene.Picture(frame); });
 }
 
 void KeepsParameters(Context& context) {
-    InEachFormat(context, [](Scene& scene, Frame& frame) { scene.Picture(frame); });
+    InEachFormat(context, [](HostedScene& scene, Frame& frame) { scene.Picture(frame); });
 }
 
 void KeepsSequenceData(Context& context) {
-    InEachFormat(context, [&](Scene& scene, Frame& frame) {
+    InEachFormat(context, [&](HostedScene& scene, Frame& frame) {
         const PF_Handle handle = scene.instance.sequenceData();
         const auto bytes = [&] {
             const auto held = scene.host.HandleBytes(handle);
@@ -56,7 +56,7 @@ void KeepsSequenceData(Context& context) {
 }
 
 void KeepsFloatState(Context& context) {
-    InEachFormat(context, [&](Scene& scene, Frame& frame) {
+    InEachFormat(context, [&](HostedScene& scene, Frame& frame) {
         const std::string before = platform::FloatState();
         scene.Render(frame);
         context.Expect(platform::FloatState() == before, "a render changes the host's floating-point settings");
@@ -64,14 +64,14 @@ void KeepsFloatState(Context& context) {
 }
 
 void HoldsNothing(Context& context) {
-    InEachFormat(context, [&](Scene& scene, Frame& frame) {
+    InEachFormat(context, [&](HostedScene& scene, Frame& frame) {
         scene.Render(frame);
         context.ExpectNone(scene.host.account().Outstanding(), "kept after the render");
     });
 }
 
 void SaysNothing(Context& context) {
-    InEachFormat(context, [&](Scene& scene, Frame& frame) {
+    InEachFormat(context, [&](HostedScene& scene, Frame& frame) {
         const auto out = scene.Render(frame).outData;
         context.Expect(out.return_msg[0] == '\0',
                        "a render leaves the message \"" + std::string(out.return_msg) + "\"");
@@ -83,7 +83,7 @@ void SaysNothing(Context& context) {
 // ---- The same again -------------------------------------------------------------------------------------------
 
 void IsRepeatable(Context& context) {
-    InEachFormat(context, [&](Scene& scene, Frame& frame) {
+    InEachFormat(context, [&](HostedScene& scene, Frame& frame) {
         const auto first = scene.Picture(frame);
         for (int i = 0; i < 3; ++i)
             ExpectSame(context, scene.Picture(frame), first, frame.output.layout(), "rendered again");
@@ -91,7 +91,7 @@ void IsRepeatable(Context& context) {
 }
 
 void IsSameInANewInstance(Context& context) {
-    InEachFormat(context, [&](Scene& scene, Frame& frame) {
+    InEachFormat(context, [&](HostedScene& scene, Frame& frame) {
         const auto first = scene.Picture(frame);
         refhost::Instance other(scene.host);
         other.SequenceSetup();
@@ -109,7 +109,7 @@ void IsSameInANewInstance(Context& context) {
 
 // Two instances render the same layer in turn.
 void InstancesAreApart(Context& context) {
-    InEachFormat(context, [&](Scene& scene, Frame& frame) {
+    InEachFormat(context, [&](HostedScene& scene, Frame& frame) {
         const auto first = scene.Picture(frame);
         refhost::Instance other(scene.host);
         other.SequenceSetup();
@@ -122,9 +122,9 @@ void InstancesAreApart(Context& context) {
 }
 
 void ForgetsOtherFrames(Context& context) {
-    InEachFormat(context, [&](Scene& scene, Frame& frame) {
+    InEachFormat(context, [&](HostedScene& scene, Frame& frame) {
         const auto first = scene.Picture(frame);
-        const WorldLayout small = Scene::Layout(frame.output.layout().format, 7, 4);
+        const WorldLayout small = HostedScene::Layout(frame.output.layout().format, 7, 4);
         Frame other(small, small, 2);
         other.settings.currentTime = signs::kOtherFramesTime;
         scene.Render(other);
@@ -134,10 +134,10 @@ void ForgetsOtherFrames(Context& context) {
 
 // The host also sends plain renders, because other hosts do so.
 void SmartAndPlainAgree(Context& context) {
-    Scene scene(context);
+    HostedScene scene(context);
     if (scene.path() != RenderPath::smart) context.NotApplicable("the effect declares no smart render");
     for (const PF_PixelFormat format : scene.formats()) {
-        Frame frame(Scene::Layout(format, context.size()));
+        Frame frame(HostedScene::Layout(format, context.size()));
         const auto smart = scene.Picture(frame);
         frame.Poison();
         const PF_Err code = CodeOf(frame.Render(scene.host, scene.instance, RenderPath::plain));
@@ -147,7 +147,7 @@ void SmartAndPlainAgree(Context& context) {
 }
 
 void RendersDefaults(Context& context) {
-    InEachFormat(context, [&](Scene& scene, Frame& frame) {
+    InEachFormat(context, [&](HostedScene& scene, Frame& frame) {
         SetDefaults(scene.host, scene.instance, context.size());
         ExpectSame(context, scene.Picture(frame, 0x5A), scene.Picture(frame), frame.output.layout(),
                    "with other bytes in the output before");
@@ -158,7 +158,7 @@ void RendersDefaults(Context& context) {
 
 // The frame must render, and what was in the output before must not change the picture.
 void ExpectRenders(Context& context, void (*change)(Frame&)) {
-    InEachFormat(context, [&](Scene& scene, Frame& frame) {
+    InEachFormat(context, [&](HostedScene& scene, Frame& frame) {
         change(frame);
         const auto first = scene.Picture(frame);
         ExpectSame(context, scene.Picture(frame, 0x5A), first, frame.output.layout(), "rendered again");
@@ -191,9 +191,9 @@ void RendersAspect(Context& context) {
 
 template <int inX, int inY, int outX, int outY>
 void RendersFromOrigin(Context& context) {
-    Scene scene(context);
+    HostedScene scene(context);
     for (const PF_PixelFormat format : scene.formats()) {
-        WorldLayout in = Scene::Layout(format, context.size()), out = in;
+        WorldLayout in = HostedScene::Layout(format, context.size()), out = in;
         in.originX = inX;
         in.originY = inY;
         out.originX = outX;
@@ -207,18 +207,18 @@ void RendersFromOrigin(Context& context) {
 // ---- Nothing to render ----------------------------------------------------------------------------------------
 
 // The effect may return any code, but must not damage anything, and must render the next frame.
-void ExpectReturns(Context& context, Scene& scene, Frame& frame) {
+void ExpectReturns(Context& context, HostedScene& scene, Frame& frame) {
     scene.host.account().Reset();
     frame.Render(scene.host, scene.instance, scene.path());
     context.ExpectNone(frame.Damage(), "damage");
     context.ExpectNone(scene.host.account().Misuse(), "misuse");
-    Frame usual(Scene::Layout(frame.output.layout().format));
+    Frame usual(HostedScene::Layout(frame.output.layout().format));
     scene.Render(usual);
 }
 
 template <bool withInput>
 void ReturnsWithoutWorld(Context& context) {
-    InEachFormat(context, [&](Scene& scene, Frame& frame) {
+    InEachFormat(context, [&](HostedScene& scene, Frame& frame) {
         (withInput ? frame.withOutput : frame.withInput) = false;
         ExpectReturns(context, scene, frame);
     });
@@ -226,11 +226,11 @@ void ReturnsWithoutWorld(Context& context) {
 
 template <bool withInput, bool withOutput>
 void ReturnsWithoutPixels(Context& context) {
-    Scene scene(context);
+    HostedScene scene(context);
     const signs::Size size = context.size();
     for (const PF_PixelFormat format : scene.formats()) {
-        Frame frame(Scene::Layout(format, withInput ? size : signs::Size{}),
-                    Scene::Layout(format, withOutput ? size : signs::Size{}));
+        Frame frame(HostedScene::Layout(format, withInput ? size : signs::Size{}),
+                    HostedScene::Layout(format, withOutput ? size : signs::Size{}));
         ExpectReturns(context, scene, frame);
     }
 }

@@ -92,8 +92,8 @@ void TakesGarbage(Context& context) {
 
 // A host that copies a layer sends re-set-up twice.
 void RendersFromSavedData(Context& context) {
-    Scene scene(context);
-    Frame frame(Scene::Layout(scene.formats().front()));
+    HostedScene scene(context);
+    Frame frame(HostedScene::Layout(scene.formats().front()));
     scene.instance.SequenceSetup();
     const auto expected = scene.Picture(frame);
     refhost::Instance copy(scene.host);

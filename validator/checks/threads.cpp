@@ -28,7 +28,7 @@ constexpr int kRounds = 4;
 
 template <bool oneInstance>
 void FramesAtOnce(Context& context) {
-    Scene scene(context);
+    HostedScene scene(context);
     Crowd crowd(context, scene, kThreads, oneInstance);
     for (int round = 0; round < kRounds; ++round)
         AtOnce(kThreads, [&](int i) { crowd.Render(i); });
@@ -38,7 +38,7 @@ void FramesAtOnce(Context& context) {
 
 void WhileOthersAreSetUp(Context& context) {
     constexpr int kSetUps = 50;
-    Scene scene(context);
+    HostedScene scene(context);
     Crowd crowd(context, scene, 2, false);
     std::atomic<int> rendering{crowd.size()}, setUps{0};
     std::vector<std::thread> threads;
@@ -71,7 +71,7 @@ thread_local bool t_aborts = false;
 void AbortsAlone(Context& context) {
     auto options = context.HostOptions();
     options.iterationThreads = 1;
-    Scene scene(context, options);
+    HostedScene scene(context, options);
     Crowd crowd(context, scene, kThreads, false);
     if (scene.host.account().Count(Call::abort) == 0) context.NotApplicable("the effect never asks for an abort");
     scene.host.options().faults = [](const CallRecord& call) {
@@ -91,7 +91,7 @@ void AbortsAlone(Context& context) {
 void WaitForEachOther(Context& context) {
     auto options = context.HostOptions();
     options.iterationThreads = 1;
-    Scene scene(context, options);
+    HostedScene scene(context, options);
     Crowd crowd(context, scene, 2, false);
     scene.host.account().Reset();
     crowd.Render(0);
@@ -121,28 +121,28 @@ void WaitForEachOther(Context& context) {
 
 // ---- Iterations -----------------------------------------------------------------------------------------------
 
-void RequireRows(Context& context, Scene& scene) {
+void RequireRows(Context& context, HostedScene& scene) {
     if (scene.host.account().Count(Call::row) == 0)
         context.NotApplicable("the effect does not let the host iterate over rows");
 }
 
 // Renders with one iteration thread, which takes the rows in ascending order.
-std::vector<std::byte> OneByOne(Scene& scene, Frame& frame) {
+std::vector<std::byte> OneByOne(HostedScene& scene, Frame& frame) {
     scene.host.options().iterationThreads = 1;
     scene.host.options().rowOrder = 0;
     return scene.Picture(frame);
 }
 
-void ExpectSame(Context& context, Scene& scene, Frame& frame, const std::vector<std::byte>& expected) {
+void ExpectSame(Context& context, HostedScene& scene, Frame& frame, const std::vector<std::byte>& expected) {
     const auto& layout = frame.output.layout();
     const std::string difference = Difference(scene.Picture(frame), expected, layout.format, layout.width);
     context.Expect(difference.empty(), NameOf(layout.format) + ": " + difference);
 }
 
 void RowsInAnyOrder(Context& context) {
-    Scene scene(context);
+    HostedScene scene(context);
     for (const PF_PixelFormat format : scene.formats()) {
-        Frame frame(Scene::Layout(format, context.size()));
+        Frame frame(HostedScene::Layout(format, context.size()));
         const auto expected = OneByOne(scene, frame);
         RequireRows(context, scene);
         for (int i = 0; i < 5; ++i) {
@@ -155,9 +155,9 @@ void RowsInAnyOrder(Context& context) {
 
 // Each thread waits with its first row until all other threads have a row, too.
 void RowsOnManyThreads(Context& context) {
-    Scene scene(context);
+    HostedScene scene(context);
     for (const PF_PixelFormat format : scene.formats()) {
-        Frame frame(Scene::Layout(format, context.size()));
+        Frame frame(HostedScene::Layout(format, context.size()));
         const auto expected = OneByOne(scene, frame);
         RequireRows(context, scene);
 
@@ -186,7 +186,7 @@ void RowsOnManyThreads(Context& context) {
 }
 
 // The render must succeed, because a render that gives up at once would keep every promise about threads.
-void RequireRender(Context& context, Scene& scene, Frame& frame) {
+void RequireRender(Context& context, HostedScene& scene, Frame& frame) {
     const PF_Err code = CodeOf(frame.Render(scene.host, scene.instance, scene.path()));
     context.Require(code == PF_Err_NONE,
                     "the render gives code " + std::to_string(code) + WithoutSuites(scene.host));
@@ -195,8 +195,8 @@ void RequireRender(Context& context, Scene& scene, Frame& frame) {
 void CallsOnItsOwnThread(Context& context) {
     auto options = context.HostOptions();
     options.iterationThreads = kThreads;
-    Scene scene(context, options);
-    Frame frame(Scene::Layout(scene.formats().front(), context.size()));
+    HostedScene scene(context, options);
+    Frame frame(HostedScene::Layout(scene.formats().front(), context.size()));
     RequireRender(context, scene, frame);
     for (const std::string& line : scene.host.account().Misuse()) {
         if (line.find(": called on ") != std::string::npos) context.Fail(line);
@@ -207,8 +207,8 @@ void CallsOnItsOwnThread(Context& context) {
 
 template <std::string (*state)()>
 void KeepsThreads(Context& context) {
-    Scene scene(context);
-    Frame frame(Scene::Layout(scene.formats().front(), context.size()));
+    HostedScene scene(context);
+    Frame frame(HostedScene::Layout(scene.formats().front(), context.size()));
     const std::string before = state();
     RequireRender(context, scene, frame);
     context.Expect(state() == before, "it was " + before + " before the render and is now " + state());
@@ -222,8 +222,8 @@ void KeepsAffinity(Context& context) {
 void LeavesNoThread(Context& context) {
     auto options = context.HostOptions();
     options.iterationThreads = 1;
-    Scene scene(context, options);
-    Frame frame(Scene::Layout(scene.formats().front(), context.size()));
+    HostedScene scene(context, options);
+    Frame frame(HostedScene::Layout(scene.formats().front(), context.size()));
     const int before = platform::ThreadCount();
     scene.Render(frame);
     const int left = platform::ThreadsBeyond(before);
@@ -231,9 +231,9 @@ void LeavesNoThread(Context& context) {
 }
 
 void OnAnyThread(Context& context) {
-    Scene scene(context);
+    HostedScene scene(context);
     refhost::Instance instance(scene.host);
-    Frame frame(Scene::Layout(scene.formats().front(), context.size()));
+    Frame frame(HostedScene::Layout(scene.formats().front(), context.size()));
     // All three threads live until the end, because a new thread may get the number of an ended one.
     Meeting end(3);
     std::deque<Meeting> meetings;
@@ -264,8 +264,8 @@ void ThreadsComeAndGo(Context& context) {
     auto options = context.HostOptions();
     options.iterationThreads = 1;
     options.recordCalls = false;
-    Scene scene(context, options);
-    Frame frame(Scene::Layout(scene.formats().front(), context.size()));
+    HostedScene scene(context, options);
+    Frame frame(HostedScene::Layout(scene.formats().front(), context.size()));
     int failures = 0;
     const auto comeAndGo = [&](int threads) {
         for (int i = 0; i < threads; ++i) {

@@ -13,7 +13,7 @@ using refhost::CallRecord;
 constexpr std::string_view kSuite = "suite ", kUnlock = "host_unlock_handle: ";
 
 refhost::WorldLayout LayoutOf(PF_PixelFormat format) {
-    auto layout = Scene::Layout(format, signs::SizeOf("faults.*"));
+    auto layout = HostedScene::Layout(format, signs::SizeOf("faults.*"));
     layout.padding = 12;
     return layout;
 }
@@ -107,7 +107,7 @@ void Trial::End(const std::string& whyNothing) {
     context_.AddPoints(points_);
 }
 
-Bench::Bench(Scene& scene, RenderCommand command, PF_PixelFormat format)
+Bench::Bench(HostedScene& scene, RenderCommand command, PF_PixelFormat format)
     : scene_(scene), command_(command), frame_(LayoutOf(format)) {
     code_ = Render().code;
     picture_ = frame_.output.Pixels();
@@ -157,11 +157,11 @@ std::string Bench::Name() const {
 
 std::vector<RenderCommand> CommandsOf(Context& context) {
     using enum RenderCommand;
-    return Scene(context).path() == RenderPath::smart ? std::vector{preRender, smartRender, plainRender}
-                                                      : std::vector{plainRender};
+    return HostedScene(context).path() == RenderPath::smart ? std::vector{preRender, smartRender, plainRender}
+                                                            : std::vector{plainRender};
 }
 
-std::vector<Bench> BenchesOf(Context& context, Scene& scene, RenderCommand command) {
+std::vector<Bench> BenchesOf(Context& context, HostedScene& scene, RenderCommand command) {
     if (command != RenderCommand::plainRender && scene.path() != RenderPath::smart)
         context.NotApplicable("the effect has no smart render");
     std::vector<Bench> benches;
@@ -184,7 +184,7 @@ refhost::HostOptions InOrder(Context& context) {
 void TryEach(Trial& trial, RenderCommand command, const Fault& fault, Flaws flaws) {
     auto options = InOrder(trial.context());
     options.genericIteration = fault.generic;
-    Scene scene(trial.context(), options);
+    HostedScene scene(trial.context(), options);
     const std::string host = fault.generic ? "" : " in a host without iterate_generic";
     for (Bench& bench : BenchesOf(trial.context(), scene, command)) {
         for (const CallRecord& call : bench.calls()) {

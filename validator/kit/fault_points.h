@@ -82,7 +82,7 @@ private:
 class Bench {
 public:
     // Renders the frame once. The bench overwrites the fault plan of the scene's host here and in each render.
-    Bench(Scene& scene, RenderCommand command, PF_PixelFormat format);
+    Bench(HostedScene& scene, RenderCommand command, PF_PixelFormat format);
 
     // The code of that render. If it is not 0, the bench cannot be used.
     PF_Err code() const { return code_; }
@@ -94,7 +94,7 @@ public:
     std::string Name() const;  // "smart render, 8-bit ARGB"
 
 private:
-    Scene& scene_;
+    HostedScene& scene_;
     RenderCommand command_;
     Frame frame_;
     PF_Err code_ = PF_Err_NONE;
@@ -107,7 +107,7 @@ std::vector<RenderCommand> CommandsOf(Context& context);
 
 // One bench for each format that the host may send with this command. Ends the check if the effect does not have
 // the command, or if the command fails although no callback fails.
-std::vector<Bench> BenchesOf(Context& context, Scene& scene, RenderCommand command);
+std::vector<Bench> BenchesOf(Context& context, HostedScene& scene, RenderCommand command);
 
 // Options under which every render makes the same calls in the same order.
 refhost::HostOptions InOrder(Context& context);

@@ -21,7 +21,7 @@ bool SessionOutcome::Failed() const {
 
 SessionBench::SessionBench(Context& context) : host_(context.Load(), InOrder(context)) {
     {
-        const Scene scene(context);
+        const HostedScene scene(context);
         path_ = scene.path();
         format_ = scene.formats().front();
     }
@@ -100,7 +100,7 @@ void SessionBench::RunInstance(SessionOutcome& outcome, bool made) {
 }
 
 void SessionBench::RunFrame(SessionOutcome& outcome, refhost::Instance& instance, const std::string& whose) {
-    Frame frame(Scene::Layout(format_, kSize));
+    Frame frame(HostedScene::Layout(format_, kSize));
     SetDefaults(host_, instance, kSize);
     const PF_Err code = CodeOf(frame.Render(host_, instance, path_));
     if (code != PF_Err_NONE) {

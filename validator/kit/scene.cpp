@@ -208,7 +208,7 @@ std::string WithoutSuites(refhost::Host& host) {
     return text.empty() ? text : text + ", which this host does not have";
 }
 
-Scene::Scene(Context& context, refhost::HostOptions options)
+HostedScene::HostedScene(Context& context, refhost::HostOptions options)
     : context_(context), host(context.Load(), std::move(options)), instance(SetUp()) {
     const auto faults = std::exchange(host.options().faults, nullptr);
     const PF_Err code = instance.SequenceSetup();
@@ -219,7 +219,7 @@ Scene::Scene(Context& context, refhost::HostOptions options)
     host.account().Reset();
 }
 
-refhost::Host& Scene::SetUp() {
+refhost::Host& HostedScene::SetUp() {
     const auto faults = std::exchange(host.options().faults, nullptr);
     const auto require = [this](const char* command, PF_Err code) {
         context_.Require(code == PF_Err_NONE,
@@ -239,11 +239,11 @@ refhost::Host& Scene::SetUp() {
     return host;
 }
 
-refhost::WorldLayout Scene::Layout(PF_PixelFormat format, int width, int height) {
+refhost::WorldLayout HostedScene::Layout(PF_PixelFormat format, int width, int height) {
     return {.format = format, .width = width, .height = height};
 }
 
-refhost::RenderResult Scene::Render(Frame& frame) {
+refhost::RenderResult HostedScene::Render(Frame& frame) {
     host.account().Reset();
     const auto result = frame.Render(host, instance, path_);
     const PF_Err code = CodeOf(result);
@@ -256,7 +256,7 @@ refhost::RenderResult Scene::Render(Frame& frame) {
     return result;
 }
 
-std::vector<std::byte> Scene::Picture(Frame& frame, std::uint8_t poison) {
+std::vector<std::byte> HostedScene::Picture(Frame& frame, std::uint8_t poison) {
     frame.Poison(poison);
     Render(frame);
     return frame.output.Pixels();

@@ -2,7 +2,7 @@
 // format that the effect supports in this host, and a look at what the effect has done to them.
 //
 //     void PaddingIsUntouched(Context& context) {
-//         Scene scene(context);
+//         HostedScene scene(context);
 //         for (const PF_PixelFormat format : scene.formats()) {
 //             refhost::WorldLayout layout = scene.Layout(format);
 //             layout.padding = 24;
@@ -75,13 +75,13 @@ void SetDefaults(refhost::Host& host, refhost::Instance& instance, signs::Size s
 // a missing suite may be the reason.
 std::string WithoutSuites(refhost::Host& host);
 
-class Scene {
+class HostedScene {
 public:
     static constexpr signs::Size kSize{21, 13};
 
     // Sets up the effect and an instance, with random values in the parameters. Ends the check if that fails.
-    explicit Scene(Context& context) : Scene(context, context.HostOptions()) {}
-    Scene(Context& context, refhost::HostOptions options);
+    explicit HostedScene(Context& context) : HostedScene(context, context.HostOptions()) {}
+    HostedScene(Context& context, refhost::HostOptions options);
 
     // The formats that a host of this personality sends to the effect. Never empty.
     const std::vector<PF_PixelFormat>& formats() const { return formats_; }

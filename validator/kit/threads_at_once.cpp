@@ -35,7 +35,8 @@ void Meeting::Restart(int expected) {
     failed_ = false;
 }
 
-Crowd::Crowd(Context& context, Scene& scene, int frames, bool oneInstance) : context_(context), scene_(scene) {
+Crowd::Crowd(Context& context, HostedScene& scene, int frames, bool oneInstance)
+    : context_(context), scene_(scene) {
     // The editor renders several instances at once, whatever the effect declares.
     const bool threaded = (scene.flags2() & PF_OutFlag2_SUPPORTS_THREADED_RENDERING) != 0;
     if (!threaded && (oneInstance || !context.inEditor())) {
@@ -43,7 +44,7 @@ Crowd::Crowd(Context& context, Scene& scene, int frames, bool oneInstance) : con
     }
     for (int i = 0; i < frames; ++i) {
         const auto format = scene.formats()[static_cast<std::size_t>(i) % scene.formats().size()];
-        const auto layout = Scene::Layout(format, context.size());
+        const auto layout = HostedScene::Layout(format, context.size());
         frames_.push_back(std::make_unique<Frame>(layout, layout, static_cast<std::uint64_t>(i + 1)));
         if (!oneInstance && i > 0) {
             auto& instance = *instances_.emplace_back(std::make_unique<refhost::Instance>(scene.host));

@@ -38,7 +38,7 @@ class Crowd {
 public:
     // With `oneInstance` the scene's instance renders all frames. Otherwise each frame has its own instance. Ends
     // the check if the effect does not want several renders at once, or if one fails.
-    Crowd(Context& context, Scene& scene, int frames, bool oneInstance);
+    Crowd(Context& context, HostedScene& scene, int frames, bool oneInstance);
     ~Crowd();
 
     int size() const { return static_cast<int>(frames_.size()); }
@@ -49,7 +49,7 @@ public:
 
 private:
     Context& context_;
-    Scene& scene_;
+    HostedScene& scene_;
     std::vector<std::unique_ptr<refhost::Instance>> instances_;  // all except the scene's own
     std::vector<refhost::Instance*> of_;                         // the instance of each frame
     std::vector<std::unique_ptr<Frame>> frames_;

@@ -13,10 +13,10 @@ using support::ExpectAsModel;
 using support::ExpectRenders;
 using support::kOutside;
 using support::Paint;
-using support::Place;
-using support::Places;
 using support::ReadFloats;
 using support::Rgba;
+using support::SamplePlace;
+using support::SamplePlaces;
 using support::Scene;
 using support::SceneOf;
 using support::Stage;
@@ -29,20 +29,20 @@ TEST(RowWorker, ACentreOutsideTheFrameTakesTheDistanceToTheFarthestCorner) {
     Scene scene = FloatScene(100, 60, 100);
     scene.center = Whole(-20, 10);
     scene.scaling = 2;
-    const Places places(stage, scene);
-    EXPECT_EQ(places.At(40, 25), (Place{10, 37}));
+    const SamplePlaces places(stage, scene);
+    EXPECT_EQ(places.At(40, 25), (SamplePlace{10, 37}));
 }
 
 TEST(RowWorker, CentreOnTheTopRowActsAsIfOnTheBottomEdge) {
     Stage stage;
     Scene scene = FloatScene(32, 24, 50);
     scene.center = Whole(16, 0);
-    const Places top(stage, scene);
+    const SamplePlaces top(stage, scene);
     scene.center = Whole(16, 24);
-    const Places bottom(stage, scene);
+    const SamplePlaces bottom(stage, scene);
     for (int y = 0; y < 24; ++y) {
-        EXPECT_EQ(top.At(16, y), (Place{16, 12 + y / 2}));
-        EXPECT_EQ(bottom.At(16, y), (Place{16, y / 2}));
+        EXPECT_EQ(top.At(16, y), (SamplePlace{16, 12 + y / 2}));
+        EXPECT_EQ(bottom.At(16, y), (SamplePlace{16, y / 2}));
     }
 }
 
@@ -71,7 +71,7 @@ TEST(RowWorker, WithTheCentreInsideAndNoOffsetNoSampleLeavesTheFrame) {
                 Scene scene = FloatScene(33, 21, amount);
                 scene.center = Whole(x, y);
                 scene.scaling = scaling;
-                const Places places(stage, scene);
+                const SamplePlaces places(stage, scene);
                 for (int row = 0; row < 21; ++row) {
                     for (int column = 0; column < 33; ++column)
                         EXPECT_NE(places.At(column, row), kOutside)
@@ -86,13 +86,13 @@ TEST(RowWorker, ACentreOutsideOrAnOffsetPutsSamplesOutsideWhichAreTransparentBla
     Stage stage;
     Scene scene = FloatScene(16, 16, 50);
     scene.center = Whole(-12, 8);
-    EXPECT_EQ(Places(stage, scene).At(2, 8), kOutside);
-    EXPECT_EQ(Places(stage, scene).At(14, 8), (Place{1, 8}));
+    EXPECT_EQ(SamplePlaces(stage, scene).At(2, 8), kOutside);
+    EXPECT_EQ(SamplePlaces(stage, scene).At(14, 8), (SamplePlace{1, 8}));
 
     scene.center = Whole(8, 8);
     scene.offsetX = 6;
-    EXPECT_EQ(Places(stage, scene).At(2, 8), kOutside);  // column 5 - 6
-    EXPECT_EQ(Places(stage, scene).At(4, 8), (Place{0, 8}));
+    EXPECT_EQ(SamplePlaces(stage, scene).At(2, 8), kOutside);  // column 5 - 6
+    EXPECT_EQ(SamplePlaces(stage, scene).At(4, 8), (SamplePlace{0, 8}));
 
     // The sample in place also leaves the source. Green and blue vanish; red comes from column 6 and stays.
     scene.pixels = Paint(16, 16, [](int, int) { return Rgba{0.5f, 0.5f, 0.5f, 1}; });

@@ -29,14 +29,14 @@ std::vector<const RowKernels*> VectorTables() {
     return tables;
 }
 
-struct Conversion {
+struct ConversionKernel {
     const char* name;
     nuv::RowConversion RowKernels::*kernel;
     int from, to;  // bytes of a pixel
 };
 #define NUV_CONVERSION(name, from, to) \
     { #name, &RowKernels::name, from, to }
-constexpr Conversion kConversions[] = {
+constexpr ConversionKernel kConversions[] = {
     NUV_CONVERSION(copyArgb8ToRgba8, 4, 4), NUV_CONVERSION(copyBgra8ToRgba8, 4, 4),
     NUV_CONVERSION(argb16ToRgbaF, 8, 16),   NUV_CONVERSION(argbFToRgbaF, 16, 16),
     NUV_CONVERSION(bgraFToRgbaF, 16, 16),   NUV_CONVERSION(rgbaFToArgb8, 16, 4),
@@ -62,7 +62,7 @@ TEST(KernelChecker, ConversionsGiveTheBytesOfTheScalarTable) {
     GuardedMemory source(1 << 16), expected(1 << 16), actual(1 << 16);
     for (const std::uint32_t seed : Seeds(300)) {
         Random random(seed);
-        for (const Conversion& conversion : kConversions) {
+        for (const ConversionKernel& conversion : kConversions) {
             const int width = RandomWidth(random);
             const float scale = random.OneIn(2) ? 1.0f : random.Of({0.5f, -1.0f, 1e-38f, 0.0f, kInfinity, 3.7f});
             const bool atEnd = random.OneIn(2);
@@ -92,7 +92,7 @@ TEST(KernelChecker, ConversionsOfNoPixelsTouchNothing) {
     std::vector<const RowKernels*> tables = VectorTables();
     tables.push_back(&nuv::kScalarKernels);
     for (const RowKernels* const table : tables) {
-        for (const Conversion& conversion : kConversions) {
+        for (const ConversionKernel& conversion : kConversions) {
             for (const std::int32_t width : {0, -1, std::numeric_limits<std::int32_t>::min()})
                 (table->*conversion.kernel)(nullptr, nullptr, width, 1.0f);
         }
@@ -103,7 +103,8 @@ void CheckWorkers(std::uint32_t seed) {
     static GuardedMemory source(1 << 20), expected(1 << 20), actual(1 << 20);
     Random random(seed);
     nuv::RenderData job = RandomJob(random);
-    const Picture input(random, source, job.input.width, job.input.height, job.input.bitsPerChannel / 2, false);
+    const GuardedPicture input(random, source, job.input.width, job.input.height, job.input.bitsPerChannel / 2,
+                               false);
     job.input.pixels = input.first;
     job.input.rowBytes = input.rowBytes;
     FillPicture(random, job.input);
@@ -120,7 +121,7 @@ void CheckWorkers(std::uint32_t seed) {
     const std::uint32_t layout = random.Bits();
     const auto render = [&](const RowKernels& table, GuardedMemory& memory) {
         Random same(layout);
-        const Picture result(same, memory, job.output.width, height, 16, aligned);
+        const GuardedPicture result(same, memory, job.output.width, height, 16, aligned);
         nuv::RenderData own = job;
         own.output.pixels = Displaced(result.first, result.rowBytes, -above.output);
         own.output.rowBytes = result.rowBytes;
@@ -128,11 +129,11 @@ void CheckWorkers(std::uint32_t seed) {
         return result;
     };
     expected.SetPoison(std::byte{0x5A});
-    const Picture scalar = render(nuv::kScalarKernels, expected);
+    const GuardedPicture scalar = render(nuv::kScalarKernels, expected);
     for (const RowKernels* const table : VectorTables()) {
         SCOPED_TRACE(testing::Message() << table->name << ", seed " << seed << ", rows " << firstRow << " to "
                                         << endRow << "; " << Describe(job));
-        const Picture vector = render(*table, actual);
+        const GuardedPicture vector = render(*table, actual);
         for (int y = 0; y < height; ++y) {
             const bool written = y >= firstRow && y < endRow;
             for (int x = 0; x < job.output.width; ++x) {

@@ -13,10 +13,10 @@ using support::ExpectAsModel;
 using support::ExpectRenders;
 using support::kOutside;
 using support::Paint;
-using support::Place;
-using support::Places;
 using support::ReadFloats;
 using support::Rgba;
+using support::SamplePlace;
+using support::SamplePlaces;
 using support::Scene;
 using support::SceneOf;
 using support::Stage;
@@ -67,10 +67,10 @@ TEST(RowWorker, AmountFiftyLinearEnlargesTwiceAboutTheCentre) {
     Stage stage;
     Scene scene = FloatScene(64, 48, 50);
     scene.center = Whole(32, 24);
-    const Places places(stage, scene);
+    const SamplePlaces places(stage, scene);
     for (int y = 0; y < 48; ++y) {
         for (int x = 0; x < 64; ++x)
-            EXPECT_EQ(places.At(x, y), (Place{16 + x / 2, 12 + y / 2}));
+            EXPECT_EQ(places.At(x, y), (SamplePlace{16 + x / 2, 12 + y / 2}));
     }
 }
 
@@ -79,11 +79,11 @@ TEST(RowWorker, LinearScalingDisplacesInProportionToTheDistance) {
     // An amount of 150 gives k = 4, which has an exact inverse.
     Scene scene = FloatScene(129, 129, 150);
     scene.center = Whole(64, 65);  // row 64, after the mirroring
-    const Places four(stage, scene);
+    const SamplePlaces four(stage, scene);
     for (int distance = -64; distance <= 64; distance += 4) {
-        EXPECT_EQ(four.At(64 + distance, 64), (Place{64 + distance / 4, 64}));
-        EXPECT_EQ(four.At(64, 64 + distance), (Place{64, 64 + distance / 4}));
-        EXPECT_EQ(four.At(64 + distance, 64 + distance), (Place{64 + distance / 4, 64 + distance / 4}));
+        EXPECT_EQ(four.At(64 + distance, 64), (SamplePlace{64 + distance / 4, 64}));
+        EXPECT_EQ(four.At(64, 64 + distance), (SamplePlace{64, 64 + distance / 4}));
+        EXPECT_EQ(four.At(64 + distance, 64 + distance), (SamplePlace{64 + distance / 4, 64 + distance / 4}));
     }
 }
 
@@ -98,26 +98,26 @@ Scene HundredPixelRadius(int scaling, double amount) {
 
 TEST(RowWorker, SquareScalingLeavesTheCentreAndEnlargesTheFarthestCornerFully) {
     Stage stage;
-    const Places fifty(stage, HundredPixelRadius(2, 50));
-    EXPECT_EQ(fifty.At(60, 80), (Place{60, 80}));
-    EXPECT_EQ(fifty.At(0, 0), (Place{30, 40}));  // k = 2
+    const SamplePlaces fifty(stage, HundredPixelRadius(2, 50));
+    EXPECT_EQ(fifty.At(60, 80), (SamplePlace{60, 80}));
+    EXPECT_EQ(fifty.At(0, 0), (SamplePlace{30, 40}));  // k = 2
 
-    const Places hundred(stage, HundredPixelRadius(2, 100));
-    EXPECT_EQ(hundred.At(60, 80), (Place{60, 80}));
-    EXPECT_EQ(hundred.At(30, 40), (Place{45, 60}));  // half the radius: k = 2
-    EXPECT_EQ(hundred.At(0, 0).row, 53);             // k = 3: a third of 80 above the centre
+    const SamplePlaces hundred(stage, HundredPixelRadius(2, 100));
+    EXPECT_EQ(hundred.At(60, 80), (SamplePlace{60, 80}));
+    EXPECT_EQ(hundred.At(30, 40), (SamplePlace{45, 60}));  // half the radius: k = 2
+    EXPECT_EQ(hundred.At(0, 0).row, 53);                   // k = 3: a third of 80 above the centre
 }
 
 TEST(RowWorker, CubicScalingGrowsWithTheSquareOfTheRelativeDistance) {
     Stage stage;
-    const Places hundred(stage, HundredPixelRadius(3, 100));
-    EXPECT_EQ(hundred.At(60, 80), (Place{60, 80}));
+    const SamplePlaces hundred(stage, HundredPixelRadius(3, 100));
+    EXPECT_EQ(hundred.At(60, 80), (SamplePlace{60, 80}));
     EXPECT_EQ(hundred.At(20, 50).column, 33);  // half the radius: k = 1.5
     EXPECT_EQ(hundred.At(12, 66).row, 70);
     EXPECT_EQ(hundred.At(0, 0).row, 53);  // k = 3
 
-    const Places twoHundred(stage, HundredPixelRadius(3, 200));
-    EXPECT_EQ(twoHundred.At(30, 40), (Place{45, 60}));  // a quarter of 200: k = 2
+    const SamplePlaces twoHundred(stage, HundredPixelRadius(3, 200));
+    EXPECT_EQ(twoHundred.At(30, 40), (SamplePlace{45, 60}));  // a quarter of 200: k = 2
 }
 
 // The source column of each colour of one output pixel.
@@ -162,14 +162,14 @@ TEST(RowWorker, TruncatesTheEnlargedPositionBeforeAndAfterTheOffset) {
     Scene scene = FloatScene(16, 4, 50);
     scene.center = Whole(0, 2);
     scene.offsetX = -3;
-    const Places places(stage, scene);
+    const SamplePlaces places(stage, scene);
     for (int x = 0; x < 16; ++x)
         EXPECT_EQ(places.At(x, 0).column, x / 2 + 3) << x;
 
     // Left of column 0, truncation goes to the right: -0.5 becomes 0 and -1.5 becomes -1, which are the source
     // columns 3 and 2.
     scene.center = Whole(-4, 2);
-    const Places negative(stage, scene);
+    const SamplePlaces negative(stage, scene);
     for (int x = 0; x < 8; ++x)
         EXPECT_EQ(negative.At(x, 0).column, (x - 4) / 2 + 3) << x;
 }
@@ -200,12 +200,12 @@ TEST(RowWorker, ReadsColumnAndRowZeroBetweenMinusOneAndZero) {
     Stage stage;
     Scene scene = FloatScene(8, 8, 50);
     scene.center = Whole(-3, 11);  // row -3, after the mirroring
-    const Places places(stage, scene);
+    const SamplePlaces places(stage, scene);
     // The points halfway from -3 are -1.5, -1, -0.5, 0, 0.5 …; -1.5 truncates to -1, which is outside, and -0.5 to
     // 0.
     const int expected[] = {-1, -1, 0, 0, 0, 1, 1, 2};
     for (int i = 0; i < 8; ++i) {
-        const Place both = expected[i] < 0 ? kOutside : Place{expected[i], expected[i]};
+        const SamplePlace both = expected[i] < 0 ? kOutside : SamplePlace{expected[i], expected[i]};
         EXPECT_EQ(places.At(i, i), both) << i;
     }
 }

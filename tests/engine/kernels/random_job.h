@@ -11,8 +11,8 @@
 #include "support/guarded_memory.h"
 
 // A picture in guarded memory, with any stride.
-struct Picture {
-    Picture(Random& random, GuardedMemory& memory, int width, int height, int pixelBytes, bool aligned) {
+struct GuardedPicture {
+    GuardedPicture(Random& random, GuardedMemory& memory, int width, int height, int pixelBytes, bool aligned) {
         const int used = std::max(width, 0) * pixelBytes;
         const int stride = used + (random.OneIn(2) ? 0 : aligned ? 16 : random.Below(100));
         const bool bottomUp = random.OneIn(3);

@@ -11,11 +11,11 @@ namespace {
 
 using support::ExpectAsModel;
 using support::Paint;
-using support::Place;
-using support::Places;
 using support::ReadFloats;
 using support::RenderPath;
 using support::Rgba;
+using support::SamplePlace;
+using support::SamplePlaces;
 using support::Scene;
 using support::SceneOf;
 using support::Stage;
@@ -45,9 +45,9 @@ TEST(Resolution, MirrorsTheCentreAtTheReducedHeight) {
     scene.center = Whole(8, 4);
     scene.downsampleX = {1, 2};
     scene.downsampleY = {1, 2};
-    const Places places(stage, scene);  // the centre is at row 20 - 4
+    const SamplePlaces places(stage, scene);  // the centre is at row 20 - 4
     for (int y = 16; y < 40; ++y)
-        EXPECT_EQ(places.At(8, y), (Place{8, 16 + (y - 16) / 2}));
+        EXPECT_EQ(places.At(8, y), (SamplePlace{8, 16 + (y - 16) / 2}));
 }
 
 TEST(Resolution, FollowsTheFormulasWhenReducedAlsoDifferentlyInXAndY) {

@@ -5,19 +5,19 @@
 
 namespace broken {
 
-inline bool IsOfThisFamily(const Command& command) {
+inline bool IsOfThisFamily(const MainCall& command) {
     return IsOfSize(command, signs::SizeOf("faults.*"));
 }
 
 // Whether a command is one in which the fault shows.
-using Moment = bool (*)(const Command& command);
+using Moment = bool (*)(const MainCall& command);
 
-inline bool InSetUp(const Command& command) {
+inline bool InSetUp(const MainCall& command) {
     return command.inData != nullptr && command.cmd <= PF_Cmd_SEQUENCE_SETDOWN;
 }
 
 template <PF_Cmd cmd>
-bool In(const Command& command) {
+bool In(const MainCall& command) {
     return command.cmd == cmd && IsOfThisFamily(command);
 }
 inline constexpr Moment InPreRender = In<PF_Cmd_SMART_PRE_RENDER>;
@@ -26,7 +26,7 @@ inline constexpr Moment InPlainRender = In<PF_Cmd_RENDER>;
 
 // Keeps a handle if such a call has failed.
 template <Moment in, Seen seen>
-PF_Err Leaks(Command& command) {
+PF_Err Leaks(MainCall& command) {
     if (!in(command)) return Effect(command);
     const FaultWatch watch(command);
     const PF_Err result = Effect(command);
@@ -36,7 +36,7 @@ PF_Err Leaks(Command& command) {
 
 // Reports success even if such a call has failed.
 template <Moment in, Seen seen>
-PF_Err Swallows(Command& command) {
+PF_Err Swallows(MainCall& command) {
     if (!in(command)) return Effect(command);
     const FaultWatch watch(command);
     const PF_Err result = Effect(command);

@@ -48,21 +48,21 @@ signs::Size OwnSize() {
     return size;
 }
 
-bool IsOfSize(const Command& command, signs::Size size) {
+bool IsOfSize(const MainCall& command, signs::Size size) {
     return command.inData != nullptr && command.inData->width == size.width &&
            command.inData->height == size.height;
 }
 
-PF_Err Effect(const Command& c) {
+PF_Err Effect(const MainCall& c) {
     return nuv::Dispatch(c.cmd, c.inData, c.outData, c.params, c.output, c.extra);
 }
 
-PF_Err Register(const Registration& r) {
+PF_Err Register(const RegistrationCall& r) {
     return r.callback(r.record, Bytes(r.name), Bytes(r.matchName), Bytes(r.category), Bytes(r.entryPoint), r.kind,
                       r.apiMajor, r.apiMinor, r.reserved);
 }
 
-OwnRecords::OwnRecords(Command& command)
+OwnRecords::OwnRecords(MainCall& command)
     : inData(*command.inData),
       utils(command.inData->utils ? *command.inData->utils : PF_UtilCallbacks{}),
       basic(command.inData->pica_basicP ? *command.inData->pica_basicP : SPBasicSuite{}),

@@ -13,7 +13,7 @@
 namespace broken {
 
 // One call of EffectMain. A hook may change it and pass it on to the effect.
-struct Command {
+struct MainCall {
     PF_Cmd cmd;
     PF_InData* inData;
     PF_OutData* outData;
@@ -22,10 +22,10 @@ struct Command {
     void* extra;
 };
 // Passes a command to the true effect and returns its answer.
-PF_Err Effect(const Command& command);
+PF_Err Effect(const MainCall& command);
 
 // One call of PluginDataEntryFunction, and what it will register.
-struct Registration {
+struct RegistrationCall {
     PF_PluginDataPtr record;
     PF_PluginDataCB callback;
     SPBasicSuite* basic;
@@ -33,15 +33,15 @@ struct Registration {
     std::int32_t kind, apiMajor, apiMinor, reserved;
 };
 // Calls the callback once, as the true effect does.
-PF_Err Register(const Registration& registration);
+PF_Err Register(const RegistrationCall& registration);
 
 // A fault. Where a hook is null, the effect works as usual. Hooks of render commands run on several threads.
 struct Control {
-    std::string_view check;                             // the id of the check that must fail
-    std::string_view fault;                             // what it does wrong: "registers twice"
-    PF_Err (*command)(Command& command) = nullptr;      // in place of EffectMain
-    PF_Err (*registration)(Registration& r) = nullptr;  // in place of PluginDataEntryFunction
-    void (*load)() = nullptr;                           // when the library is loaded, before anything else
+    std::string_view check;                                 // the id of the check that must fail
+    std::string_view fault;                                 // what it does wrong: "registers twice"
+    PF_Err (*command)(MainCall& command) = nullptr;         // in place of EffectMain
+    PF_Err (*registration)(RegistrationCall& r) = nullptr;  // in place of PluginDataEntryFunction
+    void (*load)() = nullptr;                               // when the library is loaded, before anything else
     // The name, without extension, of another library beside the broken plug-in, if the file itself is broken.
     std::string_view file = "";
     // What a machine may lack. The check then does not apply, neither here nor on the effect itself.
@@ -67,8 +67,8 @@ const Control* Chosen();
 // The size of the frames that only the chosen control's check renders.
 signs::Size OwnSize();
 // Whether a command is about a layer of this size.
-bool IsOfSize(const Command& command, signs::Size size);
-inline bool IsOfOwnSize(const Command& command) {
+bool IsOfSize(const MainCall& command, signs::Size size);
+inline bool IsOfOwnSize(const MainCall& command) {
     return IsOfSize(command, OwnSize());
 }
 
@@ -77,7 +77,7 @@ inline bool IsOfOwnSize(const Command& command) {
 //     PF_Err NoSecondParameter(PF_ProgPtr ref, std::int32_t index, PF_ParamDef* definition) {
 //         return definition->uu.id == 3 ? 0 : OwnRecords::Host().inter.add_param(ref, index, definition);
 //     }
-//     PF_Err Hook(Command& command) {
+//     PF_Err Hook(MainCall& command) {
 //         OwnRecords own(command);
 //         own.inData.inter.add_param = NoSecondParameter;
 //         return Effect(command);
@@ -86,8 +86,8 @@ inline bool IsOfOwnSize(const Command& command) {
 // The host may call the functions on any thread while the command runs.
 class OwnRecords {
 public:
-    explicit OwnRecords(Command& command);  // points the command to the copies
-    ~OwnRecords();                          // writes in_data's handles back
+    explicit OwnRecords(MainCall& command);  // points the command to the copies
+    ~OwnRecords();                           // writes in_data's handles back
     OwnRecords(const OwnRecords&) = delete;
     OwnRecords& operator=(const OwnRecords&) = delete;
 
@@ -99,7 +99,7 @@ public:
     SPBasicSuite basic;
 
 private:
-    Command& command_;
+    MainCall& command_;
     PF_InData* theirs_;
     const PF_InData* outer_;
 };

@@ -104,7 +104,7 @@ PF_Err CheckoutParam(PF_ProgPtr ref, std::int32_t index, std::int32_t time, std:
 
 }  // namespace
 
-FaultWatch::FaultWatch(Command& command) : own_(command) {
+FaultWatch::FaultWatch(MainCall& command) : own_(command) {
     g_seen = 0;
     own_.basic.AcquireSuite = Acquire;
     own_.basic.ReleaseSuite = [](const char* name, std::int32_t version) {

@@ -28,7 +28,7 @@ enum Seen : unsigned {
 // and only the command's thread may call its callbacks.
 class FaultWatch {
 public:
-    explicit FaultWatch(Command& command);
+    explicit FaultWatch(MainCall& command);
 
     bool Saw(unsigned any) const;
 

@@ -6,35 +6,35 @@
 
 namespace broken {
 
-inline bool InNewerHost(const Command& c) {
+inline bool InNewerHost(const MainCall& c) {
     return c.inData != nullptr && c.inData->version.minor == signs::kNewerHost.minor;
 }
-inline bool InNewerHost(const Command& c, PF_Cmd cmd) {
+inline bool InNewerHost(const MainCall& c, PF_Cmd cmd) {
     return c.cmd == cmd && InNewerHost(c);
 }
-inline bool InEditor(const Command& c) {
+inline bool InEditor(const MainCall& c) {
     return c.inData != nullptr && c.inData->appl_id == kAppIdEditor;
 }
 
 // Passes the command on. If it is `cmd`, then runs the fault on its records.
 template <PF_Cmd cmd, auto fault>
-PF_Err After(Command& c) {
+PF_Err After(MainCall& c) {
     const PF_Err result = Effect(c);
     if (InNewerHost(c, cmd)) fault(c);
     return result;
 }
 
 // Faults for After.
-inline void WriteAWidth(Command& c) {
+inline void WriteAWidth(MainCall& c) {
     c.outData->width = 1;
 }
-inline void KeepAHandle(Command& c) {
+inline void KeepAHandle(MainCall& c) {
     c.inData->utils->host_new_handle(64);
 }
 
 // Passes the command on. If it is `cmd`, then returns an error.
 template <PF_Cmd cmd>
-PF_Err Refuses(Command& c) {
+PF_Err Refuses(MainCall& c) {
     const PF_Err result = Effect(c);
     return InNewerHost(c, cmd) ? PF_Err_OUT_OF_MEMORY : result;
 }

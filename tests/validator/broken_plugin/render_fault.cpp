@@ -7,10 +7,10 @@
 namespace broken {
 namespace {
 
-thread_local Render* g_render = nullptr;
+thread_local RenderCall* g_render = nullptr;
 thread_local const PF_SmartRenderCallbacks* g_theirs = nullptr;
 
-void Keep(Render& render) {
+void Keep(RenderCall& render) {
     if (render.output && render.output->data && render.output->width > 0 && render.output->height > 0)
         std::memcpy(render.lastPixel, render.LastPixel(), static_cast<std::size_t>(render.pixelBytes));
 }
@@ -30,19 +30,19 @@ PF_Err CheckoutOutput(PF_ProgPtr ref, PF_EffectWorld** output) {
 
 }  // namespace
 
-std::uint8_t* Render::LastPixel() const {
+std::uint8_t* RenderCall::LastPixel() const {
     return Bytes(output) + std::ptrdiff_t{output->rowbytes} * (output->height - 1) +
            (output->width - 1) * pixelBytes;
 }
 
-bool IsRender(const Command& command) {
+bool IsRender(const MainCall& command) {
     if (command.cmd != PF_Cmd_SMART_RENDER) return command.cmd == PF_Cmd_RENDER && command.params;
     const auto* const extra = static_cast<const PF_SmartRenderExtra*>(command.extra);
     return extra && extra->input && extra->cb;
 }
 
-Render RenderTruly(Command& command) {
-    Render render{.command = command};
+RenderCall RenderTruly(MainCall& command) {
+    RenderCall render{.command = command};
     if (command.cmd == PF_Cmd_RENDER) {
         render.input = command.params[0] ? &command.params[0]->u.ld : nullptr;
         render.output = command.output;
@@ -58,9 +58,9 @@ Render RenderTruly(Command& command) {
     callbacks.checkout_layer_pixels = CheckoutInput;
     callbacks.checkout_output = CheckoutOutput;
     PF_SmartRenderExtra own{extra->input, &callbacks};
-    Command inner = command;
+    MainCall inner = command;
     inner.extra = &own;
-    Render* const outer = g_render;
+    RenderCall* const outer = g_render;
     const PF_SmartRenderCallbacks* const outerTheirs = g_theirs;
     g_render = &render;
     g_theirs = extra->cb;
@@ -70,7 +70,7 @@ Render RenderTruly(Command& command) {
     return render;
 }
 
-void KeepsLastPixel(Render& render) {
+void KeepsLastPixel(RenderCall& render) {
     std::memcpy(render.LastPixel(), render.lastPixel, static_cast<std::size_t>(render.pixelBytes));
 }
 

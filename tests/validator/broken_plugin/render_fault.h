@@ -9,8 +9,8 @@
 namespace broken {
 
 // One render command. The worlds are those that the effect has got, or null.
-struct Render {
-    Command& command;
+struct RenderCall {
+    MainCall& command;
     PF_EffectWorld* input = nullptr;
     PF_EffectWorld* output = nullptr;
     int pixelBytes = 4;
@@ -34,34 +34,34 @@ inline std::uint8_t* Bytes(const PF_EffectWorld* world) {
 }
 
 // Lets the true effect render, smart or plain.
-Render RenderTruly(Command& command);
-bool IsRender(const Command& command);
+RenderCall RenderTruly(MainCall& command);
+bool IsRender(const MainCall& command);
 
 // A hook that runs the fault after the effect's render, if the output has the check's own size.
-template <void (*fault)(Render&)>
-PF_Err With(Command& command) {
+template <void (*fault)(RenderCall&)>
+PF_Err With(MainCall& command) {
     if (!IsRender(command)) return Effect(command);
-    Render render = RenderTruly(command);
+    RenderCall render = RenderTruly(command);
     if (render.OutputIs(OwnSize())) fault(render);
     return render.result;
 }
 
 // ---- Faults that several controls have -----------------------------------------------------------------------
 
-inline void ChangesAPixel(Render& render) {
+inline void ChangesAPixel(RenderCall& render) {
     *Bytes(render.output) ^= 1;
 }
-void KeepsLastPixel(Render& render);
-inline void Refuses(Render& render) {
+void KeepsLastPixel(RenderCall& render);
+inline void Refuses(RenderCall& render) {
     render.result = PF_Err_INTERNAL_STRUCT_DAMAGED;
 }
-inline void WritesBeforeOutput(Render& render) {
+inline void WritesBeforeOutput(RenderCall& render) {
     *(Bytes(render.output) - 1) = 0;
 }
-inline void WritesFirstByte(Render& render) {
+inline void WritesFirstByte(RenderCall& render) {
     *Bytes(render.output) = 0;
 }
-inline void WritesBehindFirstRow(Render& render) {
+inline void WritesBehindFirstRow(RenderCall& render) {
     if (render.IsSpread(render.output)) Bytes(render.output)[render.output->width * render.pixelBytes] = 0;
 }
 

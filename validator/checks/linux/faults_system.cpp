@@ -19,7 +19,7 @@ constexpr const char* NameOf(Ask ask) {
 // A smart render includes its pre-render, so the requests of the pre-render are refused, too.
 template <RenderCommand command, Ask ask>
 void EachRefusal(Context& context) {
-    Scene scene(context, InOrder(context));
+    HostedScene scene(context, InOrder(context));
     const auto* const code = reinterpret_cast<const void*>(scene.host.library().effectMain);
     Trial trial(context);
     for (Bench& bench : BenchesOf(context, scene, command)) {

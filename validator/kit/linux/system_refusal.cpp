@@ -13,7 +13,7 @@
 
 namespace {
 
-struct Range {
+struct AddressRange {
     std::uintptr_t first = 0, end = 0;
 
     bool Holds(const void* address) const {
@@ -24,7 +24,7 @@ struct Range {
 
 struct Watch {
     std::atomic<bool> threads{false}, memory{false};
-    Range code;
+    AddressRange code;
     std::atomic<int> failing{0}, asked{0};
 
     bool Refuses() { return ++asked == failing; }
@@ -32,15 +32,15 @@ struct Watch {
 constinit Watch g_watch;
 
 // The addresses of the library that holds this code.
-Range RangeAround(const void* code) {
+AddressRange RangeAround(const void* code) {
     struct Search {
         const void* code;
-        Range found;
+        AddressRange found;
     } search{code, {}};
     ::dl_iterate_phdr(
         [](dl_phdr_info* info, std::size_t, void* memory) {
             auto& wanted = *static_cast<Search*>(memory);
-            Range range{UINTPTR_MAX, 0};
+            AddressRange range{UINTPTR_MAX, 0};
             for (int i = 0; i < info->dlpi_phnum; ++i) {
                 const auto& segment = info->dlpi_phdr[i];
                 if (segment.p_type != PT_LOAD) continue;

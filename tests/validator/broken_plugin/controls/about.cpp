@@ -7,15 +7,15 @@ namespace {
 
 constexpr PF_Cmd kAbout = PF_Cmd_ABOUT;
 
-void WriteNoText(Command& c) {
+void WriteNoText(MainCall& c) {
     if (!InEditor(c)) c.outData->return_msg[0] = '\0';
 }
 
-void FillTheMessage(Command& c) {
+void FillTheMessage(MainCall& c) {
     std::ranges::fill(c.outData->return_msg, 'a');
 }
 
-void WriteTwoLanguages(Command& c) {
+void WriteTwoLanguages(MainCall& c) {
     constexpr char kText[] = "NUV \xC3\xA9";
     std::ranges::copy(kText, c.outData->return_msg);
 }

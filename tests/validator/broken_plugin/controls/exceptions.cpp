@@ -5,7 +5,7 @@ namespace {
 
 // The effect turns what the checks throw into a code. In these commands the fault throws it again.
 template <PF_Cmd... cmds>
-PF_Err LetsItPass(Command& c) {
+PF_Err LetsItPass(MainCall& c) {
     const PF_Err result = Effect(c);
     if (result == signs::kThrown && ((c.cmd == cmds) || ...)) throw int{signs::kThrown};
     return result;

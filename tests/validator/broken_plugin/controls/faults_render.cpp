@@ -41,7 +41,7 @@ struct Suite {
 };
 Owed<Suite> g_suites;
 
-PF_Err GivesSuitesBack(Command& command) {
+PF_Err GivesSuitesBack(MainCall& command) {
     if (!IsOfThisFamily(command)) return Effect(command);
     g_suites.Clear();
     OwnRecords own(command);
@@ -72,7 +72,7 @@ void Unlock(PF_Handle handle) {
     if (g_locked.Remove(handle)) OwnRecords::Host().utils->host_unlock_handle(handle);
 }
 
-PF_Err UnlocksItsLocks(Command& command) {
+PF_Err UnlocksItsLocks(MainCall& command) {
     if (!IsOfThisFamily(command)) return Effect(command);
     g_locked.Clear();
     OwnRecords own(command);
@@ -92,7 +92,7 @@ PF_Err UnlocksItsLocks(Command& command) {
     return Effect(command);
 }
 
-PF_Err TellsOfFailure(Command& command) {
+PF_Err TellsOfFailure(MainCall& command) {
     if (!IsOfThisFamily(command)) return Effect(command);
     const FaultWatch watch(command);
     const PF_Err result = Effect(command);

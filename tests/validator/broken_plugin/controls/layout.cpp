@@ -6,54 +6,54 @@
 namespace broken {
 namespace {
 
-template <bool (*when)(const Render&)>
-void ChangesAPixelWhen(Render& render) {
+template <bool (*when)(const RenderCall&)>
+void ChangesAPixelWhen(RenderCall& render) {
     if (when(render)) ChangesAPixel(render);
 }
 
-bool InputSpread(const Render& r) {
+bool InputSpread(const RenderCall& r) {
     return r.IsSpread(r.input);
 }
-bool OutputSpread(const Render& r) {
+bool OutputSpread(const RenderCall& r) {
     return r.IsSpread(r.output);
 }
-bool InputBottomUp(const Render& r) {
+bool InputBottomUp(const RenderCall& r) {
     return r.input->rowbytes < 0;
 }
-bool OutputBottomUp(const Render& r) {
+bool OutputBottomUp(const RenderCall& r) {
     return r.output->rowbytes < 0;
 }
-bool BothBottomUp(const Render& r) {
+bool BothBottomUp(const RenderCall& r) {
     return InputBottomUp(r) && OutputBottomUp(r);
 }
 bool IsUnaligned(const PF_EffectWorld* world) {
     return reinterpret_cast<std::uintptr_t>(world->data) % 64 != 0;
 }
-bool InputUnaligned(const Render& r) {
+bool InputUnaligned(const RenderCall& r) {
     return IsUnaligned(r.input);
 }
-bool OutputUnaligned(const Render& r) {
+bool OutputUnaligned(const RenderCall& r) {
     return IsUnaligned(r.output);
 }
 
-void ReadsPadding(Render& r) {
+void ReadsPadding(RenderCall& r) {
     const bool odd = InputSpread(r) && Bytes(r.input)[r.input->width * r.pixelBytes] % 2 != 0;
     if (odd) ChangesAPixel(r);
 }
 
 volatile std::uint8_t g_read;
 
-template <PF_EffectWorld* Render::*world>
-void ReadsBefore(Render& r) {
+template <PF_EffectWorld* RenderCall::*world>
+void ReadsBefore(RenderCall& r) {
     g_read = *(Bytes(r.*world) - 1);
 }
-template <PF_EffectWorld* Render::*world>
-void ReadsBehind(Render& r) {
+template <PF_EffectWorld* RenderCall::*world>
+void ReadsBehind(RenderCall& r) {
     g_read = Bytes(r.*world)[(r.*world)->rowbytes * (r.*world)->height];
 }
 
 // A field's stride covers two rows, so the other field's row lies half a stride further.
-void WritesOtherField(Render& r) {
+void WritesOtherField(RenderCall& r) {
     if (OutputSpread(r)) Bytes(r.output)[r.output->rowbytes / 2] = 0;
 }
 
@@ -99,16 +99,16 @@ constexpr Control kControls[] = {
      .command = With<ReadsPadding>},
     {.check = "layout.input-begin",
      .fault = "reads a byte before the input",
-     .command = With<ReadsBefore<&Render::input>>},
+     .command = With<ReadsBefore<&RenderCall::input>>},
     {.check = "layout.input-end",
      .fault = "reads a byte behind the input",
-     .command = With<ReadsBehind<&Render::input>>},
+     .command = With<ReadsBehind<&RenderCall::input>>},
     {.check = "layout.output-begin",
      .fault = "reads a byte before the output",
-     .command = With<ReadsBefore<&Render::output>>},
+     .command = With<ReadsBefore<&RenderCall::output>>},
     {.check = "layout.output-end",
      .fault = "reads a byte behind the output",
-     .command = With<ReadsBehind<&Render::output>>},
+     .command = With<ReadsBehind<&RenderCall::output>>},
     {.check = "layout.input-cut-out",
      .fault = "draws another picture of a part of a world",
      .command = With<ChangesAPixelWhen<InputSpread>>},

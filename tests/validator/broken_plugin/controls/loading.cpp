@@ -36,7 +36,7 @@ void Leak() {
     leaked = std::malloc(1000);
 }
 
-PF_Err LeaksAtGlobalSetup(Command& command) {
+PF_Err LeaksAtGlobalSetup(MainCall& command) {
     if (command.cmd == PF_Cmd_GLOBAL_SETUP) Leak();
     return Effect(command);
 }

@@ -8,58 +8,58 @@
 namespace broken {
 namespace {
 
-PF_Err KnowsItsCommandsOnly(Command& c) {
+PF_Err KnowsItsCommandsOnly(MainCall& c) {
     return c.cmd >= signs::kUnknownCommands ? PF_Err_BAD_CALLBACK_PARAM : Effect(c);
 }
 
-PF_Err WritesForAnyCommand(Command& c) {
+PF_Err WritesForAnyCommand(MainCall& c) {
     if (c.cmd >= signs::kUnknownCommands && c.outData != nullptr) c.outData->width = 1;
     return Effect(c);
 }
 
-PF_Err RefusesNegativeCommands(Command& c) {
+PF_Err RefusesNegativeCommands(MainCall& c) {
     return c.cmd < 0 ? PF_Err_BAD_CALLBACK_PARAM : Effect(c);
 }
 
-bool InStrangeHost(const Command& c, PF_Cmd cmd) {
+bool InStrangeHost(const MainCall& c, PF_Cmd cmd) {
     return c.cmd == cmd && c.inData != nullptr && c.inData->appl_id == signs::kStrangeHost;
 }
 
-PF_Err RefusesStrangers(Command& c) {
+PF_Err RefusesStrangers(MainCall& c) {
     return InStrangeHost(c, PF_Cmd_GLOBAL_SETUP) ? PF_Err_BAD_CALLBACK_PARAM : Effect(c);
 }
 
 // Adds no parameter, but reports no error.
-PF_Err OffersStrangersNothing(Command& c) {
+PF_Err OffersStrangersNothing(MainCall& c) {
     return InStrangeHost(c, PF_Cmd_PARAMS_SETUP) ? PF_Err_NONE : Effect(c);
 }
 
-PF_Err WritesItsAnswerAnyhow(Command& c) {
+PF_Err WritesItsAnswerAnyhow(MainCall& c) {
     if (c.outData == nullptr && c.cmd == PF_Cmd_GLOBAL_SETDOWN) std::abort();
     return Effect(c);
 }
 
-PF_Err NeedsSuites(Command& c) {
+PF_Err NeedsSuites(MainCall& c) {
     const bool none = c.inData != nullptr && c.inData->pica_basicP == nullptr;
     return none && c.cmd == PF_Cmd_SEQUENCE_SETUP ? PF_Err_BAD_CALLBACK_PARAM : Effect(c);
 }
 
-bool IsSmart(const Command& c) {
+bool IsSmart(const MainCall& c) {
     return c.cmd == PF_Cmd_SMART_PRE_RENDER || c.cmd == PF_Cmd_SMART_RENDER;
 }
 
-PF_Err AcceptsNoRecord(Command& c) {
+PF_Err AcceptsNoRecord(MainCall& c) {
     return IsSmart(c) && c.extra == nullptr ? PF_Err_NONE : Effect(c);
 }
 
-PF_Err LooksIntoEmptyRecords(Command& c) {
+PF_Err LooksIntoEmptyRecords(MainCall& c) {
     if (c.cmd == PF_Cmd_SMART_RENDER && c.extra != nullptr) {
         if (static_cast<PF_SmartRenderExtra*>(c.extra)->cb == nullptr) std::abort();
     }
     return Effect(c);
 }
 
-PF_Err AcceptsNoParams(Command& c) {
+PF_Err AcceptsNoParams(MainCall& c) {
     return c.cmd == PF_Cmd_RENDER && c.params == nullptr ? PF_Err_NONE : Effect(c);
 }
 
@@ -67,21 +67,21 @@ PF_Err AcceptsNoParams(Command& c) {
 bool IsOfOwnSize(const PF_LayerDef* world) {
     return world != nullptr && world->width == OwnSize().width && world->height == OwnSize().height;
 }
-const PF_LayerDef* InputOf(const Command& c) {
+const PF_LayerDef* InputOf(const MainCall& c) {
     return c.cmd == PF_Cmd_RENDER && c.params != nullptr && c.params[0] != nullptr ? &c.params[0]->u.ld : nullptr;
 }
 
-PF_Err NeedsAnInput(Command& c) {
+PF_Err NeedsAnInput(MainCall& c) {
     if (InputOf(c) != nullptr && InputOf(c)->data == nullptr && IsOfOwnSize(c.output)) std::abort();
     return Effect(c);
 }
 
-PF_Err NeedsAnOutput(Command& c) {
+PF_Err NeedsAnOutput(MainCall& c) {
     if (IsOfOwnSize(InputOf(c)) && c.output == nullptr) std::abort();
     return Effect(c);
 }
 
-PF_Err NeedsGlobalSetup(Command& c) {
+PF_Err NeedsGlobalSetup(MainCall& c) {
     static bool seen = false;
     seen = seen || c.cmd == PF_Cmd_GLOBAL_SETUP;
     if (!seen && c.cmd == PF_Cmd_SEQUENCE_SETUP) std::abort();
@@ -90,7 +90,7 @@ PF_Err NeedsGlobalSetup(Command& c) {
 
 // Counts only sessions with one instance that renders nothing, because other checks begin a new session after a
 // refusal.
-PF_Err IsSetUpTwiceAtMost(Command& c) {
+PF_Err IsSetUpTwiceAtMost(MainCall& c) {
     static int ends = 0, instances = 0;
     static bool rendered = false;
     if (c.inData == nullptr || InNewerHost(c)) return Effect(c);
@@ -102,14 +102,14 @@ PF_Err IsSetUpTwiceAtMost(Command& c) {
     return Effect(c);
 }
 
-PF_Err EndsOnce(Command& c) {
+PF_Err EndsOnce(MainCall& c) {
     static bool ended = false;
     const bool again = ended && c.cmd == PF_Cmd_GLOBAL_SETDOWN;
     ended = c.cmd == PF_Cmd_GLOBAL_SETDOWN;
     return again ? PF_Err_INTERNAL_STRUCT_DAMAGED : Effect(c);
 }
 
-PF_Err IsBusy(Command& c) {
+PF_Err IsBusy(MainCall& c) {
     static std::atomic<bool> busy{false};
     if (c.cmd == PF_Cmd_ABOUT && busy) return PF_Err_INTERNAL_STRUCT_DAMAGED;
     if (c.cmd != PF_Cmd_PARAMS_SETUP) return Effect(c);

@@ -6,34 +6,34 @@
 namespace broken {
 namespace {
 
-void ExceedsWhite(Render& r) {
+void ExceedsWhite(RenderCall& r) {
     const std::uint16_t value = 33000;
     if (r.pixelBytes == 8) std::memcpy(Bytes(r.output), &value, sizeof value);
 }
 
-void DividesByZero(Render& r) {
+void DividesByZero(RenderCall& r) {
     const float value = std::numeric_limits<float>::infinity();
     if (r.pixelBytes == 16) std::memcpy(Bytes(r.output), &value, sizeof value);
 }
 
-void IsBlackInDeepColour(Render& r) {
+void IsBlackInDeepColour(RenderCall& r) {
     if (r.pixelBytes != 8) return;
     for (std::ptrdiff_t y = 0; y < r.output->height; ++y)
         std::memset(Bytes(r.output) + y * r.output->rowbytes, 0, static_cast<std::size_t>(r.output->width * 8));
 }
 
-void Alternates(Render& r) {
+void Alternates(RenderCall& r) {
     static int renders = 0;
     if (++renders % 2 == 0) ChangesAPixel(r);
 }
 
 volatile int g_zero = 0;
 
-void Crashes(Render&) {
+void Crashes(RenderCall&) {
     *reinterpret_cast<volatile int*>(static_cast<std::intptr_t>(g_zero)) = 1;
 }
 
-void ChangesLastRow(Render& r) {
+void ChangesLastRow(RenderCall& r) {
     *(Bytes(r.output) + std::ptrdiff_t{r.output->rowbytes} * (r.output->height - 1)) ^= 1;
 }
 

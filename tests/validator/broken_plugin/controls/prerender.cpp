@@ -10,7 +10,7 @@ namespace {
 
 // One pre-render: its records, and what the effect returned.
 struct PreRender {
-    Command& command;
+    MainCall& command;
     PF_PreRenderExtra& extra;
     PF_PreRenderOutput& out;
     PF_LRect before;  // the result rectangle on entry
@@ -20,7 +20,7 @@ struct PreRender {
 };
 
 // Whether the command is a pre-render with a complete record.
-bool IsPreRender(const Command& command) {
+bool IsPreRender(const MainCall& command) {
     if (command.cmd != PF_Cmd_SMART_PRE_RENDER || !command.extra) return false;
     const auto& extra = *static_cast<const PF_PreRenderExtra*>(command.extra);
     return extra.input && extra.output && extra.cb;
@@ -28,7 +28,7 @@ bool IsPreRender(const Command& command) {
 
 // A hook that runs the fault after the effect's pre-render, if the layer has the check's own size.
 template <void (*fault)(PreRender&)>
-PF_Err After(Command& command) {
+PF_Err After(MainCall& command) {
     if (!IsPreRender(command)) return Effect(command);
     auto& extra = *static_cast<PF_PreRenderExtra*>(command.extra);
     PreRender pre{command, extra, *extra.output, extra.output->result_rect};
@@ -76,14 +76,14 @@ PF_Err Checkout(PF_ProgPtr ref, std::int32_t index, std::int32_t id, const PF_Re
 
 // A hook that changes the effect's request, if the layer has the check's own size.
 template <void (*change)(PF_RenderRequest&)>
-PF_Err Asking(Command& command) {
+PF_Err Asking(MainCall& command) {
     if (!IsOfOwnSize(command) || !IsPreRender(command)) return Effect(command);
     PF_PreRenderExtra extra = *static_cast<PF_PreRenderExtra*>(command.extra);
     PF_PreRenderCallbacks callbacks = *extra.cb;
     g_theirs = extra.cb;
     callbacks.checkout_layer = Checkout<change>;
     extra.cb = &callbacks;
-    Command inner = command;
+    MainCall inner = command;
     inner.extra = &extra;
     return Effect(inner);
 }
@@ -108,10 +108,10 @@ void AnnouncesTwice(PreRender& pre) {
 // ---- What is left behind --------------------------------------------------------------------------------------
 
 // Writes into the output of the previous render.
-PF_Err WritesOldOutput(Command& command) {
+PF_Err WritesOldOutput(MainCall& command) {
     static std::atomic<std::uint8_t*> output{nullptr};
     if (IsRender(command)) {
-        const Render render = RenderTruly(command);
+        const RenderCall render = RenderTruly(command);
         if (render.OutputIs(OwnSize())) output = Bytes(render.output);
         return render.result;
     }
@@ -140,7 +140,7 @@ void Delete(void* data) {
     } catch (...) {  // some hosts throw after they have freed the handle
     }
 }
-PF_Err DeletesItsData(Command& command) {
+PF_Err DeletesItsData(MainCall& command) {
     const PF_Err result = Effect(command);
     if (command.cmd == PF_Cmd_SMART_PRE_RENDER && result == PF_Err_NONE) {
         g_dispose = command.inData->utils->host_dispose_handle;
@@ -163,13 +163,13 @@ std::atomic<int> g_preRenders{0};
 std::atomic<std::int32_t> g_lastHeight{0};
 
 template <bool (*when)()>
-PF_Err ChangesAPixelWhen(Command& command) {
+PF_Err ChangesAPixelWhen(MainCall& command) {
     if (command.cmd == PF_Cmd_SMART_PRE_RENDER) {
         ++g_preRenders;
         g_lastHeight = command.inData->height;
     }
     if (!IsRender(command)) return Effect(command);
-    Render render = RenderTruly(command);
+    RenderCall render = RenderTruly(command);
     if (render.OutputIs(OwnSize()) && when()) ChangesAPixel(render);
     g_preRenders = 0;
     return render.result;
@@ -184,7 +184,7 @@ bool AfterAnothers() {
 
 // Fetches a layer's pixels once more after the effect.
 template <std::int32_t id>
-void Fetches(Render& render) {
+void Fetches(RenderCall& render) {
     const auto& extra = *static_cast<const PF_SmartRenderExtra*>(render.command.extra);
     PF_EffectWorld* pixels = nullptr;
     extra.cb->checkout_layer_pixels(render.command.inData->effect_ref, id, &pixels);

@@ -7,7 +7,7 @@ namespace {
 
 // Registers one wrong value.
 template <auto member, auto value>
-PF_Err With(Registration& r) {
+PF_Err With(RegistrationCall& r) {
     r.*member = value;
     return Register(r);
 }
@@ -17,22 +17,22 @@ constexpr char kLongCategory[] = "Effects of the NUV project, all of them";
 constexpr char kUmlautName[] = "nuv_chromab\xC3\xA9r";
 constexpr char kOtherEntry[] = "EffectMaim";
 
-PF_Err Refuses(Registration& r) {
+PF_Err Refuses(RegistrationCall& r) {
     const PF_Err result = Register(r);
     return result == PF_Err_NONE ? PF_Err_INTERNAL_STRUCT_DAMAGED : result;
 }
 
-PF_Err RegistersTwice(Registration& r) {
+PF_Err RegistersTwice(RegistrationCall& r) {
     Register(r);
     return Register(r);
 }
 
-PF_Err OldInterfaceForThreads(Registration& r) {
+PF_Err OldInterfaceForThreads(RegistrationCall& r) {
     r.apiMinor = 24;
     return Register(r);
 }
 
-PF_Err PassesAnotherRecord(Registration& r) {
+PF_Err PassesAnotherRecord(RegistrationCall& r) {
     const auto record = r.record;
     r.record = reinterpret_cast<PF_PluginDataPtr>(reinterpret_cast<char*>(record) + 8);
     const PF_Err answer = Register(r);
@@ -40,12 +40,12 @@ PF_Err PassesAnotherRecord(Registration& r) {
                                                : answer;  // the host refuses a record that is not its own
 }
 
-PF_Err SwallowsTheAnswer(Registration& r) {
+PF_Err SwallowsTheAnswer(RegistrationCall& r) {
     Register(r);
     return PF_Err_NONE;
 }
 
-PF_Err ChangesItsMind(Registration& r) {
+PF_Err ChangesItsMind(RegistrationCall& r) {
     static int scans = 0;
     if (++scans > 1) r.category = "Blur";
     return Register(r);
@@ -53,14 +53,14 @@ PF_Err ChangesItsMind(Registration& r) {
 
 int g_kept = 0;
 
-PF_Err KeepsASuite(Registration& r) {
+PF_Err KeepsASuite(RegistrationCall& r) {
     const void* suite = nullptr;
     if (r.basic && r.basic->AcquireSuite("PF ANSI Suite", 1, &suite) == 0 && suite) ++g_kept;
     return Register(r);
 }
 
 // Gives the suite back at the next command, because other checks look for kept suites after a command.
-PF_Err GivesItBackLater(Command& c) {
+PF_Err GivesItBackLater(MainCall& c) {
     if (c.inData && c.inData->pica_basicP) {
         for (; g_kept > 0; --g_kept)
             c.inData->pica_basicP->ReleaseSuite("PF ANSI Suite", 1);
@@ -73,22 +73,22 @@ constexpr Control kControls[] = {
     {.check = "registration.once", .fault = "registers twice", .registration = RegistersTwice},
     {.check = "registration.name",
      .fault = "has a name of 33 characters",
-     .registration = With<&Registration::name, kLongName>},
+     .registration = With<&RegistrationCall::name, kLongName>},
     {.check = "registration.category",
      .fault = "has a category of 39 characters",
-     .registration = With<&Registration::category, kLongCategory>},
+     .registration = With<&RegistrationCall::category, kLongCategory>},
     {.check = "registration.match-name",
      .fault = "has an accent in the match name",
-     .registration = With<&Registration::matchName, kUmlautName>},
+     .registration = With<&RegistrationCall::matchName, kUmlautName>},
     {.check = "registration.entry-point",
      .fault = "names an entry point that it does not export",
-     .registration = With<&Registration::entryPoint, kOtherEntry>},
+     .registration = With<&RegistrationCall::entryPoint, kOtherEntry>},
     {.check = "registration.kind",
      .fault = "registers as something else",
-     .registration = With<&Registration::kind, 0x65464B58>},
+     .registration = With<&RegistrationCall::kind, 0x65464B58>},
     {.check = "registration.api-version",
      .fault = "asks for interface 12",
-     .registration = With<&Registration::apiMajor, 12>},
+     .registration = With<&RegistrationCall::apiMajor, 12>},
     {.check = "registration.api-for-threads",
      .fault = "asks for 13.24 and declares threads",
      .registration = OldInterfaceForThreads},

@@ -8,19 +8,19 @@
 namespace broken {
 namespace {
 
-void WritesInput(Render& r) {
+void WritesInput(RenderCall& r) {
     *Bytes(r.input) ^= 1;
 }
 
-void ChangesRecord(Render& r) {
+void ChangesRecord(RenderCall& r) {
     r.input->rowbytes += 4;
 }
 
-void ChangesParameter(Render& r) {
+void ChangesParameter(RenderCall& r) {
     if (r.command.params && r.command.params[1]) r.command.params[1]->flags ^= 1;
 }
 
-void ChangesSequenceData(Render& r) {
+void ChangesSequenceData(RenderCall& r) {
     const PF_Handle handle = r.command.inData->sequence_data;
     const auto& utils = *r.command.inData->utils;
     auto* const data = static_cast<std::uint8_t*>(utils.host_lock_handle(handle));
@@ -28,47 +28,47 @@ void ChangesSequenceData(Render& r) {
     utils.host_unlock_handle(handle);
 }
 
-void FlushesToZero(Render&) {
+void FlushesToZero(RenderCall&) {
     _mm_setcsr(_mm_getcsr() | _MM_FLUSH_ZERO_ON);
 }
 
-void KeepsASuite(Render& r) {
+void KeepsASuite(RenderCall& r) {
     const void* suite = nullptr;
     r.command.inData->pica_basicP->AcquireSuite("PF ANSI Suite", 1, &suite);
 }
 
-void LeavesAMessage(Render& r) {
+void LeavesAMessage(RenderCall& r) {
     std::strcpy(r.command.outData->return_msg, "done");
 }
 
-void Alternates(Render& r) {
+void Alternates(RenderCall& r) {
     static int renders = 0;
     if (++renders % 2 == 0) ChangesAPixel(r);
 }
 
 // Renders only the first instance correctly.
-void KnowsOneInstance(Render& r) {
+void KnowsOneInstance(RenderCall& r) {
     static const PF_Handle first = r.command.inData->sequence_data;
     if (r.command.inData->sequence_data != first) ChangesAPixel(r);
 }
 
 // Uses a cache that another instance has filled.
-void KeepsOthersCache(Render& r) {
+void KeepsOthersCache(RenderCall& r) {
     static PF_Handle last = r.command.inData->sequence_data;
     if (r.command.inData->sequence_data != last) ChangesAPixel(r);
     last = r.command.inData->sequence_data;
 }
 
-PF_Err KeepsOtherTimesCache(Command& command) {
+PF_Err KeepsOtherTimesCache(MainCall& command) {
     static std::atomic<std::int32_t> last{0};
     if (!IsRender(command)) return Effect(command);
-    Render render = RenderTruly(command);
+    RenderCall render = RenderTruly(command);
     if (last.exchange(command.inData->current_time) == signs::kOtherFramesTime && render.OutputIs(OwnSize()))
         ChangesAPixel(render);
     return render.result;
 }
 
-void DiffersPlainly(Render& r) {
+void DiffersPlainly(RenderCall& r) {
     if (r.command.cmd == PF_Cmd_RENDER) ChangesAPixel(r);
 }
 
@@ -77,21 +77,21 @@ void DiffersPlainly(Render& r) {
 volatile std::uint8_t g_read;
 PF_LayerDef* volatile g_nothing = nullptr;
 
-void ReadsMissingInput(Render& r) {
+void ReadsMissingInput(RenderCall& r) {
     if (!r.input) g_read = *Bytes(g_nothing);
     if (!r.input->data) g_read = *Bytes(r.input);
 }
 
 // A hook that runs the fault after the effect's render, if the input has the check's own size.
-template <void (*fault)(Render&)>
-PF_Err WithInput(Command& command) {
+template <void (*fault)(RenderCall&)>
+PF_Err WithInput(MainCall& command) {
     if (!IsRender(command)) return Effect(command);
-    Render render = RenderTruly(command);
+    RenderCall render = RenderTruly(command);
     if (render.InputIs(OwnSize())) fault(render);
     return render.result;
 }
 
-void WritesMissingOutput(Render& r) {
+void WritesMissingOutput(RenderCall& r) {
     if (!r.output) *Bytes(g_nothing) = 0;
 }
 

@@ -11,14 +11,14 @@ constexpr PF_Cmd kSetup = PF_Cmd_SEQUENCE_SETUP;
 constexpr PF_Cmd kResetup = PF_Cmd_SEQUENCE_RESETUP;
 constexpr PF_Cmd kSetdown = PF_Cmd_SEQUENCE_SETDOWN;
 
-PF_Err RefusesNewInstances(Command& c) {
+PF_Err RefusesNewInstances(MainCall& c) {
     return InNewerHost(c, kSetup) && c.inData->sequence_data == nullptr ? PF_Err_OUT_OF_MEMORY : Effect(c);
 }
 
 std::array<void*, 2> g_own{};  // memory of our own that looks like a handle
 
 // Replaces the block that a new instance has just got.
-void GiveNoHandle(Command& c) {
+void GiveNoHandle(MainCall& c) {
     if (c.inData->sequence_data != nullptr) return;
     c.inData->utils->host_dispose_handle(c.outData->sequence_data);
     g_own[0] = &g_own[1];
@@ -28,7 +28,7 @@ void GiveNoHandle(Command& c) {
 
 // Applies the fault when the host hands back the block that the last re-set-up has just made.
 template <auto fault>
-PF_Err WhenItComesBack(Command& c) {
+PF_Err WhenItComesBack(MainCall& c) {
     static PF_Handle made = nullptr;
     const PF_Err result = Effect(c);
     if (!InNewerHost(c)) return result;
@@ -37,16 +37,16 @@ PF_Err WhenItComesBack(Command& c) {
     return result;
 }
 
-void LockTheBlock(Command& c) {
+void LockTheBlock(MainCall& c) {
     c.inData->utils->host_lock_handle(c.inData->sequence_data);
 }
 
-void TellMore(Command& c) {
+void TellMore(MainCall& c) {
     c.outData->flat_sdata_size += 1;
 }
 
 // The last of the new instances in a row gets a large block.
-PF_Err MakesALargeBlock(Command& c) {
+PF_Err MakesALargeBlock(MainCall& c) {
     static int inARow = 0;
     const bool isNew = InNewerHost(c, kSetup) && c.inData->sequence_data == nullptr;
     inARow = isNew ? inARow + 1 : 0;
@@ -58,7 +58,7 @@ PF_Err MakesALargeBlock(Command& c) {
     return Effect(c);
 }
 
-PF_Err MakesASecondBlock(Command& c) {
+PF_Err MakesASecondBlock(MainCall& c) {
     if (!InNewerHost(c, kSetup) || c.inData->sequence_data == nullptr) return Effect(c);
     c.outData->sequence_data = c.inData->utils->host_new_handle(4);
     std::memset(*c.outData->sequence_data, 0, 4);
@@ -66,7 +66,7 @@ PF_Err MakesASecondBlock(Command& c) {
 }
 
 // A second instance gets the block of the first one as long as the first one lives.
-PF_Err SharesABlock(Command& c) {
+PF_Err SharesABlock(MainCall& c) {
     static PF_Handle shared = nullptr;
     if (InNewerHost(c, kSetup) && c.inData->sequence_data == nullptr && shared != nullptr) {
         c.outData->sequence_data = shared;
@@ -78,12 +78,12 @@ PF_Err SharesABlock(Command& c) {
     return result;
 }
 
-PF_Err RefusesToBeginWithoutData(Command& c) {
+PF_Err RefusesToBeginWithoutData(MainCall& c) {
     return InNewerHost(c, kResetup) && c.inData->sequence_data == nullptr ? PF_Err_OUT_OF_MEMORY : Effect(c);
 }
 
 // The fault shows only in an instance that ends right after it began.
-PF_Err KeepsTheBlock(Command& c) {
+PF_Err KeepsTheBlock(MainCall& c) {
     static bool begun = false;
     const bool keeps = begun && InNewerHost(c, kSetdown) && c.inData->sequence_data != nullptr;
     if (InNewerHost(c)) begun = c.cmd == kSetup;
@@ -92,19 +92,19 @@ PF_Err KeepsTheBlock(Command& c) {
     return PF_Err_NONE;
 }
 
-PF_Err NamesTheFreedBlock(Command& c) {
+PF_Err NamesTheFreedBlock(MainCall& c) {
     const PF_Handle block = InNewerHost(c, kSetdown) ? c.outData->sequence_data : nullptr;
     const PF_Err result = Effect(c);
     if (block != nullptr) c.outData->sequence_data = block;
     return result;
 }
 
-PF_Err NeedsABlock(Command& c) {
+PF_Err NeedsABlock(MainCall& c) {
     const bool none = InNewerHost(c, kSetdown) && c.inData->sequence_data == nullptr;
     return none ? PF_Err_BAD_CALLBACK_PARAM : Effect(c);
 }
 
-void Leak(Command&) {
+void Leak(MainCall&) {
     [[maybe_unused]] static void* volatile leaked;
     leaked = std::malloc(100);
 }

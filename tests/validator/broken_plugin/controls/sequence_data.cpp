@@ -9,7 +9,7 @@ namespace {
 constexpr PF_Cmd kSetup = PF_Cmd_SEQUENCE_SETUP;
 constexpr PF_Cmd kResetup = PF_Cmd_SEQUENCE_RESETUP;
 
-PF_Err NumbersItsInstances(Command& c) {
+PF_Err NumbersItsInstances(MainCall& c) {
     static std::uint32_t number = 0;
     const PF_Err result = Effect(c);
     if (InNewerHost(c, kSetup) && c.inData->sequence_data == nullptr) {
@@ -19,14 +19,14 @@ PF_Err NumbersItsInstances(Command& c) {
 }
 
 // The block that the host hands back, or null.
-PF_Handle HandedBack(const Command& c) {
+PF_Handle HandedBack(const MainCall& c) {
     return InNewerHost(c, kResetup) ? c.inData->sequence_data : nullptr;
 }
-std::uint64_t HandedBackSize(const Command& c) {
+std::uint64_t HandedBackSize(const MainCall& c) {
     return HandedBack(c) ? c.inData->utils->host_get_handle_size(HandedBack(c)) : 4;
 }
 
-PF_Err RefusesSavedData(Command& c) {
+PF_Err RefusesSavedData(MainCall& c) {
     static PF_Handle made = nullptr;
     if (HandedBack(c) != nullptr && HandedBack(c) != made && HandedBackSize(c) == 4) return PF_Err_OUT_OF_MEMORY;
     const PF_Err result = Effect(c);
@@ -34,24 +34,24 @@ PF_Err RefusesSavedData(Command& c) {
     return result;
 }
 
-PF_Err CountsResetups(Command& c) {
+PF_Err CountsResetups(MainCall& c) {
     const PF_Err result = Effect(c);
     if (HandedBack(c) != nullptr && HandedBackSize(c) == 4) static_cast<unsigned char*>(*HandedBack(c))[3] ^= 1;
     return result;
 }
 
 // Writes as if every block had the right size.
-PF_Err TrustsTheSize(Command& c) {
+PF_Err TrustsTheSize(MainCall& c) {
     if (HandedBackSize(c) < 4) std::memset(*HandedBack(c), 0, 4);
     return Effect(c);
 }
 
-PF_Err FallsOverLargeBlocks(Command& c) {
+PF_Err FallsOverLargeBlocks(MainCall& c) {
     if (HandedBackSize(c) >= signs::kForeignBlock) std::abort();
     return Effect(c);
 }
 
-PF_Err FallsOverGarbage(Command& c) {
+PF_Err FallsOverGarbage(MainCall& c) {
     std::uint32_t first = 0;
     if (HandedBack(c) != nullptr && HandedBackSize(c) == 4) std::memcpy(&first, *HandedBack(c), sizeof first);
     if (first > 1000) std::abort();
@@ -59,7 +59,7 @@ PF_Err FallsOverGarbage(Command& c) {
 }
 
 // Renders no more once a block has been handed back twice in a row.
-PF_Err WearsOut(Command& c) {
+PF_Err WearsOut(MainCall& c) {
     static PF_Handle last = nullptr;
     static bool wornOut = false;
     if (c.cmd == kResetup && c.inData != nullptr) {
@@ -70,7 +70,7 @@ PF_Err WearsOut(Command& c) {
     return renders && wornOut ? PF_Err_INTERNAL_STRUCT_DAMAGED : Effect(c);
 }
 
-void Overwrite(Command& c) {
+void Overwrite(MainCall& c) {
     if (c.inData->sequence_data != nullptr) std::memset(*c.inData->sequence_data, 1, 1);
 }
 

@@ -6,27 +6,27 @@ namespace {
 constexpr PF_Cmd kGlobal = PF_Cmd_GLOBAL_SETUP;
 constexpr PF_Cmd kParams = PF_Cmd_PARAMS_SETUP;
 
-void ForgetVersion(Command& c) {
+void ForgetVersion(MainCall& c) {
     c.outData->my_version = 0;
 }
 
-void ChangeTheSecondTime(Command& c) {
+void ChangeTheSecondTime(MainCall& c) {
     static int times = 0;
     if (++times == 2) c.outData->out_flags &= ~static_cast<std::int32_t>(PF_OutFlag_USE_OUTPUT_EXTENT);
 }
 
-void DeclareFloatWithoutSmartRender(Command& c) {
+void DeclareFloatWithoutSmartRender(MainCall& c) {
     if (InEditor(c)) return;
     c.outData->out_flags2 &= ~static_cast<std::int32_t>(PF_OutFlag2_SUPPORTS_SMART_RENDER);
 }
 
-void DeclareFloatWithoutDeep(Command& c) {
+void DeclareFloatWithoutDeep(MainCall& c) {
     if (InEditor(c)) return;
     c.outData->out_flags &= ~static_cast<std::int32_t>(PF_OutFlag_DEEP_COLOR_AWARE);
 }
 
 // The details of the interface do not matter here.
-PF_Err RegistersItsInterface(Command& c) {
+PF_Err RegistersItsInterface(MainCall& c) {
     const PF_Err result = Effect(c);
     if (c.cmd == kParams && c.inData != nullptr && c.inData->inter.register_ui != nullptr) {
         c.inData->inter.register_ui(c.inData->effect_ref, nullptr);
@@ -34,22 +34,22 @@ PF_Err RegistersItsInterface(Command& c) {
     return result;
 }
 
-PF_Err RegistersWithoutDeclaring(Command& c) {
+PF_Err RegistersWithoutDeclaring(MainCall& c) {
     const PF_Err result = InNewerHost(c) ? RegistersItsInterface(c) : Effect(c);
     if (InNewerHost(c, kGlobal)) c.outData->out_flags &= ~static_cast<std::int32_t>(PF_OutFlag_CUSTOM_UI);
     return result;
 }
 
-void LeaveMessage(Command& c) {
+void LeaveMessage(MainCall& c) {
     c.outData->return_msg[0] = '!';
 }
 
-void ChangeInData(Command& c) {
+void ChangeInData(MainCall& c) {
     c.inData->num_params = 99;
 }
 
 // Keeps the suite until global set-down.
-PF_Err KeepsASuite(Command& c) {
+PF_Err KeepsASuite(MainCall& c) {
     const PF_Err result = Effect(c);
     if (!InNewerHost(c) || c.inData->pica_basicP == nullptr) return result;
     const void* suite = nullptr;
@@ -58,7 +58,7 @@ PF_Err KeepsASuite(Command& c) {
     return result;
 }
 
-PF_Err KeepsAHandle(Command& c) {
+PF_Err KeepsAHandle(MainCall& c) {
     static PF_Handle kept = nullptr;
     const PF_Err result = Effect(c);
     if (InNewerHost(c, kParams)) kept = c.inData->utils->host_new_handle(64);
@@ -69,18 +69,18 @@ PF_Err KeepsAHandle(Command& c) {
     return result;
 }
 
-void UnlockWhatIsNotLocked(Command& c) {
+void UnlockWhatIsNotLocked(MainCall& c) {
     const PF_Handle handle = c.inData->utils->host_new_handle(64);
     c.inData->utils->host_unlock_handle(handle);
     c.inData->utils->host_dispose_handle(handle);
 }
 
-void MakeGlobalData(Command& c) {
+void MakeGlobalData(MainCall& c) {
     c.outData->global_data = c.inData->utils->host_new_handle(16);
 }
 
 // The global data stay locked from global set-up until parameter set-up or global set-down.
-PF_Err LocksItsGlobalData(Command& c) {
+PF_Err LocksItsGlobalData(MainCall& c) {
     const PF_Err result = Effect(c);
     if (!InNewerHost(c)) return result;
     const PF_UtilCallbacks& utils = *c.inData->utils;
@@ -101,14 +101,14 @@ PF_Err LocksItsGlobalData(Command& c) {
     return result;
 }
 
-const PF_PixelFormatSuite1* FormatSuite(const Command& c) {
+const PF_PixelFormatSuite1* FormatSuite(const MainCall& c) {
     const void* suite = nullptr;
     if (c.inData->pica_basicP) c.inData->pica_basicP->AcquireSuite("PF Pixel Format Suite", 1, &suite);
     return static_cast<const PF_PixelFormatSuite1*>(suite);
 }
 
 template <PF_PixelFormat format, bool inEditor>
-void AddFormat(Command& c) {
+void AddFormat(MainCall& c) {
     if (InEditor(c) != inEditor) return;
     if (const auto* const formats = FormatSuite(c)) {
         formats->AddSupportedPixelFormat(c.inData->effect_ref, format);
@@ -116,7 +116,7 @@ void AddFormat(Command& c) {
     }
 }
 
-void ClearTheFormats(Command& c) {
+void ClearTheFormats(MainCall& c) {
     if (!InEditor(c)) return;
     if (const auto* const formats = FormatSuite(c)) {
         formats->ClearSupportedPixelFormats(c.inData->effect_ref);

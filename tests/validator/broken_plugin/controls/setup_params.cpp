@@ -13,7 +13,7 @@ constexpr PF_Cmd kParams = PF_Cmd_PARAMS_SETUP;
 // Changed changes every definition on its way to the host. Adds does so only in the newer host, AddsEverywhere in
 // both.
 template <void change(PF_ParamDef&)>
-PF_Err Changed(Command& c) {
+PF_Err Changed(MainCall& c) {
     OwnRecords own(c);
     own.inData.inter.add_param = [](PF_ProgPtr ref, std::int32_t index, PF_ParamDef* definition) {
         change(*definition);
@@ -22,19 +22,19 @@ PF_Err Changed(Command& c) {
     return Effect(c);
 }
 template <void change(PF_ParamDef&)>
-PF_Err Adds(Command& c) {
+PF_Err Adds(MainCall& c) {
     return InNewerHost(c, kParams) ? Changed<change>(c) : Effect(c);
 }
 template <void change(PF_ParamDef&)>
-PF_Err AddsEverywhere(Command& c) {
+PF_Err AddsEverywhere(MainCall& c) {
     return c.cmd == kParams && c.inData != nullptr ? Changed<change>(c) : Effect(c);
 }
 
-void CountOneLess(Command& c) {
+void CountOneLess(MainCall& c) {
     c.outData->num_params -= 1;
 }
 
-PF_Err AddsByIndex(Command& c) {
+PF_Err AddsByIndex(MainCall& c) {
     if (!InNewerHost(c, kParams)) return Effect(c);
     OwnRecords own(c);
     own.inData.inter.add_param = [](PF_ProgPtr ref, std::int32_t, PF_ParamDef* definition) {
@@ -47,20 +47,20 @@ void ChangeAName(PF_ParamDef& definition) {
     definition.name[0] = definition.uu.id == 5 ? 'a' : definition.name[0];
 }
 
-PF_Err ChangesTheSecondTime(Command& c) {
+PF_Err ChangesTheSecondTime(MainCall& c) {
     static int times = 0;  // since global set-up
     if (InNewerHost(c, PF_Cmd_GLOBAL_SETUP)) times = 0;
     if (!InNewerHost(c, kParams) || ++times != 2) return Effect(c);
     return Changed<ChangeAName>(c);
 }
 
-PF_Err ChangesBeforeGlobalSetup(Command& c) {
+PF_Err ChangesBeforeGlobalSetup(MainCall& c) {
     static bool seen = false;
     if (c.cmd == PF_Cmd_GLOBAL_SETUP) seen = true;
     return seen ? Effect(c) : Adds<ChangeAName>(c);
 }
 
-PF_Err ChangesInTheEditor(Command& c) {
+PF_Err ChangesInTheEditor(MainCall& c) {
     return InEditor(c) ? Adds<ChangeAName>(c) : Effect(c);
 }
 

@@ -21,7 +21,7 @@ using namespace std::chrono_literals;
 
 // The callbacks below may run on several threads at once. So they use what the host passes with every command, and
 // do not ask OwnRecords::Host.
-bool IsOwnRender(const Command& command) {
+bool IsOwnRender(const MainCall& command) {
     return (command.cmd == PF_Cmd_RENDER || command.cmd == PF_Cmd_SMART_RENDER) && IsOfOwnSize(command);
 }
 
@@ -50,13 +50,13 @@ private:
 };
 
 template <bool same>
-PF_Err FailsBesideAnother(Command& command) {
+PF_Err FailsBesideAnother(MainCall& command) {
     static Clash clash;
     if (IsOwnRender(command) && clash.Meets(command.inData->sequence_data, same)) return PF_Err_OUT_OF_MEMORY;
     return Effect(command);
 }
 
-PF_Err FailsBesideSetUp(Command& command) {
+PF_Err FailsBesideSetUp(MainCall& command) {
     static std::atomic<int> setUps{0};
     if (command.cmd == PF_Cmd_SEQUENCE_SETUP) ++setUps;
     if (!IsOwnRender(command)) return Effect(command);
@@ -71,7 +71,7 @@ PF_Err FailsBesideSetUp(Command& command) {
 std::atomic<PF_Err (*)(PF_ProgPtr)> g_abort{nullptr};
 std::atomic<bool> g_aborted{false};
 
-PF_Err AbortsOthersToo(Command& command) {
+PF_Err AbortsOthersToo(MainCall& command) {
     if (!IsOwnRender(command)) return Effect(command);
     if (g_aborted) return PF_Err_OUT_OF_MEMORY;
     g_abort = command.inData->inter.abort;
@@ -81,7 +81,7 @@ PF_Err AbortsOthersToo(Command& command) {
         if (code != PF_Err_NONE) g_aborted = true;
         return code;
     };
-    Command own = command;
+    MainCall own = command;
     own.inData = &inData;
     return Effect(own);
 }
@@ -110,7 +110,7 @@ std::int32_t AcquireWith(const char* name, std::int32_t version, const void** su
 }
 
 template <IterateGeneric iterate>
-PF_Err Iterates(Command& command) {
+PF_Err Iterates(MainCall& command) {
     if (!IsOwnRender(command)) return Effect(command);
     g_acquire = command.inData->pica_basicP->AcquireSuite;
     OwnRecords own(command);
@@ -142,7 +142,7 @@ PF_Err OnFewThreads(std::int32_t iterations, void* refcon, PF_IterateRowFunc fun
                      });
 }
 
-PF_Err AllocatesElsewhere(Command& command) {
+PF_Err AllocatesElsewhere(MainCall& command) {
     if (!IsOwnRender(command)) return Effect(command);
     std::thread([utils = command.inData->utils] { utils->host_dispose_handle(utils->host_new_handle(24)); }).join();
     return Effect(command);
@@ -150,14 +150,14 @@ PF_Err AllocatesElsewhere(Command& command) {
 
 // ---- Threads --------------------------------------------------------------------------------------------------
 
-PF_Err StaysOnItsThread(Command& command) {
+PF_Err StaysOnItsThread(MainCall& command) {
     static std::atomic<std::thread::id> setUp;
     if (command.cmd == PF_Cmd_SEQUENCE_SETUP) setUp = std::this_thread::get_id();
     if (IsOwnRender(command) && setUp.load() != std::this_thread::get_id()) return PF_Err_OUT_OF_MEMORY;
     return Effect(command);
 }
 
-PF_Err LeavesThread(Command& command) {
+PF_Err LeavesThread(MainCall& command) {
     if (IsOwnRender(command)) LeaveThread();
     return Effect(command);
 }
@@ -167,13 +167,13 @@ void FlushToZero() {
 }
 
 template <void (*change)()>
-PF_Err Changes(Command& command) {
+PF_Err Changes(MainCall& command) {
     const PF_Err result = Effect(command);
     if (IsOwnRender(command)) change();
     return result;
 }
 
-PF_Err LeaksOnEachThread(Command& command) {
+PF_Err LeaksOnEachThread(MainCall& command) {
     thread_local bool known = false;
     if (IsOwnRender(command) && !std::exchange(known, true)) {
         [[maybe_unused]] static void* volatile leaked;
@@ -191,7 +191,7 @@ struct Basic {
 std::atomic<const Basic*> g_basic{nullptr};
 
 // Unlocks the mutex in the render's first callback, and locks it again in the last one.
-PF_Err RendersUnlocked(Command& command) {
+PF_Err RendersUnlocked(MainCall& command) {
     if (!IsOwnRender(command)) return Effect(command);
     static const Basic basic{command.inData->pica_basicP->AcquireSuite, command.inData->pica_basicP->ReleaseSuite};
     g_basic = &basic;
@@ -207,7 +207,7 @@ PF_Err RendersUnlocked(Command& command) {
     };
     PF_InData inData = *command.inData;
     inData.pica_basicP = &own;
-    Command unlocked = command;
+    MainCall unlocked = command;
     unlocked.inData = &inData;
     return Effect(unlocked);
 }

@@ -23,7 +23,7 @@ using namespace broken;
 
 NUV_EXPORT PF_Err PluginDataEntryFunction(PF_PluginDataPtr inPtr, PF_PluginDataCB callback, SPBasicSuite* basic,
                                           const char*, const char*) {
-    Registration registration{
+    RegistrationCall registration{
         inPtr,           callback, basic,           NUV_EFFECT_NAME,    NUV_MATCH_NAME,   NUV_CATEGORY,
         NUV_ENTRY_POINT, NUV_KIND, NUV_API_VERSION, NUV_API_SUBVERSION, NUV_RESERVED_INFO};
     return Chosen() && Chosen()->registration ? Chosen()->registration(registration) : Register(registration);
@@ -32,6 +32,6 @@ NUV_EXPORT PF_Err PluginDataEntryFunction(PF_PluginDataPtr inPtr, PF_PluginDataC
 NUV_EXPORT PF_Err EffectMain(PF_Cmd cmd, PF_InData* in_data, PF_OutData* out_data, PF_ParamDef* params[],
                              PF_LayerDef* output, void* extra) {
     nuv::ExceptionState exceptions;
-    Command command{cmd, in_data, out_data, params, output, extra};
+    MainCall command{cmd, in_data, out_data, params, output, extra};
     return Chosen() && Chosen()->command ? Chosen()->command(command) : Effect(command);
 }

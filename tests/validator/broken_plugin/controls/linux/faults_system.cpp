@@ -9,7 +9,7 @@ namespace {
 
 // Uses no std::thread, because that allocates memory, which may fail as well.
 template <Moment in>
-PF_Err StartsThread(Command& command) {
+PF_Err StartsThread(MainCall& command) {
     if (in(command)) {
         pthread_t thread;
         if (::pthread_create(
@@ -23,7 +23,7 @@ PF_Err StartsThread(Command& command) {
 enum class Form { usual, aligned, nothrow };
 
 template <Moment in, Form form>
-PF_Err Allocates(Command& command) {
+PF_Err Allocates(MainCall& command) {
     constexpr std::align_val_t kAlignment{64};
     if (in(command)) {
         if constexpr (form == Form::usual) ::operator delete(::operator new(100));

@@ -4,18 +4,18 @@
 namespace broken {
 namespace {
 
-PF_Err RegistersAnotherName(Registration& r) {
+PF_Err RegistersAnotherName(RegistrationCall& r) {
     r.name = "NUV Aberration";
     return Register(r);
 }
 
 // The file exports this entry point, but the property list names another one.
-PF_Err RegistersAnotherEntryPoint(Registration& r) {
+PF_Err RegistersAnotherEntryPoint(RegistrationCall& r) {
     r.entryPoint = "PluginDataEntryFunction";
     return Register(r);
 }
 
-PF_Err ReportsAnotherVersion(Command& command) {
+PF_Err ReportsAnotherVersion(MainCall& command) {
     const PF_Err result = Effect(command);
     if (command.cmd == PF_Cmd_GLOBAL_SETUP) command.outData->my_version += 1;
     return result;
