@@ -41,8 +41,8 @@ Bar& TheBar() {
 }
 
 bool ShowsBar(const ProgressOptions& options) {
-    return options.mode == ProgressMode::automatic && !options.quiet && !options.single &&
-           ::isatty(UserStderr()) == 1;
+    const bool wanted = options.mode == ProgressMode::automatic || options.mode == ProgressMode::bar;
+    return wanted && !options.quiet && !options.single && ::isatty(UserStderr()) == 1;
 }
 
 bool ShowsLines(const ProgressOptions& options) {
@@ -122,7 +122,6 @@ void Progress::Verbose(const std::string& text) {
 void Progress::End() {
     const std::lock_guard lock(mutex_);
     WipeBar();
-    const double rate = static_cast<double>(done_) / std::max(Seconds(), 1e-9);
     if (json_) {
         Line(Dump({{"event", "end"},
                    {"rendered", done_},
@@ -131,8 +130,8 @@ void Progress::End() {
                    {"seconds", Seconds()}}));
     }
     if (bar_ || (options_.verbose && !options_.quiet)) {
-        Log(std::to_string(done_) + (done_ == 1 ? " frame in " : " frames in ") + Fixed(Seconds(), "%.1f s") +
-            ", " + Fixed(rate, "%.1f frames/s"));
+        Log(std::to_string(done_) + " " + options_.unit + (done_ == 1 ? " in " : "s in ") +
+            Fixed(Seconds(), "%.1f s, ") + RateText());
     }
 }
 
@@ -162,9 +161,8 @@ void Progress::Log(const std::string& text) {
 void Progress::DrawBar() {
     std::string text = Share();
     if (done_ > 0) {  // the speed does not count skipped frames, which took no time
-        const double rate = static_cast<double>(done_) / std::max(Seconds(), 1e-9);
-        text += "  " + Fixed(rate, "%.1f frames/s");
-        if (total_) text += "  " + Duration(static_cast<double>(*total_ - told_) / rate) + " left";
+        text += "  " + RateText();
+        if (total_) text += "  " + Duration(static_cast<double>(*total_ - told_) / Rate()) + " left";
     }
     winsize size{};
     const bool known = ::ioctl(UserStderr(), TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
@@ -206,6 +204,14 @@ std::string Progress::Share() const {
     if (!total_) return std::to_string(told_);
     return std::to_string(told_) + "/" + std::to_string(*total_) + ", " + std::to_string(100 * told_ / *total_) +
            "%";
+}
+
+double Progress::Rate() const {
+    return static_cast<double>(done_) / std::max(Seconds(), 1e-9);
+}
+
+std::string Progress::RateText() const {
+    return Fixed(Rate(), "%.1f ") + options_.unit + "s/s";
 }
 
 double Progress::Seconds() const {

@@ -16,14 +16,16 @@ enum class ProgressMode {
     automatic = 1,  // a bar if standard error is a terminal; lines if it is not, or if lines go to a file or pipe
     json,           // one JSON object in each line: "start", "frame" for each frame, "end"
     none,
+    bar,  // a bar if standard error is a terminal, otherwise nothing
 };
 
 struct ProgressOptions {
     ProgressMode mode = ProgressMode::automatic;
-    bool quiet = false;    // errors only
-    bool verbose = false;  // also tells on standard error how each frame was made
-    bool single = false;   // one picture without a number: only json reports it
-    bool stream = false;   // standard output carries pictures, so lines go to standard error
+    bool quiet = false;          // errors only
+    bool verbose = false;        // also tells on standard error how each frame was made
+    bool single = false;         // one picture without a number: only json reports it
+    bool stream = false;         // standard output carries pictures, so lines go to standard error
+    std::string unit = "frame";  // what is counted
 };
 
 struct FrameTimes {
@@ -54,7 +56,9 @@ private:
     void Log(const std::string& text);   // on standard error
     void DrawBar();
     void WipeBar();
-    std::string Share() const;  // "3/100, 3%"
+    std::string Share() const;     // "3/100, 3%"
+    double Rate() const;           // in a second
+    std::string RateText() const;  // "1.5 frames/s"
     double Seconds() const;
 
     const ProgressOptions options_;

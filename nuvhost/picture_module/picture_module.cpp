@@ -24,13 +24,15 @@ void WriteChart(const std::filesystem::path& output, Size size) {
 }
 
 void WriteSheet(const SheetSettings& settings) {
-    RemoveTemporariesOnSignal();
+    RemoveTemporariesOnSignal(WipeBarForGood);
     CheckFormat(settings.output);
     const PictureFile source = ReadPicture(settings.input, {.firstPage = true});
     EffectRunner runner(settings.plugin.empty() ? FindPlugin() : settings.plugin, refhost::Personality::compositor);
-    const PictureFile sheet = DrawSheet(source, runner, settings);
+    Progress progress({.mode = ProgressMode::bar, .unit = "tile"}, kSheetTiles);
+    const PictureFile sheet = DrawSheet(source, runner, settings, progress);
     runner.Close();
     WritePicture(settings.output, sheet);
+    progress.End();
 }
 
 }  // namespace

@@ -32,6 +32,22 @@ nothing() {
     same_pixels one.png other.png
 }
 promise "without an amount all tiles are alike" nothing
+# as_resized WIDTHxHEIGHT: the sheet shows a picture of this size as oiiotool's resize makes it, up to rounding.
+as_resized() {
+  pictures opaque.png && oiiotool opaque.png --resize "$1" -o sized.png &&
+    oiiotool sized.png --resize 320x180 -d uint8 -o expected.png &&
+    quietly sheet --tile-width 320 --amount 0 sized.png sheet.png && tile 1 3 tile.png &&
+    oiiotool --fail 0.0041 --diff expected.png tile.png >/dev/null
+}
+promise "a tile is a large picture made smaller" as_resized 1280x720
+promise "a tile is a small picture made larger" as_resized 160x90
+bar() {
+  script -qec "$nuvhost sheet chart.png sheet.png" /dev/null >terminal.txt </dev/null &&
+    grep -q '18/18, 100%  [0-9.]* tiles/s  0:00 left' terminal.txt && grep -q '18 tiles in .* tiles/s' terminal.txt
+}
+promise "a terminal gets a bar while the sheet is made" bar
+silent() { is "$("$nuvhost" sheet chart.png sheet.png 2>&1)" ""; }
+promise "without a terminal the sheet prints nothing" silent
 promise "a sheet of a missing file is refused" refuses 1 "nowhere.png" sheet nowhere.png out.png
 promise "a sheet with a wrong amount is refused" refuses 2 "200" sheet chart.png out.png --amount 200
 

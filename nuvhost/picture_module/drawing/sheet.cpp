@@ -1,6 +1,5 @@
 #include "picture_module/drawing/sheet.h"
 
-#include <OpenImageIO/color.h>
 #include <OpenImageIO/imagebufalgo.h>
 
 #include <algorithm>
@@ -11,6 +10,7 @@
 #include <stdexcept>
 
 #include "picture_module/drawing/font.h"
+#include "picture_module/drawing/scaled.h"
 
 namespace nuvhost {
 namespace {
@@ -67,25 +67,8 @@ void Write(ImageBuf& sheet, int x, int y, int size, const std::string& text, con
     algo::render_text(sheet, x, y, Ascii(text), size, FontName(), {color[0], color[1], color[2], 1.0F});
 }
 
-// Converts a tile to floats in display values. Its colour stays multiplied by alpha.
-ImageBuf Layer(const Picture& picture, bool linear) {
-    const TypeDesc type = picture.depth == Depth::bits8    ? TypeDesc::UINT8
-                          : picture.depth == Depth::bits16 ? TypeDesc::UINT16
-                                                           : TypeDesc::FLOAT;
-    const ImageBuf wrapped(ImageSpec(picture.width, picture.height, 4, type),
-                           const_cast<std::byte*>(picture.pixels.data()));
-    ImageBuf layer = wrapped.copy(TypeDesc::FLOAT);
-    if (!linear) return layer;
-    for (ImageBuf::Iterator<float> pixel(layer); !pixel.done(); ++pixel) {
-        for (int i = 0; i < 3; ++i)
-            pixel[i] = OIIO::linear_to_sRGB(pixel[i]);
-    }
-    return layer;
-}
-
-// Scales the layer to its place and puts it over a checkerboard, like a layer in a composition.
-void Place(ImageBuf& sheet, const ImageBuf& layer, const ROI& place) {
-    const ImageBuf small = algo::resize(layer, "", 0, ROI(0, place.width(), 0, place.height(), 0, 1, 0, 4));
+// Puts a tile over a checkerboard, like a layer in a composition. Its colour is multiplied by alpha.
+void Place(ImageBuf& sheet, const ImageBuf& small, const ROI& place) {
     ImageBuf::ConstIterator<float> from(small);
     for (ImageBuf::Iterator<float> to(sheet, place); !to.done(); ++to, ++from) {
         const bool light = ((to.x() - place.xbegin) / kCheck + (to.y() - place.ybegin) / kCheck) % 2 == 0;
@@ -97,7 +80,8 @@ void Place(ImageBuf& sheet, const ImageBuf& layer, const ROI& place) {
 
 }  // namespace
 
-PictureFile DrawSheet(const PictureFile& source, EffectRunner& effect, const SheetSettings& settings) {
+PictureFile DrawSheet(const PictureFile& source, EffectRunner& effect, const SheetSettings& settings,
+                      Progress& progress) {
     const Picture& picture = source.picture;
     const std::string name = settings.input.filename().string();
     const double amount = std::abs(settings.amount);
@@ -138,8 +122,9 @@ PictureFile DrawSheet(const PictureFile& source, EffectRunner& effect, const She
             Write(sheet, x, y + kLabelHeight - 9, 16, label, kLabel);
             Picture rendered = picture;
             effect.Render(rendered, FrameOf(source), tile, RenderPath::smart);
-            Place(sheet, Layer(rendered, linear),
+            Place(sheet, Scaled(rendered, linear, tileWidth, tileHeight),
                   ROI(x, x + tileWidth, y + kLabelHeight, y + kLabelHeight + tileHeight, 0, 1, 0, 4));
+            progress.Done({}, {});
         }
     }
 
