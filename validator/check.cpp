@@ -34,17 +34,17 @@ void Context::Send(Event event, const std::string& text) {
     sink_(event, text);
 }
 
-void Context::Fail(std::string what) {
+void Context::Fail(const std::string& what) {
     Send(Event::failure, what);
 }
 
-bool Context::Expect(bool holds, std::string what) {
-    if (!holds) Fail(std::move(what));
+bool Context::Expect(bool holds, const std::string& what) {
+    if (!holds) Fail(what);
     return holds;
 }
 
-void Context::Require(bool holds, std::string what) {
-    if (!Expect(holds, std::move(what))) throw Ended{};
+void Context::Require(bool holds, const std::string& what) {
+    if (!Expect(holds, what)) throw Ended{};
 }
 
 void Context::ExpectNone(const std::vector<std::string>& lines, std::string_view about) {
@@ -52,7 +52,7 @@ void Context::ExpectNone(const std::vector<std::string>& lines, std::string_view
         Fail(std::string(about) + ": " + line);
 }
 
-void Context::NotApplicable(std::string why) {
+void Context::NotApplicable(const std::string& why) {
     Send(Event::notApplicable, why);
     throw Ended{};
 }

@@ -67,16 +67,16 @@ public:
     refhost::HostOptions HostOptions() const;
 
     // Reports a failure; the check goes on. `what` is a sentence about what was seen, without the check's id.
-    void Fail(std::string what);
+    void Fail(const std::string& what);
     // Calls Fail if `holds` is false. Returns `holds`.
-    bool Expect(bool holds, std::string what);
+    bool Expect(bool holds, const std::string& what);
     // Like Expect, but a failure ends the check. It throws an exception, so only the check's own thread may call
     // it.
-    void Require(bool holds, std::string what);
+    void Require(bool holds, const std::string& what);
     // Reports one failure for each line. Each begins with `about`.
     void ExpectNone(const std::vector<std::string>& lines, std::string_view about);
     // Ends the check, which then counts neither as passed nor as failed.
-    [[noreturn]] void NotApplicable(std::string why);
+    [[noreturn]] void NotApplicable(const std::string& why);
     // Adds to the number of points that were tried. The end of the run prints their sum.
     void AddPoints(std::int64_t points);
 

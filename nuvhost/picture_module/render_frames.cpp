@@ -54,7 +54,7 @@ void RenderFrames(const FramePlan& plan, const FrameSettings& settings, EffectRu
     // Blocks above this size go back to the system when they are freed. Otherwise the allocator would keep the
     // memory of finished pictures in pieces that are too small for the next pictures.
     constexpr int kMapped = 1 << 20;
-    ::mallopt(M_MMAP_THRESHOLD, kMapped);
+    ::mallopt(M_MMAP_THRESHOLD, kMapped);  // NOLINT(concurrency-mt-unsafe): called before the workers start
 
     std::atomic<std::size_t> next = 0;
     std::atomic<bool> stopped = false;
@@ -91,6 +91,7 @@ void RenderFrames(const FramePlan& plan, const FrameSettings& settings, EffectRu
         work();
     } else {
         std::vector<std::jthread> workers;
+        workers.reserve(static_cast<std::size_t>(threads));
         for (int i = 0; i < threads; ++i) {
             workers.emplace_back(work);
         }

@@ -7,6 +7,7 @@ namespace validator {
 void AtOnce(int threads, const std::function<void(int)>& work) {
     Meeting start(threads);
     std::vector<std::thread> running;
+    running.reserve(static_cast<std::size_t>(threads));
     for (int i = 0; i < threads; ++i) {
         running.emplace_back([&, i] {
             start.Wait(std::chrono::seconds(5));
