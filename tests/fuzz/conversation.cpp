@@ -1,4 +1,9 @@
-#include "conversation.h"
+// A whole conversation between a host and the effect, made of a fuzzer's input: set-up in any order, sequence data
+// of any origin, frames of any shape, faults at any callback. A promise is broken when the effect writes outside
+// the output's pixels, changes the input, keeps something, misuses the host, lets an exception out, returns a wrong
+// code, or gives another picture than the model although no callback failed. The order in which iteration threads
+// take their rows is left to chance.
+#include "play.h"
 
 #include <array>
 #include <cstdio>
@@ -387,7 +392,7 @@ private:
 
 }  // namespace
 
-void Converse(std::span<const std::uint8_t> input) {
+void Play(std::span<const std::uint8_t> input) {
     Conversation(input).Run();
 }
 

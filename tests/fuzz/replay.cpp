@@ -1,4 +1,4 @@
-// fuzz_replay FILE_OR_FOLDER…: plays the conversations in these files as the fuzzer would, but needs no libFuzzer.
+// replay FILE_OR_FOLDER…: plays the inputs in these files as the fuzzer would, but needs no libFuzzer.
 #include <algorithm>
 #include <cstdio>
 #include <filesystem>
@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "conversation.h"
+#include "play.h"
 
 namespace {
 
@@ -22,14 +22,14 @@ Paths FilesIn(const std::filesystem::path& path) {
     return files;
 }
 
-bool Play(const std::filesystem::path& file) {
+bool PlayFile(const std::filesystem::path& file) {
     std::ifstream stream(file, std::ios::binary);
     const std::vector<std::uint8_t> input{std::istreambuf_iterator<char>(stream), {}};
     if (!stream) {
-        std::fprintf(stderr, "fuzz_replay: cannot read %s\n", file.string().c_str());
+        std::fprintf(stderr, "replay: cannot read %s\n", file.string().c_str());
         return false;
     }
-    fuzz::Converse(input);
+    fuzz::Play(input);
     return true;
 }
 
@@ -40,9 +40,9 @@ int main(int argc, char** argv) {
     for (int i = 1; i < argc; ++i) {
         for (const auto& file : FilesIn(argv[i])) {
             std::fprintf(stderr, "%s\n", file.filename().string().c_str());  // a crash belongs to the last name
-            ++(Play(file) ? played : unreadable);
+            ++(PlayFile(file) ? played : unreadable);
         }
     }
-    std::printf("%d conversations, as promised\n", played);
+    std::printf("%d inputs, as promised\n", played);
     return played > 0 && unreadable == 0 ? 0 : 1;
 }

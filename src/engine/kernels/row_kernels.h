@@ -6,9 +6,10 @@
 
 namespace nuv {
 
-// Converts `width` pixels of one row; a width below 1 converts nothing. If the source or the
-// destination has floats, every channel is multiplied by `scale`. Source and destination are rows of different
-// buffers and may have any alignment. Nothing outside the pixels is touched.
+// Converts `width` pixels of one row; a width below 1 converts nothing. If the source or the destination has
+// floats, every channel is multiplied by `scale`. It must not be a not-a-number, because of two of these the
+// processor keeps whichever the compiler puts first. Source and destination are rows of different buffers and may
+// have any alignment. Nothing outside the pixels is touched.
 using RowConversion = void (*)(const std::byte* source, std::byte* destination, std::int32_t width, float scale);
 
 // Writes every pixel of the rows firstRow to endRow - 1 of job.output. Pixels that a reduced resolution leaves out

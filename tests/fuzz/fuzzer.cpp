@@ -3,7 +3,7 @@
 
 #include <cstddef>
 
-#include "conversation.h"
+#include "play.h"
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     // A frame starts sixteen threads. For each, the address sanitizer clears as much shadow as the stack needs, so
@@ -17,6 +17,6 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    fuzz::Converse({data, size});
+    fuzz::Play({data, size});
     return 0;
 }
