@@ -11,13 +11,7 @@
 
 namespace {
 
-using support::ExpectRenders;
-using support::Paint;
-using support::ReadFloats;
-using support::Rgba;
-using support::Scene;
-using support::SceneOf;
-using support::Stage;
+using namespace support;
 
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 const float kNotANumber = std::numeric_limits<float>::quiet_NaN();

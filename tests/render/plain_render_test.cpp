@@ -1,33 +1,11 @@
 // What only the plain render promises.
 #include <array>
 
-#include "support/call_script.h"
 #include "support/protocol_support.h"
 
 namespace {
 
 using namespace protocol;
-
-TEST(PlainRender, CallsTheHostInOrder) {
-    HostedScene scene;
-    ExpectOrder(scene, RenderPath::plain, PlainRenderCalls());
-}
-
-TEST(PlainRender, KeepsItsPromisesWhicheverCallFails) {
-    HostedScene scene;
-    ExpectEveryFailure(scene, RenderPath::plain, PlainRenderCalls());
-}
-
-TEST(PlainRender, KeepsItsPromisesWith16BitAndFloatPixels) {
-    for (const PF_PixelFormat format : {kFormatArgb16, kFormatArgbFloat}) {
-        HostedScene scene;
-        scene.UseFormat(format);
-        DriverCalls driver;
-        driver.deep = true;
-        ExpectOrder(scene, RenderPath::plain, PlainRenderCalls(driver));
-        ExpectEveryFailure(scene, RenderPath::plain, PlainRenderCalls(driver));
-    }
-}
 
 TEST(PlainRender, NeverHasAnOffsetWhateverTheLayersPosition) {
     HostedScene scene;

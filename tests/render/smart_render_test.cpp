@@ -8,43 +8,6 @@ namespace {
 
 using namespace protocol;
 
-Script SmartRenderCalls(const DriverCalls& driver = {}) {
-    return Join({
-        PreRenderCalls(),
-        {{"checkout_layer_pixels 0", kFault, kUntouched}, {"checkout_output", kFault, kUntouched}},
-        ParameterCheckouts(),
-        {
-            {"AcquireSuite PF Handle Suite 2", 516, kUntouched},
-            {"host_lock_handle 8", PF_Err_NONE, kWithoutOffset},
-            {"host_unlock_handle 8", PF_Err_NONE, kAsClean},
-        },
-        driver.Steps(),
-        ParameterCheckins(),
-        {{"ReleaseSuite PF Handle Suite 2", PF_Err_NONE, kAsClean}},
-    });
-}
-
-TEST(SmartRender, CallsTheHostInOrder) {
-    HostedScene scene;
-    ExpectOrder(scene, RenderPath::smart, SmartRenderCalls());
-}
-
-TEST(SmartRender, KeepsItsPromisesWhicheverCallFails) {
-    HostedScene scene;
-    ExpectEveryFailure(scene, RenderPath::smart, SmartRenderCalls());
-}
-
-TEST(SmartRender, KeepsItsPromisesWith16BitAndFloatPixels) {
-    for (const PF_PixelFormat format : {kFormatArgb16, kFormatArgbFloat}) {
-        HostedScene scene;
-        scene.UseFormat(format);
-        DriverCalls driver;
-        driver.deep = true;
-        ExpectOrder(scene, RenderPath::smart, SmartRenderCalls(driver));
-        ExpectEveryFailure(scene, RenderPath::smart, SmartRenderCalls(driver));
-    }
-}
-
 class SmartRenderAlone : public Render {};
 INSTANTIATE_TEST_SUITE_P(Only, SmartRenderAlone, testing::Values(RenderPath::smart),
                          [](const auto&) { return "Smart"; });

@@ -8,19 +8,7 @@
 
 namespace {
 
-using support::Describe;
-using support::ExpectAsModel;
-using support::ExpectRenders;
-using support::kOutside;
-using support::Paint;
-using support::ReadFloats;
-using support::Rgba;
-using support::SamplePlace;
-using support::SamplePlaces;
-using support::Scene;
-using support::SceneOf;
-using support::Stage;
-using support::Whole;
+using namespace support;
 
 TEST(RowWorker, ACentreOutsideTheFrameTakesTheDistanceToTheFarthestCorner) {
     Stage stage;

@@ -9,18 +9,7 @@
 
 namespace {
 
-using support::ExpectAsModel;
-using support::ExpectRenders;
-using support::kOutside;
-using support::Paint;
-using support::ReadFloats;
-using support::Rgba;
-using support::SamplePlace;
-using support::SamplePlaces;
-using support::Scene;
-using support::SceneOf;
-using support::Stage;
-using support::Whole;
+using namespace support;
 
 TEST(RowWorker, AmountZeroGivesTheSourceWithBlackUnderFullTransparency) {
     Stage stage;

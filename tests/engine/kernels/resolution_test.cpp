@@ -9,17 +9,7 @@
 
 namespace {
 
-using support::ExpectAsModel;
-using support::Paint;
-using support::ReadFloats;
-using support::RenderPath;
-using support::Rgba;
-using support::SamplePlace;
-using support::SamplePlaces;
-using support::Scene;
-using support::SceneOf;
-using support::Stage;
-using support::Whole;
+using namespace support;
 
 constexpr int kMostNegative = std::numeric_limits<int>::min();
 constexpr int kMostPositive = std::numeric_limits<int>::max();

@@ -10,11 +10,7 @@
 
 namespace {
 
-using support::ExpectAsModel;
-using support::RenderPath;
-using support::Scene;
-using support::SceneOf;
-using support::Stage;
+using namespace support;
 
 constexpr int kMostNegative = std::numeric_limits<int>::min();
 constexpr int kMostPositive = std::numeric_limits<int>::max();

@@ -10,15 +10,7 @@
 
 namespace {
 
-using support::ExpectAsModel;
-using support::ExpectRenders;
-using support::Paint;
-using support::ReadFloats;
-using support::Rgba;
-using support::Scene;
-using support::SceneOf;
-using support::Stage;
-using support::Whole;
+using namespace support;
 
 // The left half of the scene has the alpha `inPlace`. Column 12 takes its enlarged sample from column 20, whose
 // alpha is `enlarged`.
