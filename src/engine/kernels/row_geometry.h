@@ -51,17 +51,17 @@ inline FrameGeometry GeometryOf(const RenderData& job) {
 }
 
 // Which of the channels R, G, B come from the enlarged copy.
-struct MagnifiedChannels {
+struct EnlargedChannels {
     bool channel[3];
 };
 
-inline MagnifiedChannels ChannelsOf(std::int32_t mode, float amount) {
+inline EnlargedChannels ChannelsOf(std::int32_t mode, float amount) {
     if (mode < 0 || mode > 2) return {{false, false, false}};
     // An amount of zero or more takes the named channel; a negative amount takes the two others.
     const bool named = amount >= 0.0f;
-    MagnifiedChannels magnified{{!named, !named, !named}};
-    magnified.channel[mode] = named;
-    return magnified;
+    EnlargedChannels enlarged{{!named, !named, !named}};
+    enlarged.channel[mode] = named;
+    return enlarged;
 }
 
 // Sets to zero those pixels of an output row that no worker computes.

@@ -18,7 +18,7 @@ struct TierSamplers : WideSamplers {
     // each of these rows once, and picks the pixels from the registers. Long runs, as AVX-512 has them, would be
     // slower here: 9.6 ms instead of 8.7 ms for a 4K frame with square scaling.
     template <bool kCubic>
-    static void CurveOfBytes(const SourcePixels& from, const MagnifiedRow& along, std::int32_t x, int count,
+    static void CurveOfBytes(const SourcePixels& from, const EnlargedRow& along, std::int32_t x, int count,
                              std::byte* samples) {
         const SourcePixels source = from;  // a local copy, so that writes to `samples` cannot change it
         Places places;
@@ -54,9 +54,9 @@ static_assert(IsComplete(kTiles));
 
 }  // namespace
 
-constexpr RowKernels kAvx2Kernels = Conversions::TableOf<false>("avx2", Tiles::RenderRows<kTiles, false>);
+constexpr RowKernels kAvx2Kernels = Conversions::TableOf<false>("avx2", Tiles::RenderTiled<kTiles, false>);
 constexpr RowKernels kAvx2StreamingKernels =
-    Conversions::TableOf<true>("avx2-streaming", Tiles::RenderRows<kTiles, true>);
+    Conversions::TableOf<true>("avx2-streaming", Tiles::RenderTiled<kTiles, true>);
 static_assert(IsComplete(kAvx2Kernels) && IsComplete(kAvx2StreamingKernels));
 
 }  // namespace nuv

@@ -32,7 +32,7 @@ struct TierSamplers : Tiles {
     }
 
     template <bool kCubic>
-    static void CurveOfBytes(const SourcePixels& from, const MagnifiedRow& row, std::int32_t x, int count,
+    static void CurveOfBytes(const SourcePixels& from, const EnlargedRow& row, std::int32_t x, int count,
                              std::byte* samples) {
         const SourcePixels source = from;  // a local copy, so that writes to `samples` cannot change it
         Places places;
@@ -41,7 +41,7 @@ struct TierSamplers : Tiles {
     }
 
     template <bool kCubic>
-    static void CurveOfFloats(const SourcePixels& from, const MagnifiedRow& row, std::int32_t x, int count,
+    static void CurveOfFloats(const SourcePixels& from, const EnlargedRow& row, std::int32_t x, int count,
                               std::byte* samples) {
         const SourcePixels source = from;
         Places places;
@@ -54,9 +54,9 @@ struct TierSamplers : Tiles {
 
 constexpr TileKernels kSse2Tiles = Tiles::TableOf<TierSamplers>(kRunPixels, false);
 static_assert(IsComplete(kSse2Tiles));
-constexpr RowKernels kSse2Kernels = Conversions::TableOf<false>("sse2", Tiles::RenderRows<kSse2Tiles, false>);
+constexpr RowKernels kSse2Kernels = Conversions::TableOf<false>("sse2", Tiles::RenderTiled<kSse2Tiles, false>);
 constexpr RowKernels kSse2StreamingKernels =
-    Conversions::TableOf<true>("sse2-streaming", Tiles::RenderRows<kSse2Tiles, true>);
+    Conversions::TableOf<true>("sse2-streaming", Tiles::RenderTiled<kSse2Tiles, true>);
 static_assert(IsComplete(kSse2Kernels) && IsComplete(kSse2StreamingKernels));
 
 }  // namespace nuv

@@ -52,7 +52,7 @@ struct Divisor {
 };
 
 // The enlargement along one output row. The names are those of scalar_row_worker.cpp.
-struct MagnifiedRow {
+struct EnlargedRow {
     float cx, cyE;
     Divisor R;
     float amount;
@@ -63,7 +63,7 @@ struct MagnifiedRow {
 
 // Fetches the enlarged samples of the output pixels x, x + 1, … from any places in the source. Outside the source
 // they are transparent black.
-using SampleCurve = void (*)(const SourcePixels& source, const MagnifiedRow& row, std::int32_t x, int count,
+using SampleCurve = void (*)(const SourcePixels& source, const EnlargedRow& row, std::int32_t x, int count,
                              std::byte* samples);
 
 // The samplers for one depth of the source, bytes or floats.
@@ -81,7 +81,7 @@ struct ChannelMasks {
 
 // Composes result pixels from the direct and the enlarged samples, which have the source's depth. It also
 // prefetches `count` pixels at `next`. Nothing needs to be aligned, except the results of `streamed` (see below).
-using ComposePixels = void (*)(const std::byte* direct, const std::byte* magnified, const std::byte* next,
+using ComposePixels = void (*)(const std::byte* direct, const std::byte* enlarged, const std::byte* next,
                                std::byte* result, int count, const ChannelMasks& masks);
 
 inline constexpr int kShowCount = 5;  // other values act as 0

@@ -36,7 +36,7 @@ bool IsNear(const SourcePixels& source) {
 // direct sample, and for the enlarged one if k is the same everywhere.
 struct ColumnMap {
     bool contiguous;  // all inside the source, without gaps
-    bool close;       // all inside the source, ascending, and as close together as SampleLine needs them
+    bool sampleable;  // all inside the source, ascending, and dense enough for SampleLine
     // -1 is outside the source. The last column is repeated after the tile's end.
     std::int32_t column[kMostPixels + kTileStep];
 };
@@ -45,9 +45,9 @@ class TiledWorker {
 public:
     TiledWorker(const TileKernels& kernels, bool stream, const RenderData& job)
         : stream_(stream), job_(job), frame_(GeometryOf(job)), samplers_(SamplersFor(kernels)) {
-        const MagnifiedChannels magnified = ChannelsOf(job.mode, job.amount);
+        const EnlargedChannels enlarged = ChannelsOf(job.mode, job.amount);
         for (std::size_t i = 0; i < 3; ++i)
-            masks_.channel[i] = magnified.channel[i] ? ~std::uint32_t{0} : 0;
+            masks_.channel[i] = enlarged.channel[i] ? ~std::uint32_t{0} : 0;
         const int show = job.show > 0 && job.show < kShowCount ? job.show : 0;
         const auto composer = [&](const Composers& composers) {
             return pixelBytes_ == 4 ? composers.bytes[show] : composers.floats[show];
@@ -88,7 +88,7 @@ private:
         count_ = count;
         FillMap(directColumns_, [this](float fx) { return Truncate(fx - job_.sourceOffsetX); });
         if (!linear_) return;
-        FillMap(magnifiedColumns_, [this](float fx) {
+        FillMap(enlargedColumns_, [this](float fx) {
             const float zx = static_cast<float>(Truncate(inv_ * (fx - frame_.cx) + frame_.cx));
             return Truncate(zx - job_.sourceOffsetX);
         });
@@ -97,15 +97,15 @@ private:
     template <class ColumnOf>
     void FillMap(ColumnMap& map, ColumnOf columnOf) const {
         map.contiguous = true;
-        map.close = source_.width >= kTileStep;
+        map.sampleable = source_.width >= kTileStep;
         std::int32_t* const column = map.column;
         for (int i = 0; i < count_; ++i) {
             const std::int32_t at = columnOf(static_cast<float>(x_ + i));
             const bool inside = at >= 0 && at < source_.width;
             column[i] = inside ? at : -1;
             map.contiguous = map.contiguous && inside && at == column[0] + i;
-            map.close = map.close && inside && at >= column[std::max(i - 1, 0)] &&
-                        at - column[std::max(i - (kTileStep - 1), 0)] < kTileStep;
+            map.sampleable = map.sampleable && inside && at >= column[std::max(i - 1, 0)] &&
+                             at - column[std::max(i - (kTileStep - 1), 0)] < kTileStep;
         }
         std::fill_n(column + count_, kTileStep, column[count_ - 1]);
     }
@@ -116,10 +116,10 @@ private:
         directLine_ = SourceLine(Truncate(fy - job_.sourceOffsetY));
         if (linear_) {
             const float zy = static_cast<float>(Truncate(inv_ * dy + frame_.cyE));
-            magnifiedLine_ = SourceLine(Truncate(zy - job_.sourceOffsetY));
+            enlargedLine_ = SourceLine(Truncate(zy - job_.sourceOffsetY));
         } else {
-            magnifiedRow_.dy = dy;
-            magnifiedRow_.dy2 = dy * dy;
+            enlargedRow_.dy = dy;
+            enlargedRow_.dy2 = dy * dy;
         }
 
         std::byte* const row = ResultRow(y);
@@ -134,23 +134,23 @@ private:
         const ComposePixels compose = stream ? composeStreamed_ : composeCached_;
         for (std::int32_t x = body; x < tail; x += runPixels_) {
             const int count = std::min(runPixels_, tail - x);
-            const std::byte* const magnified = Magnified(x, count);
+            const std::byte* const enlarged = Enlarged(x, count);
             const std::byte* const direct = Direct(x, count);
             // The next output row most likely reads the source row below.
             const std::byte* const next = direct == directRun_ ? direct : direct + source_.rowBytes;
-            compose(direct, magnified, next, row + std::ptrdiff_t{x} * 16, count, masks_);
+            compose(direct, enlarged, next, row + std::ptrdiff_t{x} * 16, count, masks_);
         }
         if (tail < end) ComposeFew(tail, end - tail, row);
     }
 
     // Fewer pixels than a step go through local buffers, so that nothing beyond the row is touched.
     void ComposeFew(std::int32_t x, int count, std::byte* row) {
-        std::byte magnified[kTileStep * 16]{};
+        std::byte enlarged[kTileStep * 16]{};
         std::byte direct[kTileStep * 16]{};
         std::byte result[kTileStep * 16];
-        std::memcpy(magnified, Magnified(x, count), static_cast<std::size_t>(count * pixelBytes_));
+        std::memcpy(enlarged, Enlarged(x, count), static_cast<std::size_t>(count * pixelBytes_));
         std::memcpy(direct, Direct(x, count), static_cast<std::size_t>(count * pixelBytes_));
-        composeCached_(direct, magnified, direct, result, kTileStep, masks_);
+        composeCached_(direct, enlarged, direct, result, kTileStep, masks_);
         std::memcpy(row + std::ptrdiff_t{x} * 16, result, static_cast<std::size_t>(count * 16));
     }
 
@@ -165,11 +165,11 @@ private:
         return OfLine(directLine_, directColumns_, x, count, directRun_);
     }
 
-    const std::byte* Magnified(std::int32_t x, int count) {
-        if (linear_) return OfLine(magnifiedLine_, magnifiedColumns_, x, count, magnifiedRun_);
-        (job_.scaling == 1 ? samplers_.square : samplers_.cubic)(source_, magnifiedRow_, x, Steps(count),
-                                                                 magnifiedRun_);
-        return magnifiedRun_;
+    const std::byte* Enlarged(std::int32_t x, int count) {
+        if (linear_) return OfLine(enlargedLine_, enlargedColumns_, x, count, enlargedRun_);
+        (job_.scaling == 1 ? samplers_.square : samplers_.cubic)(source_, enlargedRow_, x, Steps(count),
+                                                                 enlargedRun_);
+        return enlargedRun_;
     }
 
     static constexpr std::size_t kRunBytes = std::max(kLongRunPixels * 4, kRunPixels * 16);
@@ -186,7 +186,7 @@ private:
             std::memset(run, 0, static_cast<std::size_t>(count * pixelBytes_));
         } else if (map.contiguous) {
             return line + std::ptrdiff_t{column[0]} * pixelBytes_;
-        } else if (map.close) {
+        } else if (map.sampleable) {
             samplers_.line(source_, line, column, Steps(count), run);
         } else {
             for (int i = 0; i < count; ++i) {
@@ -218,15 +218,15 @@ private:
     std::int32_t x_ = 0;
     int count_ = 0;
     ColumnMap directColumns_;
-    ColumnMap magnifiedColumns_;
+    ColumnMap enlargedColumns_;
 
     // The current row.
     const std::byte* directLine_ = nullptr;
-    const std::byte* magnifiedLine_ = nullptr;  // only for linear
-    MagnifiedRow magnifiedRow_{frame_.cx, frame_.cyE, Divisor(frame_.R),  job_.amount,       percent_,
-                               0,         0,          job_.sourceOffsetX, job_.sourceOffsetY};
+    const std::byte* enlargedLine_ = nullptr;  // only for linear
+    EnlargedRow enlargedRow_{frame_.cx, frame_.cyE, Divisor(frame_.R),  job_.amount,       percent_,
+                             0,         0,          job_.sourceOffsetX, job_.sourceOffsetY};
     alignas(64) std::byte directRun_[kRunBytes];
-    alignas(64) std::byte magnifiedRun_[kRunBytes];
+    alignas(64) std::byte enlargedRun_[kRunBytes];
 };
 
 }  // namespace

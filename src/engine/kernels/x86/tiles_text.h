@@ -34,11 +34,11 @@ struct Tiles : Vectors {
     }
 
     // The horizontal distances of the pixels x, x + 1, … from the centre.
-    static Floats DistancesFrom(const MagnifiedRow& row, std::int32_t x) { return CountFrom(x) - Repeat(row.cx); }
+    static Floats DistancesFrom(const EnlargedRow& row, std::int32_t x) { return CountFrom(x) - Repeat(row.cx); }
 
     // The enlargement k at these distances.
     template <bool kCubic>
-    static Floats Enlargement(const MagnifiedRow& row, Floats dx) {
+    static Floats Enlargement(const EnlargedRow& row, Floats dx) {
         const Floats t = Quotient(SquareRoot(dx * dx + Repeat(row.dy2)), row.R);
         const Floats ta = t * Repeat(row.amount);
         const Floats s = kCubic ? ta * t : ta;
@@ -54,10 +54,10 @@ struct Tiles : Vectors {
         if (offset == 0) return whole;
         return Truncate(ToFloats(whole) - Repeat(offset));
     }
-    static Integers ColumnsAt(const MagnifiedRow& row, Floats inv, Floats dx) {
+    static Integers ColumnsAt(const EnlargedRow& row, Floats inv, Floats dx) {
         return PlacesAt(inv, dx, row.cx, row.offsetX);
     }
-    static Integers RowsAt(const MagnifiedRow& row, Floats inv) {
+    static Integers RowsAt(const EnlargedRow& row, Floats inv) {
         return PlacesAt(inv, Repeat(row.dy), row.cyE, row.offsetY);
     }
 
@@ -69,7 +69,7 @@ struct Tiles : Vectors {
     // There are two passes. In a single pass, each place would need a long chain of a root and two quotients. The
     // processor does not look far enough ahead to overlap such chains, so it would wait for each of them.
     template <bool kCubic>
-    static void Locate(const MagnifiedRow& row, std::int32_t x, int count, Places& places) {
+    static void Locate(const EnlargedRow& row, std::int32_t x, int count, Places& places) {
         static_assert(kRunPixels % kLanes == 0);
         float k[kRunPixels];
         for (int i = 0; i < count; i += kLanes)
@@ -97,7 +97,7 @@ struct Tiles : Vectors {
 
     // Alphas are compared as bytes, because the larger byte also becomes the larger float.
     template <int kShow, bool kStream>
-    static void ComposeBytes(const std::byte* direct, const std::byte* magnified, const std::byte* next,
+    static void ComposeBytes(const std::byte* direct, const std::byte* enlarged, const std::byte* next,
                              std::byte* result, int count, const ChannelMasks& masks) {
         const Bytes alphaBits = RepeatBits(0xFF000000);
         const Bytes take =
@@ -106,7 +106,7 @@ struct Tiles : Vectors {
         for (int i = 0; i < count; i += kBytePixels) {
             if (i % 16 == 0) Prefetch(next + i * 4);
             const Bytes d = LoadBytes(direct + i * 4);
-            const Bytes m = LoadBytes(magnified + i * 4);
+            const Bytes m = LoadBytes(enlarged + i * 4);
             const Bytes covered = LargerBytes(d, m) & alphaBits;
             Bytes pixels;
             if constexpr (kShow == 3) {
@@ -133,13 +133,13 @@ struct Tiles : Vectors {
     static Floats Product(Floats a0, Floats a1) { return Choose(IsNotANumber(a0), a0 + a0, a0 * a1); }
 
     template <int kShow, bool kStream>
-    static void ComposeFloats(const std::byte* direct, const std::byte* magnified, const std::byte* next,
+    static void ComposeFloats(const std::byte* direct, const std::byte* enlarged, const std::byte* next,
                               std::byte* result, int count, const ChannelMasks& masks) {
         const Mask take = MaskOf(masks);
         for (int i = 0; i < count; i += kLanes / 4) {
             Prefetch(next + i * 16);
             const Floats d = LoadFloats(direct + i * 16);
-            const Floats m = LoadFloats(magnified + i * 16);
+            const Floats m = LoadFloats(enlarged + i * 16);
             const Floats a0 = OrderFloats<kAlphaEverywhere>(d);
             const Floats a1 = OrderFloats<kAlphaEverywhere>(m);
             const Floats covered = Larger(a0, a1);
@@ -180,7 +180,7 @@ struct Tiles : Vectors {
     }
 
     template <const TileKernels& kTiles, bool kStream>
-    static void RenderRows(const RenderData& job, std::int32_t firstRow, std::int32_t endRow) {
+    static void RenderTiled(const RenderData& job, std::int32_t firstRow, std::int32_t endRow) {
         RenderTiles(kTiles, kStream, job, firstRow, endRow);
     }
 };

@@ -38,7 +38,7 @@ struct WideSamplers : Tiles {
     }
 
     template <bool kCubic>
-    static void CurveOfFloats(const SourcePixels& from, const MagnifiedRow& along, std::int32_t x, int count,
+    static void CurveOfFloats(const SourcePixels& from, const EnlargedRow& along, std::int32_t x, int count,
                               std::byte* samples) {
         static constexpr std::byte kTransparent[16]{};
         const SourcePixels source = from;  // a local copy, so that writes to `samples` cannot change it
