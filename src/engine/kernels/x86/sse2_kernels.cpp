@@ -27,7 +27,11 @@ struct TierSamplers : Tiles {
 
     static const std::byte* PixelAt(const SourcePixels& source, const Places& places, int i) {
         static constexpr std::byte kTransparent[16]{};
-        const bool inside = IsInside(places.columns[i], source.width) && IsInside(places.rows[i], source.height);
+        // As unsigned numbers, negative places lie beyond any size.
+        const auto column = static_cast<std::uint32_t>(places.columns[i]);
+        const auto row = static_cast<std::uint32_t>(places.rows[i]);
+        const bool inside =
+            column < static_cast<std::uint32_t>(source.width) && row < static_cast<std::uint32_t>(source.height);
         return inside ? PixelOf(source, places.columns[i], places.rows[i]) : kTransparent;
     }
 
