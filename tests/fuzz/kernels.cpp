@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "engine/kernels/cpu_kernels.h"
+#include "engine/kernels/row_conversions.h"
 #include "fuzz_input.h"
 #include "play.h"
 
@@ -20,31 +21,13 @@ using Block = std::vector<std::byte>;
 constexpr int kMostPixels = 70;  // more than a run of the vector kernels and its two ends
 constexpr int kMostRows = 3;
 
-struct Conversion {
-    const char* name;
-    nuv::RowConversion RowKernels::*kernel;
-    std::size_t from, to;  // bytes of a pixel
-};
-constexpr Conversion kConversions[] = {
-    {"copyArgb8ToRgba8", &RowKernels::copyArgb8ToRgba8, 4, 4},
-    {"copyBgra8ToRgba8", &RowKernels::copyBgra8ToRgba8, 4, 4},
-    {"argb16ToRgbaF", &RowKernels::argb16ToRgbaF, 8, 16},
-    {"argbFToRgbaF", &RowKernels::argbFToRgbaF, 16, 16},
-    {"bgraFToRgbaF", &RowKernels::bgraFToRgbaF, 16, 16},
-    {"rgbaFToArgb8", &RowKernels::rgbaFToArgb8, 16, 4},
-    {"rgbaFToBgra8", &RowKernels::rgbaFToBgra8, 16, 4},
-    {"rgbaFToArgb16", &RowKernels::rgbaFToArgb16, 16, 8},
-    {"rgbaFToArgbF", &RowKernels::rgbaFToArgbF, 16, 16},
-    {"rgbaFToBgraF", &RowKernels::rgbaFToBgraF, 16, 16},
-};
-
 // Mostly few, so that the search goes through many rows.
 std::int32_t Pixels(FuzzInput& input) {
     return input.Below(input.Below(4) == 0 ? kMostPixels + 1 : 20);
 }
 
-std::size_t Bytes(std::int32_t count, std::size_t each) {
-    return static_cast<std::size_t>(count) * each;
+std::size_t Bytes(std::int32_t count) {
+    return static_cast<std::size_t>(count);
 }
 
 // Repeats a few bytes of the input, each time changed a little, so that short inputs fill whole rows.
@@ -72,14 +55,14 @@ void Compare(const char* what, std::size_t bytes, std::size_t shift, auto work) 
 }
 
 void Convert(FuzzInput& input) {
-    const Conversion& conversion = input.Pick(kConversions);
+    const ConversionKernel& conversion = input.Pick(kConversions);
     const std::int32_t width = Pixels(input);
     const auto anyScale = static_cast<float>(input.Real());
     const float scale = std::isnan(anyScale) ? 1.0f : anyScale;
     const std::size_t shift = input.Take<std::uint8_t>() % 64U;
-    Block source(Bytes(width, conversion.from));
+    Block source(Bytes(width * conversion.from));
     Fill(input, source.data(), source.size());
-    Compare(conversion.name, Bytes(width, conversion.to), shift, [&](const RowKernels& table, std::byte* result) {
+    Compare(conversion.name, Bytes(width * conversion.to), shift, [&](const RowKernels& table, std::byte* result) {
         (table.*conversion.kernel)(source.data(), result, width, scale);
     });
 }
@@ -106,16 +89,16 @@ void Render(FuzzInput& input) {
     job.mode = input.Below(4) - 1;
     job.scaling = input.Below(4) - 1;
     job.show = input.Below(6) - 1;
-    const std::size_t shift = input.Flag() ? 0 : Bytes(input.Below(4), 4);
+    const std::size_t shift = input.Flag() ? 0 : Bytes(input.Below(4) * 4);
 
-    const std::size_t sourceRow = Bytes(job.input.width, job.input.bitsPerChannel == 8 ? 4 : 16);
-    Block source(sourceRow * static_cast<std::size_t>(job.input.height));
+    const std::size_t sourceRow = Bytes(job.input.width * job.input.bitsPerChannel / 2);
+    Block source(sourceRow * Bytes(job.input.height));
     Fill(input, source.data(), source.size());
     const bool upsideDown = input.Flag() && job.input.height > 0;
     job.input.pixels = source.data() + (upsideDown ? source.size() - sourceRow : 0);
     job.input.rowBytes = static_cast<std::int32_t>(sourceRow) * (upsideDown ? -1 : 1);
     job.output.rowBytes = job.output.width * 16;
-    const std::size_t bytes = Bytes(job.output.height, Bytes(job.output.width, 16));
+    const std::size_t bytes = Bytes(job.output.height * job.output.width * 16);
     Compare("the row worker", bytes, shift, [&](const RowKernels& table, std::byte* result) {
         nuv::RenderData own = job;
         own.output.pixels = result;

@@ -11,15 +11,11 @@
 #include <vector>
 
 #include "engine/kernels/cpu_kernels.h"
+#include "row_conversions.h"
 
 namespace {
 
 using nuv::RowKernels;
-
-struct Row {
-    nuv::RowConversion RowKernels::*kernel;
-    int from, to;  // bytes of a pixel
-};
 
 constexpr int kChannels = 4;
 constexpr int kMostPixels = 16;   // the widest conversion treats 16 pixels at a time
@@ -47,7 +43,7 @@ std::vector<Table> VectorTables() {
 template <class Value>
 class AllInputs {
 public:
-    explicit AllInputs(const Row& row)
+    explicit AllInputs(const ConversionKernel& row)
         : row_(row),
           source_((kRowPixels + kMostPixels + 1) * kChannels),
           scalar_(static_cast<std::size_t>((kRowPixels + kMostPixels) * row.to)),
@@ -82,7 +78,7 @@ private:
                0;
     }
 
-    const Row row_;
+    const ConversionKernel& row_;
     const std::vector<Table> tables_ = VectorTables();
     std::vector<Value> source_;
     std::vector<std::byte> scalar_, vector_;
@@ -90,7 +86,7 @@ private:
 
 // Goes through all values on all processors.
 template <class Value>
-void TryAll(const Row& row) {
+void TryAll(const ConversionKernel& row) {
     constexpr std::uint64_t kValues = std::uint64_t{1} << (8 * sizeof(Value));
     std::atomic<std::uint64_t> next{0}, wrong{0};
     const auto work = [&] {
@@ -106,35 +102,20 @@ void TryAll(const Row& row) {
     EXPECT_EQ(wrong, 0U) << "rows";
 }
 
-TEST(AllInputs, CopyArgb8ToRgba8) {
-    TryAll<std::uint8_t>({&RowKernels::copyArgb8ToRgba8, 4, 4});
-}
-TEST(AllInputs, CopyBgra8ToRgba8) {
-    TryAll<std::uint8_t>({&RowKernels::copyBgra8ToRgba8, 4, 4});
-}
-TEST(AllInputs, Argb16ToRgbaF) {
-    TryAll<std::uint16_t>({&RowKernels::argb16ToRgbaF, 8, 16});
-}
-TEST(AllInputs, ArgbFToRgbaF) {
-    TryAll<std::uint32_t>({&RowKernels::argbFToRgbaF, 16, 16});
-}
-TEST(AllInputs, BgraFToRgbaF) {
-    TryAll<std::uint32_t>({&RowKernels::bgraFToRgbaF, 16, 16});
-}
-TEST(AllInputs, RgbaFToArgb8) {
-    TryAll<std::uint32_t>({&RowKernels::rgbaFToArgb8, 16, 4});
-}
-TEST(AllInputs, RgbaFToBgra8) {
-    TryAll<std::uint32_t>({&RowKernels::rgbaFToBgra8, 16, 4});
-}
-TEST(AllInputs, RgbaFToArgb16) {
-    TryAll<std::uint32_t>({&RowKernels::rgbaFToArgb16, 16, 8});
-}
-TEST(AllInputs, RgbaFToArgbF) {
-    TryAll<std::uint32_t>({&RowKernels::rgbaFToArgbF, 16, 16});
-}
-TEST(AllInputs, RgbaFToBgraF) {
-    TryAll<std::uint32_t>({&RowKernels::rgbaFToBgraF, 16, 16});
+class AllInputsOf : public testing::TestWithParam<ConversionKernel> {};
+INSTANTIATE_TEST_SUITE_P(Each, AllInputsOf, testing::ValuesIn(kConversions),
+                         [](const auto& instance) { return instance.param.name; });
+
+TEST_P(AllInputsOf, GiveTheBytesOfTheScalarTable) {
+    const ConversionKernel& conversion = GetParam();
+    switch (conversion.channelBytes) {
+        case 1:
+            return TryAll<std::uint8_t>(conversion);
+        case 2:
+            return TryAll<std::uint16_t>(conversion);
+        default:
+            return TryAll<std::uint32_t>(conversion);
+    }
 }
 
 }  // namespace

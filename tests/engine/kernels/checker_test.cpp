@@ -15,6 +15,7 @@
 #include "engine/kernels/cpu_kernels.h"
 #include "random.h"
 #include "random_job.h"
+#include "row_conversions.h"
 #include "support/guarded_memory.h"
 
 namespace {
@@ -28,24 +29,6 @@ std::vector<const RowKernels*> VectorTables() {
         tables.insert(tables.end(), {tier.cached, tier.streaming});
     return tables;
 }
-
-struct ConversionKernel {
-    const char* name;
-    nuv::RowConversion RowKernels::*kernel;
-    int from, to;  // bytes of a pixel
-};
-#define NUV_CONVERSION(name, from, to) \
-    { #name, &RowKernels::name, from, to }
-constexpr ConversionKernel kConversions[] = {
-    NUV_CONVERSION(copyArgb8ToRgba8, 4, 4), NUV_CONVERSION(copyBgra8ToRgba8, 4, 4),
-    NUV_CONVERSION(argb16ToRgbaF, 8, 16),   NUV_CONVERSION(argbFToRgbaF, 16, 16),
-    NUV_CONVERSION(bgraFToRgbaF, 16, 16),   NUV_CONVERSION(rgbaFToArgb8, 16, 4),
-    NUV_CONVERSION(rgbaFToBgra8, 16, 4),    NUV_CONVERSION(rgbaFToArgb16, 16, 8),
-    NUV_CONVERSION(rgbaFToArgbF, 16, 16),   NUV_CONVERSION(rgbaFToBgraF, 16, 16),
-};
-#undef NUV_CONVERSION
-// A table of kernels holds a name, the row worker and the conversions.
-static_assert(std::size(kConversions) == sizeof(RowKernels) / sizeof(nuv::RowConversion) - 2);
 
 // One seed that is new in every run, and then the same seeds in every run.
 std::vector<std::uint32_t> Seeds(std::uint32_t count) {
