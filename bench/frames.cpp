@@ -5,11 +5,15 @@
 #include <unistd.h>
 
 #include <array>
+#include <cstdio>
 #include <cstring>
+#include <deque>
+#include <filesystem>
 #include <map>
 #include <random>
 #include <stdexcept>
 #include <thread>
+#include <vector>
 
 #include "two_threads.h"
 
@@ -40,37 +44,57 @@ void FillWithNoise(refhost::World& world, const Depth& depth) {
     }
 }
 
-// An effect that is set up in a host, with one instance.
+constexpr const char* kPlugins[] = {NUV_PLUGIN_PATHS};
+static_assert(std::size(kPlugins) == std::size(kTierNames));
+
+// An effect that is set up in a host, with one instance for each thread of the host.
 class Effect {
 public:
-    Effect(const char* file, bool keepFreedHandles)
-        : host_(refhost::PluginLibrary(file), {.keepFreedHandles = keepFreedHandles}), instance_(Started(host_)) {
-        instance_.SequenceSetup();
-        instance_.Set(2, refhost::PopupValue{1});
-        instance_.Set(4, refhost::SliderValue{kAmount});
-        instance_.Set(5, refhost::PopupValue{1});
+    Effect(const std::filesystem::path& file, bool keepFreedHandles)
+        : host_(refhost::PluginLibrary(file), {.keepFreedHandles = keepFreedHandles}) {
+        host_.SetUp();
+        for (int i = 0; i < *std::rbegin(kInFlight); ++i) {
+            refhost::Instance& instance = instances_.emplace_back(host_);
+            instance.SequenceSetup();
+            instance.Set(2, refhost::PopupValue{1});
+            instance.Set(5, refhost::PopupValue{1});
+        }
     }
-    ~Effect() { instance_.SequenceSetdown(); }
+    ~Effect() {
+        for (refhost::Instance& instance : instances_)
+            instance.SequenceSetdown();
+    }
     Effect(const Effect&) = delete;
     Effect& operator=(const Effect&) = delete;
 
-    void Render(Worlds& worlds, Scaling scaling) {
+    void Render(Worlds& worlds, double amount, Scaling scaling, int thread = 0) {
+        refhost::Instance& instance = instances_[static_cast<std::size_t>(thread)];
         const refhost::WorldLayout& layout = worlds.input.layout();
-        instance_.Set(1, refhost::PointValue{layout.width / 2 * 65536, layout.height / 2 * 65536});
-        instance_.Set(3, refhost::PopupValue{scaling + 1});
-        const auto result = instance_.SmartRender({.input = &worlds.input, .output = &worlds.output});
+        instance.Set(1, refhost::PointValue{layout.width / 2 * 65536, layout.height / 2 * 65536});
+        instance.Set(3, refhost::PopupValue{scaling + 1});
+        instance.Set(4, refhost::SliderValue{amount});
+        const auto result = instance.SmartRender({.input = &worlds.input, .output = &worlds.output});
         if (!result.rendered || result.render != PF_Err_NONE) throw std::runtime_error("the effect failed");
     }
 
 private:
-    static refhost::Host& Started(refhost::Host& host) {
-        host.SetUp();
-        return host;
-    }
-
     refhost::Host host_;
-    refhost::Instance instance_;
+    std::deque<refhost::Instance> instances_;
 };
+
+// Copy 0 is the plug-in itself. The system loads a copy of the file as a library of its own, with its own mutex.
+Effect& EffectOf(std::size_t tier, int copy) {
+    // It is never destroyed, because at the end of the program the host's own static objects may already be gone.
+    static auto& all = *new std::map<std::pair<std::size_t, int>, Effect>;
+    const std::pair key{tier, copy};
+    const std::filesystem::path file = kPlugins[tier];
+    if (copy == 0 || all.contains(key)) return all.try_emplace(key, file, true).first->second;
+    const std::filesystem::path copied = file.string() + "." + std::to_string(copy);
+    std::filesystem::copy_file(file, copied, std::filesystem::copy_options::overwrite_existing);
+    Effect& effect = all.try_emplace(key, copied, true).first->second;
+    std::filesystem::remove(copied);
+    return effect;
+}
 
 void CopyPastCache(std::byte* to, const std::byte* from, std::size_t bytes) {
     std::size_t at = 0;
@@ -103,9 +127,15 @@ long MinorFaults(int who) {
 
 }  // namespace
 
-Worlds& WorldsOf(Size size, const Depth& depth) {
-    static std::map<std::array<int, 3>, Worlds> all;
-    const auto [found, isNew] = all.try_emplace({size.width, size.height, depth.pixelBytes});
+std::string Variant::name() const {
+    char text[32];
+    std::snprintf(text, sizeof text, " %g", amount);
+    return std::string(kTierNames[tier]) + text;
+}
+
+Worlds& WorldsOf(Size size, const Depth& depth, int thread) {
+    static std::map<std::array<int, 4>, Worlds> all;
+    const auto [found, isNew] = all.try_emplace({size.width, size.height, depth.pixelBytes, thread});
     Worlds& worlds = found->second;
     if (isNew) {
         const refhost::WorldLayout layout{.format = depth.format, .width = size.width, .height = size.height};
@@ -116,10 +146,20 @@ Worlds& WorldsOf(Size size, const Depth& depth) {
     return worlds;
 }
 
-void RenderFrame(Plugin plugin, Size size, const Depth& depth, Scaling scaling) {
-    static Effect shipped(NUV_PLUGIN_PATH, true);
-    static Effect scalar(NUV_SCALAR_PATH, true);
-    (plugin == Plugin::shipped ? shipped : scalar).Render(WorldsOf(size, depth), scaling);
+void RenderFrame(const Variant& variant, Size size, const Depth& depth, Scaling scaling) {
+    EffectOf(variant.tier, 0).Render(WorldsOf(size, depth), variant.amount, scaling);
+}
+
+void RenderInFlight(const Variant& variant, Size size, int threads, bool ownEffects) {
+    std::vector<std::jthread> team;
+    for (int thread = 0; thread < threads; ++thread) {
+        Effect& effect = EffectOf(variant.tier, ownEffects ? thread : 0);
+        Worlds& worlds = WorldsOf(size, kDepths[0], thread);
+        team.emplace_back([&, thread] {
+            for (int i = 0; i < kFramesInFlight / threads; ++i)
+                effect.Render(worlds, variant.amount, linear, thread);
+        });
+    }
 }
 
 void CopyFrame(Size size, const Depth& depth) {
@@ -139,13 +179,13 @@ void StartThreads() {
         thread.join();
 }
 
-PageFaults CountPageFaults() {
+PageFaults CountPageFaults(const Variant& variant) {
     const Depth& depth = kDepths[2];
-    Effect effect(NUV_PLUGIN_PATH, false);
+    Effect effect(kPlugins[variant.tier], false);
     Worlds& worlds = WorldsOf(kFull, depth);
-    effect.Render(worlds, linear);  // touches the memory that only the first frame touches
+    effect.Render(worlds, variant.amount, linear);  // touches the memory that only the first frame touches
     const long before = MinorFaults(RUSAGE_SELF), beforeHere = MinorFaults(RUSAGE_THREAD);
-    effect.Render(worlds, linear);
+    effect.Render(worlds, variant.amount, linear);
     const long page = sysconf(_SC_PAGESIZE);
     return {.least = 2 * static_cast<long>(kFull.pixels()) * depth.pixelBytes / page,
             .taken = MinorFaults(RUSAGE_SELF) - before,

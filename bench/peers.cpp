@@ -49,9 +49,9 @@ void Replace(Split split, Enlarge enlarge) {
 
 }  // namespace
 
-void PeerLinear(Split split) {
-    Replace(split, [](const cv::Mat& channel, cv::Mat& part, int first) {
-        const double k = 1 + kPercent * kAmount;
+void PeerLinear(Split split, double amount) {
+    Replace(split, [amount](const cv::Mat& channel, cv::Mat& part, int first) {
+        const double k = 1 + kPercent * amount;
         const double top = kFull.height / 2.0 * (1 - 1 / k) + first / k;
         const cv::Rect seen(static_cast<int>(kFull.width / 2.0 * (1 - 1 / k)), static_cast<int>(top),
                             static_cast<int>(kFull.width / k), static_cast<int>(part.rows / k));
@@ -59,11 +59,11 @@ void PeerLinear(Split split) {
     });
 }
 
-void PeerSquare(Split split) {
+void PeerSquare(Split split, double amount) {
     static cv::Mat columns(kFull.height, kFull.width, CV_32F), rows(kFull.height, kFull.width, CV_32F);
-    Replace(split, [](const cv::Mat& channel, cv::Mat& part, int first) {
+    Replace(split, [amount](const cv::Mat& channel, cv::Mat& part, int first) {
         const float cx = kFull.width / 2.0f, cy = kFull.height / 2.0f;
-        const float strength = static_cast<float>(kAmount) * kPercent / std::sqrt(cx * cx + cy * cy);
+        const float strength = static_cast<float>(amount) * kPercent / std::sqrt(cx * cx + cy * cy);
         for (int y = first; y < first + part.rows; ++y) {
             const float dy = static_cast<float>(y) - cy;
             float* const column = columns.ptr<float>(y);

@@ -8,7 +8,9 @@ namespace bench {
 // the rows.
 enum class Split { byOpenCv, byRows };
 
-void PeerLinear(Split split);  // extract the channel, resize its middle to the nearest pixel, insert it
-void PeerSquare(Split split);  // extract, remap with the map built for this frame, insert
+// The amount is at least 0.
+void PeerLinear(Split split,
+                double amount);  // extract the channel, resize its middle to the nearest pixel, insert it
+void PeerSquare(Split split, double amount);  // extract, remap with the map built for this frame, insert
 
 }  // namespace bench

@@ -7,56 +7,64 @@
 namespace bench {
 namespace {
 
+// A frame of 4K is large enough for the streaming tables.
+const nuv::RowKernels& KernelsOf(const Variant& variant) {
+    return *nuv::AvailableTiers()[variant.tier].streaming;
+}
+
 std::byte* Row(const nuv::ImageBuffer& buffer, int y) {
     return buffer.pixels + std::ptrdiff_t{buffer.rowBytes} * y;
 }
 
 }  // namespace
 
-Stages::Stages(Size size, const Depth& depth)
-    : size_(size), depth_(depth), kernels_(nuv::SelectKernels(static_cast<std::uint64_t>(size.pixels() * 16))) {
-    const bool bytes = depth.format == kFormatArgb8;
-    const bool deep = depth.format == kFormatArgb16;
-    in_ = bytes ? kernels_.copyArgb8ToRgba8 : deep ? kernels_.argb16ToRgbaF : kernels_.argbFToRgbaF;
-    out_ = bytes ? kernels_.rgbaFToArgb8 : deep ? kernels_.rgbaFToArgb16 : kernels_.rgbaFToArgbF;
-    working_ = Buffer(job_.input, bytes ? 8 : 32);
+Stages::Stages(const Depth& depth) : depth_(depth) {
+    working_ = Buffer(job_.input, depth.format == kFormatArgb8 ? 8 : 32);
     result_ = Buffer(job_.output, 32);
     job_.downsampleX = job_.downsampleY = 1;
-    job_.centerX = size_.width / 2;
-    job_.centerY = size_.height / 2;
-    job_.amount = static_cast<float>(kAmount);
-    In();
-    Workers(linear);
+    job_.centerX = kFull.width / 2;
+    job_.centerY = kFull.height / 2;
+    In({});
+    Workers({}, linear);
 }
 
-void Stages::In() {
-    Worlds& worlds = WorldsOf(size_, depth_);
-    OnTwoThreads(size_.height, [&](int first, int end) {
+void Stages::In(const Variant& variant) {
+    const auto& table = KernelsOf(variant);
+    const auto convert = depth_.format == kFormatArgb8    ? table.copyArgb8ToRgba8
+                         : depth_.format == kFormatArgb16 ? table.argb16ToRgbaF
+                                                          : table.argbFToRgbaF;
+    Worlds& worlds = WorldsOf(kFull, depth_);
+    OnTwoThreads(kFull.height, [&](int first, int end) {
         for (int y = first; y < end; ++y)
-            in_(worlds.input.Row(y).data(), Row(job_.input, y), size_.width, 1.0f);
+            convert(worlds.input.Row(y).data(), Row(job_.input, y), kFull.width, 1.0f);
     });
 }
 
-void Stages::Workers(Scaling scaling) {
+void Stages::Workers(const Variant& variant, Scaling scaling) {
+    job_.amount = static_cast<float>(variant.amount);
     job_.scaling = scaling;
-    nuv::RunWorkers(kernels_.renderRows, job_);
+    nuv::RunWorkers(KernelsOf(variant).renderRows, job_);
 }
 
-void Stages::Out() {
-    Worlds& worlds = WorldsOf(size_, depth_);
-    OnTwoThreads(size_.height, [&](int first, int end) {
+void Stages::Out(const Variant& variant) {
+    const auto& table = KernelsOf(variant);
+    const auto convert = depth_.format == kFormatArgb8    ? table.rgbaFToArgb8
+                         : depth_.format == kFormatArgb16 ? table.rgbaFToArgb16
+                                                          : table.rgbaFToArgbF;
+    Worlds& worlds = WorldsOf(kFull, depth_);
+    OnTwoThreads(kFull.height, [&](int first, int end) {
         for (int y = first; y < end; ++y)
-            out_(Row(job_.output, y), worlds.output.Row(y).data(), size_.width, 1.0f);
+            convert(Row(job_.output, y), worlds.output.Row(y).data(), kFull.width, 1.0f);
     });
 }
 
 std::unique_ptr<std::byte[]> Stages::Buffer(nuv::ImageBuffer& buffer, int bits) const {
-    buffer.width = size_.width;
-    buffer.height = size_.height;
+    buffer.width = kFull.width;
+    buffer.height = kFull.height;
     buffer.bitsPerChannel = bits;
-    buffer.rowBytes = size_.width * bits / 2;
+    buffer.rowBytes = kFull.width * bits / 2;
     auto memory = std::make_unique<std::byte[]>(static_cast<std::size_t>(buffer.rowBytes) *
-                                                static_cast<std::size_t>(size_.height));
+                                                static_cast<std::size_t>(kFull.height));
     buffer.pixels = memory.get();
     return memory;
 }

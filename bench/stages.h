@@ -1,4 +1,4 @@
-// The three stages of a frame, each alone, with the kernels that a frame of that size would choose.
+// The three stages of a 4K frame, each alone, with the kernels that a plug-in of that tier would choose.
 #pragma once
 
 #include <memory>
@@ -11,19 +11,16 @@ namespace bench {
 // Has the buffers of one frame. The conversions run on two threads, and the workers on sixteen, as in a frame.
 class Stages {
 public:
-    Stages(Size size, const Depth& depth);
+    explicit Stages(const Depth& depth);
 
-    void In();
-    void Workers(Scaling scaling);
-    void Out();
+    void In(const Variant& variant);
+    void Workers(const Variant& variant, Scaling scaling);
+    void Out(const Variant& variant);
 
 private:
     std::unique_ptr<std::byte[]> Buffer(nuv::ImageBuffer& buffer, int bits) const;
 
-    const Size size_;
     const Depth& depth_;
-    const nuv::RowKernels& kernels_;
-    nuv::RowConversion in_ = nullptr, out_ = nullptr;
     nuv::RenderData job_;
     std::unique_ptr<std::byte[]> working_, result_;
 };

@@ -33,10 +33,10 @@ static_assert(std::ranges::all_of(kTiers, [](const Tier& tier) {
     return tier.cached != nullptr && tier.streaming != nullptr && tier.runsHere != nullptr;
 }));
 
-#if defined(NUV_SCALAR_ONLY)
-constexpr bool kScalarOnly = true;  // for benchmarks
+#if defined(NUV_TIER_COUNT)
+constexpr std::size_t kTierCount = NUV_TIER_COUNT;  // for benchmarks
 #else
-constexpr bool kScalarOnly = false;
+constexpr std::size_t kTierCount = std::size(kTiers);
 #endif
 
 // A result of this size or more no longer fits into the second-level cache when it is converted.
@@ -45,9 +45,8 @@ constexpr std::uint64_t kStreamingBytes = std::uint64_t{4} << 20;
 }  // namespace
 
 std::span<const Tier> AvailableTiers() {
-    if (kScalarOnly) return std::span(kTiers).first(1);
-    const Tier* const end = std::ranges::find_if_not(kTiers, [](const Tier& tier) { return tier.runsHere(); });
-    return {std::begin(kTiers), end};
+    const auto tiers = std::span(kTiers).first<kTierCount>();
+    return {tiers.begin(), std::ranges::find_if_not(tiers, [](const Tier& tier) { return tier.runsHere(); })};
 }
 
 const RowKernels& SelectKernels(std::uint64_t resultBytes) {
