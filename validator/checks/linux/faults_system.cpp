@@ -53,7 +53,7 @@ void EachRefusalInSession(Context& context) {
     const int threads = platform::ThreadCount();
     const auto run = [&](int failing, int* asked) {
         const Refusal refusal(ask, code, failing);
-        const SessionOutcome outcome = bench.Run();
+        SessionOutcome outcome = bench.Run();
         if (asked != nullptr) *asked = refusal.asked();
         return outcome;
     };
