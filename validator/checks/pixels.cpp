@@ -15,7 +15,6 @@
 namespace validator {
 namespace {
 
-using refhost::WorldLayout;
 using signs::SizeOf;
 
 // Renders with two poisons, because one poison may by chance be the right value of a pixel that is not written.

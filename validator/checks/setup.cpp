@@ -106,6 +106,7 @@ void AnswersParamUpdates(Context& context) {
         for (const AddedParam& param : interview.added)
             values.push_back(param.definition);
         std::vector<PF_ParamDef*> pointers;
+        pointers.reserve(values.size());
         for (PF_ParamDef& value : values)
             pointers.push_back(&value);
         interview.Prepare();

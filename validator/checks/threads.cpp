@@ -42,6 +42,7 @@ void WhileOthersAreSetUp(Context& context) {
     Crowd crowd(context, scene, 2, false);
     std::atomic<int> rendering{crowd.size()}, setUps{0};
     std::vector<std::thread> threads;
+    threads.reserve(static_cast<std::size_t>(crowd.size()));
     for (int i = 0; i < crowd.size(); ++i) {
         threads.emplace_back([&, i] {
             for (int round = 0; round < kRounds || setUps < kSetUps; ++round)

@@ -7,7 +7,6 @@
 namespace validator::faults {
 namespace {
 
-using refhost::Call;
 using refhost::CallRecord;
 
 constexpr std::string_view kSuite = "suite ", kUnlock = "host_unlock_handle: ";
@@ -97,7 +96,9 @@ Lines StrictFlaws(const FrameOutcome& outcome) {
 void Trial::Add(const Lines& lines, const std::string& about) {
     ++points_;
     for (const std::string& line : lines) {
-        if (++lines_ <= kMostLines) context_.Fail(about + ": " + line);
+        if (++lines_ > kMostLines) continue;
+        std::string text = about;
+        context_.Fail(text.append(": ").append(line));
     }
 }
 

@@ -48,7 +48,7 @@ Lines SessionBench::NextIsRight() {
     lines.insert(lines.end(), outcome.frames.begin(), outcome.frames.end());
     if (host_.parameters().size() != parameters_) lines.push_back("the number of parameters differs");
     for (std::string& line : lines)
-        line = "when nothing fails any more, " + line;
+        line.insert(0, "when nothing fails any more, ");
     return lines;
 }
 

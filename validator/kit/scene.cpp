@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
+#include <span>
 #include <stdexcept>
 #include <type_traits>
 #include <utility>
@@ -169,10 +170,10 @@ refhost::RenderResult Frame::Render(refhost::Host& host, refhost::Instance& inst
     settings.plainParams.clear();
     for (PF_ParamDef& param : passed)
         settings.plainParams.push_back(&param);
-    const auto result = instance.PlainRender(settings);
+    auto result = instance.PlainRender(settings);
     settings.plainParams.clear();
     for (std::size_t i = 0; i < passed.size(); ++i) {
-        if (std::memcmp(&passed[i], &before[i], sizeof before[i]) != 0)
+        if (!std::ranges::equal(std::as_bytes(std::span(&passed[i], 1)), std::as_bytes(std::span(&before[i], 1))))
             changedParams_.push_back("parameter " + std::to_string(i + 1) + " in the host's array was changed");
     }
     return result;
@@ -245,7 +246,7 @@ refhost::WorldLayout HostedScene::Layout(PF_PixelFormat format, int width, int h
 
 refhost::RenderResult HostedScene::Render(Frame& frame) {
     host.account().Reset();
-    const auto result = frame.Render(host, instance, path_);
+    auto result = frame.Render(host, instance, path_);
     const PF_Err code = CodeOf(result);
     const auto& layout = frame.output.layout();
     const std::string what = std::string(NameOf(path_)) + " render of " + std::to_string(layout.width) + " x " +
