@@ -80,21 +80,19 @@ void Set(refhost::Instance& instance, const ParameterRow& row, const EffectSetti
 
 // For each channel of a host's pixel, its index in R, G, B, A.
 using Order = std::array<std::size_t, 4>;
-Order OrderOf(const refhost::PixelFormat& format) {
-    return format.order == refhost::ChannelOrder::argb ? Order{3, 0, 1, 2} : Order{2, 1, 0, 3};
-}
+constexpr Order kArgb{3, 0, 1, 2}, kBgra{2, 1, 0, 3};
 
 // White in 16 bits is 32768 for the host and 65535 in a file, so a value loses one bit on its way there and back. A
 // second conversion there and back changes nothing.
 std::uint16_t ToHost16(std::uint16_t value) {
-    return static_cast<std::uint16_t>((value * std::uint64_t{32768} + 32767) / 65535);
+    return static_cast<std::uint16_t>((value * std::uint32_t{32768} + 32767) / 65535);
 }
 std::uint16_t FromHost16(std::uint16_t value) {
-    return static_cast<std::uint16_t>((value * std::uint64_t{65535} + 16384) / 32768);
+    return static_cast<std::uint16_t>((value * std::uint32_t{65535} + 16384) / 32768);
 }
 
-template <typename Channel, typename Convert>
-void ToHost(const std::byte* from, std::span<std::byte> row, const Order& order, Convert convert) {
+template <Order order, typename Channel, typename Convert>
+void ToHost(const std::byte* from, std::span<std::byte> row, Convert convert) {
     std::array<Channel, 4> rgba, pixel;
     for (std::size_t at = 0; at < row.size(); at += sizeof pixel) {
         std::memcpy(rgba.data(), from + at, sizeof rgba);
@@ -105,8 +103,8 @@ void ToHost(const std::byte* from, std::span<std::byte> row, const Order& order,
     }
 }
 
-template <typename Channel, typename Convert>
-void FromHost(std::span<const std::byte> row, std::byte* to, const Order& order, Convert convert) {
+template <Order order, typename Channel, typename Convert>
+void FromHost(std::span<const std::byte> row, std::byte* to, Convert convert) {
     std::array<Channel, 4> rgba, pixel;
     for (std::size_t at = 0; at < row.size(); at += sizeof pixel) {
         std::memcpy(pixel.data(), row.data() + at, sizeof pixel);
@@ -119,38 +117,40 @@ void FromHost(std::span<const std::byte> row, std::byte* to, const Order& order,
 
 constexpr auto kSame = [](auto value) { return value; };
 
-void Fill(World& world, const Picture& picture, const Order& order) {
+template <Order order>
+void Fill(World& world, const Picture& picture) {
     const std::byte* from = picture.pixels.data();
     for (int y = 0; y < picture.height; ++y) {
         const auto row = world.Row(y);
         switch (picture.depth) {
             case Depth::bits8:
-                ToHost<std::uint8_t>(from, row, order, kSame);
+                ToHost<order, std::uint8_t>(from, row, kSame);
                 break;
             case Depth::bits16:
-                ToHost<std::uint16_t>(from, row, order, ToHost16);
+                ToHost<order, std::uint16_t>(from, row, ToHost16);
                 break;
             case Depth::bits32:
-                ToHost<float>(from, row, order, kSame);
+                ToHost<order, float>(from, row, kSame);
                 break;
         }
         from += row.size();
     }
 }
 
-void Take(Picture& picture, const World& world, const Order& order) {
+template <Order order>
+void Take(Picture& picture, const World& world) {
     std::byte* to = picture.pixels.data();
     for (int y = 0; y < picture.height; ++y) {
         const auto row = world.Row(y);
         switch (picture.depth) {
             case Depth::bits8:
-                FromHost<std::uint8_t>(row, to, order, kSame);
+                FromHost<order, std::uint8_t>(row, to, kSame);
                 break;
             case Depth::bits16:
-                FromHost<std::uint16_t>(row, to, order, FromHost16);
+                FromHost<order, std::uint16_t>(row, to, FromHost16);
                 break;
             case Depth::bits32:
-                FromHost<float>(row, to, order, kSame);
+                FromHost<order, float>(row, to, kSame);
                 break;
         }
         to += row.size();
@@ -250,12 +250,13 @@ void EffectRunner::Render(Picture& picture, const Window& frame, const EffectSet
         throw std::runtime_error("the " + std::string(host.name) + " host has no pictures with " +
                                  std::to_string(bits) + " bits per channel");
     }
-    const Order order = OrderOf(*format);
+    const bool argb = format->order == refhost::ChannelOrder::argb;
     const refhost::WorldLayout layout{
         .format = format->code, .width = picture.width, .height = picture.height, .bottomUp = host.bottomUp};
     World input(layout);
     World output(layout);
-    Fill(input, picture, order);
+    (argb ? Fill<kArgb> : Fill<kBgra>)(input, picture);
+    picture.pixels = std::vector<std::byte>();  // frees it: the effect needs much memory
 
     // If the effect cannot start its threads, it returns success and does not write the output. A complete render
     // writes every pixel, so the render has failed if the first row still has this noise.
@@ -278,7 +279,9 @@ void EffectRunner::Render(Picture& picture, const Window& frame, const EffectSet
         throw std::runtime_error("the effect reported success but wrote no pixels");
     }
 
-    Take(picture, output, order);
+    input = World();
+    picture.pixels.resize(picture.pixelCount() * picture.bytesPerPixel());
+    (argb ? Take<kArgb> : Take<kBgra>)(picture, output);
 }
 
 void EffectRunner::Close() {

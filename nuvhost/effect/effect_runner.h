@@ -27,9 +27,9 @@ public:
                  const std::vector<std::byte>& sequenceData = {});
     ~EffectRunner();
 
-    // Replaces the picture by the rendered one, which has the same size and depth. The centre is relative to
-    // `frame`, a part of the picture. The editing host takes only 8-bit pictures and the plain path; its worlds are
-    // B, G, R, A and start with the bottom row. Any thread may call it.
+    // Replaces the picture by the rendered one, which has the same size and depth. If it throws, the picture may
+    // have no pixels. The centre is relative to `frame`, a part of the picture. The editing host takes only 8-bit
+    // pictures and the plain path; its worlds are B, G, R, A and start with the bottom row. Any thread may call it.
     void Render(Picture& picture, const Window& frame, const EffectSettings& settings, RenderPath path);
 
     // The data that an instance keeps besides its parameters. Do not call it during a render.

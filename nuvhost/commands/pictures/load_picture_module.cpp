@@ -13,8 +13,10 @@ namespace {
 // Some of the libraries start threads while they are loaded, and throw if the system allows no more threads.
 // Such an exception must not pass through the loader. `noexcept` ends the process here, and main's terminate
 // handler prints one line.
+//
+// RTLD_LAZY, because the picture library needs more than a hundred others, and nuvhost calls few of their functions.
 void* Open(const std::string& file) noexcept {
-    return ::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+    return ::dlopen(file.c_str(), RTLD_LAZY | RTLD_LOCAL);
 }
 
 const char* Reason() {
