@@ -24,6 +24,12 @@ multiplied() {
             END { exit bad || NR != 65536 }'
 }
 promise "8-bit colour is multiplied and divided as hosts round it" multiplied
+divided() { # as above, in a file of associated alpha: 8 bits give what floats give
+  oiiotool --pattern fill:left=0:right=1 256x256 1 --dup --dup --chappend --chappend \
+    --pattern fill:top=0:bottom=1 256x256 1 --chappend --chnames R,G,B,A -d uint8 -o all.tif &&
+    render all.tif bytes.png && render all.tif floats.png --depth 32 && same_pixels bytes.png floats.png
+}
+promise "8-bit colour is divided by alpha as exactly as in floats" divided
 # shellcheck disable=SC2086  # straight_alpha is two words
 opaque_part() { # the opaque half keeps every bit, whatever the other half has
   oiiotool --create 64x48 4 $noise:min=0:max=1:seed=2 --fill:color=0.3,0.2,0.1,1 32x48 --ch R,G,B,A \

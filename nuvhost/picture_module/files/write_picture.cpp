@@ -97,6 +97,26 @@ Picture InFloats(const Picture& picture) {
     return result;
 }
 
+// Unpremultiplies 8-bit colour for a file of 8 bits. The values are those of a picture in floats, but they come
+// from a table, because floats for the whole picture would take four times the memory and more time.
+void UnpremultiplyBytes(Picture& picture) {
+    constexpr std::size_t kValues = 256;
+    Picture table{kValues, kValues, Depth::bits8, {}};  // colour to the right, alpha downwards
+    for (std::size_t i = 0; i < kValues * kValues; ++i) {
+        const auto color = static_cast<std::byte>(i % kValues), alpha = static_cast<std::byte>(i / kValues);
+        table.pixels.insert(table.pixels.end(), {color, color, color, alpha});
+    }
+    Picture exact = InFloats(table);
+    Unpremultiply(exact);
+    OIIO::convert_pixel_values(TypeDesc::FLOAT, exact.pixels.data(), TypeDesc::UINT8, table.pixels.data(),
+                               static_cast<int>(table.pixels.size()));
+    for (std::size_t at = 0; at < picture.pixels.size(); at += 4) {
+        const std::size_t row = static_cast<std::size_t>(picture.pixels[at + 3]) * kValues;
+        for (std::size_t i = at; i < at + 3; ++i)
+            picture.pixels[i] = table.pixels[(row + static_cast<std::size_t>(picture.pixels[i])) * 4];
+    }
+}
+
 // A picture prepared for one format: with the window, alpha and orientation that the format can hold.
 class Written {
 public:
@@ -148,6 +168,13 @@ private:
         const auto rule = writer.supports("alpha") ? AlphaOf(writer.format_name()) : Alpha::associated;
         const bool straight = rule == Alpha::asItIs ? source_.fileStraight : rule == Alpha::straight;
         if (straight != source_.straight && !Opaque(*picture_)) {
+            const bool bytes =
+                spec_.channelformats.empty() && source_.fileType.value_or(spec_.format) == TypeDesc::UINT8;
+            if (straight && bytes && picture_->depth == Depth::bits8) {
+                Replace(Picture(*picture_));
+                UnpremultiplyBytes(ownPicture_);
+                return straight;
+            }
             Replace(InFloats(*picture_));
             straight ? Unpremultiply(ownPicture_) : Premultiply(ownPicture_);
         }
