@@ -233,4 +233,17 @@ at_the_same_time() { # two runs write the same frames
 }
 promise "two runs of the same frames do not harm each other" at_the_same_time
 
+# Largest resident set of a render in bytes.
+most_memory() { /usr/bin/time -f %M -o memory.txt "$nuvhost" render "$1" out.tif && echo $(($(tail -n 1 memory.txt) * 1024)); }
+# In float the effect needs 32 bytes for each pixel, and one picture each way 32 more. A third picture would take 16.
+frugal() {
+  oiiotool --create 1x1 3 -d float -o tiny.tif && oiiotool --create 3000x3000 3 --compression none -d float -o large.tif &&
+    local small large && small=$(most_memory tiny.tif) && large=$(most_memory large.tif) &&
+    rm large.tif out.tif && is "$(((large - small) / 9000000 < 72))" 1
+}
+# The sanitizers keep freed memory for a while.
+if ! grep -qE '__[at]san_init' "$nuvhost"; then
+  promise "while the effect renders, memory holds no third picture" frugal
+fi
+
 summary
