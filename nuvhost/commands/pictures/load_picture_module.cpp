@@ -14,7 +14,8 @@ namespace {
 // Such an exception must not pass through the loader. `noexcept` ends the process here, and main's terminate
 // handler prints one line.
 //
-// RTLD_LAZY, because the picture library needs more than a hundred others, and nuvhost calls few of their functions.
+// RTLD_LAZY, because the picture library needs more than a hundred others, and nuvhost calls few of their
+// functions.
 void* Open(const std::string& file) noexcept {
     return ::dlopen(file.c_str(), RTLD_LAZY | RTLD_LOCAL);
 }
