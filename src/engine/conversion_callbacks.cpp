@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 
+#include "host/host_call.h"
+
 namespace nuv {
 
 const FormatConversions* FindConversions(PF_PixelFormat format) {
@@ -43,12 +45,7 @@ class ScratchColumn {
 public:
     explicit ScratchColumn(PF_InData* inData) : inData_(inData) {}
     ~ScratchColumn() {
-        if (!made_) return;
-        try {
-            inData_->utils->dispose_world(inData_->effect_ref, &world_);
-        } catch (...) {
-            // If the host throws here, we must assume that it has taken its world back.
-        }
+        if (made_) GiveBackToHost(inData_->utils->dispose_world, inData_->effect_ref, &world_);
     }
     ScratchColumn(const ScratchColumn&) = delete;
     ScratchColumn& operator=(const ScratchColumn&) = delete;
@@ -56,7 +53,7 @@ public:
     // Call it at most once.
     PF_Err Make(std::int32_t height) {
         const PF_Err error =
-            inData_->utils->new_world(inData_->effect_ref, 1, height, PF_NewWorldFlag_NONE, &world_);
+            CallHost(inData_->utils->new_world, inData_->effect_ref, 1, height, PF_NewWorldFlag_NONE, &world_);
         made_ = error == PF_Err_NONE;
         return error;
     }
@@ -87,8 +84,8 @@ PF_Err IterateRowsFallback(std::int32_t iterations, ConvertContext& context, PF_
     ScratchColumn scratch(inData);
     if (const PF_Err error = scratch.Make(iterations)) return error;
     TrampolineRefcon refcon{inData, callback, &context, iterations};
-    return suite->iterate(inData, 0, iterations, scratch.world(), nullptr, &refcon, IterateRowTrampoline,
-                          scratch.world());
+    return CallHost(suite->iterate, inData, 0, iterations, scratch.world(), nullptr, &refcon, IterateRowTrampoline,
+                    scratch.world());
 }
 
 }  // namespace nuv

@@ -3,6 +3,7 @@
 
 #include "engine/kernels/row_kernels.h"
 #include "engine/plain_floats.h"
+#include "host/host_call.h"
 #include "pf_data.h"
 
 namespace nuv {
@@ -25,7 +26,7 @@ template <RowConversion RowKernels::*kernel>
 PF_Err ConvertRowCallback(void* refcon, std::int32_t threadIndex, std::int32_t row, std::int32_t /*iterations*/) {
     const auto& context = *static_cast<const ConvertContext*>(refcon);
     const PF_InData& inData = *context.inData;
-    const PF_Err result = threadIndex == 0 ? inData.inter.abort(inData.effect_ref) : PF_Err_NONE;
+    const PF_Err result = threadIndex == 0 ? CallHostUnguarded(inData.inter.abort, inData.effect_ref) : PF_Err_NONE;
     const auto rowOf = [row](const PF_EffectWorld& world) {
         return reinterpret_cast<std::byte*>(world.data) + std::ptrdiff_t{world.rowbytes} * row;
     };

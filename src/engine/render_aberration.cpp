@@ -9,6 +9,7 @@
 #include "engine/kernels/cpu_kernels.h"
 #include "engine/plain_floats.h"
 #include "engine/worker_threads.h"
+#include "host/host_call.h"
 #include "host/host_suite_handler.h"
 #include "host/scoped_suite.h"
 #include "host/utilities.h"
@@ -57,8 +58,8 @@ void FillFrame(RenderData& job, const PF_InData& inData) {
 // Returns null for a format that the engine does not know. In the editing host, the pixel format suite decides.
 const FormatConversions* ConversionsOf(PF_EffectWorld* world, const Holdings& held, bool editor) {
     PF_PixelFormat format = 0;
-    held.worlds->PF_GetPixelFormat(world, &format);
-    if (editor) held.formats->GetPixelFormat(world, &format);
+    CallHost(held.worlds->PF_GetPixelFormat, world, &format);
+    if (editor) CallHost(held.formats->GetPixelFormat, world, &format);
     return FindConversions(format);
 }
 
@@ -112,23 +113,24 @@ PF_Err RenderAberration(PF_InData* inData, RenderData& job, PF_EffectWorld* sour
         // the effect's contract with its hosts.
         held.formats.Abandon();
         held.worlds.Abandon();
-        inData->utils->host_unlock_handle(inData->sequence_data);
-        inData->utils->host_unlock_handle(inData->global_data);
+        CallHost(inData->utils->host_unlock_handle, inData->sequence_data);
+        CallHost(inData->utils->host_unlock_handle, inData->global_data);
         return status;
     }
 
     ConvertContext context;
     context.inData = inData;
-    const auto iterateGeneric = held.suites.Suite<"PF Iterate8 Suite", 1>()->iterate_generic;
-    if (iterateGeneric == nullptr) {
+    const PF_Iterate8Suite1& iteration = *held.suites.Suite<"PF Iterate8 Suite", 1>();
+    const bool generic = iteration.iterate_generic != nullptr;
+    if (!generic) {
         held.directIterate.Acquire();
         context.iterateSuite = held.directIterate.get();
     }
     const auto convertRows = [&](const PF_EffectWorld& from, const PF_EffectWorld& to, PF_IterateRowFunc callback) {
         context.source = from;
         context.destination = to;
-        return iterateGeneric != nullptr ? iterateGeneric(from.height, &context, callback)
-                                         : IterateRowsFallback(from.height, context, callback);
+        return generic ? CallHost(iteration.iterate_generic, from.height, &context, callback)
+                       : IterateRowsFallback(from.height, context, callback);
     };
 
     FillFrame(job, *inData);
@@ -157,7 +159,7 @@ PF_Err RenderAberration(PF_InData* inData, RenderData& job, PF_EffectWorld* sour
     job.output.height = target.height;
     if (!GiveMemory(job.output, 32, held.result)) return PF_Err_OUT_OF_MEMORY;
 
-    if (status == PF_Err_NONE) status = inData->inter.abort(inData->effect_ref);
+    if (status == PF_Err_NONE) status = CallHost(inData->inter.abort, inData->effect_ref);
     if (status != PF_Err_NONE) return status;
 
     {

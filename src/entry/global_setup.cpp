@@ -1,5 +1,6 @@
 #include "entry/identity_checks.h"
 #include "entry/lifecycle.h"
+#include "host/host_call.h"
 #include "host/scoped_suite.h"
 
 namespace nuv {
@@ -18,8 +19,8 @@ PF_Err GlobalSetup(PF_InData* inData, PF_OutData* outData) {
     ScopedSuite<PF_PixelFormatSuite1> formats(inData->pica_basicP, "PF Pixel Format Suite", 1);
     formats.Acquire();
     if (!formats) return PF_Err_NONE;
-    formats->ClearSupportedPixelFormats(inData->effect_ref);
-    formats->AddSupportedPixelFormat(inData->effect_ref, kFormatBgra8);
+    CallHost(formats->ClearSupportedPixelFormats, inData->effect_ref);
+    CallHost(formats->AddSupportedPixelFormat, inData->effect_ref, kFormatBgra8);
     return PF_Err_NONE;
 }
 

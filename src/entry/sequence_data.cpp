@@ -1,6 +1,7 @@
 #include <cstring>
 
 #include "entry/lifecycle.h"
+#include "host/host_call.h"
 #include "host/utilities.h"
 
 namespace nuv {
@@ -10,10 +11,10 @@ using SequenceBlock = std::uint32_t;  // always 0; without pointers, so hosts ca
 
 PF_Err MakeBlock(PF_InData* inData, PF_OutData* outData) {
     const PF_UtilCallbacks& utilities = UtilitiesOf(inData);
-    const PF_Handle block = utilities.host_new_handle(sizeof(SequenceBlock));
+    const PF_Handle block = CallHost(utilities.host_new_handle, sizeof(SequenceBlock));
     outData->sequence_data = block;
     if (block == nullptr) {
-        utilities.ansi.strcpy(outData->return_msg, "Internal Error");
+        CallHost(utilities.ansi.strcpy, outData->return_msg, "Internal Error");
         outData->out_flags |= static_cast<std::int32_t>(PF_OutFlag_DISPLAY_ERROR_MESSAGE);
         return PF_Err_INTERNAL_STRUCT_DAMAGED;
     }
@@ -26,8 +27,8 @@ PF_Err MakeBlock(PF_InData* inData, PF_OutData* outData) {
 // Ignores whether the host could resize the block: the effect never reads it.
 void BringToSize(PF_InData* inData) {
     const PF_UtilCallbacks& utilities = UtilitiesOf(inData);
-    if (utilities.host_get_handle_size(inData->sequence_data) == sizeof(SequenceBlock)) return;
-    utilities.host_resize_handle(sizeof(SequenceBlock), &inData->sequence_data);
+    if (CallHost(utilities.host_get_handle_size, inData->sequence_data) == sizeof(SequenceBlock)) return;
+    CallHost(utilities.host_resize_handle, sizeof(SequenceBlock), &inData->sequence_data);
 }
 
 }  // namespace
@@ -47,7 +48,7 @@ PF_Err SequenceResetup(PF_InData* inData, PF_OutData* outData) {
 PF_Err SequenceSetdown(PF_InData* inData, PF_OutData* outData) {
     if (inData->sequence_data == nullptr) return PF_Err_NONE;
     BringToSize(inData);  // so that the host sees a block of the right size when the effect frees it
-    inData->utils->host_dispose_handle(inData->sequence_data);
+    CallHost(inData->utils->host_dispose_handle, inData->sequence_data);
     outData->sequence_data = nullptr;
     inData->sequence_data = nullptr;
     return PF_Err_NONE;

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "host/host_call.h"
 #include "pf_suites.h"
 
 namespace nuv {
@@ -15,12 +16,7 @@ public:
     ScopedSuite(SPBasicSuite* basic, const char* name, std::int32_t version)
         : basic_(basic), name_(name), version_(version) {}
     ~ScopedSuite() {
-        if (suite_ == nullptr) return;
-        try {
-            basic_->ReleaseSuite(name_, version_);
-        } catch (...) {
-            // A release that fails does not change the command's result.
-        }
+        if (suite_ != nullptr) GiveBackToHost(basic_->ReleaseSuite, name_, version_);
     }
     ScopedSuite(const ScopedSuite&) = delete;
     ScopedSuite& operator=(const ScopedSuite&) = delete;
@@ -29,7 +25,7 @@ public:
     // give one together with an error, or none together with success.
     std::int32_t Acquire() {
         const void* acquired = nullptr;
-        const std::int32_t error = basic_->AcquireSuite(name_, version_, &acquired);
+        const std::int32_t error = CallHost(basic_->AcquireSuite, name_, version_, &acquired);
         suite_ = static_cast<const Structure*>(acquired);
         return error;
     }

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstring>
 
+#include "host/host_call.h"
 #include "host/utilities.h"
 
 namespace nuv {
@@ -64,10 +65,11 @@ PF_Err ParamsSetup(PF_InData* inData, PF_OutData* outData) {
     for (const Parameter& parameter : kParameters) {
         std::memset(&definition, 0, sizeof definition);
         definition.param_type = parameter.type;
-        utilities.ansi.strcpy(definition.name, parameter.name);
+        CallHost(utilities.ansi.strcpy, definition.name, parameter.name);
         parameter.fill(definition.u, parameter.choices);
         definition.uu.id = parameter.diskId;
-        if (const PF_Err error = inData->inter.add_param(inData->effect_ref, kAppend, &definition)) return error;
+        if (const PF_Err error = CallHost(inData->inter.add_param, inData->effect_ref, kAppend, &definition))
+            return error;
     }
     outData->num_params = PARAM_COUNT;
     return PF_Err_NONE;

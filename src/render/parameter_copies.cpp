@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "engine/plain_floats.h"
+#include "host/host_call.h"
 
 namespace nuv {
 namespace {
@@ -25,20 +26,15 @@ ParameterCopies::ParameterCopies(PF_InData* inData) : ParameterCopies(inData, No
     for (std::int32_t index = PARAM_FRAME_CENTER; index < PARAM_COUNT; ++index) {
         auto& copy = copies_[static_cast<std::size_t>(index - PARAM_FRAME_CENTER)];
         copy = std::make_unique<PF_ParamDef>();
-        const PF_Err error = inData->inter.checkout_param(inData->effect_ref, index, inData->current_time,
-                                                          inData->time_step, inData->time_scale, copy.get());
+        const PF_Err error = CallHost(inData->inter.checkout_param, inData->effect_ref, index, inData->current_time,
+                                      inData->time_step, inData->time_scale, copy.get());
         if (error != PF_Err_NONE) *copy = {};  // the host may have written a part of it
     }
 }
 
 ParameterCopies::~ParameterCopies() {
     for (const auto& copy : copies_) {
-        if (copy == nullptr) continue;
-        try {
-            inData_->inter.checkin_param(inData_->effect_ref, copy.get());
-        } catch (...) {
-            // This exception of the host is dropped, because an earlier one has ended the command and is reported.
-        }
+        if (copy != nullptr) GiveBackToHost(inData_->inter.checkin_param, inData_->effect_ref, copy.get());
     }
 }
 
@@ -59,7 +55,7 @@ void ParameterCopies::Fill(RenderData& job) const {
 PF_Err ParameterCopies::CheckIn(PF_Err result) {
     for (auto& held : copies_) {
         const auto copy = std::move(held);
-        const PF_Err error = inData_->inter.checkin_param(inData_->effect_ref, copy.get());
+        const PF_Err error = CallHost(inData_->inter.checkin_param, inData_->effect_ref, copy.get());
         if (result == PF_Err_NONE) result = error;
     }
     return result;

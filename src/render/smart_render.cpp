@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "host/host_call.h"
 #include "host/host_suite_handler.h"
 #include "render/parameter_copies.h"
 #include "render/render_commands.h"
@@ -30,20 +31,20 @@ void Merge(PF_LRect& into, const PF_LRect& other) {
 // if it could not be locked, because the host's view must not change (see `faults.unlocks-its-locks` in
 // nuv_chromaber.deviations.json).
 void LeavePreRenderData(const PF_HandleSuite1& handles, const PreRenderData& data, PF_PreRenderOutput& output) {
-    const PF_Handle handle = handles.host_new_handle(sizeof data);
+    const PF_Handle handle = CallHost(handles.host_new_handle, sizeof data);
     if (handle == nullptr) return;
     output.pre_render_data = handle;
-    if (void* memory = handles.host_lock_handle(handle)) std::memcpy(memory, &data, sizeof data);
-    handles.host_unlock_handle(handle);
+    if (void* memory = CallHost(handles.host_lock_handle, handle)) std::memcpy(memory, &data, sizeof data);
+    CallHost(handles.host_unlock_handle, handle);
 }
 
 PreRenderData ReadPreRenderData(const PF_HandleSuite1& handles, void* preRenderData) {
     PreRenderData data{};
     const auto handle = static_cast<PF_Handle>(preRenderData);
     if (handle == nullptr) return data;  // pre-render got no memory, and not every host can lock a null handle
-    if (const void* memory = handles.host_lock_handle(handle)) {
+    if (const void* memory = CallHost(handles.host_lock_handle, handle)) {
         std::memcpy(&data, memory, sizeof data);
-        handles.host_unlock_handle(handle);
+        CallHost(handles.host_unlock_handle, handle);
     }
     return data;
 }
@@ -59,9 +60,8 @@ PF_Err SmartPreRender(PF_InData* inData, PF_PreRenderExtra* extra) {
     PF_RenderRequest request = extra->input->output_request;
     request.rect = layer;
     PF_CheckoutResult checkout{};
-    const PF_Err error =
-        extra->cb->checkout_layer(inData->effect_ref, PARAM_INPUT, kInputCheckout, &request, inData->current_time,
-                                  inData->time_step, inData->time_scale, &checkout);
+    const PF_Err error = CallHost(extra->cb->checkout_layer, inData->effect_ref, PARAM_INPUT, kInputCheckout,
+                                  &request, inData->current_time, inData->time_step, inData->time_scale, &checkout);
 
     PF_PreRenderOutput& output = *extra->output;
     Merge(output.result_rect, checkout.result_rect);
@@ -78,11 +78,12 @@ PF_Err SmartRender(PF_InData* inData, PF_SmartRenderExtra* extra) {
     HostSuiteHandler suites(inData->pica_basicP);
 
     PF_EffectWorld* source = nullptr;
-    if (const PF_Err error = extra->cb->checkout_layer_pixels(inData->effect_ref, kInputCheckout, &source)) {
+    if (const PF_Err error =
+            CallHost(extra->cb->checkout_layer_pixels, inData->effect_ref, kInputCheckout, &source)) {
         return error;
     }
     PF_EffectWorld* output = nullptr;
-    if (const PF_Err error = extra->cb->checkout_output(inData->effect_ref, &output)) return error;
+    if (const PF_Err error = CallHost(extra->cb->checkout_output, inData->effect_ref, &output)) return error;
 
     ParameterCopies parameters(inData);
     const PreRenderData offset =
