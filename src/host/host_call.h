@@ -5,10 +5,39 @@
 
 namespace nuv {
 
-// Calls the host and returns its answer. Lets the host's exceptions through.
+#if defined(_WIN32)
+
+// Runs work(argument). A host's C++ runtime may be another one than ours. Our frames do not notice its exceptions,
+// so no destructor would run. If such an exception leaves `work`, this function ends it and throws an int instead:
+// the thrown int, or PF_Err_INTERNAL_STRUCT_DAMAGED if something else was thrown. All other exceptions pass
+// through, those of our own runtime as well as an access violation.
+void RunGuarded(void (*work)(void* argument), void* argument);
+
+template <class Work>
+void Guard(Work work) {
+    RunGuarded([](void* argument) { (*static_cast<Work*>(argument))(); }, &work);
+}
+
+#else
+
+template <class Work>
+void Guard(Work work) {
+    work();  // all code of the process has the same C++ runtime
+}
+
+#endif
+
+// Calls the host and returns its answer. An exception of the host leaves it as a C++ exception.
 template <class Callback, class... Arguments>
 auto CallHost(Callback callback, Arguments... arguments) {
-    return callback(arguments...);
+    using Result = std::invoke_result_t<Callback, Arguments...>;
+    if constexpr (std::is_void_v<Result>) {
+        Guard([&] { callback(arguments...); });
+    } else {
+        Result result{};
+        Guard([&] { result = callback(arguments...); });
+        return result;
+    }
 }
 
 // For destructors: gives something back to the host. If the host throws, we must assume that it has taken its thing

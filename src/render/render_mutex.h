@@ -15,10 +15,6 @@ extern std::mutex g_renderMutex;
 // Runs the driver under g_renderMutex and returns its code. If the driver throws, the exception is dropped and the
 // result is PF_Err_NONE, so that the parameters are still checked in and the host goes on. Throws std::system_error
 // if the mutex cannot be locked.
-//
-// On Windows an exception of the system, or of another compiler's runtime, passes through this library without
-// running a destructor or a handler. If a host throws one in a callback and catches it after it has left the
-// effect, the mutex stays locked and the next render waits for ever.
 PF_Err RenderUnderMutex(PF_InData* inData, RenderData& job, PF_EffectWorld* source, PF_EffectWorld* output);
 
 }  // namespace nuv
