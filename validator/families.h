@@ -30,7 +30,7 @@
 // The families that only one system has. Their files lie in linux/ or windows/.
 #if defined(_WIN32)
 #define NUV_LINUX_FAMILIES(family)
-#define NUV_WINDOWS_FAMILIES(family) family(PropertyList)
+#define NUV_WINDOWS_FAMILIES(family) family(ForeignExceptions) family(PropertyList)
 #else
 #define NUV_LINUX_FAMILIES(family) family(FaultsSystem)
 #define NUV_WINDOWS_FAMILIES(family)

@@ -21,8 +21,17 @@ inline constexpr std::string_view kLinuxChecks[] = {
     "faults.smart-memory",   "faults.plain-thread",   "faults.plain-memory",
 };
 inline constexpr std::string_view kWindowsChecks[] = {
-    "property-list.once",        "property-list.well-formed",  "property-list.registration",
-    "property-list.entry-point", "property-list.global-setup",
+    "foreign-exceptions.set-up",
+    "foreign-exceptions.about",
+    "foreign-exceptions.sequence",
+    "foreign-exceptions.pre-render",
+    "foreign-exceptions.smart-render",
+    "foreign-exceptions.plain-render",
+    "property-list.once",
+    "property-list.well-formed",
+    "property-list.registration",
+    "property-list.entry-point",
+    "property-list.global-setup",
 };
 
 // All checks in the order of their families, but gates first. Throws std::logic_error if an id is not "family.name"

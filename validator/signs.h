@@ -181,6 +181,7 @@ inline constexpr PF_SpecVersion kNewerHost{13, 30};
 
 // exceptions.*: an int that the host's callbacks throw. The effect turns it into its code.
 inline constexpr int kThrown = 4711;
+inline constexpr int kThrownForeign = 4712;  // foreign-exceptions.*
 
 // loading.time: how often the check loads the effect, and the time that the fastest load must stay below.
 inline constexpr int kTimedLoads = 5;
