@@ -10,6 +10,7 @@
 #include <functional>
 #include <thread>
 
+#include "loader_entry.h"
 #include "platform/process_usage.h"
 #include "support/plugin_path.h"
 #include "support/protocol_support.h"
@@ -61,36 +62,13 @@ void ExpectNoGrowth(const Work& work) {
     EXPECT_LT(growth.heapBytes, kThreads * 8) << "one allocation for each thread would be more";
 }
 
-// The first fields of the record that Windows' loader keeps of a library.
-struct LoaderEntry {
-    struct Text {
-        USHORT length, capacity;
-        const wchar_t* text;
-    };
-    LIST_ENTRY links[3];
-    void* base;
-    void* entryPoint;
-    ULONG size;
-    Text fullName, baseName;
-    ULONG flags;
-};
-
-// Loads the effect and turns its notifications of ended threads off in the loader's record. The effect asks Windows
-// for the same, but Windows does not do it for every library.
-class WithoutNotifications : public testing::Test {
+class Threads : public testing::Test {
 protected:
     void SetUp() override {
-        constexpr ULONG kDontCallForThreads = 0x40000;
-        using FindEntry = LONG(WINAPI*)(const void* address, LoaderEntry** entry);
-        const auto find = reinterpret_cast<FindEntry>(
-            reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "LdrFindEntryForAddress")));
-        ASSERT_NE(find, nullptr);
-        const auto effect = reinterpret_cast<const void*>(Binary().effectMain);
-        LoaderEntry* entry = nullptr;
-        ASSERT_EQ(find(effect, &entry), 0);
-        ASSERT_EQ(std::wstring(entry->baseName.text, entry->baseName.length / sizeof(wchar_t)),
-                  support::PluginPath().filename().wstring());
-        entry->flags |= kDontCallForThreads;
+        const LoaderEntry* const effect = FindLoaderEntry(reinterpret_cast<const void*>(Binary().effectMain),
+                                                          support::PluginPath().filename().wstring());
+        ASSERT_NE(effect, nullptr);
+        ASSERT_TRUE(effect->WithoutThreadCalls());
     }
 
     static refhost::HostOptions Options() {
@@ -108,16 +86,16 @@ TEST(Measuring, SeesWhatIsLostWithEveryThread) {
     ExpectNoGrowth([] {});
 }
 
-TEST_F(WithoutNotifications, AThousandThreadsThatRenderAFrameLeaveNothing) {
+TEST_F(Threads, AThousandThatRenderAFrameLeaveNothing) {
     ExpectNoGrowth([&] { EXPECT_EQ(scene.Render(RenderPath::smart), PF_Err_NONE); });
 }
 
-TEST_F(WithoutNotifications, AThousandThreadsOnWhichTheEffectThrewLeaveNothing) {
+TEST_F(Threads, AThousandOnWhichTheEffectThrewLeaveNothing) {
     scene.host.options().faults = Fail("AcquireSuite PF ANSI Suite 1");
     ExpectNoGrowth([&] { EXPECT_EQ(scene.host.About(), PF_Err_BAD_CALLBACK_PARAM); });
 }
 
-TEST_F(WithoutNotifications, AThousandThreadsOnWhichTheDriverThrewLeaveNothing) {
+TEST_F(Threads, AThousandOnWhichTheDriverThrewLeaveNothing) {
     scene.host.options().faults = Fail("AcquireSuite PF Iterate8 Suite 1");
     ExpectNoGrowth(
         [&] { EXPECT_EQ(scene.Render(RenderPath::plain), PF_Err_NONE) << "the effect drops the exception"; });

@@ -3,11 +3,17 @@
 
 #include "entry/exception_state.h"
 
+// The runtime's start-up code calls this function, if it is not null. The runtime's own one serves thread_local
+// variables, of which the effect has none, and brings static thread-local storage along. Windows does not turn the
+// notifications of threads off for a library with such storage.
+extern "C" {
+extern const PIMAGE_TLS_CALLBACK __dyn_tls_init_callback;
+const PIMAGE_TLS_CALLBACK __dyn_tls_init_callback = nullptr;
+}
+
 BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID processEnds) {
     if (reason == DLL_PROCESS_ATTACH) {
-        // Hosts start and end thousands of threads, and the effect has nothing to do for any of them, so it asks
-        // Windows not to notify it. Windows refuses if the library has static thread-local storage, which the C++
-        // runtime may contain. The effect therefore works both with and without these notifications.
+        // Hosts start and end thousands of threads, and the effect has nothing to do for any of them.
         DisableThreadLibraryCalls(module);
         return nuv::AttachExceptionState();
     }
