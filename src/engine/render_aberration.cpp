@@ -11,8 +11,8 @@
 #include "engine/worker_threads.h"
 #include "host/host_call.h"
 #include "host/host_suite_handler.h"
+#include "host/require.h"
 #include "host/scoped_suite.h"
-#include "host/utilities.h"
 
 namespace nuv {
 namespace {

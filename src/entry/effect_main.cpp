@@ -2,6 +2,7 @@
 
 #include "entry/entry_points.h"
 #include "entry/lifecycle.h"
+#include "host/require.h"
 #include "params/params.h"
 #include "render/render_commands.h"
 
@@ -18,22 +19,15 @@ struct Arguments {
 
 using Handler = PF_Err (*)(const Arguments&);
 
-// Throws a code for the host if the host left out a record that the command needs. Otherwise the effect would
-// crash. Only whole records are checked: a null entry in one of the host's tables of callbacks would still crash
-// the effect.
-template <class... Pointers>
-void Require(Pointers... pointers) {
-    if (!(... && pointers)) throw int{PF_Err_BAD_CALLBACK_PARAM};
-}
-
+// The handler requires the record for its answer where it first writes there. Some commands write nothing.
 template <PF_Err handler(PF_InData*, PF_OutData*)>
 PF_Err WithOutData(const Arguments& a) {
-    Require(a.inData, a.outData);
+    Require(a.inData);
     return handler(a.inData, a.outData);
 }
 
 PF_Err WithParamsAndOutput(const Arguments& a) {
-    Require(a.inData, a.params);
+    Require(a.inData);
     return PlainRender(a.inData, a.params, a.output);
 }
 

@@ -1,11 +1,13 @@
 #include "entry/identity_checks.h"
 #include "entry/lifecycle.h"
 #include "host/host_call.h"
+#include "host/require.h"
 #include "host/scoped_suite.h"
 
 namespace nuv {
 
 PF_Err GlobalSetup(PF_InData* inData, PF_OutData* outData) {
+    Require(outData);
     outData->my_version = kVersion;
     outData->out_flags = static_cast<std::int32_t>(kOutFlags);
     outData->out_flags2 = static_cast<std::int32_t>(kOutFlags2);

@@ -1,5 +1,7 @@
 // Handlers of the commands that set up the effect, set up and end its instances, and describe it to the user. Each
-// runs on the host's thread and keeps no state. It returns the code for the host, or throws it as an int.
+// runs on the host's thread and keeps no state. It returns the code for the host, or throws it as an int. If the
+// host gives no record for the answer, only a command that would write into it fails, with
+// PF_Err_BAD_CALLBACK_PARAM.
 #pragma once
 
 #include "pf_data.h"

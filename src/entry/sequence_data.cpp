@@ -2,7 +2,7 @@
 
 #include "entry/lifecycle.h"
 #include "host/host_call.h"
-#include "host/utilities.h"
+#include "host/require.h"
 
 namespace nuv {
 namespace {
@@ -10,6 +10,7 @@ namespace {
 using SequenceBlock = std::uint32_t;  // always 0; without pointers, so hosts can save the block as it is
 
 PF_Err MakeBlock(PF_InData* inData, PF_OutData* outData) {
+    Require(outData);
     const PF_UtilCallbacks& utilities = UtilitiesOf(inData);
     const PF_Handle block = CallHost(utilities.host_new_handle, sizeof(SequenceBlock));
     outData->sequence_data = block;
@@ -47,6 +48,7 @@ PF_Err SequenceResetup(PF_InData* inData, PF_OutData* outData) {
 
 PF_Err SequenceSetdown(PF_InData* inData, PF_OutData* outData) {
     if (inData->sequence_data == nullptr) return PF_Err_NONE;
+    Require(outData);
     BringToSize(inData);  // so that the host sees a block of the right size when the effect frees it
     CallHost(inData->utils->host_dispose_handle, inData->sequence_data);
     outData->sequence_data = nullptr;

@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "host/host_call.h"
-#include "host/utilities.h"
+#include "host/require.h"
 
 namespace nuv {
 namespace {
@@ -60,6 +60,7 @@ static_assert(kParameters.size() + 1 == PARAM_COUNT);
 
 PF_Err ParamsSetup(PF_InData* inData, PF_OutData* outData) {
     constexpr std::int32_t kAppend = -1;
+    Require(outData);
     const PF_UtilCallbacks& utilities = UtilitiesOf(inData);
     PF_ParamDef definition;
     for (const Parameter& parameter : kParameters) {

@@ -8,7 +8,8 @@ PF_Err PlainRender(PF_InData* inData, PF_ParamDef* params[], PF_LayerDef* output
     ParameterCopies parameters(inData);
     RenderData job;
     parameters.Fill(job);
-    PF_EffectWorld* const source = params[PARAM_INPUT] == nullptr ? nullptr : &params[PARAM_INPUT]->u.ld;
+    const bool hasLayer = params != nullptr && params[PARAM_INPUT] != nullptr;
+    PF_EffectWorld* const source = hasLayer ? &params[PARAM_INPUT]->u.ld : nullptr;
     const PF_Err result = RenderUnderMutex(inData, job, source, output);
     return parameters.CheckIn(result);
 }

@@ -16,8 +16,8 @@ PF_Err SmartPreRender(PF_InData* inData, PF_PreRenderExtra* extra);
 // current_time.
 PF_Err SmartRender(PF_InData* inData, PF_SmartRenderExtra* extra);
 
-// Renders the layer params[PARAM_INPUT] into `output`. It never reads the other entries of `params`: it checks the
-// parameters out, as SmartRender does.
+// Renders the layer params[PARAM_INPUT] into `output`; without it, or without an array, an empty layer. It never
+// reads the other entries of `params`: it checks the parameters out, as SmartRender does.
 PF_Err PlainRender(PF_InData* inData, PF_ParamDef* params[], PF_LayerDef* output);
 
 // The contents of the handle that pre-render leaves for the render: how far the output is shifted against the

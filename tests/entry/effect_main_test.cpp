@@ -95,6 +95,50 @@ INSTANTIATE_TEST_SUITE_P(Commands, HandledCommand,
                                          NamedCommand{24, "SmartRender"}),
                          [](const auto& instance) { return instance.param.name; });
 
+// ---- Commands without a record for their answer
+// ------------------------------------------------------------------
+
+struct WithoutAnswer {
+    const char* name;
+    PF_Cmd cmd;
+    std::uint64_t block;  // bytes of sequence data; 0: none
+    PF_Err code;
+    Lines calls = {};
+    refhost::Personality personality = refhost::Personality::compositor;
+};
+
+class CommandWithoutOutData : public testing::TestWithParam<WithoutAnswer> {};
+
+INSTANTIATE_TEST_SUITE_P(
+    Commands, CommandWithoutOutData,
+    testing::Values(WithoutAnswer{"AboutInTheEditor", PF_Cmd_ABOUT, 0, 0, {}, refhost::Personality::editor},
+                    WithoutAnswer{"About", PF_Cmd_ABOUT, 0, 516},
+                    WithoutAnswer{"GlobalSetup", PF_Cmd_GLOBAL_SETUP, 0, 516},
+                    WithoutAnswer{"ParamsSetup", PF_Cmd_PARAMS_SETUP, 0, 516},
+                    WithoutAnswer{"SequenceSetup", PF_Cmd_SEQUENCE_SETUP, 0, 516},
+                    WithoutAnswer{
+                        "SequenceSetupWithABlock", PF_Cmd_SEQUENCE_SETUP, 4, 0, {"host_get_handle_size 4"}},
+                    WithoutAnswer{"SequenceSetupWithALargerBlock",
+                                  PF_Cmd_SEQUENCE_SETUP,
+                                  8,
+                                  0,
+                                  {"host_get_handle_size 8", "host_resize_handle 4"}},
+                    WithoutAnswer{"SequenceResetup", PF_Cmd_SEQUENCE_RESETUP, 0, 516},
+                    WithoutAnswer{"SequenceResetupWithABlock", PF_Cmd_SEQUENCE_RESETUP, 8, 0},
+                    WithoutAnswer{"SequenceSetdown", PF_Cmd_SEQUENCE_SETDOWN, 0, 0},
+                    WithoutAnswer{"SequenceSetdownWithABlock", PF_Cmd_SEQUENCE_SETDOWN, 4, 516}),
+    [](const auto& instance) { return instance.param.name; });
+
+TEST_P(CommandWithoutOutData, FailsOnlyIfItWouldWriteThere) {
+    refhost::Host host(Binary(), InOrder(GetParam().personality));
+    PF_InData inData = host.InData();
+    if (GetParam().block > 0) inData.sequence_data = host.NewHandle(GetParam().block);
+    EXPECT_EQ(host.Send(GetParam().cmd, &inData, nullptr), GetParam().code);
+    EXPECT_EQ(CallsOf(host.account()), GetParam().calls) << "a command that fails calls nothing";
+    EXPECT_EQ(inData.sequence_data != nullptr, GetParam().block > 0);
+    if (inData.sequence_data != nullptr) host.DisposeHandle(inData.sequence_data);
+}
+
 // A render without utilities behaves as if the driver had thrown: it succeeds without a picture.
 TEST(Dispatch, ReturnsACodeWhenTheHostLeavesOutItsUtilities) {
     PF_Handle data = nullptr;

@@ -33,6 +33,24 @@ TEST(PlainRender, NeverReadsTheParametersInTheArray) {
     EXPECT_EQ(BytesOf(values), before);
 }
 
+TEST(PlainRender, RendersAnEmptyLayerWithoutAParameterArray) {
+    HostedScene withoutLayer;
+    withoutLayer.settings.input = nullptr;
+    const auto empty = withoutLayer.CleanPicture(RenderPath::plain);
+
+    const auto withoutArray = [](PF_Cmd cmd, PF_InData* inData, PF_OutData* outData, PF_ParamDef*[],
+                                 PF_LayerDef* output, void* extra) {
+        return Binary().effectMain(cmd, inData, outData, nullptr, output, extra);
+    };
+    HostedScene scene(InOrder(), {withoutArray, Binary().pluginDataEntryFunction});
+    EXPECT_EQ(scene.Render(RenderPath::plain), PF_Err_NONE);
+    EXPECT_EQ(scene.output.Pixels(), empty);
+    EXPECT_EQ(scene.host.account().Count(refhost::Call::checkoutParam), 5);
+    EXPECT_EQ(scene.host.account().Count(refhost::Call::checkinParam), 5);
+    EXPECT_EQ(scene.Outstanding(), Lines());
+    EXPECT_EQ(scene.Misuse(), Lines());
+}
+
 TEST(PlainRender, SucceedsWithoutAPictureWhenThereIsNoBasicSuite) {
     HostedScene scene(InOrder(), Between::Put(Binary()));
     Between::change = [](PF_Cmd, PF_InData& inData, void*) { inData.pica_basicP = nullptr; };
