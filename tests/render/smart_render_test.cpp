@@ -28,6 +28,9 @@ TEST_P(SmartRenderAlone, ShiftsTheSourceByThePreRendersOffset) {
 TEST_P(SmartRenderAlone, HasNoOffsetWithoutPreRenderData) {
     scene.host.options().faults = Fail("host_new_handle 8");
     EXPECT_EQ(Go(), PF_Err_NONE);
+    const Lines calls = scene.Calls();
+    EXPECT_EQ(std::ranges::count(calls, "host_lock_handle"), 1) << "it locks the null handle";
+    EXPECT_EQ(std::ranges::count(calls, "host_unlock_handle"), 0);
     EXPECT_EQ(scene.output.Pixels(), scene.CleanPicture(RenderPath::plain));
 }
 

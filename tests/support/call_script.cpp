@@ -24,7 +24,8 @@ Script PreRenderCalls() {
     return {
         {"checkout_layer 0", kFault, kUntouched},
         {"AcquireSuite PF Handle Suite 2", 516, kUntouched},
-        {"host_new_handle 8", PF_Err_NONE, kWithoutOffset},
+        // The render then locks null.
+        {"host_new_handle 8", PF_Err_NONE, kWithoutOffset, nullptr, {"host_lock_handle: the handle is null"}},
         // The effect gets the handle but cannot lock it. Nothing is written into it, so the offset may be anything.
         {"host_lock_handle 8",
          PF_Err_NONE,

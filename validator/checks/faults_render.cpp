@@ -159,6 +159,8 @@ constexpr Check kChecks[] = {
      Where::both, EachOfAll<SuitesFlaws>},
     {"faults.unlocks-its-locks", "Whatever fails, a render command unlocks only what it has locked.", Where::both,
      EachOfAll<UnlocksFlaws>},
+    {"faults.locks-handles", "Whatever fails, a render command locks no null handle.", Where::both,
+     EachOfAll<LocksFlaws>},
     {"faults.failure-told", "Whatever fails, the effect never reports success with a wrong picture.", Where::both,
      EachOfAll<ToldFlaws>},
 };

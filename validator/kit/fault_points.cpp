@@ -9,7 +9,8 @@ namespace {
 
 using refhost::CallRecord;
 
-constexpr std::string_view kSuite = "suite ", kUnlock = "host_unlock_handle: ";
+constexpr std::string_view kSuite = "suite ",
+                           kUnlock = "host_unlock_handle: ", kLocksNull = "host_lock_handle: the handle is null";
 
 refhost::WorldLayout LayoutOf(PF_PixelFormat format) {
     auto layout = HostedScene::Layout(format, signs::SizeOf("faults.*"));
@@ -66,10 +67,14 @@ Lines UnlocksFlaws(const FrameOutcome& outcome) {
     return unlocked.empty() ? Lines() : Lines{"unlocked: " + unlocked};
 }
 
+Lines LocksFlaws(const FrameOutcome& outcome) {
+    return std::ranges::count(outcome.misuse, kLocksNull) > 0 ? Lines{"locked: the handle is null"} : Lines();
+}
+
 Lines UsualFlaws(const FrameOutcome& outcome) {
     Lines lines = outcome.damage;
     for (const std::string& line : outcome.misuse) {
-        if (!line.starts_with(kUnlock)) lines.push_back("misuse: " + line);
+        if (!line.starts_with(kUnlock) && line != kLocksNull) lines.push_back("misuse: " + line);
     }
     for (const std::string& line : outcome.kept) {
         if (!line.starts_with(kSuite)) lines.push_back("kept: " + line);
@@ -90,6 +95,7 @@ Lines StrictFlaws(const FrameOutcome& outcome) {
     Lines lines = UsualFlaws(outcome);
     Append(lines, SuitesFlaws(outcome));
     Append(lines, UnlocksFlaws(outcome));
+    Append(lines, LocksFlaws(outcome));
     return lines;
 }
 

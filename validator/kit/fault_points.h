@@ -48,15 +48,16 @@ struct FrameOutcome {
 // Returns one line for each way in which the frame breaks the promise of a check.
 using Flaws = Lines (*)(const FrameOutcome& outcome);
 
-// SuitesFlaws are suites that the effect keeps. UnlocksFlaws are handles that it unlocks but has not locked. Many
-// effects fail here. Two checks of their own report these flaws after each fault of a callback, and UsualFlaws does
-// not contain them.
+// SuitesFlaws are suites that the effect keeps. UnlocksFlaws are handles that it unlocks but has not locked.
+// LocksFlaws are null handles that it locks. Many effects fail here. Three checks of their own report these flaws
+// after each fault of a callback, and UsualFlaws does not contain them.
 Lines SuitesFlaws(const FrameOutcome& outcome);
 Lines UnlocksFlaws(const FrameOutcome& outcome);  // at most one line
+Lines LocksFlaws(const FrameOutcome& outcome);    // at most one line
 // All other damage and misuse, and everything else that is kept.
 Lines UsualFlaws(const FrameOutcome& outcome);
 Lines PassesOnFlaws(const FrameOutcome& outcome);  // UsualFlaws, and a line if the code is not kRefused
-Lines StrictFlaws(const FrameOutcome& outcome);    // UsualFlaws, SuitesFlaws and UnlocksFlaws
+Lines StrictFlaws(const FrameOutcome& outcome);    // all four
 
 // Collects what is wrong at the points that a check tries.
 class Trial {

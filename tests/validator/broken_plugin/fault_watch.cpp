@@ -44,7 +44,7 @@ const void* Watched(std::string_view name, const void* suite) {
                 return NoteNull(handleNull, g_hostHandles.host_new_handle(size));
             };
             own.host_lock_handle = [](PF_Handle handle) {
-                return NoteNull(lockNull, g_hostHandles.host_lock_handle(handle));
+                return NoteNull(handle != nullptr ? lockNull : nullLocked, g_hostHandles.host_lock_handle(handle));
             };
         });
     }

@@ -22,6 +22,7 @@ enum Seen : unsigned {
     parameterRefused = 1u << 12,
     formatRefused = 1u << 13,
     releaseRefused = 1u << 14,
+    nullLocked = 1u << 15,  // the effect locked a null handle
 };
 
 // Stands between host and effect for one command, as OwnRecords does. Only one may live in the process at a time,

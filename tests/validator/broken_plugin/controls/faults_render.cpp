@@ -72,19 +72,28 @@ void Unlock(PF_Handle handle) {
     if (g_locked.Remove(handle)) OwnRecords::Host().utils->host_unlock_handle(handle);
 }
 
-PF_Err UnlocksItsLocks(MainCall& command) {
+void* LockUnlessNull(PF_Handle handle) {
+    return handle != nullptr ? OwnRecords::Host().utils->host_lock_handle(handle) : nullptr;
+}
+
+void UnlockAny(PF_Handle handle) {
+    OwnRecords::Host().utils->host_unlock_handle(handle);
+}
+
+template <auto lock, auto unlock>
+PF_Err LocksAndUnlocksBy(MainCall& command) {
     if (!IsOfThisFamily(command)) return Effect(command);
     g_locked.Clear();
     OwnRecords own(command);
-    own.utils.host_lock_handle = Lock;
-    own.utils.host_unlock_handle = Unlock;
+    own.utils.host_lock_handle = lock;
+    own.utils.host_unlock_handle = unlock;
     own.basic.AcquireSuite = [](const char* name, std::int32_t version, const void** suite) {
         static PF_HandleSuite1 handles;
         const std::int32_t code = OwnRecords::Host().pica_basicP->AcquireSuite(name, version, suite);
         if (code == 0 && *suite != nullptr && std::string_view(name) == "PF Handle Suite") {
             handles = *static_cast<const PF_HandleSuite1*>(*suite);
-            handles.host_lock_handle = Lock;
-            handles.host_unlock_handle = Unlock;
+            handles.host_lock_handle = lock;
+            handles.host_unlock_handle = unlock;
             *suite = &handles;
         }
         return code;
@@ -97,8 +106,11 @@ PF_Err TellsOfFailure(MainCall& command) {
     const FaultWatch watch(command);
     const PF_Err result = Effect(command);
     if (result != PF_Err_NONE) return result;
-    constexpr unsigned kAny = suiteRefused | suiteNull | handleNull | lockNull | formatUnknown | parameterOut;
-    return watch.Saw(kAny) ? PF_Err_INTERNAL_STRUCT_DAMAGED : PF_Err_NONE;
+    // After a pre-render that got no handle, the render tells: it locks null.
+    const unsigned handle = command.cmd == PF_Cmd_SMART_PRE_RENDER ? 0u : unsigned{handleNull};
+    return watch.Saw(suiteRefused | suiteNull | handle | lockNull | nullLocked | formatUnknown | parameterOut)
+               ? PF_Err_INTERNAL_STRUCT_DAMAGED
+               : PF_Err_NONE;
 }
 
 constexpr Control kControls[] = {
@@ -197,7 +209,11 @@ constexpr Control kControls[] = {
      .mends = true},
     {.check = "faults.unlocks-its-locks",
      .fault = "the effect without its unlocking of what is not locked",
-     .command = UnlocksItsLocks,
+     .command = LocksAndUnlocksBy<Lock, Unlock>,
+     .mends = true},
+    {.check = "faults.locks-handles",
+     .fault = "the effect without its locking of null",
+     .command = LocksAndUnlocksBy<LockUnlessNull, UnlockAny>,
      .mends = true},
     {.check = "faults.failure-told",
      .fault = "the effect with a code for what it drops",
