@@ -10,12 +10,16 @@
 #include <cstdlib>
 #include <cstring>
 #include <stdexcept>
+#include <system_error>
 
 #include "validator/run/child_process.h"
 #include "validator/run/isolation.h"
 
-extern "C" __attribute__((weak)) void __lsan_do_leak_check();      // in builds that look for leaks
-extern "C" __attribute__((weak)) int __llvm_profile_write_file();  // in builds that count what runs
+// The first is there in builds that look for leaks, the second in builds that count what runs.
+// NOLINTBEGIN(bugprone-reserved-identifier): the compiler's runtime chose these names
+extern "C" __attribute__((weak)) void __lsan_do_leak_check();
+extern "C" __attribute__((weak)) int __llvm_profile_write_file();
+// NOLINTEND(bugprone-reserved-identifier)
 
 namespace validator {
 namespace {
@@ -81,7 +85,7 @@ bool WaitUntil(pid_t child, Clock::time_point deadline, int& status) {
 
 ChildEnd RunChild(const Job& job, std::chrono::milliseconds limit, const std::filesystem::path&) {
     int ends[2];
-    if (::pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error(std::string("pipe: ") + std::strerror(errno));
+    if (::pipe2(ends, O_CLOEXEC) != 0) throw std::runtime_error("pipe: " + std::system_category().message(errno));
     std::fflush(nullptr);  // otherwise the child would print what is in the buffers once more
     const auto deadline = Clock::now() + limit;
     const pid_t child = ::fork();
@@ -89,7 +93,7 @@ ChildEnd RunChild(const Job& job, std::chrono::milliseconds limit, const std::fi
         const int reason = errno;
         ::close(ends[0]);
         ::close(ends[1]);
-        throw std::runtime_error(std::string("fork: ") + std::strerror(reason));
+        throw std::runtime_error("fork: " + std::system_category().message(reason));
     }
     if (child == 0) {
         ::close(ends[0]);
