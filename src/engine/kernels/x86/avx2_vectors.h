@@ -33,7 +33,7 @@ struct Vectors : Bytes256 {
     }
     static Floats ToFloats(Integers value) { return _mm256_cvtepi32_ps(value); }
     static Integers Truncate(Floats value) { return _mm256_cvttps_epi32(value); }
-    // A division takes three times as long. The fused operations do not round in between. They give the exact
+    // The divider would be busy for longer. The fused operations do not round in between. They give the exact
     // remainder of the first guess, and the guess and what the remainder adds to it round to the quotient.
     static Floats Quotient(Floats value, const Divisor& by) {
         const Floats guess = value * Repeat(by.inverse);
